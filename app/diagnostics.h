@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QDebug>
+#include <QString>
+
+// The diagnostics of the program go to the debug stream only. Support notes
+// and users' scripts compare the lines byte for byte, so the two tagged forms
+// are written here and nowhere else.
+
+/// A string value on the debug stream: its text as it is, between two double
+/// quotes. QDebug itself would escape backslashes and everything beyond ASCII,
+/// and a logged path would no longer be one.
+struct Quoted {
+    explicit Quoted(const QString &value) : text(value) {}
+    QString text;
+};
+
+QDebug operator<<(QDebug debug, const Quoted &quoted);
+
+/// One item of a tagged line: a plain character string is printed bare, a
+/// string value in double quotes.
+class LogItem
+{
+public:
+    LogItem(const char *plain) : m_text(QString::fromUtf8(plain)) {}
+    LogItem(const QString &value) : m_text(QLatin1Char('"') + value + QLatin1Char('"')) {}
+
+    const QString &text() const { return m_text; }
+
+private:
+    QString m_text;
+};
+
+/// Writes `Msg from  <function>  -  <message> ` and an extra line end. Any thread.
+void logMessage(const LogItem &function, const LogItem &message);
+
+/// Writes `ERROR  <function>  -  <message> ` and an extra line end. Any thread.
+/// A few callers use it on their good path; that is theirs to explain.
+void logError(const LogItem &function, const LogItem &message);
+
+/// Prints to standard output what the serial link and the device rescan have
+/// to say; those diagnostics never went to the debug stream. printf format.
+void printDiagnostic(const char *format, ...)
+#ifdef __GNUC__
+    __attribute__((format(printf, 1, 2)))
+#endif
+    ;

@@ -1,0 +1,17 @@
+#include "app/identity.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+
+void setApplicationIdentity()
+{
+    QCoreApplication::setOrganizationName("Brantiq Developer Network");
+    QCoreApplication::setOrganizationDomain("brantiq.example");
+    QCoreApplication::setApplicationName("Tolvane Modem Connector");
+    QSettings::setDefaultFormat(QSettings::IniFormat);
+    // Only the system scope is moved. Settings are written to the user's own
+    // file; the delivered folder is a read-only fall-back for an administrator
+    // who wants to preset values.
+    QSettings::setPath(QSettings::IniFormat, QSettings::SystemScope,
+                       QCoreApplication::applicationDirPath() + "/settings/");
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+
+// Every key of the settings store. Readers and writers open a short-lived,
+// default-constructed QSettings each time; nothing keeps one open. Any thread.
+namespace settingskeys {
+
+/// int, absent = 0: how many phone-book entries were created so far.
+inline constexpr char NoOfDialups[] = "NoOfDialups";
+/// bool, absent = false: the driver packages are installed.
+inline constexpr char isINFSetupDone[] = "isINFSetupDone";
+/// int, absent = 0: the modem's COM port when it was last looked for; 0 = none.
+inline constexpr char CurrentPort[] = "CurrentPort";
+/// string, absent = "": the operator chosen last.
+inline constexpr char CurrentMobileOperator[] = "CurrentMobileOperator";
+/// map of strings, absent = the built-in table: operator name to APN.
+inline constexpr char MobileOperators[] = "MobileOperators";
+
+/// string, absent = "": the phone-book entry name for a COM port. The key is
+/// "ports/" and the port number in decimal.
+QString port(int portNumber);
+
+} // namespace settingskeys
+
+/// Whether a phone-book entry was ever created: "NoOfDialups" is not 0. An
+/// unreadable count counts as "yes", so that an existing set-up is not taken
+/// for a first run.
+bool hasDialupEntry();
+
+/// Keeps a copy of a settings file that cannot be read whole, because the next
+/// write would drop the unreadable lines. The copy lies beside the file, named
+/// like it with ".damaged" and a number; a warning on the debug stream says
+/// so. Does nothing for a sound or missing file.
+void preserveDamagedSettings();

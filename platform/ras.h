@@ -1,0 +1,170 @@
+#pragma once
+
+#include "platform/types.h"
+
+#include <cstddef>
+
+namespace platform {
+
+/// HRASCONN.
+using RasConnectionHandle = HANDLE;
+
+// The remote access records are packed to four bytes on every Windows; the
+// text fields count UTF-16 units, their terminator included.
+#pragma pack(push, 4)
+
+/// RASCONNW as far as guidEntry. Newer releases append fields; the size that
+/// is declared in dwSize (RasConnectionSize) tells the system which fields to
+/// fill.
+struct RasConnection {
+    DWORD dwSize;
+    RasConnectionHandle hrasconn;
+    WCHAR szEntryName[257];
+    WCHAR szDeviceType[17];
+    WCHAR szDeviceName[129];
+    WCHAR szPhonebook[260];
+    DWORD dwSubEntry;
+    Guid guidEntry;
+};
+
+/// RASDEVINFOW.
+struct RasDeviceInfo {
+    DWORD dwSize;
+    WCHAR szDeviceType[17];
+    WCHAR szDeviceName[129];
+};
+
+/// RASENTRYW up to dwVpnStrategy: the size that every release since
+/// Windows 2000 accepts.
+struct RasEntry {
+    DWORD dwSize;
+    DWORD dwfOptions;
+    DWORD dwCountryID;
+    DWORD dwCountryCode;
+    WCHAR szAreaCode[11];
+    WCHAR szLocalPhoneNumber[129];
+    DWORD dwAlternateOffset;
+    DWORD ipaddr;
+    DWORD ipaddrDns;
+    DWORD ipaddrDnsAlt;
+    DWORD ipaddrWins;
+    DWORD ipaddrWinsAlt;
+    DWORD dwFrameSize;
+    DWORD dwfNetProtocols;
+    DWORD dwFramingProtocol;
+    WCHAR szScript[260];
+    WCHAR szAutodialDll[260];
+    WCHAR szAutodialFunc[260];
+    WCHAR szDeviceType[17];
+    WCHAR szDeviceName[129];
+    WCHAR szX25PadType[33];
+    WCHAR szX25Address[201];
+    WCHAR szX25Facilities[201];
+    WCHAR szX25UserData[201];
+    DWORD dwChannels;
+    DWORD dwReserved1;
+    DWORD dwReserved2;
+    DWORD dwSubEntries;
+    DWORD dwDialMode;
+    DWORD dwDialExtraPercent;
+    DWORD dwDialExtraSampleSeconds;
+    DWORD dwHangUpExtraPercent;
+    DWORD dwHangUpExtraSampleSeconds;
+    DWORD dwIdleDisconnectSeconds;
+    DWORD dwType;
+    DWORD dwEncryptionType;
+    DWORD dwCustomAuthKey;
+    Guid guidId;
+    WCHAR szCustomDialDll[260];
+    DWORD dwVpnStrategy;
+};
+
+/// RASDIALDLG.
+struct RasDialDialog {
+    DWORD dwSize;
+    HWND hwndOwner;
+    DWORD dwFlags;
+    LONG xDlg;
+    LONG yDlg;
+    DWORD dwSubEntry;
+    DWORD dwError;
+    ULONG_PTR reserved;
+    ULONG_PTR reserved2;
+};
+
+#pragma pack(pop)
+
+static_assert(sizeof(RasConnection) == 1360, "stride of the connection list");
+static_assert(offsetof(RasConnection, hrasconn) == 4, "RASCONNW.hrasconn");
+static_assert(offsetof(RasConnection, szEntryName) == 12, "RASCONNW.szEntryName");
+static_assert(offsetof(RasConnection, dwSubEntry) == 1340, "RASCONNW.dwSubEntry");
+static_assert(sizeof(RasDeviceInfo) == 296, "RASDEVINFOW");
+static_assert(offsetof(RasDeviceInfo, szDeviceName) == 38, "RASDEVINFOW.szDeviceName");
+static_assert(sizeof(RasEntry) == 4048, "RASENTRYW up to dwVpnStrategy");
+static_assert(offsetof(RasEntry, dwfOptions) == 4, "RASENTRYW.dwfOptions");
+static_assert(offsetof(RasEntry, szLocalPhoneNumber) == 38, "RASENTRYW.szLocalPhoneNumber");
+static_assert(offsetof(RasEntry, szDeviceType) == 1892, "RASENTRYW.szDeviceType");
+static_assert(offsetof(RasEntry, szDeviceName) == 1926, "RASENTRYW.szDeviceName");
+static_assert(sizeof(RasDialDialog) == 48, "RASDIALDLG on 64-bit Windows");
+
+/// dwSize of a RasConnection: the Windows 2000 record, without dwSubEntry.
+inline constexpr DWORD RasConnectionSize = 1340;
+inline constexpr DWORD RasDeviceInfoSize = 296; ///< dwSize of a RasDeviceInfo
+inline constexpr DWORD RasEntrySize = 4048;     ///< dwSize of a RasEntry
+inline constexpr DWORD RasDialDialogSize = 48;  ///< dwSize of a RasDialDialog
+
+inline constexpr DWORD EntryPreviewUserPassword = 0x01000000; ///< RASEO_PreviewUserPw
+inline constexpr DWORD EntryPreviewPhoneNumber = 0x00200000;  ///< RASEO_PreviewPhoneNumber
+
+inline constexpr DWORD RasErrorBufferTooSmall = 603;      ///< ERROR_BUFFER_TOO_SMALL
+inline constexpr DWORD RasErrorInvalidBuffer = 610;       ///< ERROR_BUFFER_INVALID
+inline constexpr DWORD RasErrorCannotOpenPhonebook = 621; ///< ERROR_CANNOT_OPEN_PHONEBOOK
+inline constexpr DWORD RasErrorEntryNotFound = 623;       ///< ERROR_CANNOT_FIND_PHONEBOOK_ENTRY
+inline constexpr DWORD RasErrorInvalidSize = 632;         ///< ERROR_INVALID_SIZE
+inline constexpr DWORD RasErrorPortNotAvailable = 633;    ///< ERROR_PORT_NOT_AVAILABLE
+inline constexpr DWORD RasErrorHardwareFailure = 692;     ///< ERROR_HARDWARE_FAILURE
+inline constexpr DWORD RasErrorNoAnswer = 678;            ///< ERROR_NO_ANSWER
+inline constexpr DWORD RasErrorInvalidHandle = 6; ///< ERROR_INVALID_HANDLE for a dead HRASCONN
+
+/// Remote Access Service (rasapi32, rasdlg). A null phone book is the user's
+/// default one. Results are error codes, 0 for success, not GetLastError.
+class Ras
+{
+public:
+    virtual ~Ras() = default;
+
+    /// The active connections. *lpcb holds the buffer's size in bytes and
+    /// receives the size needed; 603 when the buffer is too small, 632 for a
+    /// first record with an unknown dwSize.
+    virtual DWORD RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb,
+                                      DWORD *lpcConnections) = 0;
+
+    /// Ends a connection; may return before it is down. 6 for a handle that
+    /// is not (any longer) a connection.
+    virtual DWORD RasHangUpW(RasConnectionHandle hrasconn) = 0;
+
+    /// Shows the system's modal dial dialog: GUI thread only. lpszPhoneNumber
+    /// overrides the entry's number. Non-zero when a connection was made; the
+    /// record's dwError then or otherwise tells why not.
+    virtual BOOL RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
+                             RasDialDialog *lpInfo) = 0;
+
+    /// The RAS-capable devices; sizes as for the connections. Any thread.
+    virtual DWORD RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices) = 0;
+
+    /// An entry's properties; the empty name asks for the defaults of a new
+    /// entry. With no record it answers 603 and the size needed, which may
+    /// exceed RasEntrySize. Any thread.
+    virtual DWORD RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
+                                         RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
+                                         BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize) = 0;
+
+    /// Creates or changes an entry: 5 without the rights, 87 for incomplete
+    /// properties, 610 for a bad record, 621 for an unreadable phone book.
+    /// Any thread.
+    virtual DWORD RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
+                                         RasEntry *lpRasEntry, DWORD dwEntryInfoSize,
+                                         BYTE *lpbDeviceInfo, DWORD dwDeviceInfoSize) = 0;
+};
+
+} // namespace platform

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/types.h"
+
+#include <QString>
+
+#include <cstddef>
+
+// Text between QString and the platform's fixed UTF-16 buffers.
+namespace platform {
+
+/// The text up to its terminator.
+inline QString fromWide(const WCHAR *text)
+{
+    return QString::fromUtf16(reinterpret_cast<const char16_t *>(text));
+}
+
+/// The text of a record's fixed field: ends at the terminator or, where there
+/// is none, at the end of the field.
+template<std::size_t Size> QString fromField(const WCHAR (&field)[Size])
+{
+    std::size_t length = 0;
+    while (length < Size && field[length] != 0)
+        ++length;
+    return QString(reinterpret_cast<const QChar *>(field), static_cast<int>(length));
+}
+
+/// A QString's UTF-16 units, zero-terminated, valid while the string is
+/// neither changed nor destroyed.
+inline const WCHAR *wide(const QString &text)
+{
+    return reinterpret_cast<const WCHAR *>(text.utf16());
+}
+
+/// Copies text into a zero-filled buffer of size units; the zero fill
+/// terminates it. What does not fit in size - 1 units is cut off.
+inline void copyToBuffer(const QString &text, WCHAR *buffer, int size)
+{
+    for (int i = 0; i < text.size() && i < size - 1; ++i)
+        buffer[i] = static_cast<WCHAR>(text.at(i).unicode());
+}
+
+} // namespace platform
