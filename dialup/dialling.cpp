@@ -1,0 +1,29 @@
+#include "dialup/dialling.h"
+
+#include "platform/platform.h"
+#include "platform/text.h"
+#include "serial/apnconfiguration.h"
+
+using namespace platform;
+
+namespace {
+
+constexpr int EntryNameSize = 200; // UTF-16 units
+
+} // namespace
+
+bool setApnAndDial(QString entryName, int portNumber, QString apn)
+{
+    return configureModemApn(portNumber, apn) && dialConnection(entryName);
+}
+
+bool dialConnection(QString entryName)
+{
+    RasDialDialog dialog{};
+    dialog.dwSize = RasDialDialogSize;
+    WCHAR entry[EntryNameSize] = {};
+    copyToBuffer(entryName, entry, EntryNameSize);
+    // Overrides whatever number the entry holds.
+    WCHAR number[] = {'*', '9', '9', '#', 0};
+    return current().RasDialDlgW(nullptr, entry, number, &dialog) != 0;
+}

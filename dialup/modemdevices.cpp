@@ -1,0 +1,58 @@
+#include "dialup/modemdevices.h"
+
+#include "install/fatalerror.h"
+#include "platform/platform.h"
+#include "platform/text.h"
+
+using namespace platform;
+
+namespace {
+
+/// The low byte of every unit, with no code page in between: device names of
+/// the phone are plain ASCII.
+QByteArray narrowed(const QString &text)
+{
+    QByteArray bytes;
+    for (const QChar c : text)
+        bytes.append(static_cast<char>(c.unicode() & 0xFF));
+    // A unit whose low byte is 0 ends the narrow text.
+    return QByteArray(bytes.constData());
+}
+
+bool isGprsModem(const QByteArray &name)
+{
+    return name.contains("Tolvane GPRS Modem") || name.contains("MTK GPRS Modem");
+}
+
+} // namespace
+
+QStringList GetRasDevices()
+{
+    DWORD size = 0;
+    DWORD count = 0;
+    const DWORD query = current().RasEnumDevicesW(nullptr, &size, &count);
+    if (query == Success)
+        return {};
+    if (query != RasErrorBufferTooSmall)
+        ShowFatalError("GetRasDevices", "Small Buffer Small Error Not Found.");
+
+    const HANDLE heap = current().GetProcessHeap();
+    auto *devices = static_cast<RasDeviceInfo *>(current().HeapAlloc(heap, HeapZeroMemory, size));
+    if (!devices)
+        ShowFatalError("GetRasDevices", "HeapAlloc failed!");
+    devices[0].dwSize = RasDeviceInfoSize;
+    if (current().RasEnumDevicesW(devices, &size, &count) != Success)
+        ShowFatalError("GetRasDevices", "An Error Occured.");
+
+    QStringList names;
+    for (DWORD i = 0; i < count; ++i) {
+        if (fromField(devices[i].szDeviceType) != QLatin1String("modem"))
+            continue;
+        const QByteArray name = narrowed(fromField(devices[i].szDeviceName));
+        if (isGprsModem(name))
+            names.append(QString::fromLatin1(name));
+    }
+    current().HeapFree(heap, 0, devices);
+    names.sort();
+    return names;
+}

@@ -1,0 +1,58 @@
+#include "install/fatalerror.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QSemaphore>
+#include <QThread>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+void showBox(const char *function, const char *message)
+{
+    QMessageBox::warning(nullptr, QObject::tr("Error in Function %1").arg(QObject::tr(function)),
+                         QObject::tr(message), QMessageBox::Ok, QMessageBox::NoButton);
+}
+
+/// Lets the GUI thread show the box and waits until it is closed, or until
+/// there is no GUI thread any more that could show it.
+void showBoxOnGuiThread(const char *function, const char *message)
+{
+    const auto closed = std::make_shared<QSemaphore>();
+    QMetaObject::invokeMethod(
+        qApp,
+        [=] {
+            showBox(function, message);
+            closed->release();
+        },
+        Qt::QueuedConnection);
+    // The application object waits for the pool's threads when it is
+    // destroyed; it must not wait for one that waits for its box.
+    while (!closed->tryAcquire(1, 100)) {
+        if (QCoreApplication::closingDown())
+            return;
+    }
+}
+
+/// Ends the process as exit(0) does, but without running destructors: that of
+/// the global thread pool would wait for a step that may take minutes, or for
+/// the very thread that is ending the process.
+[[noreturn]] void endProcess()
+{
+    std::fflush(nullptr);
+    std::_Exit(EXIT_SUCCESS);
+}
+
+} // namespace
+
+void ShowFatalError(const char *function, const char *message)
+{
+    if (qApp && QThread::currentThread() == qApp->thread())
+        showBox(function, message);
+    else if (qApp && !QCoreApplication::closingDown())
+        showBoxOnGuiThread(function, message);
+    endProcess();
+}

@@ -1,0 +1,113 @@
+#include "install/portdiscovery.h"
+
+#include "app/diagnostics.h"
+#include "app/settings.h"
+#include "platform/platform.h"
+#include "platform/text.h"
+
+#include <QSettings>
+
+#include <optional>
+
+using namespace platform;
+
+namespace {
+
+/// A device's friendly name; "" when it cannot be read. The block has twice
+/// the size that was reported, because some releases report characters where
+/// they mean bytes.
+QString friendlyName(HDEVINFO set, DeviceInfoData *device)
+{
+    DWORD type = 0;
+    DWORD size = 0;
+    BYTE *buffer = nullptr;
+    bool read = false;
+    while (!(read = current().SetupDiGetDeviceRegistryPropertyW(set, device, PropertyFriendlyName,
+                                                                &type, buffer, size, &size))) {
+        if (current().GetLastError() != ErrorInsufficientBuffer)
+            break;
+        current().LocalFree(buffer);
+        buffer = static_cast<BYTE *>(current().LocalAlloc(LocalZeroInit, SIZE_T{size} * 2));
+        if (!buffer)
+            break;
+    }
+    const QString name =
+        read && buffer ? fromWide(reinterpret_cast<const WCHAR *>(buffer)) : QString();
+    current().LocalFree(buffer);
+    return name;
+}
+
+bool isModemPort(const QString &name)
+{
+    return name.contains("Tolvane Modem Driver") || name.contains("USB Modem Driver");
+}
+
+/// The first run of digits anywhere in the name: a digit ahead of "(COM5)" is
+/// taken for the port. Nothing when the name has no digit.
+std::optional<int> portNumber(const QString &name)
+{
+    const auto isDigit = [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); };
+    int i = 0;
+    while (i < name.size() && !isDigit(name.at(i)))
+        ++i;
+    if (i == name.size())
+        return std::nullopt;
+    unsigned number = 0;
+    for (; i < name.size() && isDigit(name.at(i)); ++i)
+        number = number * 10 + (name.at(i).unicode() - '0');
+    return static_cast<int>(number);
+}
+
+} // namespace
+
+QList<int> GetModemPorts()
+{
+    QList<int> ports;
+    const HDEVINFO set =
+        current().SetupDiGetClassDevsW(&PortsClassGuid, nullptr, nullptr, GetPresentDevices);
+    if (set == invalidHandle()) {
+        qDebug() << "Got Invalid Handle Value on SetupDiGetClassDevs";
+        return ports;
+    }
+
+    DeviceInfoData device{};
+    device.cbSize = sizeof device;
+    for (DWORD index = 0; current().SetupDiEnumDeviceInfo(set, index, &device); ++index) {
+        const QString name = friendlyName(set, &device);
+        qDebug() << "Got Device " << Quoted(name);
+        if (!isModemPort(name))
+            continue;
+        const std::optional<int> port = portNumber(name);
+        if (!port) {
+            qDebug() << "No port number in" << Quoted(name);
+            continue;
+        }
+        qDebug() << "Got Port " << *port;
+        ports.append(*port);
+    }
+    const DWORD error = current().GetLastError();
+    // The set is left open on this path.
+    if (error != Success && error != ErrorNoMoreItems) {
+        qDebug() << "Error occured after enumaration";
+        return {};
+    }
+    current().SetupDiDestroyDeviceInfoList(set);
+    return ports;
+}
+
+bool SetCurrentPortSettings()
+{
+    const QString function = "SetCurrentPortSettings";
+    const QList<int> ports = GetModemPorts();
+    int port = 0;
+    if (ports.isEmpty()) {
+        logError(function, "No ports available");
+    } else {
+        port = ports.first();
+        logMessage(function, QString("port %1 available").arg(port));
+    }
+    // A failed search overwrites the port that was known: readers take 0 as
+    // "no port".
+    QSettings().setValue(settingskeys::CurrentPort, port);
+    return !ports.isEmpty();
+}

@@ -1,0 +1,41 @@
+#include "tests/support/testsettings.h"
+
+#include "app/identity.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QSettings>
+
+namespace {
+
+QString fileIn(const QTemporaryDir &dir)
+{
+    return dir.filePath(QCoreApplication::organizationName() + '/' +
+                        QCoreApplication::applicationName() + ".ini");
+}
+
+} // namespace
+
+TestSettings::TestSettings()
+{
+    setApplicationIdentity();
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_user.path());
+    QSettings::setPath(QSettings::IniFormat, QSettings::SystemScope, m_system.path());
+}
+
+void TestSettings::clear()
+{
+    QSettings settings;
+    settings.clear();
+    settings.sync();
+}
+
+QString TestSettings::userFile() const
+{
+    return fileIn(m_user);
+}
+
+QString TestSettings::systemFile() const
+{
+    return fileIn(m_system);
+}
