@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 using namespace platform;
 
@@ -42,6 +43,14 @@ ScriptedMachine::ScriptedMachine()
     lineSettings.StopBits = 2;
     lineSettings.XonChar = 0x11;
     lastError = 0;
+}
+
+ScriptedMachine::~ScriptedMachine()
+{
+    for (void *block : std::as_const(m_blocks))
+        std::free(block);
+    ScriptedMachine *self = this;
+    boundMachine.compare_exchange_strong(self, nullptr);
 }
 
 void ScriptedMachine::clearLastErrorOfThread()

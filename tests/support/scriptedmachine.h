@@ -23,6 +23,7 @@ class ScriptedMachine : public platform::Platform
 {
 public:
     ScriptedMachine();
+    ~ScriptedMachine() override;
 
     /// What writing a debug line does to the last error on Windows.
     static void clearLastErrorOfThread();
