@@ -1,0 +1,61 @@
+# Shared by the scripts: locations, messages, packages. Sourced by bash.
+
+set -euo pipefail
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$top"
+
+say() { printf '==> %s\n' "$*"; }
+die() { printf '%s\n' "$*" >&2; exit 1; }
+
+# need_packages REASON PACKAGE...: installs what is missing of Debian's packages.
+need_packages() {
+    local reason=$1 missing=() package sudo=()
+    shift
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    command -v apt-get >/dev/null || die "Needed $reason, and not installed: ${missing[*]}"
+    say "Installing $reason: ${missing[*]}"
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null ||
+            die "Installing packages needs root. As root: apt-get install ${missing[*]}"
+        sudo=(sudo)
+    fi
+    local log
+    log=$(mktemp)
+    if ! { "${sudo[@]}" apt-get update -q &&
+        "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
+            apt-get install -q -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+        tail -n 20 "$log" >&2
+        die "The packages could not be installed; the whole log is $log"
+    fi
+    rm -f "$log"
+}
+
+need_build_packages() {
+    need_packages "the compiler and the build tools" g++ cmake ninja-build ccache
+    need_packages "the Qt 5 toolkit" qtbase5-dev
+}
+
+need_display_packages() {
+    need_packages "a virtual display, a window manager and what clicks and takes pictures" \
+        xvfb openbox xdotool x11-utils imagemagick
+    need_packages "a font with the width of the usual Windows fonts" fonts-liberation
+}
+
+# build PRESET [TARGET...]: configures when needed and builds.
+build() {
+    local preset=$1
+    shift
+    say "Building ($preset)"
+    if [ ! -f "build/$preset/build.ninja" ]; then
+        cmake --preset "$preset" >"$top/.configure-$preset.log" 2>&1 || {
+            tail -n 30 "$top/.configure-$preset.log" >&2
+            die "The $preset build could not be configured."
+        }
+        rm -f "$top/.configure-$preset.log"
+    fi
+    cmake --build "build/$preset" ${1:+--target "$@"}
+}
