@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Shared by the scripts: locations, messages, packages. Sourced by bash.
 
 set -euo pipefail
