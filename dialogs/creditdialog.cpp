@@ -1,0 +1,49 @@
+#include "dialogs/creditdialog.h"
+
+#include "ui_creditdialog.h"
+
+#include <QEvent>
+#include <QMessageBox>
+#include <QSettings>
+
+namespace {
+
+constexpr int ClicksToTheDevelopers = 10;
+
+} // namespace
+
+CreditDialog::CreditDialog(QWidget *parent)
+    : QDialog(parent), ui(std::make_unique<Ui::CreditDialog>())
+{
+    ui->setupUi(this);
+}
+
+CreditDialog::~CreditDialog() = default;
+
+void CreditDialog::changeEvent(QEvent *event)
+{
+    QDialog::changeEvent(event);
+    if (event->type() == QEvent::LanguageChange)
+        ui->retranslateUi(this);
+}
+
+// The form has no such button, on purpose: nobody is to erase the store from
+// here by accident. Support can still invoke the slot by name.
+void CreditDialog::on_pushButton_2_clicked()
+{
+    QSettings().clear();
+}
+
+void CreditDialog::on_pushButton_clicked()
+{
+    ++m_clicks;
+    if (m_clicks < ClicksToTheDevelopers)
+        return;
+    QMessageBox::information(this, "Developers",
+                             "The program is developed by\n"
+                             "1. Connectivity team (connection manager)\n"
+                             "2. Device team (driver packages)\n"
+                             "3. Interface team (windows and wizard)\n"
+                             "4. Quality team (tests)",
+                             QMessageBox::Ok, QMessageBox::NoButton);
+}

@@ -1,0 +1,279 @@
+#include "mainwindow/mainwindow.h"
+
+#include "app/diagnostics.h"
+#include "app/operators.h"
+#include "app/settings.h"
+#include "dialogs/aboutdialog.h"
+#include "dialogs/creditdialog.h"
+#include "dialup/connectionstatus.h"
+#include "dialup/dialling.h"
+#include "install/portdiscovery.h"
+#include "ui_mainwindow.h"
+#include "wizard/settingswizard.h"
+
+#include <QDebug>
+#include <QEvent>
+#include <QSettings>
+#include <QTimer>
+
+namespace {
+
+constexpr int ProgressInterval = 100; // milliseconds; the bar has 100 steps
+constexpr int StatusInterval = 10000; // milliseconds
+constexpr int PortInterval = 5000;    // milliseconds
+constexpr int CountdownSeconds = 10;
+
+enum Visibility { Hide, Show, Keep };
+
+template<typename Control> void apply(Visibility visibility, Control *control)
+{
+    if (visibility != Keep)
+        control->setVisible(visibility == Show);
+}
+
+QTimer *newTimer(QObject *parent, int interval)
+{
+    auto *timer = new QTimer(parent);
+    timer->setInterval(interval);
+    return timer;
+}
+
+/// The phone-book entry that belongs to a port; "" when there is none.
+QString entryName(int port)
+{
+    return QSettings().value(settingskeys::port(port)).toString();
+}
+
+int currentPort()
+{
+    return QSettings().value(settingskeys::CurrentPort).toInt();
+}
+
+} // namespace
+
+struct MainWindow::ViewStateRow {
+    bool fileMenuEnabled;
+    Visibility disconnectAction;
+    Visibility connectAction;
+    Visibility connectButton;
+    Visibility disconnectButton;
+    Visibility pleaseWaitButton;
+    Visibility autoConnectLabel;
+    Visibility portCheckButton;
+};
+
+const MainWindow::ViewStateRow &MainWindow::viewStateRow(ViewState state)
+{
+    // clang-format off
+    static const ViewStateRow rows[] = {
+        //                 File   Discon. Connect Connect Discon. Please  Auto    Port
+        //                 menu   action  action  button  button  Wait    label   check
+        /*WaitingForPort*/ {false, Hide,   Hide,   Hide,   Hide,   Show,   Hide,   Show},
+        /*Busy*/           {false, Hide,   Hide,   Hide,   Hide,   Show,   Hide,   Hide},
+        /*Connected*/      {true,  Show,   Hide,   Hide,   Show,   Hide,   Hide,   Hide},
+        /*Disconnected*/   {true,  Hide,   Show,   Show,   Hide,   Hide,   Keep,   Hide},
+    };
+    // clang-format on
+    return rows[static_cast<int>(state)];
+}
+
+MainWindow::MainWindow(QWidget *parent)
+    : QMainWindow(parent), ui(std::make_unique<Ui::MainWindow>())
+{
+    ui->setupUi(this);
+    // A disabled or hidden menu may take its actions' shortcuts along. Setting
+    // up anew must stay possible while the window waits for a port that never
+    // comes, so this shortcut belongs to the window as well.
+    addAction(ui->actionCreate_New_Connection);
+    const QSettings settings;
+
+    ui->pleaseWaitbutton->setVisible(false);
+    ui->disconnectButton->setVisible(false);
+    ui->portCheckButton->setVisible(false);
+
+    progressTimer = newTimer(this, ProgressInterval);
+    connect(progressTimer, &QTimer::timeout, this, &MainWindow::UpdateProgressBar);
+    statusTimer = newTimer(this, StatusInterval);
+    connect(statusTimer, &QTimer::timeout, this, &MainWindow::CheckDialupConnectionStatus);
+    portTimer = newTimer(this, PortInterval);
+    connect(portTimer, &QTimer::timeout, this, &MainWindow::CheckPortAvailability);
+
+    const QStringList operators = MobileOperatorNames();
+    ui->operatorComboBox->insertItems(ui->operatorComboBox->count(), operators);
+    const QString chosen = settings.value(settingskeys::CurrentMobileOperator, "").toString();
+    // An operator that is no longer in the table leaves nothing selected.
+    if (!chosen.isEmpty())
+        ui->operatorComboBox->setCurrentIndex(static_cast<int>(operators.indexOf(chosen)));
+
+    if (!hasDialupEntry()) {
+        ShowCreateNewConnectionWizard();
+        return;
+    }
+    if (SetCurrentPortSettings()) {
+        const QString name = entryName(currentPort());
+        qDebug() << "connection name in reg: " << Quoted(name);
+        if (name.isEmpty()) {
+            ShowCreateNewConnectionWizard();
+            return;
+        }
+        if (isDialupConnectionConnected(name)) {
+            showConnected();
+            connectionName = name;
+        } else {
+            progressTimer->start();
+        }
+        show();
+    } else if (settings.value(settingskeys::isINFSetupDone, false).toBool()) {
+        portTimer->start();
+        showWaitingForPort();
+        show();
+    } else {
+        ShowCreateNewConnectionWizard();
+    }
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::changeEvent(QEvent *event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::LanguageChange)
+        ui->retranslateUi(this);
+}
+
+// The status and port timers are left as they are, and so is the window: when
+// the wizard brings it back, it shows what it showed before.
+void MainWindow::ShowCreateNewConnectionWizard()
+{
+    progressTimer->stop();
+    auto *wizard = new SettingsWizard(this);
+    hide();
+    wizard->show();
+}
+
+void MainWindow::StartDialling()
+{
+    progressTimer->stop();
+    showBusy();
+    const QList<QVariant> parameters = CurrentConnectionParameters();
+    const QString entry = parameters.at(0).toString();
+    const QString mobileOperator = ui->operatorComboBox->currentText();
+    QSettings().setValue(settingskeys::CurrentMobileOperator, mobileOperator);
+
+    const QString apn = MobileOperatorApn(mobileOperator);
+    if (setApnAndDial(entry, parameters.at(1).toInt(), apn)) {
+        showConnected();
+        connectionName = entry;
+    } else {
+        showDisconnected();
+    }
+}
+
+void MainWindow::StopDialling()
+{
+    progressTimer->stop();
+    showBusy();
+    if (hangUpDialupConnection(connectionName))
+        showDisconnected();
+    else
+        showConnected();
+}
+
+// The bar starts at -1 and ignores values beyond 100. So the first tick shows
+// 10 seconds, the 101st dials, and as nothing sets the bar back, a later
+// countdown dials on its first tick.
+void MainWindow::UpdateProgressBar()
+{
+    QProgressBar *bar = ui->connectionProgressBar;
+    bar->setValue(bar->value() + 1);
+    ui->autoConnectLabel->setText(
+        QString("Auto connecting in <b>%1</b> seconds").arg(CountdownSeconds - bar->value() / 10));
+    if (bar->value() == bar->maximum()) {
+        progressTimer->stop();
+        StartDialling();
+    }
+}
+
+void MainWindow::CheckDialupConnectionStatus()
+{
+    if (!isDialupConnectionConnected(connectionName))
+        showDisconnected();
+}
+
+void MainWindow::CheckPortAvailability()
+{
+    qDebug() << "Checking port availability" << Qt::endl;
+    if (!SetCurrentPortSettings())
+        return;
+    portTimer->stop();
+    showDisconnected();
+    if (entryName(currentPort()).isEmpty()) {
+        ShowCreateNewConnectionWizard();
+        return;
+    }
+    progressTimer->start();
+    ui->autoConnectLabel->setVisible(true);
+}
+
+void MainWindow::ShowCreditDialog()
+{
+    (new CreditDialog(this))->show();
+}
+
+void MainWindow::ShowAboutDialog()
+{
+    (new AboutDialog(this))->show();
+}
+
+void MainWindow::showWaitingForPort()
+{
+    applyViewState(ViewState::WaitingForPort);
+}
+
+void MainWindow::showBusy()
+{
+    applyViewState(ViewState::Busy);
+    // The caller is about to block the event loop: what the user is to see
+    // meanwhile must be on the screen before.
+    repaint();
+}
+
+void MainWindow::showConnected()
+{
+    applyViewState(ViewState::Connected);
+    progressTimer->stop();
+    if (!statusTimer->isActive())
+        statusTimer->start();
+}
+
+void MainWindow::showDisconnected()
+{
+    applyViewState(ViewState::Disconnected);
+    statusTimer->stop();
+    connectionName = "";
+}
+
+void MainWindow::applyViewState(ViewState state)
+{
+    const ViewStateRow &row = viewStateRow(state);
+    // A button that goes hands the focus to the operator list, never to the
+    // one that appears in its place: a key pressed twice would undo itself.
+    if (qobject_cast<QPushButton *>(focusWidget()))
+        ui->operatorComboBox->setFocus(Qt::OtherFocusReason);
+
+    ui->menu_File->setEnabled(row.fileMenuEnabled);
+    apply(row.disconnectAction, ui->action_Disconnect);
+    apply(row.connectAction, ui->action_Connect);
+    apply(row.connectButton, ui->connectButton);
+    apply(row.disconnectButton, ui->disconnectButton);
+    apply(row.pleaseWaitButton, ui->pleaseWaitbutton);
+    apply(row.autoConnectLabel, ui->autoConnectLabel);
+    apply(row.portCheckButton, ui->portCheckButton);
+}
+
+QList<QVariant> MainWindow::CurrentConnectionParameters()
+{
+    SetCurrentPortSettings();
+    const int port = currentPort();
+    return {entryName(port), port};
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QList>
+#include <QMainWindow>
+#include <QString>
+#include <QVariant>
+
+#include <memory>
+
+class QTimer;
+
+namespace Ui {
+class MainWindow;
+}
+
+/// The product's window: lets the user choose an operator, connects and
+/// disconnects, counts down to connecting by itself, and watches the
+/// connection and the modem's port. GUI thread; connecting and disconnecting
+/// block it until the modem and the system have answered.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    /// Decides from the settings, the port and the active connections what is
+    /// shown: this window, or the settings wizard while this one stays hidden.
+    explicit MainWindow(QWidget *parent = nullptr);
+    ~MainWindow() override;
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private slots:
+    /// Hides this window and opens a new settings wizard.
+    void ShowCreateNewConnectionWizard();
+    /// Writes the chosen operator's APN into the modem and dials.
+    void StartDialling();
+    /// Hangs up the connection that this window considers up.
+    void StopDialling();
+    /// One tick of the countdown.
+    void UpdateProgressBar();
+    /// Notices that the connection is gone.
+    void CheckDialupConnectionStatus();
+    /// Looks for the modem's port; found, it starts the countdown or opens the
+    /// wizard.
+    void CheckPortAvailability();
+    void ShowCreditDialog();
+    void ShowAboutDialog();
+
+private:
+    enum class ViewState { WaitingForPort, Busy, Connected, Disconnected };
+    struct ViewStateRow;
+
+    static const ViewStateRow &viewStateRow(ViewState state);
+    void applyViewState(ViewState state);
+    void showWaitingForPort();
+    void showBusy();
+    void showConnected();
+    void showDisconnected();
+
+    /// Looks for the port anew; entry name (string) and port number (int).
+    QList<QVariant> CurrentConnectionParameters();
+
+    std::unique_ptr<Ui::MainWindow> ui;
+    QTimer *progressTimer;
+    QTimer *statusTimer;
+    QTimer *portTimer;
+    QString connectionName; ///< entry of the connection considered up, or ""
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QWizard>
+
+class MainWindow;
+
+/// The two-page wizard that sets the modem up. Shown modelessly by the main
+/// window, which hides meanwhile; closing does not delete it.
+class SettingsWizard : public QWizard
+{
+    Q_OBJECT
+
+public:
+    /// The parent owns the wizard and must not be null: it is the window that
+    /// comes back when the wizard closes.
+    explicit SettingsWizard(MainWindow *parent);
+
+private slots:
+    /// Brings the main window back when there is a phone-book entry to work
+    /// with; otherwise no window is left and the program ends.
+    void Closing();
+};

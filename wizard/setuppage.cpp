@@ -1,0 +1,77 @@
+#include "wizard/setuppage.h"
+
+#include "app/settings.h"
+#include "wizard/setupsteps.h"
+
+#include <QLabel>
+#include <QPushButton>
+#include <QSettings>
+#include <QtConcurrentRun>
+#include <QVBoxLayout>
+
+SetupPage::SetupPage(QWidget *parent) : QWizardPage(parent), currentStep(0), setupComplete(false)
+{
+    setTitle(tr("Installing Drivers & Others"));
+    // Not the first step's text: this one stands until the page is entered.
+    statusLabel = new QLabel("<html>Installing the drivers. It may take several minutes. Please "
+                             "wait till finish.</html>");
+    statusLabel->setWordWrap(true);
+    retryButton = new QPushButton("Retry");
+    auto *layout = new QVBoxLayout;
+    layout->addWidget(statusLabel);
+    layout->addWidget(retryButton);
+    setLayout(layout);
+    retryButton->setVisible(false);
+    connect(retryButton, &QPushButton::clicked, this, &SetupPage::StartSetup);
+    connect(&setupWatcher, &QFutureWatcher<bool>::finished, this,
+            &SetupPage::OnDriverSetupComplete);
+
+    if (QSettings().value(settingskeys::isINFSetupDone, false).toBool())
+        currentStep = PortCheckStep;
+}
+
+void SetupPage::initializePage()
+{
+    StartSetup();
+}
+
+bool SetupPage::isComplete() const
+{
+    return setupComplete;
+}
+
+void SetupPage::StartSetup()
+{
+    if (currentStep >= 0 && currentStep < SetupStepCount) {
+        const SetupStep &step = setupSteps[currentStep];
+        statusLabel->setText(step.statusText);
+        // A step that still runs goes on to its end; from here on nobody
+        // listens to it.
+        setupWatcher.setFuture(QtConcurrent::run(step.function));
+    } else if (currentStep == SetupStepCount) {
+        statusLabel->setText(setupSteps[currentStep].statusText);
+        setupComplete = true;
+        emit completeChanged();
+    }
+    statusLabel->setStyleSheet("");
+    retryButton->setVisible(false);
+}
+
+void SetupPage::OnDriverSetupComplete()
+{
+    if (setupWatcher.result()) {
+        ++currentStep;
+        StartSetup();
+        return;
+    }
+    if (currentStep >= 0 && currentStep <= SetupStepCount)
+        statusLabel->setText(setupSteps[currentStep].errorText);
+    if (currentStep == RescanStep) {
+        ++currentStep;
+        StartSetup();
+    }
+    // Behind a failed rescan too: the port check then runs under a red label
+    // with Retry at hand, the only hint that something went wrong.
+    statusLabel->setStyleSheet("color: red");
+    retryButton->setVisible(true);
+}
