@@ -1,0 +1,37 @@
+// Double of rasdlg.dll: the dial dialog, answered by the machine file:
+//   dial connect     the person connects; the connection is then active
+//   dial cancel      the person cancels
+
+#include "tests/windows/doubles/recorder.h"
+
+#include "platform/ras.h"
+
+#include <algorithm>
+
+using namespace doubles;
+
+extern "C" __declspec(dllexport) BOOL WINAPI
+    RasDialDlgW(LPWSTR phonebook, LPWSTR entry, LPWSTR number, platform::RasDialDialog *info)
+{
+    // The entry's name comes in a buffer of 200 units that is zero behind it.
+    constexpr size_t entryUnits = 200;
+    const size_t length = static_cast<size_t>(lstrlenW(entry));
+    Line line("RasDialDlgW");
+    line.text("phonebook", phonebook)
+        .text("entry", entry)
+        .zero("behind", entry + length, (entryUnits - std::min(length, entryUnits)) * 2)
+        .text("number", number)
+        .number("dwSize", info->dwSize)
+        .zero("rest", reinterpret_cast<const BYTE *>(info) + 4, sizeof *info - 4);
+
+    const auto failure = scriptedFailure("RasDialDlgW");
+    const bool connected = !failure && machineText("dial", L"cancel") == L"connect";
+    if (connected) {
+        auto names = activeConnections();
+        names.push_back(entry);
+        setActiveConnections(names);
+    }
+    info->dwError = failure.value_or(0);
+    line.arrow().item(connected ? "1" : "0").write();
+    return connected;
+}
