@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QByteArray>
+
+inline constexpr int MaximumLineLength = 256; ///< bytes, without the line's end
+
+/// Cuts what the PC sends in command state into command lines. A line ends
+/// with a carriage return; line feeds and other control characters do not
+/// belong to it; a backspace takes the last character back. What stands before
+/// the first "AT" of a line is skipped, as a modem does that waits for it.
+class CommandLineReader
+{
+public:
+    /// What take() found.
+    struct Taken {
+        QByteArray bytes;       ///< cut off the input, to be echoed as they are
+        bool isComplete = false; ///< a line ended
+        bool isTooLong = false; ///< it was longer than MaximumLineLength
+        QByteArray line;        ///< from its "AT" on; empty when there is none
+    };
+
+    /// Takes from the front of *input up to and including the first end of a
+    /// line; all of it when there is none. Input must not be empty.
+    Taken take(QByteArray *input);
+
+    /// The line so far, from its "AT" on; empty when there is none yet.
+    QByteArray partialLine() const;
+
+    /// Forgets the line begun.
+    void reset();
+
+private:
+    QByteArray m_line;
+    bool m_isTooLong = false;
+};
+
+/// Finds the escape sequence in data: three plus signs with nothing sent for
+/// the guard time before and after them. Times are in milliseconds from any
+/// steady clock.
+class EscapeDetector
+{
+public:
+    explicit EscapeDetector(int guardTimeMs);
+
+    /// Data state begins.
+    void start(qint64 nowMs);
+
+    /// Data arrived.
+    void feed(const QByteArray &bytes, qint64 nowMs);
+
+    /// Three plus signs came after a pause; the second pause is awaited.
+    bool isArmed() const { return m_plusSigns == 3; }
+
+    /// How long from now until the second pause is over; only when armed.
+    int remainingMs(qint64 nowMs) const;
+
+private:
+    const int m_guardTimeMs;
+    qint64 m_lastByteMs = 0;
+    int m_plusSigns = 0; // of an escape sequence begun
+};

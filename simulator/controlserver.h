@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QByteArray>
+#include <QLockFile>
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+class QSocketNotifier;
+
+/// A unix-domain socket on which any number of clients send command lines and
+/// get one answer line for each.
+class ControlServer : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Turns a command into its answer, both without a line's end.
+    using Handler = std::function<QString(const QString &command)>;
+
+    explicit ControlServer(Handler handler, QObject *parent = nullptr);
+    ~ControlServer() override;
+
+    /// Listens. What a killed process left at that path is replaced. False
+    /// with a message when another one listens there or the path is no good.
+    bool listen(const QString &path, QString *error);
+
+private:
+    struct Client;
+    void accept();
+    void serve(Client *client);
+
+    Handler m_handler;
+    std::unique_ptr<QLockFile> m_lock;
+    QString m_path;
+    int m_socket = -1;
+};
+
+/// Sends one command to the socket and returns the answer; an answer that
+/// begins with "error:" when nobody answers within five seconds.
+QString sendControlCommand(const QString &path, const QString &command);

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+enum class EchoMode {
+    Off,
+    On,    ///< a chunk of its own
+    Glued, ///< in front of the answer, in the same chunk
+};
+
+/// How the phone departs from the orderly exchange in which every echo, text
+/// and answer is a chunk of its own.
+struct Misbehaviour {
+    EchoMode echo = EchoMode::On; ///< until ATE says otherwise
+    int delayMs = 5;              ///< from the end of a command line to its answer
+    int splitAfter = 0;           ///< bytes of an answer's first chunk; 0: not split
+    bool join = false;            ///< texts and answers that are there together: one chunk
+    bool silent = false;          ///< commands are left unanswered until it is over
+    QByteArray errorPrefix;       ///< upper case; ERROR to these commands; "*": to all
+    QByteArray unplugPrefix;      ///< upper case; unplugged once such a command arrives
+    QByteArray noise;             ///< sent before each answer as a chunk of its own
+    QByteArray glue;              ///< put in front of each answer, in the same chunk
+
+    /// Sets one by its name in misbehaviourHelp(). False with a message when
+    /// the name or the value is none; nothing is changed then.
+    bool set(const QString &name, const QString &value, QString *error);
+};
+
+/// Name, value and meaning of each, for the command line and the messages.
+struct MisbehaviourHelp {
+    const char *name;
+    const char *value;
+    const char *meaning;
+};
+QList<MisbehaviourHelp> misbehaviourHelp();
+
+/// Whether a command line begins with an upper-case prefix, in whatever case
+/// the line is written; never for an empty prefix.
+bool hasCommandPrefix(const QByteArray &line, const QByteArray &prefix);

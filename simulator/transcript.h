@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+#include <QFile>
+
+/// Writes every byte on the line, and what happens to the phone, into a file,
+/// one event a line, each written out at once:
+///
+///     2026-01-31T12:00:00.123456Z 5023.123456 pc->phone 3 "AT\r"
+///     2026-01-31T12:00:00.128660Z 5023.128660 phone->pc 6 "\r\nOK\r\n"
+///     2026-01-31T12:00:09.000000Z 5032.000000 phone unplugged
+///
+/// The fields are the wall clock in UTC, the machine's monotonic clock in
+/// seconds, the direction with the number of bytes and the bytes of one read
+/// or write (see escapeBytes); or "phone" and a remark.
+class Transcript
+{
+public:
+    /// Opens the file for appending, "-" for standard output. False with a
+    /// message when that fails. Before it, nothing is kept.
+    bool open(const QString &fileName, QString *error);
+
+    void fromPc(const QByteArray &bytes);
+    void toPc(const QByteArray &bytes);
+    void remark(const QString &text);
+
+private:
+    void write(const QByteArray &entry);
+
+    QFile m_file;
+};

@@ -1,0 +1,101 @@
+#include "simulator/usbsocket.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+UsbSocket::UsbSocket(const QString &busDirectory, int number)
+    : m_directory(busDirectory),
+      m_fileName(QString("%1/socket%2.json").arg(busDirectory).arg(number))
+{
+}
+
+UsbSocket::~UsbSocket()
+{
+    release();
+}
+
+bool UsbSocket::claim(QString *error)
+{
+    if (!QDir().mkpath(m_directory)) {
+        *error = QString("cannot make the bus directory %1").arg(m_directory);
+        return false;
+    }
+    const QFileInfo file(m_fileName);
+    qint64 holder = 0;
+    m_lock = takeLock(QString("%1/.%2.lock").arg(m_directory, file.completeBaseName()), &holder);
+    if (m_lock)
+        return true;
+    if (holder == 0)
+        *error = QString("cannot write into the bus directory %1").arg(m_directory);
+    else
+        *error = QString("another phone (process %1) is plugged into %2 of %3")
+                     .arg(holder)
+                     .arg(file.completeBaseName().insert(6, ' '), m_directory);
+    return false;
+}
+
+bool UsbSocket::publish(const PluggedPhone &phone, QString *error)
+{
+    const QJsonObject record{{"product", phone.product},
+                             {"tty", phone.tty},
+                             {"pid", QCoreApplication::applicationPid()},
+                             {"plugId", phone.plugId},
+                             {"carrier", phone.carrier}};
+    // Not named *.json: who lists the sockets must not find it.
+    QFile temporary(m_fileName + ".new");
+    const QByteArray text = QJsonDocument(record).toJson();
+    if (!temporary.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        temporary.write(text) != text.size() || !temporary.flush()) {
+        *error = QString("cannot write %1: %2").arg(temporary.fileName(), temporary.errorString());
+        return false;
+    }
+    temporary.close();
+    // QFile does not rename onto an existing file.
+    if (std::rename(QFile::encodeName(temporary.fileName()).constData(),
+                    QFile::encodeName(m_fileName).constData()) != 0) {
+        *error = QString("cannot replace %1: %2")
+                     .arg(m_fileName, QString::fromLocal8Bit(strerror(errno)));
+        return false;
+    }
+    return true;
+}
+
+void UsbSocket::release()
+{
+    if (!m_lock)
+        return;
+    QFile::remove(m_fileName);
+    m_lock.reset();
+}
+
+QString defaultBusDirectory()
+{
+    const QString pc = qEnvironmentVariable("SIMULATED_PC");
+    if (!pc.isEmpty())
+        return pc + "/usb";
+    QString state = qEnvironmentVariable("XDG_STATE_HOME");
+    if (state.isEmpty())
+        state = QDir::homePath() + "/.local/state";
+    return state + "/tolvane-simulated-pc/usb";
+}
+
+std::unique_ptr<QLockFile> takeLock(const QString &fileName, qint64 *holder)
+{
+    auto lock = std::make_unique<QLockFile>(fileName);
+    // However old it is: a phone may stay plugged in for days.
+    lock->setStaleLockTime(0);
+    *holder = 0;
+    if (lock->tryLock(0))
+        return lock;
+    QString host;
+    QString application;
+    lock->getLockInfo(holder, &host, &application);
+    return nullptr;
+}
