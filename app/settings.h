@@ -31,5 +31,6 @@ bool hasDialupEntry();
 /// Keeps a copy of a settings file that cannot be read whole, because the next
 /// write would drop the unreadable lines. The copy lies beside the file, named
 /// like it with ".damaged" and a number; a warning on the debug stream says
-/// so. Does nothing for a sound or missing file.
+/// so. Does nothing for a sound or missing file, nor when the same content was
+/// kept before.
 void preserveDamagedSettings();

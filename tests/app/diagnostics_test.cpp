@@ -1,0 +1,112 @@
+#include "app/diagnostics.h"
+#include "tests/support/logcatcher.h"
+#include "tests/support/stdoutcapture.h"
+
+#include <QTest>
+
+#include <array>
+#include <cstdio>
+#include <unistd.h>
+
+class DiagnosticsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void messageLines();
+    void errorLines();
+    void quotedTextIsNotEscaped_data();
+    void quotedTextIsNotEscaped();
+    void quotedLeavesTheStreamAsItWas();
+    void diagnosticIsFormatted();
+    void diagnosticDoesNotStayInTheBuffer();
+};
+
+void DiagnosticsTest::messageLines()
+{
+    const LogCatcher log;
+    logMessage("bare", "text");
+    logMessage("bare", QString("value"));
+    logMessage(QString("name()"), "text");
+    logMessage(QString("name()"), QString("value"));
+    QCOMPARE(log.lines(), QStringList({"Msg from  bare  -  text \n", "Msg from  bare  -  \"value\" \n",
+                                       "Msg from  \"name()\"  -  text \n",
+                                       "Msg from  \"name()\"  -  \"value\" \n"}));
+}
+
+void DiagnosticsTest::errorLines()
+{
+    const LogCatcher log;
+    logError("bare", "text");
+    logError("bare", QString("C:\\a \"b\" "));
+    logError(QString("name"), "text\n");
+    logError(QString(), "");
+    QCOMPARE(log.lines(),
+             QStringList({"ERROR  bare  -  text \n", "ERROR  bare  -  \"C:\\a \"b\" \" \n",
+                          "ERROR  \"name\"  -  text\n \n", "ERROR  \"\"  -   \n"}));
+}
+
+void DiagnosticsTest::quotedTextIsNotEscaped_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("plain") << "TolvaneModem 1";
+    QTest::newRow("empty") << "";
+    QTest::newRow("path") << "\\\\.\\COM12";
+    QTest::newRow("quotes") << "a \"b\" c";
+    QTest::newRow("beyond ASCII") << QString::fromUtf8("\u00e4 \u0995 \U0001F4F1");
+    QTest::newRow("lone surrogate") << QString(QChar(0xD83D));
+    QTest::newRow("control characters") << "a\nb\tc\r";
+    QTest::newRow("place marker") << "%1 %s";
+}
+
+void DiagnosticsTest::quotedTextIsNotEscaped()
+{
+    QFETCH(const QString, text);
+    const LogCatcher log;
+    qDebug() << Quoted(text);
+    qDebug() << "name:" << Quoted(text) << 7;
+    QCOMPARE(log.lines(), QStringList({'"' + text + '"', "name: \"" + text + "\" 7"}));
+}
+
+void DiagnosticsTest::quotedLeavesTheStreamAsItWas()
+{
+    const LogCatcher log;
+    qDebug() << Quoted("a\\b") << QString("a\\b");
+    QCOMPARE(log.lines(), QStringList({"\"a\\b\" \"a\\\\b\""}));
+}
+
+void DiagnosticsTest::diagnosticIsFormatted()
+{
+    QByteArray text;
+    {
+        const StdoutCapture capture;
+        printDiagnostic("\nWriteFile failed with error %d.\n", 5);
+        printDiagnostic("%.*s\n", 3, "abcdef");
+        printDiagnostic("plain\n");
+        text = capture.text();
+    }
+    QCOMPARE(text, QByteArray("\nWriteFile failed with error 5.\nabc\nplain\n"));
+}
+
+// Whoever reads a pipe sees the line while the modem is still waited for.
+void DiagnosticsTest::diagnosticDoesNotStayInTheBuffer()
+{
+    std::fflush(stdout);
+    const int saved = dup(fileno(stdout));
+    std::array<int, 2> ends{};
+    QCOMPARE(pipe(ends.data()), 0);
+    dup2(ends[1], fileno(stdout));
+    printDiagnostic("waiting\n");
+    std::array<char, 32> read{};
+    // Nothing else writes into the pipe: with its last writer closed, the read
+    // cannot block.
+    dup2(saved, fileno(stdout));
+    ::close(ends[1]);
+    const auto count = ::read(ends[0], read.data(), read.size());
+    ::close(ends[0]);
+    ::close(saved);
+    QCOMPARE(QByteArray(read.data(), static_cast<int>(count)), QByteArray("waiting\n"));
+}
+
+QTEST_GUILESS_MAIN(DiagnosticsTest)
+#include "diagnostics_test.moc"

@@ -1,0 +1,94 @@
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMap>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+// The file below either scope's folder.
+static const char settingsFile[] = "Brantiq Developer Network/Tolvane Modem Connector.ini";
+
+class IdentityTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_dir.reset(new QTemporaryDir);
+        QVERIFY(QDir(m_dir->path()).mkpath("home"));
+        QVERIFY(QDir(m_dir->path()).mkpath("Program Files/App"));
+        m_program = m_dir->filePath("Program Files/App/identity_probe");
+        QVERIFY(QFile::copy(QCoreApplication::applicationDirPath() + "/identity_probe", m_program));
+    }
+
+    void namesAndPlaces();
+    void missingSettingsFolderIsNotMade();
+    void presetIsAFallBackThatIsNeverWritten();
+
+private:
+    QMap<QString, QString> probe(const QStringList &arguments = {})
+    {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("HOME", m_dir->filePath("home"));
+        environment.insert("XDG_CONFIG_HOME", m_dir->filePath("home/config"));
+        process.setProcessEnvironment(environment);
+        process.start(m_program, arguments);
+        QMap<QString, QString> values;
+        if (!process.waitForFinished() || process.exitCode() != 0) {
+            qWarning("%s", process.readAllStandardError().constData());
+            return values;
+        }
+        m_errors = process.readAllStandardError();
+        const QStringList lines = QString::fromUtf8(process.readAllStandardOutput()).split('\n');
+        for (const QString &line : lines)
+            values.insert(line.section('=', 0, 0), line.section('=', 1));
+        return values;
+    }
+
+    QScopedPointer<QTemporaryDir> m_dir;
+    QString m_program;
+    QByteArray m_errors;
+};
+
+void IdentityTest::namesAndPlaces()
+{
+    const auto values = probe();
+    QCOMPARE(values["organisation"], QString("Brantiq Developer Network"));
+    QCOMPARE(values["application"], QString("Tolvane Modem Connector"));
+    QVERIFY(values["domain"].contains('.'));
+    QCOMPARE(values["ini"], QString("yes"));
+    QCOMPARE(values["user"], m_dir->filePath("home/config/") + settingsFile);
+    QCOMPARE(QDir::cleanPath(values["system"]),
+             m_dir->filePath("Program Files/App/settings/") + settingsFile);
+}
+
+void IdentityTest::missingSettingsFolderIsNotMade()
+{
+    const auto values = probe();
+    QCOMPARE(values["preset"], QString("none"));
+    QCOMPARE(m_errors, QByteArray());
+    QVERIFY(!QFileInfo::exists(m_dir->filePath("Program Files/App/settings")));
+}
+
+void IdentityTest::presetIsAFallBackThatIsNeverWritten()
+{
+    const QString fileName = m_dir->filePath("Program Files/App/settings/") + settingsFile;
+    QVERIFY(QDir().mkpath(QFileInfo(fileName).path()));
+    QFile file(fileName);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    file.write("[General]\nPreset=delivered\n");
+    file.flush();
+
+    QCOMPARE(probe({"own"})["preset"], QString("delivered"));
+    QCOMPARE(probe()["preset"], QString("own"));
+    file.seek(0);
+    QCOMPARE(file.readAll(), QByteArray("[General]\nPreset=delivered\n"));
+    QVERIFY(QFileInfo::exists(m_dir->filePath("home/config/") + settingsFile));
+}
+
+QTEST_GUILESS_MAIN(IdentityTest)
+#include "identity_test.moc"

@@ -1,0 +1,383 @@
+#include "app/operators.h"
+#include "app/settings.h"
+#include "dialup/phonebookentry.h"
+#include "install/driverpackages.h"
+#include "install/modeminstallation.h"
+#include "install/portdiscovery.h"
+#include "tests/support/bench.h"
+#include "tests/support/testsettings.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+class SettingsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // A store of its own for each case: files that a case leaves behind, and
+    // what the process remembers of them, are out of the next one's way.
+    void init() { m_store = std::make_unique<TestSettings>(); }
+
+    void keys();
+    void portGroupInTheFile();
+    void writtenValueIsVisibleAtOnce();
+    void hasDialupEntryFor_data();
+    void hasDialupEntryFor();
+    void presetIsReadAndUserWins();
+    void writesGoToTheUsersFileOnly();
+
+    void valueOfAnotherType_data();
+    void valueOfAnotherType();
+    void damagedFileReadsAsFarAsItGoes_data();
+    void damagedFileReadsAsFarAsItGoes();
+    void folderThatCannotBeWritten_data();
+    void folderThatCannotBeWritten();
+    void readOnlyFileLosesNothing();
+
+    void damagedFileIsKeptOnce();
+    void secondDamageGetsTheNextNumber();
+    void soundFileIsNotCopied_data();
+    void soundFileIsNotCopied();
+    void missingFileIsNotCopied();
+    void damagedPresetIsNotTakenForTheUsersFile();
+    void copyThatCannotBeMadeIsReported();
+    void valuesBesideTheDamageSurviveTheNextWrite();
+
+private:
+    static void write(const QString &fileName, const QByteArray &bytes)
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(fileName).path()));
+        QFile file(fileName);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(bytes), qint64(bytes.size()));
+    }
+
+    static QByteArray read(const QString &fileName)
+    {
+        QFile file(fileName);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+    }
+
+    /// What a later start of the program finds: the file is parsed again.
+    static void touch(const QString &fileName)
+    {
+        QFile file(fileName);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        const QDateTime later = QFileInfo(fileName).lastModified().addSecs(5);
+        QVERIFY(file.setFileTime(later, QFileDevice::FileModificationTime));
+    }
+
+    QStringList copies() const
+    {
+        const QFileInfo file(m_store->userFile());
+        return file.dir().entryList({file.fileName() + ".damaged*"}, QDir::Files, QDir::Name);
+    }
+
+    std::unique_ptr<TestSettings> m_store;
+};
+
+static const QByteArray garbage = "[General]\nNoOfDialups=2\n\x01\xff what is this\nCurrentPort=7\n";
+
+void SettingsTest::keys()
+{
+    QCOMPARE(settingskeys::NoOfDialups, "NoOfDialups");
+    QCOMPARE(settingskeys::isINFSetupDone, "isINFSetupDone");
+    QCOMPARE(settingskeys::CurrentPort, "CurrentPort");
+    QCOMPARE(settingskeys::CurrentMobileOperator, "CurrentMobileOperator");
+    QCOMPARE(settingskeys::MobileOperators, "MobileOperators");
+    QCOMPARE(settingskeys::port(7), QString("ports/7"));
+    QCOMPARE(settingskeys::port(0), QString("ports/0"));
+    QCOMPARE(settingskeys::port(256), QString("ports/256"));
+    QCOMPARE(settingskeys::port(-1), QString("ports/-1"));
+}
+
+void SettingsTest::portGroupInTheFile()
+{
+    QSettings().setValue(settingskeys::port(7), "TolvaneModem 1");
+    QSettings().setValue(settingskeys::CurrentPort, 7);
+    QCOMPARE(read(m_store->userFile()),
+             QByteArray("[General]\nCurrentPort=7\n\n[ports]\n7=TolvaneModem 1\n"));
+    QCOMPARE(QSettings().value(settingskeys::port(0)).toString(), QString(""));
+}
+
+void SettingsTest::writtenValueIsVisibleAtOnce()
+{
+    const QSettings reader;
+    QCOMPARE(reader.value(settingskeys::CurrentPort).toInt(), 0);
+    QSettings writer;
+    writer.setValue(settingskeys::CurrentPort, 9);
+    QCOMPARE(reader.value(settingskeys::CurrentPort).toInt(), 9);
+}
+
+void SettingsTest::hasDialupEntryFor_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<bool>("expected");
+    QTest::newRow("absent") << QByteArray() << false;
+    QTest::newRow("0") << QByteArray("NoOfDialups=0") << false;
+    QTest::newRow("1") << QByteArray("NoOfDialups=1") << true;
+    QTest::newRow("quoted 0") << QByteArray("NoOfDialups=\"0\"") << false;
+    QTest::newRow("text") << QByteArray("NoOfDialups=many") << true;
+    QTest::newRow("empty") << QByteArray("NoOfDialups=") << true;
+    QTest::newRow("list") << QByteArray("NoOfDialups=0, 0") << true;
+    QTest::newRow("nothing") << QByteArray("NoOfDialups=@Invalid()") << true;
+    QTest::newRow("binary") << QByteArray("NoOfDialups=@ByteArray(\\x1\\x2)") << true;
+    QTest::newRow("damaged") << QByteArray("NoOfDialups=@Variant(\\0\\0)") << true;
+}
+
+void SettingsTest::hasDialupEntryFor()
+{
+    QFETCH(const QByteArray, line);
+    QFETCH(const bool, expected);
+    write(m_store->userFile(), "[General]\n" + line + "\n");
+    QCOMPARE(hasDialupEntry(), expected);
+    // The same before the value was ever on disk.
+    if (line == "NoOfDialups=0" || line == "NoOfDialups=1") {
+        QSettings().setValue(settingskeys::NoOfDialups, line.endsWith('1') ? 1 : 0);
+        QCOMPARE(hasDialupEntry(), expected);
+    }
+}
+
+void SettingsTest::presetIsReadAndUserWins()
+{
+    write(m_store->systemFile(), "[General]\nNoOfDialups=3\nCurrentPort=4\n[ports]\n4=preset\n");
+    QVERIFY(hasDialupEntry());
+    QCOMPARE(QSettings().value(settingskeys::port(4)).toString(), QString("preset"));
+    QSettings().setValue(settingskeys::NoOfDialups, 0);
+    QVERIFY(!hasDialupEntry());
+    QCOMPARE(QSettings().value(settingskeys::CurrentPort).toInt(), 4);
+}
+
+void SettingsTest::writesGoToTheUsersFileOnly()
+{
+    const QByteArray preset = "[General]\nCurrentPort=4\n";
+    write(m_store->systemFile(), preset);
+    Bench<> bench;
+    bench.machine.ports = {{"USB Modem Driver (COM5)"}};
+    QVERIFY(SetCurrentPortSettings());
+    QCOMPARE(read(m_store->systemFile()), preset);
+    QCOMPARE(read(m_store->userFile()), QByteArray("[General]\nCurrentPort=5\n"));
+}
+
+// Every reader through the function that reads: a value of another type
+// converts as far as it goes and is otherwise the default.
+void SettingsTest::valueOfAnotherType_data()
+{
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<bool>("setupDone"); // what "isINFSetupDone" then is
+    QTest::addColumn<int>("number");     // what the numbers then are
+    QTest::newRow("text") << QByteArray("some text") << true << 0;
+    QTest::newRow("false") << QByteArray("false") << false << 0;
+    QTest::newRow("number") << QByteArray("6") << true << 6;
+    QTest::newRow("fraction") << QByteArray("6.5") << true << 0;
+    QTest::newRow("list") << QByteArray("1, 2") << false << 0;
+    QTest::newRow("map") << QByteArray("@Variant(\\0\\0\\0\\b\\0\\0\\0\\0)") << false << 0;
+    QTest::newRow("binary") << QByteArray("@ByteArray(\\x1\\xff)") << true << 0;
+    QTest::newRow("empty") << QByteArray("") << false << 0;
+}
+
+void SettingsTest::valueOfAnotherType()
+{
+    QFETCH(const QByteArray, value);
+    QFETCH(const bool, setupDone);
+    QFETCH(const int, number);
+    write(m_store->userFile(), "[General]\nisINFSetupDone=" + value + "\nNoOfDialups=" + value +
+                                   "\nCurrentPort=" + value + "\n");
+    Bench<> bench;
+    bench.machine.rasDevices = {{"modem", "MTK GPRS Modem"}};
+
+    QVERIFY(SetupAllInfs());
+    QCOMPARE(bench.machine.startedProcesses.isEmpty(), setupDone);
+    QVERIFY(createDialupConnection());
+    const QString name = QString("TolvaneModem %1").arg(number + 1);
+    QCOMPARE(bench.machine.storedEntries.first().name, name);
+    QCOMPARE(QSettings().value(settingskeys::NoOfDialups).toInt(), number + 1);
+    QCOMPARE(QSettings().value(settingskeys::port(number)).toString(), name);
+}
+
+void SettingsTest::damagedFileReadsAsFarAsItGoes_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("entries");
+    QTest::newRow("binary garbage") << QByteArray("\x00\xff\xfe\x7f[[[==\n\x01", 10) << 0;
+    QTest::newRow("half a line") << QByteArray("[General]\nNoOfDialups=2\nCurr") << 2;
+    QTest::newRow("half a section") << QByteArray("[General]\nNoOfDialups=2\n[por") << 2;
+    QTest::newRow("half a map")
+        << QByteArray("[General]\nNoOfDialups=2\nMobileOperators=@Variant(\\0\\0") << 2;
+    QTest::newRow("garbage between") << garbage << 2;
+    QTest::newRow("empty") << QByteArray("") << 0;
+    QTest::newRow("zeros") << QByteArray(4096, '\0') << 0;
+}
+
+void SettingsTest::damagedFileReadsAsFarAsItGoes()
+{
+    QFETCH(const QByteArray, bytes);
+    QFETCH(const int, entries);
+    write(m_store->userFile(), bytes);
+    QCOMPARE(QSettings().value(settingskeys::NoOfDialups).toInt(), entries);
+    QCOMPARE(hasDialupEntry(), entries != 0);
+    // And it can be written again.
+    QSettings().setValue(settingskeys::CurrentPort, 12);
+    touch(m_store->userFile());
+    QCOMPARE(QSettings().value(settingskeys::CurrentPort).toInt(), 12);
+    QCOMPARE(QSettings().value(settingskeys::NoOfDialups).toInt(), entries);
+}
+
+// The tests may run with all rights, so what cannot be written is a folder
+// that cannot exist.
+void SettingsTest::folderThatCannotBeWritten_data()
+{
+    QTest::addColumn<bool>("belowAFile");
+    QTest::newRow("below a file") << true;
+    QTest::newRow("in /proc") << false;
+}
+
+void SettingsTest::folderThatCannotBeWritten()
+{
+    QFETCH(const bool, belowAFile);
+    QTemporaryDir dir;
+    const QString place = belowAFile ? dir.filePath("file") : QString("/proc/settings");
+    if (belowAFile)
+        write(place, "not a folder");
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, place);
+
+    Bench<> bench;
+    bench.machine.ports = {{"USB Modem Driver (COM5)"}};
+    bench.machine.rasDevices = {{"modem", "MTK GPRS Modem"}};
+    QVERIFY(SetupAllInfs());
+    QVERIFY(SetCurrentPortSettings());
+    QVERIFY(createDialupConnection());
+    QVERIFY(!hasDialupEntry());
+    preserveDamagedSettings();
+    QCOMPARE(MobileOperatorNames().size(), 5);
+    if (belowAFile)
+        QCOMPARE(read(place), QByteArray("not a folder"));
+}
+
+void SettingsTest::readOnlyFileLosesNothing()
+{
+    const QByteArray before = "[General]\nCurrentPort=7\nNoOfDialups=1\n\n[ports]\n7=Entry\n";
+    write(m_store->userFile(), before);
+    QVERIFY(QFile::setPermissions(m_store->userFile(), QFileDevice::ReadOwner));
+    const bool allRights = QFileInfo(m_store->userFile()).isWritable();
+    QSettings().setValue(settingskeys::isINFSetupDone, true);
+    touch(m_store->userFile());
+    QCOMPARE(QSettings().value(settingskeys::port(7)).toString(), QString("Entry"));
+    QCOMPARE(QSettings().value(settingskeys::NoOfDialups).toInt(), 1);
+    if (!allRights)
+        QCOMPARE(read(m_store->userFile()), before);
+}
+
+void SettingsTest::damagedFileIsKeptOnce()
+{
+    write(m_store->userFile(), garbage);
+    const LogCatcher log;
+    preserveDamagedSettings();
+    QCOMPARE(log.lines(), QStringList({"The settings file is damaged; a copy was kept as " +
+                                       m_store->userFile() + ".damaged1"}));
+    QCOMPARE(read(m_store->userFile() + ".damaged1"), garbage);
+    QCOMPARE(read(m_store->userFile()), garbage);
+
+    // The next start finds the file as damaged as before.
+    touch(m_store->userFile());
+    {
+        const QSettings parsedAgain;
+        QVERIFY(!parsedAgain.allKeys().isEmpty());
+        QCOMPARE(parsedAgain.status(), QSettings::FormatError);
+    }
+    touch(m_store->userFile());
+    preserveDamagedSettings();
+    QCOMPARE(copies().size(), 1);
+    QCOMPARE(log.lines().size(), 1);
+}
+
+void SettingsTest::secondDamageGetsTheNextNumber()
+{
+    const LogCatcher log;
+    write(m_store->userFile(), garbage);
+    preserveDamagedSettings();
+    const QByteArray worse = garbage + "still worse\n";
+    write(m_store->userFile(), worse);
+    preserveDamagedSettings();
+    QCOMPARE(copies().size(), 2);
+    QCOMPARE(read(m_store->userFile() + ".damaged1"), garbage);
+    QCOMPARE(read(m_store->userFile() + ".damaged2"), worse);
+    QCOMPARE(log.lines().last(), "The settings file is damaged; a copy was kept as " +
+                                     m_store->userFile() + ".damaged2");
+}
+
+void SettingsTest::soundFileIsNotCopied_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("values") << QByteArray("[General]\nCurrentPort=7\n");
+    QTest::newRow("comment") << QByteArray("; comment\n[General]\n\n");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("odd values") << QByteArray("[General]\nCurrentPort=@Variant(\\0)\n");
+}
+
+void SettingsTest::soundFileIsNotCopied()
+{
+    QFETCH(const QByteArray, bytes);
+    write(m_store->userFile(), bytes);
+    const LogCatcher log;
+    preserveDamagedSettings();
+    QCOMPARE(copies(), QStringList());
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void SettingsTest::missingFileIsNotCopied()
+{
+    const LogCatcher log;
+    preserveDamagedSettings();
+    QVERIFY(!QFileInfo::exists(QFileInfo(m_store->userFile()).path()));
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void SettingsTest::damagedPresetIsNotTakenForTheUsersFile()
+{
+    write(m_store->userFile(), "[General]\nCurrentPort=7\n");
+    write(m_store->systemFile(), garbage);
+    const LogCatcher log;
+    preserveDamagedSettings();
+    QCOMPARE(copies(), QStringList());
+    QCOMPARE(log.lines(), QStringList());
+    QCOMPARE(read(m_store->systemFile()), garbage);
+}
+
+void SettingsTest::copyThatCannotBeMadeIsReported()
+{
+    write(m_store->userFile(), garbage);
+    // A dangling link is no file that exists, and none that can be written.
+    QVERIFY(QFile::link("/proc/settings/nowhere", m_store->userFile() + ".damaged1"));
+    const LogCatcher log;
+    preserveDamagedSettings();
+    QCOMPARE(log.lines(), QStringList({"The settings file is damaged and could not be copied: " +
+                                       m_store->userFile()}));
+    QCOMPARE(read(m_store->userFile()), garbage);
+}
+
+void SettingsTest::valuesBesideTheDamageSurviveTheNextWrite()
+{
+    write(m_store->userFile(), garbage);
+    {
+        const LogCatcher log;
+        preserveDamagedSettings();
+    }
+    QSettings().setValue(settingskeys::isINFSetupDone, true);
+    touch(m_store->userFile());
+    const QSettings settings;
+    QCOMPARE(settings.value(settingskeys::NoOfDialups).toInt(), 2);
+    QCOMPARE(settings.value(settingskeys::CurrentPort).toInt(), 7);
+    QCOMPARE(settings.status(), QSettings::NoError);
+    QCOMPARE(read(m_store->userFile() + ".damaged1"), garbage);
+}
+
+QTEST_GUILESS_MAIN(SettingsTest)
+#include "settings_test.moc"
