@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/types.h"
+
+#include <QList>
+#include <QString>
+
+#include <sys/types.h>
+
+namespace platform {
+
+/// A PPP link of the phone book that is up: its pppd lives and its interface
+/// carries an address.
+struct ActiveLink {
+    QString entryName;
+    QString interface; ///< "ppp0"
+    pid_t process = 0;
+    QString device; ///< the line, "/dev/ttyACM0"; empty when pppd was not told one
+};
+
+/// The links as the system has them now, whoever made them: found from the
+/// process numbers that pppd leaves below the run folder. Left-over files of a
+/// process that is gone or is another program do not count. Sorted by entry
+/// name. Any thread.
+QList<ActiveLink> activeLinks(const QString &runFolder);
+
+/// Ends the link's pppd and waits until it has taken the interface down, five
+/// seconds at most. Success, 5 for a link of another user, 6 when the process
+/// is gone already.
+DWORD endLink(const ActiveLink &link);
+
+} // namespace platform

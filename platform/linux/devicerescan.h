@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/configmanager.h"
+
+namespace platform {
+
+inline constexpr ConfigRet ConfigAccessDenied = 0x33; ///< CR_ACCESS_DENIED
+inline constexpr ConfigRet ConfigInvalidDevNode = 5;  ///< CR_INVALID_DEVNODE
+
+/// The node that stands for the root of the device tree.
+inline constexpr DEVINST RootDevNode = 1;
+
+/// Lets udev look at every serial line again with the rules as they are now,
+/// and returns when it has done so, after ten seconds at most. ConfigSuccess,
+/// ConfigAccessDenied without administrator rights, ConfigFailure when udev
+/// is not there or not done in time. Any thread.
+ConfigRet rescanSerialDevices();
+
+} // namespace platform

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "platform/linux/dialler.h"
+
+#include <QDialog>
+
+#include <functional>
+
+class QLabel;
+class QPushButton;
+
+namespace platform {
+
+/// The system's dial dialog for one entry: its name and number, Dial and
+/// Cancel, what is going on and why it failed. Accepted when a connection was
+/// made. GUI thread.
+class DialDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    /// What a dial needs; code tells when it cannot even begin (Success
+    /// otherwise). Asked for anew at each press of Dial: a phone may have been
+    /// plugged in meanwhile.
+    struct Target {
+        DWORD code = 0;
+        QString peer;
+        QString device;
+    };
+    using TargetFinder = std::function<Target()>;
+
+    DialDialog(const QString &entryName, const QString &number, const QString &pppd,
+               TargetFinder findTarget);
+
+    /// The number of the last failure; 0 when there was none.
+    DWORD lastError() const;
+
+    /// Whether Cancel stopped a dial that was under way.
+    bool wasCancelledWhileDialling() const;
+
+    void reject() override;
+
+private:
+    void dial();
+    void finish();
+    void showFailure(const DialFailure &failure);
+    void setDialling(bool dialling);
+
+    QString m_number;
+    TargetFinder m_findTarget;
+    Dialler m_dialler;
+    bool m_cancelled = false;
+    DWORD m_lastError = 0;
+    QLabel *m_status;
+    QPushButton *m_dialButton;
+};
+
+} // namespace platform

@@ -1,0 +1,95 @@
+#include "platform/linux/dialler.h"
+
+#include "platform/ras.h"
+
+#include <QTimer>
+
+namespace platform {
+
+namespace {
+
+constexpr int StopPatience = 8000; // ms; pppd itself gives its peer six seconds
+
+} // namespace
+
+Dialler::Dialler(const QString &pppd, QObject *parent) : QObject(parent), m_pppd(pppd)
+{
+    m_process.setProcessChannelMode(QProcess::MergedChannels);
+    // On a terminal as standard input pppd would take that for its line.
+    m_process.setStandardInputFile(QProcess::nullDevice());
+    connect(&m_process, &QProcess::readyRead, this, &Dialler::readMessages);
+    connect(&m_process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
+            &Dialler::onFinished);
+    connect(&m_process, &QProcess::errorOccurred, this, &Dialler::onError);
+}
+
+Dialler::~Dialler()
+{
+    m_process.disconnect(this);
+    if (!isRunning())
+        return;
+    m_process.terminate();
+    if (!m_process.waitForFinished(StopPatience))
+        m_process.kill();
+}
+
+bool Dialler::isRunning() const
+{
+    return m_process.state() != QProcess::NotRunning;
+}
+
+void Dialler::start(const QString &peer, const QString &device, const QString &number)
+{
+    m_lastAnswer.clear();
+    emit progressed(tr("Opening the phone's port..."));
+    m_process.start(
+        m_pppd, {device, "call", peer, "set", "DIAL_NUMBER=" + number, "logfd", "1", "updetach"});
+}
+
+void Dialler::stop()
+{
+    if (!isRunning())
+        return;
+    emit progressed(tr("Hanging up..."));
+    m_process.terminate();
+    QTimer::singleShot(StopPatience, &m_process, &QProcess::kill);
+}
+
+void Dialler::readMessages()
+{
+    while (m_process.canReadLine())
+        understand(QString::fromLocal8Bit(m_process.readLine()).trimmed());
+}
+
+void Dialler::understand(const QString &message)
+{
+    if (message.startsWith(dialMessagePrefix)) {
+        const QString told = message.mid(int(sizeof dialMessagePrefix) - 1);
+        if (told.startsWith("dialling "))
+            emit progressed(tr("Dialling %1...").arg(told.mid(int(qstrlen("dialling ")))));
+        else if (told == "connected")
+            emit progressed(tr("The network answered. Signing in..."));
+        else if (told.startsWith("failed "))
+            m_lastAnswer = told.mid(int(qstrlen("failed ")));
+    } else if (message.startsWith("Connect: ")) {
+        emit progressed(tr("Waiting for an address..."));
+    }
+}
+
+void Dialler::onFinished(int exitStatus, QProcess::ExitStatus how)
+{
+    readMessages();
+    if (how == QProcess::NormalExit && exitStatus == 0)
+        emit connected();
+    else
+        emit failed(pppdFailure(how == QProcess::NormalExit ? exitStatus : 1, m_lastAnswer));
+}
+
+void Dialler::onError(QProcess::ProcessError error)
+{
+    // Every other error ends in finished().
+    if (error == QProcess::FailedToStart)
+        emit failed(pppdFailure(3, {}));
+}
+
+} // namespace platform

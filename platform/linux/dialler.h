@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/linux/pppdresult.h"
+
+#include <QObject>
+#include <QProcess>
+
+namespace platform {
+
+/// One dial: runs pppd for an entry of the phone book until the link has an
+/// address (pppd then goes on by itself) or cannot come up. GUI thread.
+class Dialler : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Dialler(const QString &pppd, QObject *parent = nullptr);
+    ~Dialler() override;
+
+    /// Dials. One dial at a time; the outcome comes as a signal, also when
+    /// pppd cannot be started at all.
+    void start(const QString &peer, const QString &device, const QString &number);
+
+    /// Gives up: failed() comes when pppd has put the line back.
+    void stop();
+
+    bool isRunning() const;
+
+signals:
+    /// What is going on, in words.
+    void progressed(const QString &text);
+    /// The link is up and has an address.
+    void connected();
+    void failed(const platform::DialFailure &failure);
+
+private:
+    void readMessages();
+    void onFinished(int exitStatus, QProcess::ExitStatus how);
+    void onError(QProcess::ProcessError error);
+    void understand(const QString &message);
+
+    QString m_pppd;
+    QProcess m_process;
+    QString m_lastAnswer;
+};
+
+} // namespace platform

@@ -1,0 +1,115 @@
+#include "platform/linux/dialphone/phoneline.h"
+
+#include <cerrno>
+#include <chrono>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+const char late[] = "\x01late";
+const char gone[] = "\x01gone";
+
+long long now()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+bool startsWith(const std::string &text, const char *start)
+{
+    return text.rfind(start, 0) == 0;
+}
+
+/// Answers that end a command, as phones give them with ATV1.
+bool isFailure(const std::string &line)
+{
+    for (const char *result : {"NO CARRIER", "BUSY", "NO ANSWER", "NO DIALTONE", "ERROR"}) {
+        if (line == result)
+            return true;
+    }
+    return startsWith(line, "+CME ERROR") || startsWith(line, "+CMS ERROR");
+}
+
+} // namespace
+
+bool isDialableNumber(const std::string &number)
+{
+    return !number.empty() && number.size() <= 80 &&
+           number.find_first_not_of("0123456789*#+,ABCDPTWabcdptw") == std::string::npos;
+}
+
+PhoneLine::PhoneLine(int input, int output) : m_input(input), m_output(output) {}
+
+std::string PhoneLine::dial(const std::string &number, int answerSeconds, int connectSeconds)
+{
+    if (!send("AT\r"))
+        return "HANGUP";
+    std::string result = waitForResult(answerSeconds, "NOT READY");
+    if (result != "OK")
+        return isFailure(result) ? "NOT READY" : result;
+    if (!send("ATD" + number + "\r"))
+        return "HANGUP";
+    result = waitForResult(connectSeconds, "TIMEOUT");
+    // A phone that answers OK has ended the call again.
+    return result == "OK" ? "NO CARRIER" : result;
+}
+
+bool PhoneLine::send(const std::string &command)
+{
+    std::size_t sent = 0;
+    while (sent < command.size()) {
+        const ssize_t taken = ::write(m_output, command.data() + sent, command.size() - sent);
+        if (taken > 0) {
+            sent += static_cast<std::size_t>(taken);
+            continue;
+        }
+        if (taken < 0 && errno == EINTR)
+            continue;
+        pollfd room = {m_output, POLLOUT, 0};
+        if (taken < 0 && errno == EAGAIN && ::poll(&room, 1, 5000) > 0)
+            continue;
+        return false;
+    }
+    return true;
+}
+
+/// One line without its end; late or gone when there is none.
+std::string PhoneLine::readLine(long long deadline)
+{
+    std::string line;
+    for (;;) {
+        const long long left = deadline - now();
+        if (left <= 0)
+            return late;
+        pollfd waiting = {m_input, POLLIN, 0};
+        if (::poll(&waiting, 1, static_cast<int>(left)) <= 0)
+            continue;
+        char character = 0;
+        const ssize_t count = ::read(m_input, &character, 1);
+        if (count < 0 && (errno == EINTR || errno == EAGAIN))
+            continue;
+        if (count <= 0)
+            return gone;
+        if (character == '\n')
+            return line;
+        if (character != '\r')
+            line += character;
+        else if (startsWith(line, "AT"))
+            line.clear(); // the command's echo
+    }
+}
+
+std::string PhoneLine::waitForResult(int seconds, const char *whenLate)
+{
+    const long long deadline = now() + seconds * 1000LL;
+    for (;;) {
+        const std::string line = readLine(deadline);
+        if (line == late)
+            return whenLate;
+        if (line == gone)
+            return "HANGUP";
+        if (line == "OK" || isFailure(line) || startsWith(line, "CONNECT"))
+            return line;
+    }
+}

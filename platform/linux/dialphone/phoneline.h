@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+
+/// The phone's AT command line on a descriptor that pppd has opened and set
+/// up. Reads no byte beyond the line it waits for: what follows CONNECT
+/// belongs to PPP.
+class PhoneLine
+{
+public:
+    PhoneLine(int input, int output);
+
+    /// Dials a data call. Returns "CONNECT" (with what the phone puts after
+    /// it), or why there is none: the phone's own answer ("NO CARRIER",
+    /// "BUSY", "ERROR", ...), "NOT READY" for a phone that does not answer AT,
+    /// "TIMEOUT" for a network that does not, "HANGUP" for a line that went.
+    /// Waits at most answerSeconds for the phone and connectSeconds for the
+    /// network.
+    std::string dial(const std::string &number, int answerSeconds, int connectSeconds);
+
+private:
+    bool send(const std::string &command);
+    std::string readLine(long long deadline);
+    std::string waitForResult(int seconds, const char *whenLate);
+
+    int m_input;
+    int m_output;
+};
+
+/// Whether a number may be sent to a phone: digits, * # + , and the letters A
+/// to D, P, T, W in either case; at most 80 characters.
+bool isDialableNumber(const std::string &number);

@@ -1,0 +1,196 @@
+#include "platform/linux/phonebook.h"
+
+#include "platform/text.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <cstring>
+
+namespace platform {
+
+namespace {
+
+const char filePrefix[] = "tolvane-";
+const char signature[] = "# Dial-up entry of Tolvane Modem Connector\n";
+const char recordMark[] = "# record ";
+constexpr int LongestFileName = 240; // "ppp-" and ".pid" go around it
+constexpr int LongestNumber = 80;
+
+bool isPlain(char character)
+{
+    return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
+           (character >= 'a' && character <= 'z') || character == '.' || character == '-';
+}
+
+/// One word of a pppd options file.
+QByteArray optionWord(const QByteArray &text)
+{
+    QByteArray word = "\"";
+    for (const char character : text) {
+        if (character == '"' || character == '\\')
+            word += '\\';
+        word += character;
+    }
+    return word + '"';
+}
+
+/// pppd hands its connect command to a shell: the program's path is all that
+/// it ever gets to see, as one quoted word.
+QByteArray shellWord(const QByteArray &text)
+{
+    QByteArray word = text;
+    word.replace("'", "'\\''");
+    return "'" + word + "'";
+}
+
+QByteArray numberOf(const RasEntry &entry)
+{
+    return fromField(entry.szLocalPhoneNumber).toLatin1();
+}
+
+} // namespace
+
+bool isDialable(const QString &number)
+{
+    if (number.isEmpty() || number.size() > LongestNumber)
+        return false;
+    for (const QChar character : number) {
+        if (!QString("0123456789*#+,ABCDPTWabcdptw").contains(character))
+            return false;
+    }
+    return true;
+}
+
+PhoneBook::PhoneBook(const QString &peersFolder, const QString &dialProgram)
+    : m_folder(peersFolder), m_dialProgram(dialProgram)
+{
+}
+
+QString PhoneBook::fileName(const QString &entryName)
+{
+    QString name = filePrefix;
+    for (const char character : entryName.toUtf8()) {
+        if (isPlain(character))
+            name += QLatin1Char(character);
+        else if (character == ' ')
+            name += '_';
+        else
+            name +=
+                QString("%%1").arg(static_cast<unsigned char>(character), 2, 16, QLatin1Char('0'));
+    }
+    return entryName.isEmpty() || name.size() > LongestFileName ? QString() : name;
+}
+
+std::optional<QString> PhoneBook::entryName(const QString &fileName)
+{
+    if (!fileName.startsWith(filePrefix))
+        return {};
+    QByteArray encoded = fileName.mid(int(sizeof filePrefix) - 1).toUtf8();
+    encoded.replace('_', ' ');
+    const QString name = QString::fromUtf8(QByteArray::fromPercentEncoding(encoded));
+    if (PhoneBook::fileName(name) != fileName)
+        return {};
+    return name;
+}
+
+DWORD PhoneBook::open() const
+{
+    const QFileInfo folder(m_folder);
+    if (!folder.isDir())
+        return RasErrorCannotOpenPhonebook;
+    return folder.isReadable() && folder.isExecutable() ? Success : ErrorAccessDenied;
+}
+
+DWORD PhoneBook::readFile(const QString &path, RasEntry *entry) const
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QFileInfo::exists(path) ? ErrorAccessDenied : RasErrorEntryNotFound;
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    if (lines.first() + '\n' != signature)
+        return RasErrorCannotOpenPhonebook;
+    for (const QByteArray &line : lines) {
+        if (!line.startsWith(recordMark))
+            continue;
+        const QByteArray record =
+            qUncompress(QByteArray::fromBase64(line.mid(int(sizeof recordMark) - 1)));
+        if (record.size() != int(sizeof *entry))
+            break;
+        std::memcpy(entry, record.constData(), sizeof *entry);
+        return entry->dwSize == RasEntrySize ? Success : RasErrorCannotOpenPhonebook;
+    }
+    return RasErrorCannotOpenPhonebook;
+}
+
+DWORD PhoneBook::read(const QString &entryName, RasEntry *entry) const
+{
+    const DWORD code = open();
+    if (code != Success)
+        return code;
+    const QString name = fileName(entryName);
+    return name.isEmpty() ? RasErrorEntryNotFound : readFile(m_folder + '/' + name, entry);
+}
+
+DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry) const
+{
+    const DWORD code = open();
+    if (code != Success)
+        return code;
+    const QString name = fileName(entryName);
+    if (name.isEmpty() || !isDialable(fromField(entry.szLocalPhoneNumber)))
+        return ErrorInvalidParameter;
+    const QDir folder(m_folder);
+    for (const QString &other : folder.entryList({QString(filePrefix) + '*'}, QDir::Files)) {
+        RasEntry ignored;
+        if (readFile(folder.filePath(other), &ignored) == RasErrorCannotOpenPhonebook)
+            return RasErrorCannotOpenPhonebook;
+    }
+
+    const QByteArray record(reinterpret_cast<const char *>(&entry), sizeof entry);
+    const QByteArray link = name.toLatin1();
+    QByteArray text = signature;
+    text += "# By hand: pppd call " + link + " /dev/DEVICE\n";
+    text += "linkname " + optionWord(link) + '\n';
+    text += "connect " + optionWord(shellWord(QFile::encodeName(m_dialProgram))) + '\n';
+    // The number reaches the dialling program as data; a dialog's own number
+    // comes as DIAL_NUMBER and goes before it.
+    text += "set " + optionWord("DIAL_ENTRY_NUMBER=" + numberOf(entry)) + '\n';
+    text += "115200\n"
+            "modem\n"
+            "crtscts\n"
+            "lock\n"
+            // The network knows the phone by its card and asks for no name.
+            "noauth\n"
+            "user \"\"\n"
+            "password \"\"\n"
+            "hide-password\n"
+            "noipdefault\n"
+            "ipcp-accept-local\n"
+            "ipcp-accept-remote\n"
+            // Some networks never tell their own address.
+            "ipcp-max-failure 30\n"
+            "defaultroute\n"
+            "replacedefaultroute\n"
+            "usepeerdns\n"
+            "novj\n"
+            "nobsdcomp\n"
+            "nodeflate\n"
+            "lcp-echo-interval 30\n"
+            "lcp-echo-failure 4\n"
+            "maxfail 1\n"
+            "nopersist\n";
+    text += recordMark + qCompress(record, 9).toBase64() + '\n';
+
+    QSaveFile file(m_folder + '/' + name);
+    if (!file.open(QIODevice::WriteOnly))
+        return ErrorAccessDenied;
+    // The folder's group may dial: it reads the entries, and nobody else does.
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
+    file.write(text);
+    return file.commit() ? Success : ErrorAccessDenied;
+}
+
+} // namespace platform

@@ -1,0 +1,114 @@
+#include "platform/linux/pppdresult.h"
+
+#include "platform/ras.h"
+
+#include <QObject>
+
+namespace platform {
+
+namespace {
+
+// Numbers of RAS that only this backend answers with.
+constexpr DWORD ErrorInvalidEntry = 625;       // ERROR_INVALID_INFO_IN_PHONEBOOK
+constexpr DWORD ErrorPortDisconnected = 629;   // ERROR_REMOTE_DISCONNECTION
+constexpr DWORD ErrorUserDisconnected = 631;   // ERROR_USER_DISCONNECTION
+constexpr DWORD ErrorUnknownFailure = 635;     // ERROR_UNKNOWN
+constexpr DWORD ErrorTimedOut = 638;           // ERROR_REQUEST_TIMEOUT
+constexpr DWORD ErrorFromDevice = 651;         // ERROR_FROM_DEVICE
+constexpr DWORD ErrorDeviceNotReady = 666;     // ERROR_DEVICE_NOT_READY
+constexpr DWORD ErrorLineBusy = 676;           // ERROR_LINE_BUSY
+constexpr DWORD ErrorNoCarrier = 679;          // ERROR_NO_CARRIER
+constexpr DWORD ErrorNoDialtone = 680;         // ERROR_NO_DIALTONE
+constexpr DWORD ErrorAuthentication = 691;     // ERROR_AUTHENTICATION_FAILURE
+constexpr DWORD ErrorCannotStartService = 711; // ERROR_RASMAN_CANNOT_INITIALIZE
+constexpr DWORD ErrorPppTimeout = 718;         // ERROR_PPP_TIMEOUT
+constexpr DWORD ErrorNoProtocols = 720;        // ERROR_PPP_NO_PROTOCOLS_CONFIGURED
+constexpr DWORD ErrorLinkTerminated = 734;     // ERROR_PPP_LCP_TERMINATED
+
+QString text(const char *sentence)
+{
+    return QObject::tr(sentence);
+}
+
+} // namespace
+
+DialFailure modemFailure(const QString &answer)
+{
+    if (answer == "NO CARRIER")
+        return {ErrorNoCarrier,
+                text("The network did not accept the connection. Check that the operator is the "
+                     "one of the card in the phone, and that the phone has reception.")};
+    if (answer == "BUSY")
+        return {ErrorLineBusy, text("The line is busy.")};
+    if (answer == "NO ANSWER")
+        return {RasErrorNoAnswer, text("There was no answer.")};
+    if (answer == "NO DIALTONE")
+        return {ErrorNoDialtone, text("The phone has no dial tone: it may have no reception.")};
+    if (answer == "NOT READY")
+        return {ErrorDeviceNotReady, text("The phone does not answer. Unplug it, plug it in "
+                                          "again and try once more.")};
+    if (answer == "TIMEOUT")
+        return {ErrorTimedOut, text("The network did not answer in time.")};
+    if (answer == "HANGUP")
+        return {RasErrorHardwareFailure, text("The phone was unplugged.")};
+    return {ErrorFromDevice, text("The phone refused to dial. The operator's access point may be "
+                                  "wrong, or the phone may not be allowed to use the network.")};
+}
+
+DialFailure pppdFailure(int exitStatus, const QString &lastAnswer)
+{
+    switch (exitStatus) {
+    case 2:
+        return {ErrorInvalidEntry, text("The dial-up entry is damaged.")};
+    case 3:
+        return {ErrorAccessDenied, text("You may not make dial-up connections on this computer. "
+                                        "An administrator can add you to the group \"dip\".")};
+    case 4:
+        return {ErrorCannotStartService,
+                text("This computer's system kernel cannot make dial-up connections.")};
+    case 5:
+        return {ErrorUserDisconnected, text("Dialling was stopped.")};
+    case 6:
+    case 7:
+        return {RasErrorPortNotAvailable,
+                text("The phone's port could not be opened: another program may be using it.")};
+    case 8:
+        return modemFailure(lastAnswer);
+    case 10:
+        return {ErrorNoProtocols, text("The network gave no address.")};
+    case 11:
+        return {ErrorLinkTerminated, text("The network ended the connection.")};
+    case 15:
+        return {ErrorPppTimeout, text("The network stopped answering.")};
+    case 16:
+        return {ErrorPortDisconnected, text("The phone ended the connection.")};
+    case 19:
+        return {ErrorAuthentication, text("The network did not accept the sign-in.")};
+    default:
+        return {ErrorUnknownFailure, text("The connection could not be made. The system's log "
+                                          "tells more.")};
+    }
+}
+
+DialFailure failureOf(DWORD code)
+{
+    switch (code) {
+    case ErrorAccessDenied:
+        return {code, text("You may not use the phone book of this computer. An administrator "
+                           "can add you to the group \"dip\".")};
+    case RasErrorCannotOpenPhonebook:
+        return {code, text("The phone book is damaged or missing.")};
+    case RasErrorEntryNotFound:
+        return {code, text("The phone book has no entry of this name.")};
+    case RasErrorPortNotAvailable:
+        return {code, text("The modem of this entry is not installed, or it is in use.")};
+    case RasErrorHardwareFailure:
+        return {code, text("The phone is not plugged in.")};
+    case ErrorInvalidParameter:
+        return {code, text("The number cannot be dialled.")};
+    default:
+        return {code, text("The connection could not be made.")};
+    }
+}
+
+} // namespace platform

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platform/types.h"
+
+#include <QString>
+
+namespace platform {
+
+/// Why a dial failed: the number that RAS has for it and a sentence for the
+/// user.
+struct DialFailure {
+    DWORD code = 0;
+    QString text;
+};
+
+/// What the dialling program says on its error stream, one line each, after
+/// dialMessagePrefix.
+inline constexpr char dialMessagePrefix[] = "tolvane-dial: ";
+
+/// The failure behind an exit status of pppd (8 when the dialling program
+/// failed, see pppd(8)). lastAnswer is what the phone answered last, or empty.
+DialFailure pppdFailure(int exitStatus, const QString &lastAnswer);
+
+/// The failure behind an answer of the modem: "NO CARRIER", "BUSY", "ERROR" ...
+DialFailure modemFailure(const QString &answer);
+
+/// A failure that this backend itself found before pppd ran.
+DialFailure failureOf(DWORD code);
+
+} // namespace platform

@@ -1,0 +1,164 @@
+#include "platform/linux/serialports.h"
+
+#include "platform/linux/udevpointer.h"
+
+#include <QSet>
+
+#include <algorithm>
+
+namespace platform {
+
+namespace {
+
+constexpr int FirstPluggedNumber = 5;
+
+QString attribute(udev_device *device, const char *name)
+{
+    const char *value = device ? udev_device_get_sysattr_value(device, name) : nullptr;
+    return QString::fromUtf8(value).simplified();
+}
+
+QString property(udev_device *device, const char *name)
+{
+    return QString::fromUtf8(udev_device_get_property_value(device, name));
+}
+
+/// A line counts when hardware stands behind it. The kernel keeps nodes for
+/// on-board lines that are not fitted: their type is 0.
+bool isThere(udev_device *device)
+{
+    if (!udev_device_get_devnode(device) || attribute(device, "type") == "0")
+        return false;
+    return udev_device_get_parent(device) || property(device, "TOLVANE_MODEM_PORT") == "1";
+}
+
+/// The device's serial number and the interface make an identity that does not
+/// depend on the socket or on the order of plugging.
+QString identityOf(udev_device *device, udev_device *usb)
+{
+    if (!usb)
+        return QString("tty:") + udev_device_get_sysname(device);
+    udev_device *interface =
+        udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_interface");
+    const QStringList parts = {"usb", attribute(usb, "idVendor"), attribute(usb, "idProduct"),
+                               attribute(usb, "serial"), attribute(interface, "bInterfaceNumber")};
+    return parts.join(':');
+}
+
+SerialPortDevice describe(udev_device *device)
+{
+    udev_device *usb = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device");
+    SerialPortDevice port;
+    port.kernelName = QString::fromUtf8(udev_device_get_sysname(device));
+    port.node = QString::fromUtf8(udev_device_get_devnode(device));
+    port.identity = identityOf(device, usb);
+    port.product = attribute(usb, "product");
+    port.isPhoneModem = property(device, "TOLVANE_MODEM_PORT") == "1";
+    return port;
+}
+
+/// In the order of their system paths, so that lines that cannot be told apart
+/// are numbered by socket.
+QList<SerialPortDevice> enumerate()
+{
+    QList<SerialPortDevice> ports;
+    const UdevPointer<udev> context(udev_new());
+    const UdevPointer<udev_enumerate> list(context ? udev_enumerate_new(context.get()) : nullptr);
+    if (!list)
+        return ports;
+    udev_enumerate_add_match_subsystem(list.get(), "tty");
+    udev_enumerate_scan_devices(list.get());
+    udev_list_entry *entry = nullptr;
+    udev_list_entry_foreach(entry, udev_enumerate_get_list_entry(list.get()))
+    {
+        const UdevPointer<udev_device> device(
+            udev_device_new_from_syspath(context.get(), udev_list_entry_get_name(entry)));
+        if (device && isThere(device.get()))
+            ports.append(describe(device.get()));
+    }
+    return ports;
+}
+
+/// The number that Windows would give an on-board line; 0 for other lines.
+int onBoardNumber(const SerialPortDevice &port)
+{
+    const QString prefix = "tty:ttyS";
+    bool isNumber = false;
+    const int line = port.identity.mid(prefix.size()).toInt(&isNumber);
+    return port.identity.startsWith(prefix) && isNumber ? line + 1 : 0;
+}
+
+} // namespace
+
+QString friendlyName(const SerialPortDevice &port)
+{
+    QString name = "Communications Port";
+    if (port.isPhoneModem)
+        name = "USB Modem Driver";
+    else if (!port.product.isEmpty())
+        name = port.product;
+    else if (port.identity.startsWith("usb:"))
+        name = "USB Serial Port";
+    return QString("%1 (COM%2)").arg(name).arg(port.number);
+}
+
+bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers)
+{
+    QSet<int> taken;
+    for (const QJsonValue &number : std::as_const(*numbers))
+        taken.insert(number.toInt());
+
+    bool added = false;
+    QSet<QString> seen;
+    for (SerialPortDevice &port : *ports) {
+        // Two devices alike without serial numbers have one identity.
+        const QString identity = port.identity;
+        for (int copy = 2; seen.contains(port.identity); ++copy)
+            port.identity = QString("%1#%2").arg(identity).arg(copy);
+        seen.insert(port.identity);
+
+        port.number = numbers->value(port.identity).toInt();
+        if (port.number > 0)
+            continue;
+        port.number = onBoardNumber(port);
+        if (port.number == 0 || taken.contains(port.number)) {
+            port.number = FirstPluggedNumber;
+            while (taken.contains(port.number))
+                ++port.number;
+        }
+        taken.insert(port.number);
+        numbers->insert(port.identity, port.number);
+        added = true;
+    }
+    return added;
+}
+
+DWORD presentSerialPorts(StateStore *store, QList<SerialPortDevice> *ports)
+{
+    *ports = enumerate();
+    QJsonObject content;
+    DWORD code = store->read(&content);
+    if (code != Success)
+        return code;
+    QJsonObject numbers = content.value("ports").toObject();
+    if (assignNumbers(ports, &numbers)) {
+        // Another program may have numbered ports since: its numbers stand.
+        const auto number = [ports](QJsonObject *current) {
+            QList<SerialPortDevice> again = enumerate();
+            QJsonObject stored = current->value("ports").toObject();
+            const bool added = assignNumbers(&again, &stored);
+            current->insert("ports", stored);
+            *ports = again;
+            return added;
+        };
+        code = store->change(number);
+        if (code != Success && code != ErrorAccessDenied)
+            return code;
+    }
+    std::sort(
+        ports->begin(), ports->end(),
+        [](const SerialPortDevice &a, const SerialPortDevice &b) { return a.number < b.number; });
+    return Success;
+}
+
+} // namespace platform

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/linux/statestore.h"
+#include "platform/types.h"
+
+#include <QList>
+#include <QString>
+
+namespace platform {
+
+/// A serial line that is there now.
+struct SerialPortDevice {
+    QString kernelName; ///< "ttyACM0"
+    QString node;       ///< "/dev/ttyACM0"
+    QString identity;   ///< the same for the same device in every socket
+    QString product;    ///< what the device calls itself; may be empty
+    bool isPhoneModem = false;
+    int number = 0; ///< the n of COMn
+};
+
+/// What a port is called: "USB Modem Driver (COM5)" for a phone's modem port,
+/// the product's own name for other plugged-in lines, else "Communications
+/// Port (COM1)".
+QString friendlyName(const SerialPortDevice &port);
+
+/// Gives each port its number. A port that the numbers (identity to number)
+/// know keeps it. A new on-board line ttySn takes COM(n+1) when that is free;
+/// everything else takes the first free number from 5, as the first four
+/// belong to the lines that every PC has. Returns whether numbers were added.
+bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers);
+
+/// The serial lines of this machine as udev knows them, in the order of their
+/// numbers. New numbers are stored when the rights allow it; without them they
+/// are found anew each time, by the same rule. Success, or 5 or 13 when the
+/// store cannot be read. Any thread.
+DWORD presentSerialPorts(StateStore *store, QList<SerialPortDevice> *ports);
+
+} // namespace platform

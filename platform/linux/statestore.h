@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/types.h"
+
+#include <QJsonObject>
+#include <QString>
+
+#include <functional>
+
+namespace platform {
+
+/// What outlives the program on this machine, in one JSON file. A reader sees
+/// either the old content or the new one, and two programs that change it at
+/// once do so one after the other. Any thread.
+class StateStore
+{
+public:
+    /// The folder is made at the first change.
+    explicit StateStore(const QString &folder);
+
+    /// The content; empty when nothing was ever stored. Success, 5 when it may
+    /// not be read, 13 when it is damaged.
+    DWORD read(QJsonObject *content) const;
+
+    /// Changes the content: the function gets what is there and answers
+    /// whether to store what it left. Success (also when there is nothing to
+    /// store), 5 without the rights, 13 when the file is damaged: it is then
+    /// left as it is.
+    DWORD change(const std::function<bool(QJsonObject *content)> &function);
+
+    QString folder() const;
+
+private:
+    QString m_folder;
+};
+
+} // namespace platform

@@ -1,0 +1,15 @@
+#include "platform/linux/systempaths.h"
+
+#include <QFileInfo>
+
+namespace platform {
+
+SystemPaths SystemPaths::ofThisSystem()
+{
+    SystemPaths paths;
+    // The backend is made before the application object, which would know.
+    paths.drivers = QFileInfo("/proc/self/exe").canonicalPath() + "/drivers";
+    return paths;
+}
+
+} // namespace platform
