@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <mutex>
+#include <type_traits>
 #include <unordered_map>
 
 namespace platform {
@@ -31,7 +32,10 @@ public:
         const auto found = m_objects.find(handle);
         if (found == m_objects.end())
             return nullptr;
-        return std::dynamic_pointer_cast<Kind>(found->second);
+        if constexpr (std::is_same_v<Kind, Object>)
+            return found->second;
+        else
+            return std::dynamic_pointer_cast<Kind>(found->second);
     }
 
     /// Forgets a handle and gives its object back; null when it is not open.

@@ -1,0 +1,300 @@
+#include "platform/simulated/dialler.h"
+
+#include "platform/posix/serialdevice.h"
+#include "platform/ras.h"
+#include "platform/simulated/machinesession.h"
+#include "platform/simulated/usbbus.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QMetaObject>
+
+#include <algorithm>
+#include <cerrno>
+#include <termios.h>
+#include <unistd.h>
+
+using namespace platform;
+
+namespace simulated {
+
+namespace {
+
+constexpr DWORD LineBusy = 676;        // ERROR_LINE_BUSY
+constexpr DWORD NoDialTone = 680;      // ERROR_NO_DIALTONE
+constexpr int ResetTimeoutMs = 5000;   // a modem answers ATZ at once or never
+constexpr int EscapeAnswerMs = 500;    // beyond the guard time
+constexpr int CarrierTimeoutMs = 2000; // after CONNECT
+constexpr int CarrierIntervalMs = 10;
+
+} // namespace
+
+QString dialErrorText(DWORD code)
+{
+    switch (code) {
+    case ErrorNotSupported:
+        return "The simulated system cannot do this.";
+    case RasErrorCannotOpenPhonebook:
+        return "The system could not open the phone book file.";
+    case RasErrorEntryNotFound:
+        return "The system could not find the phone book entry for this connection.";
+    case RasErrorPortNotAvailable:
+        return "The modem is already in use or not connected.";
+    case RasErrorNoAnswer:
+        return "There was no answer.";
+    case LineBusy:
+        return "The line is busy.";
+    case NoDialTone:
+        return "There was no dial tone.";
+    case RasErrorHardwareFailure:
+        return "There was a hardware failure in the modem.";
+    default:
+        return "The connection could not be made.";
+    }
+}
+
+Dialler::Dialler(const QString &directory, const QString &entry, const QString &number,
+                 QObject *parent)
+    : QObject(parent), m_directory(directory), m_entry(entry), m_number(number)
+{
+    m_timeout.setSingleShot(true);
+    connect(&m_timeout, &QTimer::timeout, this, &Dialler::onTimeout);
+    m_carrierTimer.setInterval(CarrierIntervalMs);
+    connect(&m_carrierTimer, &QTimer::timeout, this, &Dialler::checkCarrier);
+}
+
+Dialler::~Dialler()
+{
+    closeLine();
+}
+
+void Dialler::start()
+{
+    if (isBusy())
+        return;
+    m_step = Step::Resetting;
+    emit progressed("Opening the port...");
+    const DWORD code = openLine();
+    if (code != Success) {
+        QMetaObject::invokeMethod(
+            this, [this, code] { finish(code); }, Qt::QueuedConnection);
+        return;
+    }
+    emit progressed(QString("Preparing the modem on COM%1...").arg(m_port));
+    if (!m_inDataState) {
+        reset();
+        return;
+    }
+    // A broken-off dial left the phone connected, where it takes no commands.
+    m_step = Step::KeepingSilent;
+    m_timeout.start(m_guardMs);
+}
+
+void Dialler::reset()
+{
+    m_step = Step::Resetting;
+    m_timeout.start(std::min(m_answerTimeoutMs, ResetTimeoutMs));
+    send("ATZ\r");
+}
+
+bool Dialler::cancel()
+{
+    if (m_step == Step::WaitingForCarrier)
+        return false;
+    if (m_step == Step::Dialling)
+        send("\r"); // any character breaks a call attempt off
+    closeLine();
+    m_step = Step::Idle;
+    return true;
+}
+
+DWORD Dialler::openLine()
+{
+    MachineSession session(m_directory);
+    MachineState &state = session.state;
+    if (state.phonebookDamaged)
+        return RasErrorCannotOpenPhonebook;
+    if (!state.phonebook.contains(m_entry))
+        return RasErrorEntryNotFound;
+    const QJsonObject entry = state.phonebook.value(m_entry);
+    if (m_number.isEmpty())
+        m_number = entry.value("szLocalPhoneNumber").toString();
+    m_device = entry.value("szDeviceName").toString();
+    m_answerTimeoutMs = state.answerTimeoutMs;
+    m_guardMs = state.hangUpGuardMs;
+    const Device *device = state.findDeviceNamed(m_device);
+    if (!device)
+        return RasErrorPortNotAvailable;
+
+    const QString attachedTo = device->driverKey.value("AttachedTo");
+    bool assigned = false;
+    const QList<PresentPort> ports = presentPorts(m_directory, &state, &assigned);
+    const auto port = std::find_if(ports.begin(), ports.end(), [&](const PresentPort &each) {
+        return QString("COM%1").arg(each.number) == attachedTo;
+    });
+    if (assigned && !session.save())
+        return RasErrorPortNotAvailable;
+    if (port == ports.end())
+        return RasErrorPortNotAvailable;
+    dropDeadConnections(m_directory, &state);
+    for (const Connection &connection : state.connections) {
+        if (connection.port == port->number)
+            return RasErrorPortNotAvailable;
+    }
+
+    DWORD error = Success;
+    m_line = openSerialDevice(QFile::encodeName(port->phone.tty).constData(), &error);
+    if (m_line < 0)
+        return RasErrorPortNotAvailable;
+    ::tcflush(m_line, TCIFLUSH); // an answer to an earlier command is none to this one
+    m_port = port->number;
+    m_plugId = port->phone.plugId;
+    m_inDataState = port->phone.carrier;
+    m_received.clear();
+    m_notifier = std::make_unique<QSocketNotifier>(m_line, QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &Dialler::readLine);
+    return Success;
+}
+
+void Dialler::send(const QByteArray &command)
+{
+    // Commands are short: a line that does not take one is as good as gone,
+    // and its silence then ends the dial.
+    ssize_t written = 0;
+    do {
+        written = ::write(m_line, command.constData(), static_cast<size_t>(command.size()));
+    } while (written < 0 && errno == EINTR);
+}
+
+void Dialler::readLine()
+{
+    char buffer[256];
+    const ssize_t count = ::read(m_line, buffer, sizeof buffer);
+    if (count < 0 && (errno == EAGAIN || errno == EINTR))
+        return;
+    if (count <= 0) {
+        finish(RasErrorHardwareFailure); // hung up: the phone was unplugged
+        return;
+    }
+    m_received.append(buffer, static_cast<int>(count));
+    while (m_line >= 0) {
+        const int end =
+            m_received.indexOf('\r') < 0 ? m_received.indexOf('\n') : m_received.indexOf('\r');
+        if (end < 0)
+            return;
+        const QByteArray answer = m_received.left(end).trimmed();
+        m_received.remove(0, end + 1);
+        judge(answer);
+    }
+}
+
+void Dialler::judge(const QByteArray &answer)
+{
+    const bool failed = answer == "ERROR" || answer.startsWith("+CME ERROR");
+    if (m_step == Step::Escaping && answer == "OK") {
+        m_step = Step::HangingUp;
+        m_timeout.start(EscapeAnswerMs);
+        send("ATH\r");
+        return;
+    }
+    if (m_step == Step::HangingUp && (answer == "OK" || answer == "NO CARRIER")) {
+        reset();
+        return;
+    }
+    if (m_step == Step::Resetting) {
+        if (failed) {
+            finish(RasErrorHardwareFailure);
+        } else if (answer == "OK") {
+            m_step = Step::Dialling;
+            emit progressed(QString("Dialling %1...").arg(m_number));
+            m_timeout.start(m_answerTimeoutMs);
+            send("ATD" + m_number.toLatin1() + "\r");
+        }
+        return;
+    }
+    if (m_step != Step::Dialling)
+        return;
+    if (answer == "CONNECT" || answer.startsWith("CONNECT ")) {
+        m_step = Step::WaitingForCarrier;
+        emit progressed("Verifying the connection...");
+        m_timeout.start(CarrierTimeoutMs);
+        m_carrierTimer.start();
+        checkCarrier();
+    } else if (answer == "NO CARRIER" || answer == "NO ANSWER") {
+        finish(RasErrorNoAnswer);
+    } else if (answer == "BUSY") {
+        finish(LineBusy);
+    } else if (answer == "NO DIALTONE" || answer == "NO DIAL TONE") {
+        finish(NoDialTone);
+    } else if (failed) {
+        finish(RasErrorHardwareFailure);
+    }
+}
+
+void Dialler::onTimeout()
+{
+    if (m_step == Step::KeepingSilent) {
+        m_step = Step::Escaping;
+        m_timeout.start(m_guardMs + EscapeAnswerMs);
+        send("+++");
+        return;
+    }
+    if (m_step == Step::Escaping || m_step == Step::HangingUp) {
+        reset();
+        return;
+    }
+    finish(m_step == Step::Resetting ? RasErrorHardwareFailure : RasErrorNoAnswer);
+}
+
+void Dialler::checkCarrier()
+{
+    // The carrier-detect line comes by the bus, the word CONNECT by the line:
+    // either may be first.
+    const QList<PhoneOnBus> phones = phonesOnBus(m_directory);
+    const bool carrier = std::any_of(phones.begin(), phones.end(), [this](const PhoneOnBus &phone) {
+        return phone.plugId == m_plugId && phone.carrier;
+    });
+    if (!carrier)
+        return;
+    bool saved = false;
+    {
+        MachineSession session(m_directory);
+        Connection connection;
+        connection.handle = session.state.nextConnection++;
+        connection.entry = m_entry;
+        connection.device = m_device;
+        connection.plugId = m_plugId;
+        connection.port = m_port;
+        connection.since = static_cast<double>(QDateTime::currentMSecsSinceEpoch());
+        session.state.connections += connection;
+        saved = session.save();
+    }
+    if (saved)
+        emit progressed("Connected.");
+    finish(saved ? DWORD(Success) : RasErrorHardwareFailure);
+}
+
+void Dialler::finish(DWORD code)
+{
+    if (!isBusy())
+        return; // cancelled in between
+    closeLine();
+    m_step = Step::Idle;
+    emit finished(code);
+}
+
+void Dialler::closeLine()
+{
+    m_timeout.stop();
+    m_carrierTimer.stop();
+    if (m_notifier) {
+        // It may be the one that is calling.
+        m_notifier->setEnabled(false);
+        m_notifier.release()->deleteLater();
+    }
+    if (m_line >= 0)
+        closeSerialDevice(m_line);
+    m_line = -1;
+}
+
+} // namespace simulated

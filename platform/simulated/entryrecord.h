@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/ras.h"
+
+#include <QJsonObject>
+
+// A phone-book entry as the phone book keeps it: the record's fields by name.
+namespace simulated {
+
+/// What a new entry starts with. dwSize is left 0.
+platform::RasEntry defaultEntry();
+
+QJsonObject entryToJson(const platform::RasEntry &entry);
+
+/// Missing fields are as in a new entry. dwSize is left 0.
+platform::RasEntry entryFromJson(const QJsonObject &object);
+
+} // namespace simulated

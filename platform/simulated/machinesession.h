@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/simulated/machinestate.h"
+
+#include <QString>
+
+namespace simulated {
+
+/// Where the machine lives when nobody says otherwise: $SIMULATED_PC, or
+/// tolvane-simulated-pc under $XDG_STATE_HOME or ~/.local/state.
+QString defaultStateDirectory();
+
+/// One operation's look at the machine: the state is read afresh under a lock
+/// that every process and thread honours, and the lock is held until the
+/// session ends. Keep it short, and never open a second one inside it.
+class MachineSession
+{
+public:
+    /// Makes the directory when it is missing. Whatever goes wrong is said on
+    /// standard error; a damaged pc.json is kept beside the new one as
+    /// pc.json.damaged-N.
+    explicit MachineSession(const QString &directory);
+    ~MachineSession();
+    MachineSession(const MachineSession &) = delete;
+    MachineSession &operator=(const MachineSession &) = delete;
+
+    /// Writes the state, all of it or nothing. False when it cannot be
+    /// written, said on standard error.
+    bool save();
+
+    QString directory() const { return m_directory; }
+
+    /// To be changed freely; only save() makes it last.
+    MachineState state;
+
+private:
+    bool lock();
+    bool read();
+    void keepDamagedFile(const QString &error);
+    QString fileName() const;
+
+    const QString m_directory;
+    int m_lock = -1;
+    bool m_usable = false;
+};
+
+} // namespace simulated

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "platform/types.h"
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+
+// Everything that the simulated PC remembers, as it stands in its pc.json.
+namespace simulated {
+
+using platform::DWORD;
+
+/// Processors that the PC can be given.
+enum class Processor { X86, X64, Itanium };
+
+/// "x86", "x64" or "ia64".
+QString processorName(Processor processor);
+bool processorFromName(const QString &name, Processor *processor);
+
+/// What GetVersionExW and the others say about the system.
+struct WindowsRelease {
+    int major = 6;
+    int minor = 1;
+    int build = 7601;
+    int platformId = 2;  ///< NT
+    int productType = 1; ///< workstation
+    int suiteMask = 0x100;
+    int serverR2 = 0; ///< the metric SM_SERVERR2
+    int servicePack = 1;
+    Processor processor = Processor::X64;
+    bool nativeSystemInfo = true; ///< kernel32 exports GetNativeSystemInfo
+};
+
+/// A root-enumerated device that was registered.
+struct Device {
+    int devInst = 0;
+    QString instanceId; ///< ROOT\MODEM\0000
+    QString className;
+    QString classGuid; ///< in braces and capitals
+    QStringList hardwareIds;
+    QString friendlyName; ///< given by its driver; empty without one
+    QString driverInf;    ///< oem0.inf in the INF store; empty without a driver
+    bool hasDriverKey = false;
+    QMap<QString, QString> driverKey; ///< its text values
+};
+
+/// A dial-up connection. It belongs to the system: the process that dialled
+/// may end.
+struct Connection {
+    int handle = 0;
+    QString entry;
+    QString device;
+    QString plugId;   ///< the phone that it goes through
+    int port = 0;     ///< the n of COMn
+    double since = 0; ///< ms since the epoch
+};
+
+/// A failure to be injected into the running program.
+struct InjectedFault {
+    QString operation;
+    int call = 1; ///< the first call that fails
+    double code = 0;
+    bool always = false; ///< later calls as well
+};
+
+struct MachineState {
+    bool administrator = true;
+    WindowsRelease windows;
+    int installerDurationMs = 600;
+    int rescanDurationMs = 1000;
+    int answerTimeoutMs = 15000; ///< how long a dial waits for the phone
+    int hangUpGuardMs = 1050;    ///< silence around the escape sequence
+
+    bool portDriverInstalled = false;
+    /// Phones that were plugged in before the port driver was installed and
+    /// have not been looked at since.
+    QStringList unmatchedPlugIds;
+    QMap<int, int> portOfSocket; ///< the COM number that each USB socket got
+
+    int nextDevInst = 2; ///< 1 is the root
+    QList<Device> devices;
+
+    bool phonebookDamaged = false;
+    QMap<QString, QJsonObject> phonebook; ///< the entries by name
+
+    int nextConnection = 1;
+    QList<Connection> connections;
+
+    QList<InjectedFault> faults;
+
+    Device *findDevice(const QString &instanceId);
+    const Device *findDeviceNamed(const QString &friendlyName) const;
+
+    /// The content of pc.json.
+    QByteArray toJson() const;
+
+    /// Reads such content. False, with a sentence for people in *error, when
+    /// it is damaged; the state is then unusable. What is missing keeps its
+    /// default.
+    bool fromJson(const QByteArray &content, QString *error);
+};
+
+} // namespace simulated

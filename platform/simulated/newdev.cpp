@@ -1,0 +1,116 @@
+#include "platform/newdev.h"
+
+#include "platform/posix/inffile.h"
+#include "platform/posix/lasterror.h"
+#include "platform/setupapi.h"
+#include "platform/simulated/infstore.h"
+#include "platform/simulated/machinesession.h"
+#include "platform/simulated/simulatedpc.h"
+#include "platform/text.h"
+
+#include <QFile>
+
+#include <cstdio>
+
+namespace platform {
+
+namespace {
+
+constexpr DWORD KnownInstallFlags = 0x7;     // force, read-only, non-interactive
+constexpr DWORD ErrorNoCatalog = 0xE000022F; // ERROR_NO_CATALOG_FOR_OEM_INF
+
+/// A model that the INF has for this processor and hardware id.
+bool findModel(const InfFile &inf, simulated::Processor processor, const QString &hardwareId,
+               InfModel *found)
+{
+    QStringList decorations;
+    switch (processor) {
+    case simulated::Processor::X64:
+        decorations = QStringList{"NTamd64"};
+        break;
+    case simulated::Processor::Itanium:
+        decorations = QStringList{"NTia64"};
+        break;
+    case simulated::Processor::X86:
+        decorations = QStringList{"NTx86", QString()};
+        break;
+    }
+    for (const QString &decoration : decorations) {
+        for (const InfModel &model : inf.models(decoration)) {
+            if (model.hardwareIds.contains(hardwareId, Qt::CaseInsensitive)) {
+                *found = model;
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// Several devices of one driver are told apart by a number from #2 on.
+QString freeName(const simulated::MachineState &state, const QString &description)
+{
+    QString name = description;
+    for (int number = 2; state.findDeviceNamed(name); ++number)
+        name = QString("%1 #%2").arg(description).arg(number);
+    return name;
+}
+
+} // namespace
+
+BOOL SimulatedPc::updateDriver(const WCHAR *hardwareId, const WCHAR *infPath, DWORD flags,
+                               BOOL *rebootRequired)
+{
+    if (!hardwareId || !infPath)
+        return fail(ErrorInvalidParameter);
+    if (flags & ~KnownInstallFlags)
+        return fail(ErrorInvalidFlags);
+    simulated::MachineSession session(m_directory);
+    if (!session.state.administrator)
+        return fail(ErrorAccessDenied);
+    QFile file(simulated::hostPath(fromWide(infPath)));
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(ErrorFileNotFound);
+    const QByteArray content = file.readAll();
+    QString error;
+    const auto inf = InfFile::parse(content, &error);
+    if (!inf) {
+        std::fprintf(stderr, "simulated PC: UpdateDriverForPlugAndPlayDevicesW: %s: %s\n",
+                     qPrintable(file.fileName()), qPrintable(error));
+        return fail(ErrorInvalidInfStyle);
+    }
+    const QString storeName = simulated::storedInf(m_directory, content);
+    if (storeName.isEmpty())
+        return fail(ErrorNoCatalog);
+
+    const QString id = fromWide(hardwareId);
+    QList<simulated::Device *> devices;
+    for (simulated::Device &device : session.state.devices) {
+        if (device.hardwareIds.contains(id, Qt::CaseInsensitive))
+            devices += &device;
+    }
+    if (devices.isEmpty())
+        return fail(ErrorNoSuchDevInst);
+    InfModel model;
+    if (!findModel(*inf, session.state.windows.processor, id, &model))
+        return fail(ErrorNoMoreItems);
+
+    bool updated = false;
+    for (simulated::Device *device : devices) {
+        // Without force a driver has to be better than the present one.
+        if (!(flags & InstallFlagForce) && !device->driverInf.isEmpty())
+            continue;
+        device->driverInf = storeName;
+        if (device->friendlyName.isEmpty())
+            device->friendlyName = freeName(session.state, model.description);
+        updated = true;
+    }
+    if (!updated)
+        return fail(ErrorNoMoreItems);
+    if (!session.save())
+        return fail(ErrorGenFailure);
+    if (rebootRequired)
+        *rebootRequired = 0;
+    return 1;
+}
+
+} // namespace platform

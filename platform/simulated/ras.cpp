@@ -1,0 +1,219 @@
+#include "platform/ras.h"
+
+#include "platform/posix/lasterror.h"
+#include "platform/simulated/dialdialog.h"
+#include "platform/simulated/entryrecord.h"
+#include "platform/simulated/hangup.h"
+#include "platform/simulated/machinesession.h"
+#include "platform/simulated/simulatedpc.h"
+#include "platform/simulated/usbbus.h"
+#include "platform/text.h"
+
+#include <QApplication>
+#include <QThread>
+
+#include <cstring>
+
+namespace platform {
+
+namespace {
+
+constexpr DWORD ErrorInvalidName = 123; // ERROR_INVALID_NAME
+constexpr int LongestEntryName = 256;   // RAS_MaxEntryName
+
+/// The entry record of newer releases, whose size this one reports, too:
+/// fields were appended, and the older record is still taken.
+constexpr DWORD NewerEntrySize = 5616;
+
+bool isModem(const simulated::Device &device)
+{
+    return device.className.compare("Modem", Qt::CaseInsensitive) == 0 &&
+           !device.driverInf.isEmpty() && !device.friendlyName.isEmpty();
+}
+
+RasDeviceInfo deviceInfo(const QString &type, const QString &name)
+{
+    RasDeviceInfo info = {};
+    info.dwSize = sizeof info;
+    copyToBuffer(type, info.szDeviceType, 17);
+    copyToBuffer(name, info.szDeviceName, 129);
+    return info;
+}
+
+bool isKnownEntrySize(DWORD size)
+{
+    return size == RasEntrySize || size == NewerEntrySize;
+}
+
+DWORD unsupported(const char *operation, const char *what)
+{
+    failUnsupported(operation, what);
+    return ErrorNotSupported;
+}
+
+} // namespace
+
+DWORD SimulatedPc::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DWORD *lpcConnections)
+{
+    if (!lpcb || !lpcConnections)
+        return ErrorInvalidParameter;
+    if (lprasconn && lprasconn->dwSize != RasConnectionSize &&
+        lprasconn->dwSize != sizeof(RasConnection))
+        return RasErrorInvalidSize;
+    simulated::MachineSession session(m_directory);
+    if (simulated::dropDeadConnections(m_directory, &session.state))
+        session.save();
+    const QList<simulated::Connection> &connections = session.state.connections;
+    const auto required = static_cast<DWORD>(connections.size() * int(sizeof(RasConnection)));
+    const bool fits = lprasconn && *lpcb >= required;
+    *lpcb = required;
+    *lpcConnections = static_cast<DWORD>(connections.size());
+    if (required > 0 && !fits)
+        return RasErrorBufferTooSmall;
+
+    const DWORD size = lprasconn ? lprasconn->dwSize : 0;
+    RasConnection *next = lprasconn;
+    for (const simulated::Connection &connection : connections) {
+        RasConnection record = {};
+        record.dwSize = size;
+        record.hrasconn = reinterpret_cast<RasConnectionHandle>(ULONG_PTR(connection.handle));
+        copyToBuffer(connection.entry, record.szEntryName, 257);
+        copyToBuffer("modem", record.szDeviceType, 17);
+        copyToBuffer(connection.device, record.szDeviceName, 129);
+        // Only what the declared size covers belongs to the caller's record.
+        std::memcpy(static_cast<void *>(next++), &record, size);
+    }
+    return Success;
+}
+
+DWORD SimulatedPc::RasHangUpW(RasConnectionHandle hrasconn)
+{
+    const auto handle = reinterpret_cast<ULONG_PTR>(hrasconn);
+    if (handle == 0 || handle > 0x7FFFFFFF)
+        return RasErrorInvalidHandle;
+    return simulated::hangUp(m_directory, static_cast<int>(handle));
+}
+
+BOOL SimulatedPc::RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
+                              RasDialDialog *lpInfo)
+{
+    if (!lpInfo)
+        return 0;
+    lpInfo->dwError = Success;
+    const auto refuse = [lpInfo](DWORD code) {
+        lpInfo->dwError = code;
+        return 0;
+    };
+    if (lpInfo->dwSize != RasDialDialogSize)
+        return refuse(RasErrorInvalidSize);
+    if (!lpszEntry)
+        return refuse(ErrorInvalidParameter);
+    if (lpszPhonebook || lpInfo->dwFlags != 0 || lpInfo->dwSubEntry != 0 || lpInfo->hwndOwner)
+        return refuse(unsupported("RasDialDlgW", "phone books, owners, positions, sub-entries"));
+    if (!qobject_cast<QApplication *>(QCoreApplication::instance()) ||
+        QThread::currentThread() != QCoreApplication::instance()->thread())
+        return refuse(unsupported("RasDialDlgW", "threads other than the GUI thread"));
+
+    const QString entry = fromWide(lpszEntry);
+    QString number = lpszPhoneNumber ? fromWide(lpszPhoneNumber) : QString();
+    {
+        const simulated::MachineSession session(m_directory);
+        if (session.state.phonebookDamaged)
+            return refuse(RasErrorCannotOpenPhonebook);
+        if (!session.state.phonebook.contains(entry))
+            return refuse(RasErrorEntryNotFound);
+        if (number.isEmpty())
+            number = session.state.phonebook.value(entry).value("szLocalPhoneNumber").toString();
+    }
+    simulated::DialDialog dialog(m_directory, entry, number);
+    if (dialog.exec() == QDialog::Accepted)
+        return 1;
+    return refuse(dialog.lastError());
+}
+
+DWORD SimulatedPc::RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices)
+{
+    if (!lpcb || !lpcDevices)
+        return ErrorInvalidParameter;
+    if (lpRasDevInfo && lpRasDevInfo->dwSize != RasDeviceInfoSize)
+        return RasErrorInvalidSize;
+    const simulated::MachineSession session(m_directory);
+    QList<RasDeviceInfo> devices = {deviceInfo("vpn", "WAN Miniport (L2TP)")};
+    for (const simulated::Device &device : session.state.devices) {
+        if (isModem(device))
+            devices += deviceInfo("modem", device.friendlyName);
+    }
+    const auto required = static_cast<DWORD>(devices.size() * int(sizeof(RasDeviceInfo)));
+    const bool fits = lpRasDevInfo && *lpcb >= required;
+    *lpcb = required;
+    *lpcDevices = static_cast<DWORD>(devices.size());
+    if (!fits)
+        return RasErrorBufferTooSmall;
+    for (const RasDeviceInfo &device : devices)
+        *lpRasDevInfo++ = device;
+    return Success;
+}
+
+DWORD SimulatedPc::RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
+                                          RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
+                                          BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)
+{
+    if (!lpszEntry || !lpdwEntryInfoSize)
+        return ErrorInvalidParameter;
+    if (lpszPhonebook || lpbDeviceInfo)
+        return unsupported("RasGetEntryPropertiesW", "phone books and device information");
+    if (lpdwDeviceInfoSize)
+        *lpdwDeviceInfoSize = 0;
+    const simulated::MachineSession session(m_directory);
+    if (session.state.phonebookDamaged)
+        return RasErrorCannotOpenPhonebook;
+    const QString name = fromWide(lpszEntry);
+    if (!name.isEmpty() && !session.state.phonebook.contains(name))
+        return RasErrorEntryNotFound;
+    if (!lpRasEntry || *lpdwEntryInfoSize < RasEntrySize) {
+        *lpdwEntryInfoSize = NewerEntrySize;
+        return RasErrorBufferTooSmall;
+    }
+    const DWORD size = lpRasEntry->dwSize;
+    if (!isKnownEntrySize(size))
+        return RasErrorInvalidSize;
+    if (*lpdwEntryInfoSize < size) {
+        *lpdwEntryInfoSize = NewerEntrySize;
+        return RasErrorBufferTooSmall;
+    }
+
+    std::memset(static_cast<void *>(lpRasEntry), 0, size);
+    *lpRasEntry = name.isEmpty() ? simulated::defaultEntry()
+                                 : simulated::entryFromJson(session.state.phonebook.value(name));
+    lpRasEntry->dwSize = size;
+    return Success;
+}
+
+DWORD SimulatedPc::RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
+                                          RasEntry *lpRasEntry, DWORD dwEntryInfoSize,
+                                          BYTE *lpbDeviceInfo, DWORD dwDeviceInfoSize)
+{
+    if (lpszPhonebook || lpbDeviceInfo || dwDeviceInfoSize != 0)
+        return unsupported("RasSetEntryPropertiesW", "phone books and device information");
+    if (!lpRasEntry)
+        return RasErrorInvalidBuffer;
+    if (!isKnownEntrySize(lpRasEntry->dwSize))
+        return RasErrorInvalidSize;
+    if (dwEntryInfoSize < lpRasEntry->dwSize)
+        return RasErrorInvalidBuffer;
+    const QString name = lpszEntry ? fromWide(lpszEntry) : QString();
+    if (name.trimmed().isEmpty() || name.size() > LongestEntryName || name.startsWith('.'))
+        return ErrorInvalidName;
+    simulated::MachineSession session(m_directory);
+    if (!session.state.administrator)
+        return ErrorAccessDenied;
+    if (session.state.phonebookDamaged)
+        return RasErrorCannotOpenPhonebook;
+    if (fromField(lpRasEntry->szLocalPhoneNumber).isEmpty() ||
+        fromField(lpRasEntry->szDeviceName).isEmpty())
+        return ErrorInvalidParameter;
+    session.state.phonebook[name] = simulated::entryToJson(*lpRasEntry);
+    return session.save() ? Success : ErrorGenFailure;
+}
+
+} // namespace platform

@@ -1,0 +1,47 @@
+#include "platform/registry.h"
+
+#include "platform/posix/lasterror.h"
+#include "platform/simulated/machinesession.h"
+#include "platform/simulated/openkey.h"
+#include "platform/simulated/simulatedpc.h"
+#include "platform/text.h"
+
+#include <cstring>
+
+namespace platform {
+
+namespace {
+constexpr LONG ErrorKeyDeleted = 1018; // ERROR_KEY_DELETED
+}
+
+LONG SimulatedPc::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved, DWORD dwType,
+                                 const BYTE *lpData, DWORD cbData)
+{
+    const auto key = m_keys.find(hKey);
+    if (!key)
+        return ErrorInvalidHandle;
+    if (Reserved != 0 || (!lpData && cbData != 0))
+        return ErrorInvalidParameter;
+    if (dwType != RegistryString) {
+        failUnsupported("RegSetValueExW", "values other than texts");
+        return ErrorNotSupported;
+    }
+    QString text(static_cast<int>(cbData / sizeof(WCHAR)), Qt::Uninitialized);
+    std::memcpy(text.data(), lpData, cbData - cbData % sizeof(WCHAR));
+    if (text.endsWith(QChar(0)))
+        text.chop(1);
+
+    simulated::MachineSession session(m_directory);
+    simulated::Device *device = session.state.findDevice(key->instanceId);
+    if (!device || !device->hasDriverKey)
+        return ErrorKeyDeleted;
+    device->driverKey[lpValueName ? fromWide(lpValueName) : QString()] = text;
+    return session.save() ? Success : ErrorGenFailure;
+}
+
+LONG SimulatedPc::RegCloseKey(HKEY hKey)
+{
+    return m_keys.remove(hKey) ? Success : ErrorInvalidHandle;
+}
+
+} // namespace platform

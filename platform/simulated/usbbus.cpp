@@ -1,0 +1,132 @@
+#include "platform/simulated/usbbus.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace simulated {
+
+namespace {
+
+constexpr int OnBoardPort = 1;
+constexpr int FirstUsbPort = 5;
+
+/// Whether a process runs; one that only waits to be reaped does not.
+bool isAlive(qint64 pid)
+{
+    QFile file(QString("/proc/%1/stat").arg(pid));
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray status = file.readAll();
+    const QByteArray state = status.mid(status.lastIndexOf(')') + 2, 1);
+    return state != "Z" && state != "X";
+}
+
+bool readSocket(const QString &path, PhoneOnBus *phone)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false; // unplugged a moment ago
+    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
+    const QJsonObject object = document.object();
+    phone->product = object.value("product").toString();
+    phone->tty = object.value("tty").toString();
+    phone->plugId = object.value("plugId").toString();
+    phone->carrier = object.value("carrier").toBool();
+    if (phone->product.isEmpty() || phone->tty.isEmpty() || phone->plugId.isEmpty()) {
+        std::fprintf(stderr, "simulated PC: %s describes no phone\n", qPrintable(path));
+        return false;
+    }
+    return isAlive(static_cast<qint64>(object.value("pid").toDouble()));
+}
+
+int numberForSocket(int socket, MachineState *state, bool *assigned)
+{
+    const auto known = state->portOfSocket.constFind(socket);
+    if (known != state->portOfSocket.constEnd())
+        return *known;
+    const QList<int> taken = state->portOfSocket.values();
+    int number = FirstUsbPort;
+    while (taken.contains(number) || number == OnBoardPort)
+        ++number;
+    state->portOfSocket[socket] = number;
+    *assigned = true;
+    return number;
+}
+
+} // namespace
+
+QString PresentPort::friendlyName() const
+{
+    return QString("%1 (COM%2)").arg(phone.product).arg(number);
+}
+
+QList<PhoneOnBus> phonesOnBus(const QString &directory)
+{
+    static const QRegularExpression pattern("^socket([1-9][0-9]{0,3})\\.json$");
+    QList<PhoneOnBus> phones;
+    const QDir bus(directory + "/usb");
+    for (const QString &name : bus.entryList(QDir::Files)) {
+        const QRegularExpressionMatch match = pattern.match(name);
+        PhoneOnBus phone;
+        if (!match.hasMatch() || !readSocket(bus.filePath(name), &phone))
+            continue;
+        phone.socket = match.captured(1).toInt();
+        phones += phone;
+    }
+    std::sort(phones.begin(), phones.end(),
+              [](const PhoneOnBus &a, const PhoneOnBus &b) { return a.socket < b.socket; });
+    return phones;
+}
+
+QList<PresentPort> presentPorts(const QString &directory, MachineState *state, bool *assigned)
+{
+    QList<PresentPort> ports;
+    *assigned = false;
+    if (!state->portDriverInstalled)
+        return ports;
+    for (const PhoneOnBus &phone : phonesOnBus(directory)) {
+        if (!state->unmatchedPlugIds.contains(phone.plugId))
+            ports += PresentPort{numberForSocket(phone.socket, state, assigned), phone};
+    }
+    return ports;
+}
+
+void installPortDriver(const QString &directory, MachineState *state)
+{
+    if (state->portDriverInstalled)
+        return; // installed again: its phones stay known
+    state->portDriverInstalled = true;
+    state->unmatchedPlugIds.clear();
+    for (const PhoneOnBus &phone : phonesOnBus(directory))
+        state->unmatchedPlugIds += phone.plugId;
+}
+
+void rescanBus(MachineState *state)
+{
+    if (state->portDriverInstalled)
+        state->unmatchedPlugIds.clear();
+}
+
+bool dropDeadConnections(const QString &directory, MachineState *state)
+{
+    if (state->connections.isEmpty())
+        return false;
+    const QList<PhoneOnBus> phones = phonesOnBus(directory);
+    const auto isDead = [&](const Connection &connection) {
+        return std::none_of(phones.begin(), phones.end(), [&](const PhoneOnBus &phone) {
+            return phone.plugId == connection.plugId && phone.carrier;
+        });
+    };
+    const int before = state->connections.size();
+    state->connections.erase(
+        std::remove_if(state->connections.begin(), state->connections.end(), isDead),
+        state->connections.end());
+    return state->connections.size() != before;
+}
+
+} // namespace simulated

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/simulated/machinestate.h"
+
+#include <QList>
+#include <QString>
+
+// The USB sockets of the simulated PC, and the COM ports that the port driver
+// makes of the phones in them.
+namespace simulated {
+
+/// A phone in a socket, as its file usb/socketN.json tells.
+struct PhoneOnBus {
+    int socket = 0;
+    QString product;
+    QString tty;          ///< the device node of its serial line
+    QString plugId;       ///< new with every plug-in
+    bool carrier = false; ///< it holds a data connection
+};
+
+/// A COM port that is present now.
+struct PresentPort {
+    int number = 0; ///< the n of COMn
+    PhoneOnBus phone;
+
+    QString friendlyName() const;
+};
+
+/// The phones that are plugged in, by socket. A file that its phone's process
+/// left behind does not count; a damaged one is reported on standard error.
+QList<PhoneOnBus> phonesOnBus(const QString &directory);
+
+/// The phones' ports, by socket: only those of phones that the port driver
+/// knows of. A socket that never had a number gets one (save the state when
+/// *assigned becomes true).
+QList<PresentPort> presentPorts(const QString &directory, MachineState *state, bool *assigned);
+
+/// Plug and play notices an installed driver only for phones plugged in later:
+/// those that are there now wait for a rescan.
+void installPortDriver(const QString &directory, MachineState *state);
+
+/// Looks at every phone again.
+void rescanBus(MachineState *state);
+
+/// Forgets connections whose phone is gone or has no carrier any longer; true
+/// when there were any.
+bool dropDeadConnections(const QString &directory, MachineState *state);
+
+} // namespace simulated
