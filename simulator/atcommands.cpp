@@ -101,9 +101,18 @@ void disconnect(ModemState &modem)
     modem.dataState = false;
 }
 
-ResultCode echo(Call &call) { return setFlag(call, &call.modem.echo); }
-ResultCode verbose(Call &call) { return setFlag(call, &call.modem.verbose); }
-ResultCode quiet(Call &call) { return setFlag(call, &call.modem.quiet); }
+ResultCode echo(Call &call)
+{
+    return setFlag(call, &call.modem.echo);
+}
+ResultCode verbose(Call &call)
+{
+    return setFlag(call, &call.modem.verbose);
+}
+ResultCode quiet(Call &call)
+{
+    return setFlag(call, &call.modem.quiet);
+}
 
 ResultCode resetToProfile(Call &call)
 {

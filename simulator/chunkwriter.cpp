@@ -8,8 +8,7 @@ const int blindPauseMs = 50; // when it cannot be seen whether it does
 } // namespace
 
 ChunkWriter::ChunkWriter(Pseudoterminal *terminal, QObject *parent)
-    : QObject(parent),
-      m_terminal(terminal)
+    : QObject(parent), m_terminal(terminal)
 {
     m_retry.setSingleShot(true);
     m_retry.setTimerType(Qt::PreciseTimer);

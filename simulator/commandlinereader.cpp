@@ -39,10 +39,7 @@ void CommandLineReader::reset()
     m_isTooLong = false;
 }
 
-EscapeDetector::EscapeDetector(int guardTimeMs)
-    : m_guardTimeMs(guardTimeMs)
-{
-}
+EscapeDetector::EscapeDetector(int guardTimeMs) : m_guardTimeMs(guardTimeMs) {}
 
 void EscapeDetector::start(qint64 nowMs)
 {

@@ -13,10 +13,10 @@ class CommandLineReader
 public:
     /// What take() found.
     struct Taken {
-        QByteArray bytes;       ///< cut off the input, to be echoed as they are
+        QByteArray bytes;        ///< cut off the input, to be echoed as they are
         bool isComplete = false; ///< a line ended
-        bool isTooLong = false; ///< it was longer than MaximumLineLength
-        QByteArray line;        ///< from its "AT" on; empty when there is none
+        bool isTooLong = false;  ///< it was longer than MaximumLineLength
+        QByteArray line;         ///< from its "AT" on; empty when there is none
     };
 
     /// Takes from the front of *input up to and including the first end of a

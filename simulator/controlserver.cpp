@@ -39,9 +39,7 @@ bool makeAddress(const QString &path, sockaddr_un *address, QString *error)
 
 struct ControlServer::Client : QObject {
     Client(int descriptor, QObject *owner)
-        : QObject(owner),
-          m_descriptor(descriptor),
-          m_notifier(descriptor, QSocketNotifier::Read)
+        : QObject(owner), m_descriptor(descriptor), m_notifier(descriptor, QSocketNotifier::Read)
     {
     }
     ~Client() override
@@ -56,8 +54,7 @@ struct ControlServer::Client : QObject {
 };
 
 ControlServer::ControlServer(Handler handler, QObject *parent)
-    : QObject(parent),
-      m_handler(std::move(handler))
+    : QObject(parent), m_handler(std::move(handler))
 {
 }
 
@@ -110,9 +107,8 @@ void ControlServer::accept()
     if (descriptor < 0)
         return;
     auto *client = new Client(descriptor, this);
-    connect(&client->m_notifier, &QSocketNotifier::activated, this, [this, client] {
-        serve(client);
-    });
+    connect(&client->m_notifier, &QSocketNotifier::activated, this,
+            [this, client] { serve(client); });
 }
 
 void ControlServer::serve(Client *client)

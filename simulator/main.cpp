@@ -35,7 +35,8 @@ void quitOnSignals(QCoreApplication *application)
         return;
     auto *notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, application);
     QObject::connect(notifier, &QSocketNotifier::activated, application, &QCoreApplication::quit);
-    struct sigaction action{};
+    struct sigaction action {
+    };
     action.sa_handler = onSignal;
     action.sa_flags = SA_RESTART;
     for (const int number : {SIGINT, SIGTERM, SIGHUP})

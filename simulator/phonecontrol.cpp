@@ -2,9 +2,7 @@
 
 #include "simulator/virtualphone.h"
 
-PhoneControl::PhoneControl(VirtualPhone *phone, QObject *parent)
-    : QObject(parent),
-      m_phone(phone)
+PhoneControl::PhoneControl(VirtualPhone *phone, QObject *parent) : QObject(parent), m_phone(phone)
 {
 }
 
@@ -19,8 +17,8 @@ QString PhoneControl::execute(const QString &command)
         return set(rest);
     if (name == "accept-apn")
         return acceptApns(rest);
-    if (!rest.isEmpty() && (name == "unplug" || name == "status" || name == "drop" ||
-                            name == "quit"))
+    if (!rest.isEmpty() &&
+        (name == "unplug" || name == "status" || name == "drop" || name == "quit"))
         return QString("error: %1 takes nothing more").arg(name);
     if (name == "unplug") {
         if (!m_phone->isPlugged())
@@ -31,7 +29,8 @@ QString PhoneControl::execute(const QString &command)
     if (name == "status")
         return "ok " + m_phone->status();
     if (name == "drop")
-        return m_phone->dropConnection() ? "ok connection dropped" : "error: there is no connection";
+        return m_phone->dropConnection() ? "ok connection dropped"
+                                         : "error: there is no connection";
     if (name == "quit") {
         emit quitRequested();
         return "ok";

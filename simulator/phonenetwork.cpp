@@ -1,9 +1,6 @@
 #include "simulator/phonenetwork.h"
 
-PhoneNetwork::PhoneNetwork()
-    : m_acceptedApns{"internet", "blweb", "gpinternet"}
-{
-}
+PhoneNetwork::PhoneNetwork() : m_acceptedApns{"internet", "blweb", "gpinternet"} {}
 
 bool PhoneNetwork::acceptsApn(const QByteArray &apn) const
 {

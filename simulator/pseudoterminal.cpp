@@ -13,8 +13,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-Pseudoterminal::Pseudoterminal(QObject *parent)
-    : QObject(parent)
+Pseudoterminal::Pseudoterminal(QObject *parent) : QObject(parent)
 {
     m_openingTimer.setInterval(20);
     connect(&m_openingTimer, &QTimer::timeout, this, &Pseudoterminal::checkOpened);
@@ -163,8 +162,7 @@ void Pseudoterminal::watchForOpening()
         ::close(slave);
     }
     if (m_inotify >= 0)
-        m_watch =
-            inotify_add_watch(m_inotify, QFile::encodeName(m_slaveName).constData(), IN_OPEN);
+        m_watch = inotify_add_watch(m_inotify, QFile::encodeName(m_slaveName).constData(), IN_OPEN);
     if (m_watch < 0)
         m_openingTimer.start();
     checkOpened(); // it may have been opened before the watch was there

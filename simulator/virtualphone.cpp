@@ -48,8 +48,7 @@ VirtualPhone::~VirtualPhone()
 
 bool VirtualPhone::openTranscript(QString *error)
 {
-    return m_options.transcriptFile.isEmpty() ||
-           m_transcript.open(m_options.transcriptFile, error);
+    return m_options.transcriptFile.isEmpty() || m_transcript.open(m_options.transcriptFile, error);
 }
 
 bool VirtualPhone::plug(int socket, QString *error)
@@ -146,8 +145,8 @@ QString VirtualPhone::status() const
         return "unplugged" + apns;
     return QString("plugged socket=%1 tty=%2 port=%3 state=%4 carrier=%5")
                .arg(QString::number(m_socketNumber), ttyName(),
-                    m_terminal.isInUse() ? "open" : "closed", m_modem.dataState ? "data" : "command",
-                    m_modem.connected ? "yes" : "no") +
+                    m_terminal.isInUse() ? "open" : "closed",
+                    m_modem.dataState ? "data" : "command", m_modem.connected ? "yes" : "no") +
            QString(" received=%1 sent=%2 data=%3").arg(m_received).arg(m_sent).arg(m_dataReceived) +
            apns;
 }
@@ -261,8 +260,8 @@ void VirtualPhone::execute()
         hasCommandPrefix(pending.line, m_misbehaviour.errorPrefix))
         said.result = ResultCode::Error;
     else
-        said = executeCommandLine(pending.line, m_network,
-                                  m_misbehaviour.echo != EchoMode::Off, &m_modem);
+        said = executeCommandLine(pending.line, m_network, m_misbehaviour.echo != EchoMode::Off,
+                                  &m_modem);
     // Carrier detect goes up before CONNECT is said.
     publish();
     if (m_modem.dataState) {

@@ -19,8 +19,7 @@ public:
     using Task = std::function<void(VirtualPhone &, PhoneControl &)>;
 
     explicit Worker(const PhoneOptions &options)
-        : m_options(options),
-          m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+        : m_options(options), m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
     {
     }
 
