@@ -175,6 +175,7 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry) const
             "defaultroute\n"
             "replacedefaultroute\n"
             "usepeerdns\n"
+            "noipv6\n"
             "novj\n"
             "nobsdcomp\n"
             "nodeflate\n"
