@@ -1,0 +1,611 @@
+#include "platform/text.h"
+#include "serial/modemport.h"
+#include "tests/support/bench.h"
+#include "tests/support/stdoutcapture.h"
+
+#include <QMutex>
+#include <QSemaphore>
+#include <QTest>
+
+#include <climits>
+#include <cstring>
+#include <functional>
+#include <thread>
+
+using namespace platform;
+
+namespace {
+
+const QByteArray ok = "\r\nOK\r\n";
+const QByteArray error = "\r\nERROR\r\n";
+const QByteArray waitFailed = "Waiting for single object failed with error no 995\n";
+
+/// What a function prints to standard output while it runs.
+QByteArray printedBy(const std::function<void()> &function)
+{
+    const StdoutCapture capture;
+    function();
+    return capture.text();
+}
+
+/// A port on which a wait blocks, as the real one does, until somebody
+/// answers.
+class BlockingMachine : public ScriptedMachine
+{
+public:
+    void answer(const QByteArray &chunk)
+    {
+        {
+            const QMutexLocker lock(&m_lock);
+            chunks.append(chunk);
+        }
+        m_answers.release();
+    }
+
+    /// Returns when the program waits for the n-th time.
+    void untilWaiting(int times) { m_waits.acquire(times); }
+
+    DWORD WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) override
+    {
+        m_waits.release();
+        if (dwMilliseconds != WaitInfinite)
+            return WaitFailed;
+        m_answers.acquire();
+        const QMutexLocker lock(&m_lock);
+        return ScriptedMachine::WaitForSingleObject(hHandle, dwMilliseconds);
+    }
+
+    BOOL ReadFile(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
+                  DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped) override
+    {
+        const QMutexLocker lock(&m_lock);
+        return ScriptedMachine::ReadFile(hFile, lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead,
+                                         lpOverlapped);
+    }
+
+private:
+    QMutex m_lock;
+    QSemaphore m_answers;
+    QSemaphore m_waits;
+};
+
+/// A port that keeps the records it is handed, to be looked at later.
+class RecordKeepingMachine : public ScriptedMachine
+{
+public:
+    struct Event {
+        void *attributes;
+        BOOL manualReset;
+        BOOL initialState;
+        const WCHAR *name;
+    };
+    QList<Event> events;
+    QList<Overlapped> overlapped;
+    QList<bool> bufferWasClear;
+    QList<DWORD> countBefore;
+    QList<DWORD> sizes;
+
+    HANDLE CreateEventW(void *lpEventAttributes, BOOL bManualReset, BOOL bInitialState,
+                        const WCHAR *lpName) override
+    {
+        events.append({lpEventAttributes, bManualReset, bInitialState, lpName});
+        return ScriptedMachine::CreateEventW(lpEventAttributes, bManualReset, bInitialState,
+                                             lpName);
+    }
+
+    BOOL WaitCommEvent(HANDLE hFile, DWORD *lpEvtMask, Overlapped *lpOverlapped) override
+    {
+        overlapped.append(*lpOverlapped);
+        return ScriptedMachine::WaitCommEvent(hFile, lpEvtMask, lpOverlapped);
+    }
+
+    BOOL WriteFile(HANDLE hFile, const void *lpBuffer, DWORD nNumberOfBytesToWrite,
+                   DWORD *lpNumberOfBytesWritten, Overlapped *lpOverlapped) override
+    {
+        overlapped.append(*lpOverlapped);
+        return ScriptedMachine::WriteFile(hFile, lpBuffer, nNumberOfBytesToWrite,
+                                          lpNumberOfBytesWritten, lpOverlapped);
+    }
+
+    BOOL ReadFile(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
+                  DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped) override
+    {
+        overlapped.append(*lpOverlapped);
+        const auto *bytes = static_cast<const char *>(lpBuffer);
+        bool clear = true;
+        for (DWORD i = 0; i < nNumberOfBytesToRead; ++i)
+            clear = clear && bytes[i] == 0;
+        bufferWasClear.append(clear);
+        countBefore.append(*lpNumberOfBytesRead);
+        sizes.append(nNumberOfBytesToRead);
+        ScriptedMachine::ReadFile(hFile, lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead,
+                                  lpOverlapped);
+        // The result of a read is not looked at: only its count is.
+        return 0;
+    }
+};
+
+/// A read that fails leaves the count alone.
+class FailingReadMachine : public ScriptedMachine
+{
+public:
+    BOOL ReadFile(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
+                  DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped) override
+    {
+        if (chunks.isEmpty())
+            return 0;
+        return ScriptedMachine::ReadFile(hFile, lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead,
+                                         lpOverlapped);
+    }
+};
+
+} // namespace
+
+class ModemPortTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void opensAndConfigures();
+    void changesFourLineFieldsOnly();
+    void portPath_data();
+    void portPath();
+    void openingFails_data();
+    void openingFails();
+    void failureOfTheMaskIsReportedApart();
+
+    void writesAtOnce();
+    void writesPending();
+    void writtenBytes_data();
+    void writtenBytes();
+    void writingFails_data();
+    void writingFails();
+
+    void answers_data();
+    void answers();
+    void eachReadGetsAClearBufferAndCount();
+    void readsUntilThereIsNothingAndWaitsAgain();
+    void failingReadCountsAsNothing();
+    void waitCommEventIsNotLookedAt();
+    void noEventObject();
+    void waitFails_data();
+    void waitFails();
+    void silentModemIsWaitedFor();
+};
+
+void ModemPortTest::opensAndConfigures()
+{
+    Bench<> bench;
+    ModemPort port{};
+    QCOMPARE(printedBy([&] { port = openModemPort(7); }), QByteArray());
+
+    QCOMPARE(port.state, ModemPortState::Ready);
+    QCOMPARE(port.handle, reinterpret_cast<HANDLE>(ULONG_PTR{0x10}));
+    QCOMPARE(bench.calls(),
+             QStringList({"CreateFileW(\"\\\\.\\COM7\", 3221225472, 0, null, 3, 1073741824, null)",
+                          "GetCommState(0x10, &)", "SetCommState(0x10, &)",
+                          "SetCommTimeouts(0x10, &)", "SetCommMask(0x10, 5)"}));
+    QCOMPARE(bench.log.lines(),
+             QStringList({"\"\\\\.\\COM7\" \n", "Serial port  7  is successfully reconfigured."}));
+    QCOMPARE(bench.machine.timeouts.ReadIntervalTimeout, 0xFFFFFFFFu);
+    QCOMPARE(bench.machine.timeouts.ReadTotalTimeoutMultiplier, 0u);
+    QCOMPARE(bench.machine.timeouts.ReadTotalTimeoutConstant, 0u);
+    QCOMPARE(bench.machine.timeouts.WriteTotalTimeoutMultiplier, 0u);
+    QCOMPARE(bench.machine.timeouts.WriteTotalTimeoutConstant, 0u);
+    QCOMPARE(bench.leftOpen(), QString("1 port"));
+}
+
+void ModemPortTest::changesFourLineFieldsOnly()
+{
+    Bench<> bench;
+    DeviceControlBlock expected{};
+    for (std::size_t i = 0; i < sizeof expected; ++i)
+        reinterpret_cast<unsigned char *>(&expected)[i] = static_cast<unsigned char>(0xA0 + i);
+    bench.machine.lineSettings = expected;
+    bench.machine.stateQuery.DCBlength = 1;
+
+    openModemPort(7);
+    expected.BaudRate = 9600;
+    expected.ByteSize = 8;
+    expected.Parity = 0;
+    expected.StopBits = 0;
+    QCOMPARE(std::memcmp(&bench.machine.lineSettings, &expected, sizeof expected), 0);
+    const DeviceControlBlock zero{};
+    QCOMPARE(std::memcmp(&bench.machine.stateQuery, &zero, sizeof zero), 0);
+}
+
+void ModemPortTest::portPath_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::addColumn<QString>("path");
+    QTest::newRow("COM1") << 1 << "\\\\.\\COM1";
+    QTest::newRow("COM9") << 9 << "\\\\.\\COM9";
+    QTest::newRow("COM10") << 10 << "\\\\.\\COM10";
+    QTest::newRow("COM12") << 12 << "\\\\.\\COM12";
+    QTest::newRow("COM256") << 256 << "\\\\.\\COM256";
+    QTest::newRow("none") << 0 << "\\\\.\\COM0";
+    QTest::newRow("largest") << INT_MAX << "\\\\.\\COM2147483647";
+    QTest::newRow("smallest") << INT_MIN << "\\\\.\\COM-2147483648";
+}
+
+void ModemPortTest::portPath()
+{
+    QFETCH(const int, number);
+    QFETCH(const QString, path);
+    Bench<> bench;
+    openModemPort(number);
+    QCOMPARE(bench.machine.openedPath, path);
+    QCOMPARE(bench.log.lines(),
+             QStringList({'"' + path + "\" \n",
+                          QString("Serial port  %1  is successfully reconfigured.").arg(number)}));
+}
+
+void ModemPortTest::openingFails_data()
+{
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<DWORD>("code");
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<int>("calls");
+    QTest::addColumn<QString>("leftOpen");
+    // The handle of a port that was opened stays open on every one of these.
+    QTest::newRow("missing") << "CreateFileW" << ErrorFileNotFound
+                             << "CreateFile failed with error  2" << 1 << "";
+    QTest::newRow("open elsewhere")
+        << "CreateFileW" << ErrorAccessDenied << "CreateFile failed with error  5" << 1 << "";
+    QTest::newRow("GetCommState") << "GetCommState" << ErrorGenFailure
+                                  << "GetCommState failed with error 31" << 2 << "1 port";
+    QTest::newRow("SetCommState") << "SetCommState" << ErrorInvalidParameter
+                                  << "SetCommState failed with error 87" << 3 << "1 port";
+    QTest::newRow("SetCommTimeouts") << "SetCommTimeouts" << DWORD{0xE0000235}
+                                     << "Error setting time-outs 3758096949" << 4 << "1 port";
+}
+
+void ModemPortTest::openingFails()
+{
+    QFETCH(const QString, operation);
+    QFETCH(const DWORD, code);
+    QFETCH(const QString, line);
+    QFETCH(const int, calls);
+    QFETCH(const QString, leftOpen);
+    Bench<> bench;
+    bench.fail(operation, code);
+    QCOMPARE(openModemPort(7).state, ModemPortState::Failed);
+
+    const QStringList all = {"CreateFileW", "GetCommState", "SetCommState", "SetCommTimeouts",
+                             "SetCommMask"};
+    QCOMPARE(bench.injector.operations(), QStringList(all.mid(0, calls)));
+    QStringList lines = {"\"\\\\.\\COM7\" \n"};
+    if (operation == "SetCommTimeouts")
+        lines.append("Serial port  7  is successfully reconfigured.");
+    lines.append(line);
+    QCOMPARE(bench.log.lines(), lines);
+    QCOMPARE(bench.leftOpen(), leftOpen);
+}
+
+void ModemPortTest::failureOfTheMaskIsReportedApart()
+{
+    Bench<> bench;
+    bench.fail("SetCommMask", 31);
+    const ModemPort port = openModemPort(7);
+    QCOMPARE(port.state, ModemPortState::NoEventMask);
+    QCOMPARE(bench.log.lines().last(), QString("SetCommMask failed with error 31"));
+    QCOMPARE(bench.leftOpen(), QString("1 port"));
+}
+
+void ModemPortTest::writesAtOnce()
+{
+    Bench<RecordKeepingMachine> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.injector.reset();
+    bool written = false;
+    QCOMPARE(printedBy([&] { written = writeCommand(port, "AT\r"); }),
+             QByteArray("\nWriteFile completed immediately.\n"));
+
+    QVERIFY(written);
+    QCOMPARE(bench.calls(), QStringList({"CreateEventW(null, 1, 0, null)",
+                                         "WriteFile(0x10, &, 3, &, &)"}));
+    QCOMPARE(bench.machine.written, QByteArray("AT\r"));
+    QCOMPARE(bench.machine.overlapped.size(), 1);
+    Overlapped expected{};
+    expected.hEvent = reinterpret_cast<HANDLE>(ULONG_PTR{0x20});
+    QCOMPARE(std::memcmp(&bench.machine.overlapped.first(), &expected, sizeof expected), 0);
+    // The event is never closed.
+    QCOMPARE(bench.leftOpen(), QString("1 port, 1 event"));
+}
+
+void ModemPortTest::writesPending()
+{
+    Bench<> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.injector.reset();
+    bench.machine.writesArePending = true;
+    bool written = false;
+    QCOMPARE(printedBy([&] { written = writeCommand(port, "AT\r"); }),
+             QByteArray("\nWrite operation completed successfully.\n"));
+
+    QVERIFY(written);
+    QCOMPARE(bench.calls(), QStringList({"CreateEventW(null, 1, 0, null)",
+                                         "WriteFile(0x10, &, 3, &, &)",
+                                         "GetOverlappedResult(0x10, &, &, 1)"}));
+    QCOMPARE(bench.leftOpen(), QString("1 port, 1 event"));
+}
+
+void ModemPortTest::writtenBytes_data()
+{
+    QTest::addColumn<QByteArray>("command");
+    QTest::newRow("AT") << QByteArray("AT\r");
+    QTest::newRow("empty") << QByteArray("");
+    QTest::newRow("beyond ASCII") << QByteArray("\xe4\xff\r");
+    QTest::newRow("long") << QByteArray(20000, 'x');
+}
+
+void ModemPortTest::writtenBytes()
+{
+    QFETCH(const QByteArray, command);
+    Bench<> bench;
+    const HANDLE port = openModemPort(7).handle;
+    printedBy([&] { writeCommand(port, command.constData()); });
+    QCOMPARE(bench.machine.written, command);
+}
+
+void ModemPortTest::writingFails_data()
+{
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<DWORD>("code");
+    QTest::addColumn<QByteArray>("printed");
+    QTest::addColumn<int>("calls");
+    QTest::addColumn<QString>("leftOpen");
+    QTest::newRow("no event") << "CreateEventW" << ErrorNotEnoughMemory << QByteArray() << 1
+                              << "1 port";
+    QTest::newRow("unplugged") << "WriteFile" << ErrorDeviceNotConnected
+                               << QByteArray("\nWriteFile failed with error 1167.\n") << 2
+                               << "1 port, 1 event";
+    QTest::newRow("no code") << "WriteFile" << Success
+                             << QByteArray("\nWriteFile failed with error 0.\n") << 2
+                             << "1 port, 1 event";
+    QTest::newRow("pending fails") << "GetOverlappedResult" << ErrorOperationAborted
+                                   << QByteArray() << 3 << "1 port, 1 event";
+}
+
+void ModemPortTest::writingFails()
+{
+    QFETCH(const QString, operation);
+    QFETCH(const DWORD, code);
+    QFETCH(const QByteArray, printed);
+    QFETCH(const int, calls);
+    QFETCH(const QString, leftOpen);
+    Bench<> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.injector.reset();
+    bench.log.clear();
+    bench.machine.writesArePending = true;
+    bench.fail(operation, code);
+    bool written = true;
+    QCOMPARE(printedBy([&] { written = writeCommand(port, "AT\r"); }), printed);
+
+    QVERIFY(!written);
+    const QStringList all = {"CreateEventW", "WriteFile", "GetOverlappedResult"};
+    QCOMPARE(bench.injector.operations(), QStringList(all.mid(0, calls)));
+    QCOMPARE(bench.leftOpen(), leftOpen);
+    QCOMPARE(bench.log.lines(), QStringList());
+}
+
+void ModemPortTest::answers_data()
+{
+    QTest::addColumn<QList<QByteArray>>("chunks");
+    QTest::addColumn<int>("response");
+    QTest::addColumn<QByteArray>("printed");
+    QTest::addColumn<int>("notRead"); // chunks that are left for the next command
+    using Chunks = QList<QByteArray>;
+    const auto line = [](const QByteArray &chunk) { return QByteArray(chunk + '\n'); };
+
+    QTest::newRow("OK") << Chunks{ok} << 0 << line(ok) << 0;
+    QTest::newRow("ERROR") << Chunks{error} << 10 << line(error) << 0;
+    QTest::newRow("echo in the chunk") << Chunks{"AT\r" + ok} << 2
+                                       << line("AT\r" + ok) + waitFailed << 0;
+    QTest::newRow("echo, then OK") << Chunks{"AT\r", ok} << 0 << line("AT\r") + line(ok) << 0;
+    QTest::newRow("echo in the chunk, then OK")
+        << Chunks{"AT\r" + ok, ok} << 0 << line("AT\r" + ok) + line(ok) << 0;
+    QTest::newRow("line between") << Chunks{"\r\n+CSQ: 20,0\r\n", ok} << 0
+                                  << line("\r\n+CSQ: 20,0\r\n") + line(ok) << 0;
+    QTest::newRow("split answer") << Chunks{"\r\nO", "K\r\n"} << 2
+                                  << line("\r\nO") + line("K\r\n") + waitFailed << 0;
+    QTest::newRow("split answer, then ERROR")
+        << Chunks{"\r\nOK", "\r\n", error} << 10
+        << line("\r\nOK") + line("\r\n") + line(error) << 0;
+    QTest::newRow("two answers in one chunk") << Chunks{ok + ok} << 2
+                                              << line(ok + ok) + waitFailed << 0;
+    QTest::newRow("OK and ERROR in one chunk") << Chunks{ok + error, error} << 10
+                                               << line(ok + error) + line(error) << 0;
+    QTest::newRow("first of two chunks") << Chunks{ok, error} << 0 << line(ok) << 1;
+    QTest::newRow("without the first line end") << Chunks{"OK\r\n", ok} << 0
+                                                << line("OK\r\n") + line(ok) << 0;
+    QTest::newRow("without the second line end") << Chunks{"\r\nOK", ok} << 0
+                                                 << line("\r\nOK") + line(ok) << 0;
+    QTest::newRow("line feed only") << Chunks{"\nOK\n", ok} << 0 << line("\nOK\n") + line(ok) << 0;
+    QTest::newRow("lower case") << Chunks{"\r\nok\r\n", ok} << 0
+                                << line("\r\nok\r\n") + line(ok) << 0;
+    QTest::newRow("+CME ERROR") << Chunks{"\r\n+CME ERROR: 3\r\n", error} << 10
+                                << line("\r\n+CME ERROR: 3\r\n") + line(error) << 0;
+    QTest::newRow("one byte behind") << Chunks{ok + " ", ok} << 0 << line(ok + " ") + line(ok) << 0;
+    // The terminator is part of what is compared, and nothing behind it.
+    const QByteArray okAndJunk("\r\nOK\r\n\0junk", 11);
+    QTest::newRow("OK, NUL and more") << Chunks{okAndJunk} << 0 << line(ok) << 0;
+    const QByteArray errorAndJunk("\r\nERROR\r\n\0junk", 14);
+    QTest::newRow("ERROR, NUL and more") << Chunks{errorAndJunk} << 10 << line(error) << 0;
+    QTest::newRow("NUL first") << Chunks{QByteArray("\0\r\nOK\r\n", 7), ok} << 0
+                               << line("") + line(ok) << 0;
+    QTest::newRow("only NULs") << Chunks{QByteArray(5, '\0'), ok} << 0 << line("") + line(ok) << 0;
+    // A full buffer holds no terminator.
+    const QByteArray full(100, 'x');
+    QTest::newRow("100 bytes") << Chunks{full, ok} << 0 << line(full) + line(ok) << 0;
+    QTest::newRow("99 bytes") << Chunks{full.left(99), ok} << 0
+                              << line(full.left(99)) + line(ok) << 0;
+    const QByteArray okFilled = ok + QByteArray(94, 'x');
+    QTest::newRow("100 bytes that begin with OK") << Chunks{okFilled, error} << 10
+                                                  << line(okFilled) + line(error) << 0;
+    // A short chunk behind a long one is not completed by what was there.
+    QTest::newRow("100 bytes, then a part") << Chunks{full, "\r\nOK", ok} << 0
+                                            << line(full) + line("\r\nOK") + line(ok) << 0;
+    QTest::newRow("percent signs") << Chunks{"%s%n%d", ok} << 0 << line("%s%n%d") + line(ok) << 0;
+    QTest::newRow("beyond ASCII") << Chunks{"\xff\x80", ok} << 0 << line("\xff\x80") + line(ok) << 0;
+    // An empty chunk is a read that finds nothing.
+    QTest::newRow("nothing, then OK") << Chunks{"", ok} << 0 << line(ok) << 0;
+    QTest::newRow("nothing many times") << Chunks{"", "", "", "", error} << 10 << line(error) << 0;
+    QTest::newRow("part, nothing, part") << Chunks{"\r\nO", "", "K\r\n", "", ok} << 0
+                                         << line("\r\nO") + line("K\r\n") + line(ok) << 0;
+    QTest::newRow("never anything") << Chunks{} << 2 << waitFailed << 0;
+}
+
+void ModemPortTest::answers()
+{
+    QFETCH(const QList<QByteArray>, chunks);
+    QFETCH(const int, response);
+    QFETCH(const QByteArray, printed);
+    QFETCH(const int, notRead);
+    Bench<> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.log.clear();
+    bench.machine.chunks = chunks;
+    int result = -1;
+    QCOMPARE(printedBy([&] { result = waitForResponse(port); }), printed);
+    QCOMPARE(result, response);
+    QCOMPARE(bench.machine.chunks.size(), notRead);
+    QCOMPARE(bench.leftOpen(), QString("1 port, 1 event"));
+    QCOMPARE(bench.log.lines(), QStringList());
+    QCOMPARE(bench.machine.written, QByteArray());
+}
+
+void ModemPortTest::eachReadGetsAClearBufferAndCount()
+{
+    Bench<RecordKeepingMachine> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.machine.chunks = {QByteArray(100, 'x'), "AT\r", "", ok};
+    int result = -1;
+    printedBy([&] { result = waitForResponse(port); });
+
+    QCOMPARE(result, 0);
+    QCOMPARE(bench.machine.bufferWasClear, QList<bool>({true, true, true, true}));
+    QCOMPARE(bench.machine.countBefore, QList<DWORD>({0, 0, 0, 0}));
+    QCOMPARE(bench.machine.sizes, QList<DWORD>({100, 100, 100, 100}));
+    // One manual-reset, unsignalled, unnamed event serves all of them.
+    QCOMPARE(bench.machine.events.size(), 1);
+    const auto &event = bench.machine.events.first();
+    QVERIFY(!event.attributes && event.manualReset && !event.initialState && !event.name);
+    for (const Overlapped &record : std::as_const(bench.machine.overlapped))
+        QCOMPARE(record.hEvent, reinterpret_cast<HANDLE>(ULONG_PTR{0x20}));
+    QCOMPARE(bench.machine.overlapped.first().Internal, ULONG_PTR{0});
+    QCOMPARE(bench.machine.overlapped.first().Offset, DWORD{0});
+}
+
+void ModemPortTest::readsUntilThereIsNothingAndWaitsAgain()
+{
+    Bench<> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.injector.reset();
+    bench.machine.chunks = {"AT\r", "", ok};
+    int result = -1;
+    printedBy([&] { result = waitForResponse(port); });
+
+    QCOMPARE(result, 0);
+    const QStringList once = {"WaitCommEvent(0x10, &, &)", "WaitForSingleObject(0x20, 4294967295)"};
+    const QString read = "ReadFile(0x10, @, 100, &, &)";
+    QCOMPARE(bench.calls(), QStringList({"CreateEventW(null, 1, 0, null)"}) + once +
+                                QStringList({read, read}) + once + QStringList({read}));
+}
+
+void ModemPortTest::failingReadCountsAsNothing()
+{
+    Bench<FailingReadMachine> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.fail("ReadFile", ErrorDeviceNotConnected);
+    bench.fail("ReadFile", ErrorGenFailure, 3);
+    bench.machine.chunks = {"AT\r", ok};
+    int result = -1;
+    QCOMPARE(printedBy([&] { result = waitForResponse(port); }), "AT\r\n" + ok + '\n');
+    QCOMPARE(result, 0);
+    QCOMPARE(bench.injector.operations().count("WaitForSingleObject"), 3);
+}
+
+// Pending, already happened or failed: the wait that follows tells.
+void ModemPortTest::waitCommEventIsNotLookedAt()
+{
+    Bench<> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.fail("WaitCommEvent", ErrorInvalidParameter);
+    bench.machine.chunks = {ok};
+    int result = -1;
+    QCOMPARE(printedBy([&] { result = waitForResponse(port); }), ok + '\n');
+    QCOMPARE(result, 0);
+}
+
+void ModemPortTest::noEventObject()
+{
+    Bench<> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.injector.reset();
+    bench.fail("CreateEventW", ErrorNotEnoughMemory);
+    bench.machine.chunks = {ok};
+    int result = -1;
+    QCOMPARE(printedBy([&] { result = waitForResponse(port); }), QByteArray());
+    QCOMPARE(result, 1);
+    QCOMPARE(bench.injector.operations(), QStringList({"CreateEventW"}));
+    QCOMPARE(bench.leftOpen(), QString("1 port"));
+}
+
+void ModemPortTest::waitFails_data()
+{
+    QTest::addColumn<int>("wait");
+    QTest::addColumn<QByteArray>("printed");
+    QTest::newRow("first") << 1 << QByteArray();
+    QTest::newRow("second") << 2 << QByteArray("AT\r\n");
+}
+
+void ModemPortTest::waitFails()
+{
+    QFETCH(const int, wait);
+    QFETCH(const QByteArray, printed);
+    Bench<> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.fail("WaitForSingleObject", ErrorInvalidHandle, wait);
+    bench.machine.chunks = {"AT\r", "", ok};
+    int result = -1;
+    QCOMPARE(printedBy([&] { result = waitForResponse(port); }),
+             printed + "Waiting for single object failed with error no 6\n");
+    QCOMPARE(result, 2);
+    QCOMPARE(bench.leftOpen(), QString("1 port, 1 event"));
+}
+
+// Nothing has a time-out: the wait lasts as long as the modem says nothing,
+// and goes on behind everything that is not an answer.
+void ModemPortTest::silentModemIsWaitedFor()
+{
+    Bench<BlockingMachine> bench;
+    const HANDLE port = openModemPort(7).handle;
+    QSemaphore returned;
+    int result = -1;
+    QByteArray printed;
+    {
+        const StdoutCapture capture;
+        std::thread program([&] {
+            result = waitForResponse(port);
+            returned.release();
+        });
+        bench.machine.untilWaiting(1);
+        const bool early = returned.tryAcquire();
+        bench.machine.answer("\r\n+CREG: 1\r\n");
+        bench.machine.untilWaiting(1);
+        const bool still = returned.tryAcquire();
+        bench.machine.answer("");
+        bench.machine.untilWaiting(1);
+        bench.machine.answer(error);
+        program.join();
+        printed = capture.text();
+        QVERIFY(!early && !still);
+    }
+    QCOMPARE(result, 10);
+    QCOMPARE(printed, "\r\n+CREG: 1\r\n\n" + error + '\n');
+}
+
+QTEST_GUILESS_MAIN(ModemPortTest)
+#include "modemport_test.moc"
