@@ -85,12 +85,19 @@ QStringList FaultInjectingPlatform::operations() const
     return m_operations;
 }
 
-bool FaultInjectingPlatform::fails(const char *operation, const QStringList &arguments, DWORD *code)
+void FaultInjectingPlatform::writeDown(const char *operation, const QStringList &arguments)
 {
     const QMutexLocker lock(&m_mutex);
     const QString name = QString::fromLatin1(operation);
     m_calls.append(name + '(' + arguments.join(", ") + ')');
     m_operations.append(name);
+}
+
+bool FaultInjectingPlatform::fails(const char *operation, const QStringList &arguments, DWORD *code)
+{
+    writeDown(operation, arguments);
+    const QMutexLocker lock(&m_mutex);
+    const QString name = QString::fromLatin1(operation);
     const int ofThis = ++m_counts[name];
     const int ofAny = ++m_counts["*"];
     for (const Fault &fault : std::as_const(m_faults)) {
@@ -219,16 +226,19 @@ void FaultInjectingPlatform::SetLastError(DWORD dwErrCode)
 
 HANDLE FaultInjectingPlatform::GetProcessHeap()
 {
+    writeDown("GetProcessHeap", {});
     return m_real.GetProcessHeap();
 }
 
 int FaultInjectingPlatform::GetSystemMetrics(int nIndex)
 {
+    writeDown("GetSystemMetrics", {describe(nIndex)});
     return m_real.GetSystemMetrics(nIndex);
 }
 
 void FaultInjectingPlatform::GetSystemInfo(SystemInfo *lpSystemInfo)
 {
+    writeDown("GetSystemInfo", {describe(lpSystemInfo)});
     m_real.GetSystemInfo(lpSystemInfo);
 }
 
@@ -574,4 +584,5 @@ BOOL FaultInjectingPlatform::GetVersionExW(OsVersionInfoEx *lpVersionInformation
     return failingWithLastError("GetVersionExW", BOOL{0}, &SystemInformation::GetVersionExW,
                                 lpVersionInformation);
 }
+
 } // namespace platform

@@ -29,8 +29,8 @@ struct Fault {
 /// A decorator over any backend that lets chosen calls fail as the system
 /// would and writes down every call in order. Not called when a call fails:
 /// the backend. Any thread. Operations that cannot fail (GetLastError,
-/// SetLastError, GetProcessHeap, GetSystemInfo, GetSystemMetrics) pass through;
-/// the first two are not written down.
+/// SetLastError, GetProcessHeap, GetSystemInfo, GetSystemMetrics) pass through
+/// and do not count for "*"; the first two are not written down.
 class FaultInjectingPlatform : public Platform
 {
 public:
@@ -156,7 +156,8 @@ private:
     /// for the backend's own and find the decorator that handed them out.
     struct BoundFunctions;
 
-    /// Writes the call down; the code to fail with when a fault fires.
+    void writeDown(const char *operation, const QStringList &arguments);
+    /// Writes the call down and counts it; the code to fail with when a fault fires.
     bool fails(const char *operation, const QStringList &arguments, DWORD *code);
 
     template<typename Family, typename... Parameters, typename... Arguments>
