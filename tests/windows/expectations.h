@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+class WineMachine;
+
+/// The lines of machine.txt for a phone that is plugged in on COM7 and whose
+/// drivers install.
+QStringList machineWithPhone();
+
+/// Every call of the five set-up steps on that machine under Windows 7, in
+/// order, as the doubles record it; without the started installer's own line,
+/// which comes when that process gets to it.
+QStringList setupCalls(const WineMachine &machine);
+
+/// The debug stream of the same steps.
+QString setupDebug(const WineMachine &machine);
+
+/// The calls and the debug stream of one search for the port.
+QStringList portSearchCalls(int set, int firstBlock);
+QString portSearchDebug();

@@ -1,0 +1,331 @@
+// Every way in which a set-up step can fail on Windows, with the packaged
+// program: what it logs, what it still calls and what it leaves open.
+
+#include "tests/windows/callcheck.h"
+#include "tests/windows/expectations.h"
+#include "tests/windows/winemachine.h"
+
+#include <QRegularExpression>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
+const char mainTitle[] = "Tolvane Modem Connector";
+
+const QString installFailed =
+    "ERROR  InstallModem  -  InstallRootEnumeratedDriver failed \n\n";
+
+QString lastError(const char *code)
+{
+    return QString("Msg from  InstallRootEnumeratedDriver  -  \"Last Error %1\" \n\n").arg(code);
+}
+
+QString registerFailed()
+{
+    return "ERROR  InstallRootEnumeratedDriver  -  \"RegisterModem failed. Tried to register it "
+           "to COM7\" \n\n";
+}
+
+const QString deviceRemoved =
+    "SetupDiCallClassInstaller function=5 set3 device=new cbSize=32 -> result=1";
+const QString setDestroyed = "SetupDiDestroyDeviceInfoList set3 -> result=1";
+const QString nothingOpen =
+    "exit ports none events none processes none threads none blocks none";
+
+} // namespace
+
+class SetupTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void init() { m_machine->reset(); }
+    void cleanup();
+
+    void failure_data();
+    void failure();
+    void release_data();
+    void release();
+
+private:
+    void runWizard();
+    void closeAll();
+
+    std::unique_ptr<WineMachine> m_machine;
+};
+
+void SetupTest::initTestCase()
+{
+    m_machine = std::make_unique<WineMachine>();
+    m_machine->setWindowsVersion("win7");
+}
+
+void SetupTest::cleanupTestCase()
+{
+    m_machine->setWindowsVersion({});
+    m_machine.reset();
+}
+
+void SetupTest::cleanup()
+{
+    m_machine->stop();
+    const QString name =
+        QString("setup-%1-%2").arg(QTest::currentTestFunction(), QTest::currentDataTag());
+    if (QTest::currentTestFailed())
+        m_machine->screenshot(name + "-failed");
+    m_machine->keepLogs(name);
+    const QStringList wrong = wrongCalls(m_machine->calls());
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join('\n')));
+}
+
+void SetupTest::runWizard()
+{
+    QVERIFY(m_machine->start());
+    const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
+    QVERIFY(!wizard.isEmpty());
+    m_machine->press(wizard, "Return");
+}
+
+void SetupTest::closeAll()
+{
+    const QString wizard = m_machine->waitForWindow(wizardTitle);
+    m_machine->press(wizard, "Escape");
+    // With an entry the main window comes back, without one this is the end.
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+            return m_machine->hasEnded() || !m_machine->waitForWindow(mainTitle, 0).isEmpty();
+        },
+        10000));
+    if (!m_machine->hasEnded())
+        m_machine->press(m_machine->waitForWindow(mainTitle), "alt+F4");
+    QCOMPARE(m_machine->waitForExit(), 0);
+}
+
+void SetupTest::failure_data()
+{
+    QTest::addColumn<QStringList>("machine");   // what fails
+    QTest::addColumn<QString>("debugEnd");      // the last lines of the debug stream
+    QTest::addColumn<QStringList>("callsEnd");  // the last calls of the program
+    QTest::addColumn<QStringList>("left");      // what the end finds open
+
+    const QString port = "ERROR  \"SetCurrentPortSettings\"  -  No ports available \n\n";
+    const QStringList clean = {"exit sets none", nothingOpen};
+
+    QTest::newRow("installer does not start")
+        << QStringList{"fail CreateProcessW 1 2"}
+        << "ERROR  SetupAllInfs  -  Port INF setup failed. \n\n" << QStringList{} << clean;
+    QTest::newRow("INF refused")
+        << QStringList{"fail SetupCopyOEMInfW 1 5"}
+        << "ERROR  CopyInf  -  \"Failed, location \"%DRIVERS%modem_inf_64.inf\" \" \n\n"
+           "ERROR  SetupAllInfs  -  Modem INF setup failed. \n\n"
+        << QStringList{} << clean;
+    QTest::newRow("ports class unavailable")
+        << QStringList{"fail SetupDiGetClassDevsW 1 5"}
+        << "Got Invalid Handle Value on SetupDiGetClassDevs\n" + port
+        << QStringList{"SetupDiGetClassDevsW class=Ports enumerator=null parent=null flags=2 "
+                       "-> result=invalid error=5"}
+        << clean;
+    QTest::newRow("enumeration breaks off")
+        << QStringList{"fail SetupDiEnumDeviceInfo 1 1167"}
+        << "Error occured after enumaration\n" + port
+        << QStringList{"SetupDiEnumDeviceInfo set1 index=0 cbSize=32 -> result=0 error=1167"}
+        << QStringList{"exit sets set1", nothingOpen};
+    QTest::newRow("INF class unreadable")
+        << QStringList{"fail SetupDiGetINFClassW 1 3758096640"}
+        << "ERROR  InstallRootEnumeratedDriver  -  ERROR SetupDiGetINFClass \n\n" + installFailed
+        << QStringList{} << clean;
+    QTest::newRow("no device set")
+        << QStringList{"fail SetupDiCreateDeviceInfoList 1 8"}
+        << "ERROR  InstallRootEnumeratedDriver  -  ERROR SetupDiCreateDeviceInfoList \n\n" +
+               installFailed
+        << QStringList{"SetupDiCreateDeviceInfoList class=Modem parent=null -> result=invalid "
+                       "error=8"}
+        << clean;
+    // These two count as success, and the set-up goes on.
+    QTest::newRow("device not created")
+        << QStringList{"fail SetupDiCreateDeviceInfoW 1 5"}
+        << "ERROR  InstallRootEnumeratedDriver  -  CreateDeviceInfo \n\n" + lastError("5") +
+               "Successfully created the DIALUP CONNECTION :D :D\n"
+        << QStringList{} << clean;
+    QTest::newRow("hardware id refused")
+        << QStringList{"fail SetupDiSetDeviceRegistryPropertyW 1 5"}
+        << "ERROR  InstallRootEnumeratedDriver  -  SetDeviceRegistryProperty \n\n" +
+               lastError("5") + "Successfully created the DIALUP CONNECTION :D :D\n"
+        << QStringList{} << clean;
+    QTest::newRow("registration refused")
+        << QStringList{"fail SetupDiRegisterDeviceInfo 1 5"}
+        << "ERROR  RegisterModem  -  SetupDiRegisterDeviceInfo Device\n \n\n" + registerFailed() +
+               lastError("5") + installFailed
+        << QStringList{deviceRemoved, setDestroyed} << clean;
+    QTest::newRow("driver key exists")
+        << QStringList{"driverkey exists"}
+        << "ERROR  RegisterModem  -  SetupDiOpenDevRegKey failed \n\n" + registerFailed() +
+               lastError("0") + installFailed
+        << QStringList{deviceRemoved, setDestroyed} << clean;
+    QTest::newRow("driver key inaccessible")
+        << QStringList{"fail SetupDiOpenDevRegKey 1 5"}
+        << "ERROR  RegisterModem  -  SetupDiOpenDevRegKey failed \n\n" + registerFailed() +
+               lastError("5") + installFailed
+        << QStringList{deviceRemoved, setDestroyed} << clean;
+    QTest::newRow("driver key not created")
+        << QStringList{"fail SetupDiCreateDevRegKeyW 1 5"}
+        << "ERROR  RegisterModem  -  SetupDiOpenDevRegKey/SetupDiCreateDevRegKey failed:  \n\n" +
+               registerFailed() + lastError("5") + installFailed
+        << QStringList{deviceRemoved, setDestroyed} << clean;
+    QTest::newRow("second registration refused")
+        << QStringList{"fail SetupDiRegisterDeviceInfo 2 5"}
+        << "ERROR  RegisterModem  -  SetupDiRegisterDeviceInfo call for the second time "
+           "failed(don't know why called it :-S. But it is needed. \n\n" +
+               registerFailed() + lastError("5") + installFailed
+        << QStringList{deviceRemoved, setDestroyed} << clean;
+    const std::pair<const char *, const char *> codes[] = {
+        {"2", "ERROR_FILE_NOT_FOUND"},          {"3758096949", "ERROR_IN_WOW64"},
+        {"1004", "ERROR_INVALID_FLAGS"},        {"3758096907", "ERROR_NO_SUCH_DEVINST"},
+        {"259", "ERROR_NO_MORE_ITEMS"},         {"5", "unknown"},
+    };
+    for (const auto &[code, name] : codes) {
+        const QString line = "ERROR  InstallRootEnumeratedDriver  -  ";
+        QTest::newRow(qPrintable(QString("driver update fails with ") + code))
+            << QStringList{QString("fail UpdateDriverForPlugAndPlayDevicesW 1 ") + code}
+            << line + "UpdateDriverForPlugAndPlayDevices failed. \n\n" + line +
+                   QString("\"Error code %1\" \n\n").arg(code) + line +
+                   QString("Error is %1 \n\n").arg(name) + lastError(code) + installFailed
+            << QStringList{"FreeLibrary newdev.dll", "newdev.dll freed", deviceRemoved, setDestroyed}
+            << clean;
+    }
+    QTest::newRow("defaults unavailable")
+        << QStringList{"fail RasGetEntryPropertiesW 1 621"} << lastError("0")
+        << QStringList{"RasGetEntryPropertiesW phonebook=null entry=\"\" record=null size=0 "
+                       "device=null deviceSize=null -> result=621"}
+        << clean;
+    QTest::newRow("no memory for the entry")
+        << QStringList{"fail HeapAlloc 1 8"} << "HeapAlloc failed!\n\n"
+        << QStringList{"HeapAlloc flags=8 bytes=5616 -> result=null"} << clean;
+    QTest::newRow("defaults unreadable")
+        << QStringList{"fail RasGetEntryPropertiesW 2 621"} << "RasGetEntryProperties failed\n"
+        << QStringList{"HeapFree flags=0 block5"} << clean;
+    // The block of the entry stays on this path.
+    QTest::newRow("no modem device")
+        << QStringList{"-rasdevice"} << "Error! No compatible modem found!\n"
+        << QStringList{"RasEnumDevicesW records=null lpcb=0 count=0 -> result=0 count=0"}
+        << QStringList{"exit sets none",
+                       "exit ports none events none processes none threads none blocks block5"};
+    const std::pair<const char *, const char *> refusals[] = {
+        {"5", "The user does not have the correct privileges. Only an administrator can complete "
+              "this task.\n "},
+        {"87", "The RASENTRY structure pointed to by the lpRasEntry parameter does not contain "
+               "adequate information. See the description for lpRasEntry to see what information "
+               "is required. "},
+        {"610", "The address or buffer specified by lpRasEntry is invalid. "},
+        {"621", "The phone book is corrupted or missing components. "},
+        {"623", "Unknown error occured. Error code =  623 "},
+    };
+    for (const auto &[code, text] : refusals) {
+        QTest::newRow(qPrintable(QString("entry refused with ") + code))
+            << QStringList{QString("fail RasSetEntryPropertiesW 1 ") + code}
+            << QString(text) + "\n\n" << QStringList{"HeapFree flags=0 block5"} << clean;
+    }
+
+    // These do not stop the set-up.
+    const QString success = "Successfully created the DIALUP CONNECTION :D :D\n";
+    QTest::newRow("root not located")
+        << QStringList{"fail CM_Locate_DevNode_ExA 1 13"} << success << QStringList{} << clean;
+    QTest::newRow("rescan refused")
+        << QStringList{"fail CM_Reenumerate_DevNode_Ex 1 37"} << success << QStringList{} << clean;
+    QTest::newRow("name unreadable once")
+        << QStringList{"fail SetupDiGetDeviceRegistryPropertyW 1 13"} << success << QStringList{}
+        << clean;
+    QTest::newRow("instance id too long at first")
+        << QStringList{"fail SetupDiGetDeviceInstanceIdW 1 122"} << success << QStringList{}
+        << clean;
+    QTest::newRow("instance id unreadable")
+        << QStringList{"fail SetupDiGetDeviceInstanceIdW * 5"} << success << QStringList{} << clean;
+    QTest::newRow("value not written")
+        << QStringList{"fail RegSetValueExW 1 5"} << success << QStringList{} << clean;
+    QTest::newRow("a selected driver")
+        << QStringList{"selecteddriver yes"} << success << QStringList{} << clean;
+    QTest::newRow("restart wanted") << QStringList{"reboot yes"} << success << QStringList{} << clean;
+    QTest::newRow("no configuration manager")
+        << QStringList{"-cfgmgr32"} << success << QStringList{} << clean;
+}
+
+void SetupTest::failure()
+{
+    QFETCH(QStringList, machine);
+    QFETCH(QString, debugEnd);
+    QFETCH(QStringList, callsEnd);
+    QFETCH(QStringList, left);
+    QStringList lines = machineWithPhone();
+    if (machine.contains("-rasdevice"))
+        lines = lines.filter(QRegularExpression("^port "));
+    if (machine.contains("-cfgmgr32"))
+        m_machine->setMissingLibraries({"cfgmgr32"});
+    m_machine->setMachine(lines + machine.filter(QRegularExpression("^[^-]")));
+    debugEnd.replace("%DRIVERS%", m_machine->folder() + "\\drivers\\");
+
+    runWizard();
+    const bool logged =
+        QTest::qWaitFor([&] { return m_machine->debug().endsWith(debugEnd); }, 20000);
+    const bool called = QTest::qWaitFor(
+        [&] {
+            const QStringList calls = setupOnly(m_machine->calls());
+            return calls.mid(qMax(0, calls.size() - callsEnd.size())) == callsEnd;
+        },
+        5000);
+    m_machine->screenshot(QString("setup-") + QTest::currentDataTag());
+    if (!logged)
+        QCOMPARE(m_machine->debug().right(debugEnd.size()), debugEnd);
+    const QStringList calls = setupOnly(m_machine->calls());
+    if (!called)
+        QCOMPARE(calls.mid(qMax(0, calls.size() - callsEnd.size())), callsEnd);
+
+    closeAll();
+    for (const QString &line : left)
+        QVERIFY2(m_machine->calls().contains(line), qPrintable(m_machine->calls().join('\n')));
+    const bool success = debugEnd.contains("Successfully");
+    QCOMPARE(m_machine->setting("NoOfDialups"), success ? QString("1") : QString());
+    if (machine.contains("-cfgmgr32"))
+        QCOMPARE(m_machine->printed(), QString("Error, cfgmgr32.dll not found\n"));
+}
+
+void SetupTest::release_data()
+{
+    QTest::addColumn<QString>("version"); // as Wine names it
+    QTest::addColumn<QString>("reported");
+    QTest::addColumn<QString>("inf");
+
+    QTest::newRow("Windows XP") << "winxp64" << "major=5 minor=2" << "modem_inf_64.inf";
+    QTest::newRow("Windows Vista") << "vista" << "major=6 minor=0" << "modem_inf_64.inf";
+    QTest::newRow("Windows 7") << "win7" << "major=6 minor=1" << "modem_inf_64.inf";
+    // Later releases are not among those that the drivers know.
+    QTest::newRow("Windows 8") << "win8" << "major=6 minor=2" << "modem_inf_32.inf";
+    QTest::newRow("Windows 8.1") << "win81" << "major=6 minor=3" << "modem_inf_32.inf";
+    QTest::newRow("Windows 10") << "win10" << "major=10 minor=0" << "modem_inf_32.inf";
+    QTest::newRow("Windows 11") << "win11" << "major=10 minor=0" << "modem_inf_32.inf";
+}
+
+void SetupTest::release()
+{
+    QFETCH(QString, version);
+    QFETCH(QString, reported);
+    QFETCH(QString, inf);
+    m_machine->setWindowsVersion(version);
+    m_machine->setMachine(machineWithPhone());
+    runWizard();
+    QVERIFY(m_machine->waitForCall("^SetupCopyOEMInfW "));
+    const QString called = m_machine->calls().filter("GetVersionExW").value(0);
+    QVERIFY2(called.endsWith(reported), qPrintable(called));
+    const QString copied = m_machine->calls().filter("SetupCopyOEMInfW").value(0);
+    QVERIFY2(copied.contains("\\drivers\\" + inf + '"'), qPrintable(copied));
+    QVERIFY(m_machine->waitForDebug("Successfully created"));
+    closeAll();
+    m_machine->setWindowsVersion("win7");
+}
+
+QTEST_GUILESS_MAIN(SetupTest)
+#include "setup_test.moc"

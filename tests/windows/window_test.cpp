@@ -1,0 +1,422 @@
+// The packaged program in a real window, from the first start to the hang-up.
+
+#include "simulator/virtualphonethread.h"
+#include "tests/windows/callcheck.h"
+#include "tests/windows/expectations.h"
+#include "tests/windows/winemachine.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
+const char mainTitle[] = "Tolvane Modem Connector";
+const char dialTitle[] = "Connect TolvaneModem 1";
+
+} // namespace
+
+class WindowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+    void cleanup();
+
+    void firstRunToFinish();
+    void secondStartDialsAndHangsUp();
+    void connectionThatIsUpAlready();
+    void connectionThatDrops();
+    void dialDialogCancelled();
+    void answersThatAreNotAnAnswer();
+    void modemThatAnswersError();
+    void noPhoneInTheWizard();
+    void unpluggedAndWaiting();
+    void wizardCancelled();
+    void fatalBoxFromAPoolThread_data();
+    void fatalBoxFromAPoolThread();
+
+private:
+    /// Settings of a machine that was set up before.
+    void setUpBefore();
+    /// Plugs the phone in on COM7.
+    void plugIn(const QStringList &commands = {"set echo off"});
+    /// Start, dial and come back with the dial dialog open.
+    void startAndWaitForDialog();
+    QStringList bytesFromPc() const;
+    QString openWizardPage();
+
+    std::unique_ptr<WineMachine> m_machine;
+    std::unique_ptr<VirtualPhoneThread> m_phone;
+    std::unique_ptr<QTemporaryDir> m_phoneFiles;
+};
+
+void WindowTest::initTestCase()
+{
+    m_machine = std::make_unique<WineMachine>();
+    m_machine->setWindowsVersion("win7");
+}
+
+void WindowTest::cleanupTestCase()
+{
+    m_machine->setWindowsVersion({});
+    m_machine.reset();
+}
+
+void WindowTest::init()
+{
+    m_machine->reset();
+}
+
+void WindowTest::cleanup()
+{
+    m_machine->stop();
+    m_phone.reset();
+    const QString name = QString("window-") + QTest::currentTestFunction() +
+                         (QTest::currentDataTag() ? QString("-") + QTest::currentDataTag() : "");
+    if (QTest::currentTestFailed())
+        m_machine->screenshot(name + "-failed");
+    m_machine->keepLogs(name);
+    // Whatever the test was about: no call of it was wrong.
+    const QStringList wrong = wrongCalls(m_machine->calls());
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join('\n')));
+}
+
+void WindowTest::setUpBefore()
+{
+    m_machine->setSettings({{"CurrentMobileOperator", "GrameenPhone"},
+                            {"CurrentPort", "7"},
+                            {"NoOfDialups", "1"},
+                            {"isINFSetupDone", "true"},
+                            {"ports/7", "TolvaneModem 1"}});
+    m_machine->setMachine(machineWithPhone() + QStringList{"dial ask"});
+}
+
+void WindowTest::plugIn(const QStringList &commands)
+{
+    m_phoneFiles = std::make_unique<QTemporaryDir>();
+    PhoneOptions options;
+    options.transcriptFile = m_phoneFiles->filePath("transcript.txt");
+    m_phone = std::make_unique<VirtualPhoneThread>(options);
+    QString error;
+    const QString device = m_phone->start(&error);
+    QVERIFY2(!device.isEmpty(), qPrintable(error));
+    for (const QString &command : commands)
+        QVERIFY2(m_phone->control(command).startsWith("ok"), qPrintable(command));
+    m_machine->setPort(7, device);
+}
+
+QStringList WindowTest::bytesFromPc() const
+{
+    QFile file(m_phoneFiles->filePath("transcript.txt"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QStringList chunks;
+    for (const QString &line : QString::fromUtf8(file.readAll()).split('\n')) {
+        if (line.contains(" pc->phone "))
+            chunks.append(line.section('"', 1, -2));
+    }
+    return chunks;
+}
+
+QString WindowTest::openWizardPage()
+{
+    const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
+    if (!wizard.isEmpty())
+        m_machine->press(wizard, "Return");
+    return wizard;
+}
+
+void WindowTest::startAndWaitForDialog()
+{
+    QVERIFY(m_machine->start());
+    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    QVERIFY(!window.isEmpty());
+    m_machine->press(window, "ctrl+c");
+    QVERIFY(!m_machine->waitForWindow(dialTitle).isEmpty());
+}
+
+void WindowTest::firstRunToFinish()
+{
+    m_machine->setMachine(machineWithPhone());
+    QVERIFY(m_machine->start());
+    const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
+    QVERIFY(!wizard.isEmpty());
+    m_machine->screenshot("first-run-1-welcome");
+    m_machine->press(wizard, "Return");
+
+    QVERIFY(m_machine->waitForDebug("Successfully created the DIALUP CONNECTION :D :D\n"));
+    QVERIFY(m_machine->waitForCall("^InstallDriver.exe "));
+    // Finish is the default button now, and only now.
+    QVERIFY(QTest::qWaitFor([&] { return m_machine->setting("ports/7") == "TolvaneModem 1"; }));
+    m_machine->screenshot("first-run-2-successful");
+    m_machine->press(wizard, "Return");
+
+    const QString window = m_machine->waitForWindow(mainTitle);
+    QVERIFY(!window.isEmpty());
+    QVERIFY(m_machine->waitForNoWindow(wizardTitle));
+    m_machine->screenshot("first-run-3-main-window");
+
+    const QString difference =
+        firstDifference(setupOnly(m_machine->calls()), setupCalls(*m_machine));
+    QVERIFY2(difference.isEmpty(), qPrintable(difference));
+    QCOMPARE(m_machine->debug(), setupDebug(*m_machine));
+    QCOMPARE(m_machine->setting("NoOfDialups"), QString("1"));
+    QCOMPARE(m_machine->setting("CurrentPort"), QString("7"));
+    QCOMPARE(m_machine->setting("isINFSetupDone"), QString("true"));
+
+    m_machine->press(window, "alt+F4");
+    QCOMPARE(m_machine->waitForExit(), 0);
+    // What the set-up opened it has closed.
+    QVERIFY(m_machine->calls().contains("exit sets none"));
+    QVERIFY(m_machine->calls().contains(
+        "exit ports none events none processes none threads none blocks none"));
+}
+
+void WindowTest::secondStartDialsAndHangsUp()
+{
+    setUpBefore();
+    plugIn();
+    QVERIFY(m_machine->start());
+    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    QVERIFY(!window.isEmpty());
+    QElapsedTimer countdown;
+    countdown.start();
+    QTest::qWait(3000); // shown for the picture only: the countdown in the middle
+    m_machine->screenshot("second-start-1-countdown");
+
+    // The countdown runs out by itself.
+    const QString dialog = m_machine->waitForWindow(dialTitle, 30000);
+    QVERIFY(!dialog.isEmpty());
+    QVERIFY2(countdown.elapsed() > 8000 && countdown.elapsed() < 16000,
+             qPrintable(QString::number(countdown.elapsed())));
+    m_machine->screenshot("second-start-2-dial-dialog");
+    QCOMPARE(bytesFromPc(),
+             QStringList({"AT\\r", "AT+CGDCONT=1,\\\"IP\\\",\\\"gpinternet\\\"\\r"}));
+    m_machine->press(dialog, "Return");
+    QVERIFY(m_machine->waitForCall(
+        "^RasDialDlgW phonebook=null entry=\"TolvaneModem 1\" behind=zero number=\"\\*99#\" "
+        "dwSize=48 rest=zero -> 1$"));
+    QVERIFY(m_machine->waitForNoWindow(dialTitle));
+    QCOMPARE(m_machine->connections(), QStringList("TolvaneModem 1"));
+    m_machine->screenshot("second-start-3-connected");
+
+    // The status is looked at every ten seconds while connected.
+    const int before = m_machine->calls().filter("RasEnumConnectionsW").size();
+    QVERIFY(QTest::qWaitFor(
+        [&] { return m_machine->calls().filter("RasEnumConnectionsW").size() > before; }, 15000));
+
+    m_machine->press(window, "ctrl+d");
+    QVERIFY(m_machine->waitForCall("^RasHangUpW connection=\"TolvaneModem 1\" -> result=0$"));
+    QVERIFY(m_machine->connections().isEmpty());
+    m_machine->screenshot("second-start-4-disconnected");
+    QCOMPARE(m_machine->setting("CurrentMobileOperator"), QString("GrameenPhone"));
+
+    const QStringList serial = withoutWaiting(m_machine->calls().filter(
+        QRegularExpression("^(CreateFileW|GetComm|SetComm|event|WriteFile|ReadFile|CloseHandle)")));
+    const QStringList expected = {
+        "CreateFileW name=\"\\\\.\\COM7\" access=0xC0000000 share=0 security=null disposition=3 "
+        "flags=0x40000000 template=null -> port1",
+        "GetCommState port1 record=zero -> result=1",
+        "SetCommState port1 BaudRate=9600 ByteSize=8 Parity=0 StopBits=0 others=as-reported "
+        "-> result=1",
+        "SetCommTimeouts port1 ReadInterval=0xFFFFFFFF ReadMultiplier=0 ReadConstant=0 "
+        "WriteMultiplier=0 WriteConstant=0 -> result=1",
+        "SetCommMask port1 mask=5 -> result=1",
+        "event event1 manual unsignalled unnamed",
+        "WriteFile port1 data=\"AT\\r\" count=3 record=zero event1 -> result=1",
+        "event event2 manual unsignalled unnamed",
+        "ReadFile port1 bytes=100 buffer=zero read=0 event2 -> got=\"\\r\\nOK\\r\\n\"",
+        "event event3 manual unsignalled unnamed",
+        "WriteFile port1 data=\"AT+CGDCONT=1,\"IP\",\"gpinternet\"\\r\" count=31 record=zero "
+        "event3 -> result=1",
+        "event event4 manual unsignalled unnamed",
+        "ReadFile port1 bytes=100 buffer=zero read=0 event4 -> got=\"\\r\\nOK\\r\\n\"",
+        "CloseHandle port1 -> result=1",
+    };
+    const QString difference = firstDifference(serial, expected);
+    QVERIFY2(difference.isEmpty(), qPrintable(difference));
+    QCOMPARE(m_machine->printed(),
+             QString("\nWriteFile completed immediately.\n\r\nOK\r\n\n"
+                     "\nWriteFile completed immediately.\n\r\nOK\r\n\n")
+                 .replace("\r\n", "\n"));
+
+    m_machine->press(window, "alt+F4");
+    QCOMPARE(m_machine->waitForExit(), 0);
+    QVERIFY(m_machine->calls().contains(
+        "exit ports none events event1,event2,event3,event4 processes none threads none blocks "
+        "none"));
+}
+
+void WindowTest::connectionThatIsUpAlready()
+{
+    setUpBefore();
+    m_machine->setConnections({"Office", "TolvaneModem 1"});
+    QVERIFY(m_machine->start());
+    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    QVERIFY(!window.isEmpty());
+    m_machine->screenshot("already-connected");
+    QCOMPARE(m_machine->debug(),
+             portSearchDebug() + "connection name in reg:  \"TolvaneModem 1\"\n"
+                                 "in isDialupConnectionConnected, connName:  \"TolvaneModem 1\"\n"
+                                 "Msg from  isDialupConnectionConnected  -  \"No of Connections = "
+                                 "2\" \n\n"
+                                 "The following RAS connections are currently active: \n\n"
+                                 "\"Office\"\n !=  \"TolvaneModem 1\" \n\n"
+                                 "\"TolvaneModem 1\"\n ==  \"TolvaneModem 1\" \n\n");
+    m_machine->press(window, "ctrl+d");
+    QVERIFY(m_machine->waitForCall("^RasHangUpW connection=\"TolvaneModem 1\" -> result=0$"));
+    QCOMPARE(m_machine->connections(), QStringList("Office"));
+}
+
+void WindowTest::connectionThatDrops()
+{
+    setUpBefore();
+    m_machine->setConnections({"TolvaneModem 1"});
+    QVERIFY(m_machine->start());
+    QVERIFY(!m_machine->waitForWindow(mainTitle, 60000).isEmpty());
+    m_machine->setConnections({});
+    QVERIFY(m_machine->waitForDebug("No of Connections = 0"));
+    // The poll has stopped itself with the connection.
+    const int calls = m_machine->calls().size();
+    QVERIFY(!QTest::qWaitFor([&] { return m_machine->calls().size() != calls; }, 11000));
+    m_machine->screenshot("connection-dropped");
+}
+
+void WindowTest::dialDialogCancelled()
+{
+    setUpBefore();
+    plugIn();
+    startAndWaitForDialog();
+    const QString dialog = m_machine->waitForWindow(dialTitle);
+    m_machine->press(dialog, "Escape");
+    QVERIFY(m_machine->waitForCall("^RasDialDlgW .* -> 0$"));
+    QVERIFY(m_machine->connections().isEmpty());
+    // Connect is offered again and works.
+    const QString window = m_machine->waitForWindow(mainTitle);
+    m_machine->press(window, "ctrl+c");
+    QVERIFY(QTest::qWaitFor([&] { return bytesFromPc().size() == 4; }, 10000));
+}
+
+void WindowTest::answersThatAreNotAnAnswer()
+{
+    setUpBefore();
+    // The echo and the noise are chunks of their own and skipped.
+    plugIn({"set echo on", "set noise ^RSSI", "set delay 300"});
+    startAndWaitForDialog();
+    QCOMPARE(bytesFromPc().size(), 2);
+    QVERIFY(!m_machine->calls().filter("got=\"AT\\r\"").isEmpty());
+}
+
+void WindowTest::modemThatAnswersError()
+{
+    setUpBefore();
+    plugIn({"set echo off", "set error all"});
+    startAndWaitForDialog();
+    QVERIFY(m_machine->debug().endsWith("AT\r \ncommand is invalid\n\n"));
+    QCOMPARE(bytesFromPc().size(), 2);
+}
+
+void WindowTest::noPhoneInTheWizard()
+{
+    m_machine->setMachine({"rasdevice modem|MTK GPRS Modem"});
+    QVERIFY(m_machine->start());
+    const QString wizard = openWizardPage();
+    QVERIFY(!wizard.isEmpty());
+    QVERIFY(m_machine->waitForDebug("No ports available"));
+    QVERIFY(QTest::qWaitFor([&] { return m_machine->setting("CurrentPort") == "0"; }));
+    m_machine->screenshot("no-phone-1-retry");
+
+    // Plugged in, Retry goes on with the search for the port. Retry is the
+    // first control of the page, so Tab from the wizard's buttons reaches it.
+    m_machine->setMachine(machineWithPhone());
+    m_machine->press(wizard, "space");
+    if (!m_machine->waitForDebug("Successfully created", 3000)) {
+        for (int i = 0; i < 6 && !m_machine->debug().contains("Successfully created"); ++i) {
+            m_machine->press(wizard, "Tab");
+            m_machine->screenshot(QString("no-phone-tab-%1").arg(i));
+        }
+    }
+    QVERIFY(m_machine->waitForDebug("Successfully created"));
+    QCOMPARE(m_machine->calls().filter("SetupCopyOEMInfW").size(), 1);
+    m_machine->screenshot("no-phone-2-finish");
+}
+
+void WindowTest::unpluggedAndWaiting()
+{
+    setUpBefore();
+    m_machine->setMachine({"dial cancel"});
+    QVERIFY(m_machine->start());
+    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    QVERIFY(!window.isEmpty());
+    QVERIFY(m_machine->waitForDebug("Checking port availability \n\n"));
+    m_machine->screenshot("waiting-1");
+
+    // The person does not wait for the next look: the button looks at once.
+    plugIn();
+    m_machine->setMachine(machineWithPhone() + QStringList{"dial ask"});
+    m_machine->click(window, 330, 141);
+    QVERIFY(m_machine->waitForDebug("\"port 7 available\""));
+    m_machine->screenshot("waiting-2-countdown");
+    QVERIFY(!m_machine->waitForWindow(dialTitle, 20000).isEmpty());
+    QCOMPARE(bytesFromPc().size(), 2);
+}
+
+void WindowTest::wizardCancelled()
+{
+    m_machine->setMachine(machineWithPhone());
+    QVERIFY(m_machine->start());
+    const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
+    QVERIFY(!wizard.isEmpty());
+    m_machine->press(wizard, "Escape");
+    QCOMPARE(m_machine->waitForExit(), 0);
+    QCOMPARE(m_machine->calls(),
+             QStringList({"exit sets none",
+                          "exit ports none events none processes none threads none blocks none"}));
+    QCOMPARE(m_machine->settingsText(), QString());
+}
+
+void WindowTest::fatalBoxFromAPoolThread_data()
+{
+    QTest::addColumn<QStringList>("failures");
+    QTest::addColumn<QString>("title");
+
+    QTest::newRow("devices") << QStringList{"fail RasEnumDevicesW 1 87"}
+                             << "Error in Function GetRasDevices";
+    QTest::newRow("second query") << QStringList{"fail RasEnumDevicesW 2 87"}
+                                  << "Error in Function GetRasDevices";
+    QTest::newRow("memory") << QStringList{"fail HeapAlloc 2 8"}
+                            << "Error in Function GetRasDevices";
+    QTest::newRow("newdev") << QStringList{} << "Error in Function newdev.dll";
+}
+
+void WindowTest::fatalBoxFromAPoolThread()
+{
+    QFETCH(QStringList, failures);
+    QFETCH(QString, title);
+    m_machine->setMachine(machineWithPhone() + failures);
+    if (failures.isEmpty())
+        m_machine->setMissingLibraries({"newdev"});
+    QVERIFY(m_machine->start());
+    QVERIFY(!openWizardPage().isEmpty());
+    const QString box = m_machine->waitForWindow(title);
+    QVERIFY(!box.isEmpty());
+    m_machine->screenshot(QString("fatal-") + QTest::currentDataTag());
+    m_machine->press(box, "Return");
+    QElapsedTimer sinceOk;
+    sinceOk.start();
+    QCOMPARE(m_machine->waitForExit(), 0);
+    QVERIFY2(sinceOk.elapsed() < 1500, qPrintable(QString::number(sinceOk.elapsed())));
+    QCOMPARE(m_machine->setting("NoOfDialups"), QString());
+}
+
+QTEST_GUILESS_MAIN(WindowTest)
+#include "window_test.moc"
