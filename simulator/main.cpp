@@ -5,6 +5,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
+#include <QProcess>
 #include <QSocketNotifier>
 
 #include <cerrno>
@@ -68,6 +69,10 @@ void addOptions(QCommandLineParser *parser)
          "Access point name that the network accepts; may be repeated. Without it: internet, "
          "blweb, gpinternet.",
          "name"},
+        {"network-command",
+         "Program behind data connections, with its arguments, on its standard input and output; "
+         "for example \"pppd notty 10.0.0.1:10.0.0.2\". Without it bytes are only counted.",
+         "command"},
         {"transcript", "Write every byte on the line to this file, \"-\" for standard output.",
          "file"},
         {"guard-time", "Pause before and after +++.", "milliseconds", "1000"},
@@ -89,6 +94,7 @@ QString readOptions(const QCommandLineParser &parser, PhoneOptions *options)
     options->product = parser.value("product");
     options->acceptedApns = parser.values("accept-apn");
     options->transcriptFile = parser.value("transcript");
+    options->networkCommand = QProcess::splitCommand(parser.value("network-command"));
     if (!readSocketNumber(parser.value("socket"), &options->socket))
         return QString("\"%1\" is no socket; they are numbered 1 to 99")
             .arg(parser.value("socket"));

@@ -19,6 +19,8 @@ VirtualPhone::VirtualPhone(const PhoneOptions &options, QObject *parent)
 {
     if (!options.acceptedApns.isEmpty())
         m_network.setAcceptedApns(options.acceptedApns);
+    if (!options.networkCommand.isEmpty())
+        useNetworkProgram(options.networkCommand);
     m_clock.start();
     m_delayTimer.setSingleShot(true);
     m_delayTimer.setTimerType(Qt::PreciseTimer);
@@ -44,6 +46,21 @@ VirtualPhone::VirtualPhone(const PhoneOptions &options, QObject *parent)
 VirtualPhone::~VirtualPhone()
 {
     unplug();
+}
+
+void VirtualPhone::useNetworkProgram(const QStringList &command)
+{
+    m_networkProgram = std::make_unique<NetworkProgram>(command);
+    NetworkProgram *program = m_networkProgram.get();
+    connect(this, &VirtualPhone::dataReceived, program, &NetworkProgram::write);
+    connect(program, &NetworkProgram::received, this, [this](const QByteArray &bytes) {
+        if (m_modem.dataState && !m_misbehaviour.silent)
+            m_writer.enqueue(bytes);
+    });
+    connect(program, &NetworkProgram::ended, this, [this](const QString &reason) {
+        m_transcript.remark("the network's program: " + reason);
+        dropConnection();
+    });
 }
 
 bool VirtualPhone::openTranscript(QString *error)
@@ -92,6 +109,8 @@ void VirtualPhone::unplug()
     m_usbSocket.reset();
     m_modem.connected = false;
     m_modem.dataState = false;
+    if (m_networkProgram)
+        m_networkProgram->stop();
     m_terminal.close();
     m_writer.clear();
     m_reader.reset();
@@ -310,6 +329,10 @@ void VirtualPhone::publish()
         return;
     m_publishedCarrier = m_modem.connected;
     m_transcript.remark(m_modem.connected ? "carrier on" : "carrier off");
+    if (m_networkProgram && m_modem.connected)
+        m_networkProgram->start();
+    else if (m_networkProgram)
+        m_networkProgram->stop();
     QString error;
     const PluggedPhone phone{m_options.product, ttyName(), m_plugId, m_modem.connected};
     if (m_usbSocket && !m_usbSocket->publish(phone, &error))

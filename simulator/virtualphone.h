@@ -4,6 +4,7 @@
 #include "simulator/chunkwriter.h"
 #include "simulator/commandlinereader.h"
 #include "simulator/misbehaviour.h"
+#include "simulator/networkprogram.h"
 #include "simulator/phonenetwork.h"
 #include "simulator/pseudoterminal.h"
 #include "simulator/transcript.h"
@@ -21,9 +22,10 @@ struct PhoneOptions {
     QString busDirectory; ///< empty: on no bus, only the pseudo-terminal is made
     int socket = 1;       ///< the USB socket of the first plug-in, 1 or more
     QString product = "USB Modem Driver";
-    QStringList acceptedApns; ///< empty: the network's own list
-    QString transcriptFile;   ///< empty: none
-    int guardTimeMs = 1000;   ///< pause around +++
+    QStringList acceptedApns;   ///< empty: the network's own list
+    QString transcriptFile;     ///< empty: none
+    QStringList networkCommand; ///< the program behind data connections; empty: bytes are counted
+    int guardTimeMs = 1000;     ///< pause around +++
     Misbehaviour misbehaviour;
 };
 
@@ -85,6 +87,7 @@ private:
         bool isTooLong;
     };
 
+    void useNetworkProgram(const QStringList &command);
     void onReceived(const QByteArray &bytes);
     void onInUseChanged();
     void process();
@@ -98,6 +101,7 @@ private:
     PhoneOptions m_options;
     Misbehaviour m_misbehaviour;
     PhoneNetwork m_network;
+    std::unique_ptr<NetworkProgram> m_networkProgram;
     ModemState m_modem;
     Transcript m_transcript;
     Pseudoterminal m_terminal;
