@@ -1,0 +1,203 @@
+#pragma once
+
+#include "platform/simulated/machinesession.h"
+#include "platform/simulated/simulatedpc.h"
+#include "platform/text.h"
+#include "tests/platform/posix_pty.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMap>
+#include <QSaveFile>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QUuid>
+
+#include <functional>
+#include <mutex>
+#include <sys/eventfd.h>
+#include <thread>
+
+/// A machine in a directory of its own that loses no time.
+class TestMachine
+{
+public:
+    TestMachine()
+    {
+        change([](simulated::MachineState &state) {
+            state.installerDurationMs = 0;
+            state.rescanDurationMs = 0;
+            state.answerTimeoutMs = 2000;
+            state.hangUpGuardMs = 20;
+        });
+    }
+
+    QString directory() const { return m_directory.path(); }
+    QString path(const QString &name) const { return m_directory.filePath(name); }
+
+    simulated::MachineState state() const
+    {
+        return simulated::MachineSession(m_directory.path()).state;
+    }
+    void change(const std::function<void(simulated::MachineState &)> &edit)
+    {
+        simulated::MachineSession session(m_directory.path());
+        edit(session.state);
+        if (!session.save())
+            qFatal("the test's machine cannot be written");
+    }
+    void setAdministrator(bool on)
+    {
+        change([on](simulated::MachineState &state) { state.administrator = on; });
+    }
+
+    /// A file beside the state; its path as the program would write it.
+    QString write(const QString &name, const QByteArray &content)
+    {
+        QFile file(path(name));
+        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+            qFatal("the test's file cannot be written");
+        return path(name).replace('/', '\\');
+    }
+
+private:
+    QTemporaryDir m_directory;
+};
+
+inline QByteArray modemInf(const char *id = "mtkgprsmodem")
+{
+    return QByteArray("[Version]\nSignature=\"$Windows NT$\"\nClass=Modem\n"
+                      "ClassGuid={4D36E96D-E325-11CE-BFC1-08002BE10318}\n"
+                      "[Manufacturer]\nMaker=Models,NTamd64\n"
+                      "[Models]\n\"MTK GPRS Modem\"=Install,") +
+           id + "\n[Models.NTamd64]\n\"MTK GPRS Modem\"=Install," + id + "\n";
+}
+
+/// A phone in a USB socket whose answers the test writes. It answers from a
+/// thread of its own, so that the test may block.
+class ScriptedPhone
+{
+public:
+    explicit ScriptedPhone(const QString &machine, int socketNumber = 1,
+                           const QString &product = "USB Modem Driver")
+        : m_bus(machine + "/usb"),
+          m_socket(socketNumber),
+          m_product(product),
+          m_stop(::eventfd(0, EFD_CLOEXEC))
+    {
+        answers = {{"ATZ", "\r\nOK\r\n"},
+                   {"ATD*99#", "\r\nCONNECT 115200\r\n"},
+                   {"ATH", "\r\nOK\r\n"},
+                   {"+++", "\r\nOK\r\n"}};
+        plugIn();
+        m_thread = std::thread([this] { run(); });
+    }
+    ~ScriptedPhone()
+    {
+        stopThread();
+        ::close(m_stop);
+        QFile::remove(fileName());
+    }
+
+    void unplug()
+    {
+        stopThread();
+        QFile::remove(fileName());
+        m_pty.hangUp();
+    }
+
+    /// The same socket again: another plug-in.
+    void plugIn()
+    {
+        m_plugId = QUuid::createUuid().toString();
+        publish(false);
+    }
+
+    void publish(bool carrier, qint64 pid = ::getpid())
+    {
+        QDir().mkpath(m_bus);
+        const QJsonObject object = {{"product", m_product},
+                                    {"tty", m_pty.node()},
+                                    {"plugId", m_plugId},
+                                    {"pid", double(pid)},
+                                    {"carrier", carrier}};
+        QSaveFile file(fileName());
+        if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(object).toJson()) < 0 ||
+            !file.commit())
+            qFatal("the test's phone cannot be plugged in");
+    }
+
+    QString fileName() const { return QString("%1/socket%2.json").arg(m_bus).arg(m_socket); }
+    QString plugId() const { return m_plugId; }
+    QString node() const { return m_pty.node(); }
+
+    QStringList commands() const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_commands;
+    }
+
+    /// What is said to a command; silence to one that is not there. To be
+    /// changed while nobody talks to the phone.
+    QMap<QString, QByteArray> answers;
+    /// Whether CONNECT raises the carrier at all.
+    bool raisesCarrier = true;
+
+private:
+    void run()
+    {
+        QByteArray received;
+        for (;;) {
+            pollfd states[2] = {{m_stop, POLLIN, 0}, {m_pty.master(), POLLIN, 0}};
+            ::poll(states, 2, -1);
+            if (states[0].revents)
+                return;
+            char buffer[256];
+            const ssize_t count = ::read(m_pty.master(), buffer, sizeof buffer);
+            if (count <= 0)
+                return;
+            received.append(buffer, static_cast<int>(count));
+            int end = 0;
+            while ((end = static_cast<int>(received.indexOf('\r'))) >= 0 || received == "+++") {
+                const QString command = received == "+++" ? QString("+++") : received.left(end);
+                received = received == "+++" ? QByteArray() : received.mid(end + 1);
+                answer(command);
+            }
+        }
+    }
+
+    void answer(const QString &command)
+    {
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_commands += command;
+        }
+        const QByteArray text = answers.value(command);
+        if (command == "ATH")
+            publish(false);
+        if (!text.isEmpty())
+            m_pty.send(text);
+        // After the word, so that nobody may rely on the order.
+        if (text.contains("CONNECT") && raisesCarrier)
+            publish(true);
+    }
+
+    void stopThread()
+    {
+        const std::uint64_t one = 1;
+        if (m_thread.joinable() && ::write(m_stop, &one, sizeof one) == sizeof one)
+            m_thread.join();
+    }
+
+    Pty m_pty;
+    const QString m_bus;
+    const int m_socket;
+    const QString m_product;
+    QString m_plugId;
+    const int m_stop;
+    std::thread m_thread;
+    mutable std::mutex m_mutex;
+    QStringList m_commands;
+};
