@@ -39,6 +39,9 @@ private slots:
     void startsUnplugged();
     void announcesThatItIsReady();
     void optionsReachThePhone();
+    void networkProgramGetsTheData();
+    void networkProgramThatEndsDropsTheConnection_data();
+    void networkProgramThatEndsDropsTheConnection();
     void endsOnSignals_data();
     void endsOnSignals();
     void endsOnQuit();
@@ -245,6 +248,54 @@ void VirtualPhoneProgramTest::optionsReachThePhone()
     QFile transcript(m_directory->filePath("transcript"));
     QVERIFY(transcript.open(QIODevice::ReadOnly));
     QVERIFY(transcript.readAll().contains("pc->phone 3 \"AT\\r\"\n"));
+}
+
+void VirtualPhoneProgramTest::networkProgramGetsTheData()
+{
+    start({"--echo", "off", "--network-command", "tr a-z A-Z"});
+    SerialLine line(tty());
+    QVERIFY(line.write("AT+CGDCONT=1,\"IP\",\"internet\"\r"));
+    QCOMPARE(line.readChunk(), QByteArray("\r\nOK\r\n"));
+    QVERIFY(line.write("ATD*99#\r"));
+    QCOMPARE(line.readChunk(), QByteArray("\r\nCONNECT\r\n"));
+    // The program writes what it has at the end of its input or of a block.
+    const QByteArray block(8192, 'x');
+    QVERIFY(line.write(block));
+    QCOMPARE(line.readBytes(8192), block.toUpper());
+    QCOMPARE(send("drop"), QString("ok connection dropped"));
+    QCOMPARE(line.readChunk(), QByteArray("\r\nNO CARRIER\r\n"));
+    // The next connection has a program of its own.
+    QVERIFY(line.write("ATD*99#\r"));
+    QCOMPARE(line.readChunk(), QByteArray("\r\nCONNECT\r\n"));
+    QVERIFY(line.write(block));
+    QCOMPARE(line.readBytes(8192), block.toUpper());
+}
+
+void VirtualPhoneProgramTest::networkProgramThatEndsDropsTheConnection_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("ends") << "sh -c \"exit 3\""
+                          << "it ended with status 3";
+    QTest::newRow("missing") << "/nonexistent/program"
+                             << "No such file or directory";
+}
+
+void VirtualPhoneProgramTest::networkProgramThatEndsDropsTheConnection()
+{
+    QFETCH(QString, command);
+    QFETCH(QString, reason);
+    const QString transcript = m_directory->filePath("transcript");
+    start({"--echo", "off", "--network-command", command, "--transcript", transcript});
+    SerialLine line(tty());
+    QVERIFY(line.write("AT+CGDCONT=1,\"IP\",\"internet\"\r"));
+    QCOMPARE(line.readChunk(), QByteArray("\r\nOK\r\n"));
+    QVERIFY(line.write("ATD*99#\r"));
+    QCOMPARE(line.readBytes(25), QByteArray("\r\nCONNECT\r\n\r\nNO CARRIER\r\n"));
+    QFile file(transcript);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    QVERIFY2(text.contains(reason.toUtf8()), text.constData());
 }
 
 void VirtualPhoneProgramTest::endsOnSignals_data()
