@@ -1,0 +1,464 @@
+// A person at a Linux desktop, with the installed package, a phone on a real
+// serial line and a network behind it. Runs in user-mode Linux as root.
+
+#include "tests/endtoend/desktop.h"
+#include "tests/endtoend/waiting.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+#include <QTextStream>
+
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <memory>
+
+namespace {
+
+const char mainTitle[] = "Tolvane Modem Connector";
+const char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
+const char dialTitle[] = "Connect TolvaneModem 1";
+const char pageAddress[] = "http://10.9.0.1/";
+const char linkFile[] = "/run/ppp-tolvane-TolvaneModem_1.pid";
+const char phoneRule[] = "/etc/udev/rules.d/99-phone-on-serial-line.rules";
+const QRect mainButton(250, 101, 91, 81);
+
+constexpr int GuestPatience = 60000; // ms; user-mode Linux is slow
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// Runs a command to its end and returns what it printed.
+QString run(const QString &program, const QStringList &arguments, int *status = nullptr)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program, arguments);
+    expect(process.waitForFinished(GuestPatience), program + " does not end");
+    if (status)
+        *status = process.exitCode();
+    return QString::fromLocal8Bit(process.readAll());
+}
+
+void plugPhone(bool plugged)
+{
+    QFile rule(phoneRule);
+    expect(rule.open(QIODevice::WriteOnly), "Cannot write the rule");
+    // A property stays until an event comes without it.
+    rule.write(plugged ? "KERNEL==\"ttyS0\", ENV{TOLVANE_MODEM_PORT}=\"1\"\n" : "\n");
+    rule.close();
+    run("udevadm", {"control", "--reload"});
+    run("udevadm", {"trigger", "--action=add", "--settle", "/sys/class/tty/ttyS0"});
+}
+
+void phone(const QString &command)
+{
+    const QString answer = run("/share/virtual-phone", {"--bus", "/tmp/bus", "--send", command});
+    expect(answer.startsWith("ok"), "The phone says " + answer);
+}
+
+QString addresses()
+{
+    return run("ip", {"-4", "-o", "addr", "show"});
+}
+
+bool isLinkUp()
+{
+    return addresses().contains("10.9.0.2");
+}
+
+void fetchPage()
+{
+    int status = 0;
+    const QString page =
+        run("curl", {"--silent", "--show-error", "--max-time", "20", pageAddress}, &status);
+    expect(status == 0 && page == "This page came through the phone.\n", "The page: " + page);
+}
+
+pid_t linkProcess()
+{
+    return contentOf(linkFile).split('\n').first().toInt();
+}
+
+/// The network's side of the link.
+pid_t networkProcess()
+{
+    return run("pgrep", {"-f", "^pppd notty"}).split('\n').first().toInt();
+}
+
+class Person
+{
+public:
+    explicit Person(const QString &pictures) : desktop(pictures), m_log(pictures + "/program.log")
+    {
+    }
+
+    void startProgram(const QStringList &command = {"tolvane-dialler"})
+    {
+        m_program = std::make_unique<ChildProcess>();
+        QProcessEnvironment environment = desktop.environment();
+        environment.insert("HOME", "/root");
+        environment.insert("QT_FORCE_STDERR_LOGGING", "1");
+        m_program->setProcessEnvironment(environment);
+        m_program->setProcessChannelMode(QProcess::MergedChannels);
+        m_program->setStandardOutputFile(m_log, QIODevice::Append);
+        m_logStart = contentOf(m_log).size();
+        m_program->start(command.first(), command.mid(1));
+        expect(m_program->waitForStarted(), "The program does not start");
+    }
+
+    void endProgram() { m_program->end(); }
+
+    void waitForProgramEnd()
+    {
+        waitFor(
+            "The program's end", [this] { return m_program->state() == QProcess::NotRunning; },
+            GuestPatience);
+    }
+
+    /// What the program wrote to its debug stream since it was started.
+    QByteArray log() const { return contentOf(m_log).mid(int(m_logStart)); }
+
+    void waitForLog(const QByteArray &text, qsizetype from = 0) const
+    {
+        waitFor(
+            "In the log: " + QString::fromUtf8(text),
+            [&] { return log().indexOf(text, int(from)) >= 0; }, GuestPatience);
+    }
+
+    WindowId waitForWindow(const char *title) const
+    {
+        const WindowId window = desktop.waitForWindow(title, GuestPatience);
+        desktop.waitForFocus(window);
+        return window;
+    }
+
+    void pressMainButton() const { desktop.click(waitForWindow(mainTitle), mainButton.center()); }
+
+    /// What the main window's button looks like now.
+    QImage face() const
+    {
+        return desktop.picture(desktop.waitForWindow(mainTitle),
+                               mainButton.adjusted(10, 10, -10, -10));
+    }
+
+    void waitForOtherFace(const QImage &before, const QString &what) const
+    {
+        desktop.moveMouseAway();
+        waitFor(
+            what, [&] { return face() != before; }, GuestPatience);
+    }
+
+    /// Dials in the dialog that is to come; the link is up afterwards.
+    void dial()
+    {
+        waitForWindow(dialTitle);
+        desktop.keepPicture("dial-dialog");
+        desktop.press("Return");
+        waitFor(
+            "The dialog's end", [this] { return desktop.window(dialTitle).isEmpty(); },
+            GuestPatience);
+        expect(isLinkUp(), "The dialog has gone without a link: " + addresses());
+    }
+
+    /// Dials in the dialog that is to come; it fails and stays.
+    void dialInVain(const QString &picture)
+    {
+        const WindowId window = waitForWindow(dialTitle);
+        const QRect status(0, 45, desktop.size(window).width(), 80);
+        desktop.press("Return");
+        QImage before = desktop.picture(window, status);
+        // The text stands still when pppd has ended.
+        waitFor(
+            "The end of pppd",
+            [&] {
+                const QImage now = desktop.picture(window, status);
+                const bool same = now == before;
+                before = now;
+                return same && run("pgrep", {"-f", "^/usr/sbin/pppd"}).isEmpty();
+            },
+            GuestPatience);
+        desktop.keepPicture(picture);
+        expect(!desktop.window(dialTitle).isEmpty(), "The dialog has gone");
+        expect(!isLinkUp(), "There is a link");
+        desktop.press("Escape");
+        desktop.waitForNoWindow(dialTitle);
+    }
+
+    Desktop desktop;
+
+private:
+    QString m_log;
+    qsizetype m_logStart = 0;
+    std::unique_ptr<ChildProcess> m_program;
+};
+
+QVariant setting(const QString &key)
+{
+    return QSettings("/root/.config/Brantiq Developer Network/Tolvane Modem Connector.ini",
+                     QSettings::IniFormat)
+        .value(key);
+}
+
+/// The routes and the name servers.
+QString networkState()
+{
+    return run("ip", {"route"}) + contentOf("/etc/resolv.conf");
+}
+
+class Scenarios
+{
+public:
+    explicit Scenarios(const QString &pictures) : m_person(pictures) {}
+
+    void run()
+    {
+        step("first run from the wizard to Finish", [this] { firstRun(); });
+        step("countdown, access point, dial, a page through the link", [this] { firstDial(); });
+        step("Disconnect gives interface, route and name servers back", [this] { disconnect(); });
+        step("the network ends the connection", [this] { dropByNetwork(); });
+        step("pppd is killed", [this] { killPppd(); });
+        step("a wrong access point", [this] { wrongAccessPoint(); });
+        step("the port is in use by another program", [this] { portInUse(); });
+        step("the phone is plugged out and in", [this] { phoneAbsent(); });
+        step("an ordinary user with the rights to dial", [this] { ordinaryUser(); });
+        step("an ordinary user without rights", [this] { noRights(); });
+        step("the line is pulled", [this] { pullLine(); });
+        step("the package is purged", [this] { purge(); });
+    }
+
+private:
+    void step(const QString &name, const std::function<void()> &scenario)
+    {
+        scenario();
+        std::printf("scenario: %s: good\n", qPrintable(name));
+        std::fflush(stdout);
+    }
+
+    void firstRun()
+    {
+        plugPhone(true);
+        m_before = networkState();
+        m_person.startProgram();
+        m_person.waitForWindow(wizardTitle);
+        m_person.desktop.keepPicture("wizard");
+        m_person.desktop.press("Return"); // Next
+        waitFor(
+            "The set-up", [] { return setting("NoOfDialups").toInt() == 1; }, GuestPatience);
+        m_person.desktop.keepPicture("set-up-done");
+        m_person.desktop.press("Return"); // Finish
+        m_person.desktop.waitForNoWindow(wizardTitle);
+        m_person.waitForWindow(mainTitle);
+        m_person.desktop.keepPicture("main-window");
+        m_person.endProgram();
+
+        const int port = setting("CurrentPort").toInt();
+        expect(port == 1, QString("The port is COM%1").arg(port));
+        expect(setting("ports/1").toString() == "TolvaneModem 1", "No entry for the port");
+        expect(QFile::exists("/etc/ppp/peers/tolvane-TolvaneModem_1"), "No peers file");
+        expect(contentOf("/var/lib/tolvane-modem-connector/state.json").contains("COM1"),
+               "No modem in the state store");
+    }
+
+    void firstDial()
+    {
+        m_person.startProgram();
+        m_person.waitForWindow(mainTitle);
+        m_person.dial(); // comes by itself at the end of the countdown
+        expect(contentOf("/share/phone.txt").contains("AT+CGDCONT=1,\"IP\",\"blweb\""),
+               "The phone was told no access point");
+        fetchPage();
+        waitFor("The name server",
+                [] { return contentOf("/etc/resolv.conf").contains("10.9.0.53"); });
+        expect(::run("ip", {"route"}).contains("default dev ppp0"), "No route");
+        m_person.desktop.moveMouseAway();
+        m_person.desktop.keepPicture("connected");
+        m_disconnectFace = m_person.face();
+        // The poll sees the link.
+        const qsizetype from = m_person.log().size();
+        m_person.waitForLog("No of Connections = 1", from);
+    }
+
+    void disconnect()
+    {
+        m_person.pressMainButton();
+        waitFor(
+            "The link's end", [] { return !isLinkUp(); }, GuestPatience);
+        waitFor(
+            "Route and name servers as before", [this] { return networkState() == m_before; },
+            GuestPatience);
+        m_person.waitForOtherFace(m_disconnectFace, "Disconnected");
+        m_person.desktop.keepPicture("disconnected");
+        expect(!QFile::exists(linkFile), "The link's file is still there");
+    }
+
+    void reconnect()
+    {
+        m_person.pressMainButton();
+        m_person.dial();
+        m_person.desktop.moveMouseAway();
+        waitFor(
+            "Connected", [this] { return m_person.face() == m_disconnectFace; }, GuestPatience);
+        fetchPage();
+    }
+
+    void waitForDisconnected(const QString &picture)
+    {
+        waitFor(
+            "The link's end", [] { return !isLinkUp(); }, GuestPatience);
+        const qsizetype from = m_person.log().size();
+        m_person.waitForLog("No of Connections = 0", from);
+        m_person.waitForOtherFace(m_disconnectFace, "Disconnected");
+        m_person.desktop.keepPicture(picture);
+    }
+
+    void dropByNetwork()
+    {
+        reconnect();
+        const pid_t process = networkProcess();
+        expect(process > 0, "The network has no pppd");
+        ::kill(process, SIGTERM);
+        waitForDisconnected("dropped-by-network");
+    }
+
+    void killPppd()
+    {
+        reconnect();
+        ::kill(linkProcess(), SIGKILL);
+        waitForDisconnected("pppd-killed");
+        // pppd had no time to put these back.
+        QFile::remove(linkFile);
+        ::run("cp", {"/tmp/resolv.conf", "/etc/resolv.conf"});
+        phone("drop");
+    }
+
+    void wrongAccessPoint()
+    {
+        phone("accept-apn elsewhere");
+        m_person.pressMainButton();
+        m_person.dialInVain("wrong-access-point");
+        phone("accept-apn internet,blweb,gpinternet");
+        reconnect();
+        disconnect();
+    }
+
+    void portInUse()
+    {
+        QProcess other;
+        other.start("flock", {"/dev/ttyS0", "sleep", "1000"});
+        expect(other.waitForStarted(), "flock does not start");
+        const qsizetype from = m_person.log().size();
+        m_person.pressMainButton();
+        m_person.waitForLog("CreateFile failed with error  5", from);
+        expect(m_person.desktop.window(dialTitle).isEmpty(), "There is a dial dialog");
+        other.terminate();
+        other.waitForFinished();
+        m_person.endProgram();
+    }
+
+    void phoneAbsent()
+    {
+        plugPhone(false);
+        m_person.startProgram();
+        m_person.waitForWindow(mainTitle);
+        m_person.waitForLog("No ports available");
+        m_person.desktop.keepPicture("waiting-for-phone");
+        plugPhone(true);
+        m_person.dial(); // after the next look at the ports and the countdown
+        fetchPage();
+        disconnect();
+        m_person.endProgram();
+    }
+
+    void addUser(const QString &name, const QString &groups)
+    {
+        QStringList arguments{"--create-home"};
+        if (!groups.isEmpty())
+            arguments += {"--groups", groups};
+        ::run("useradd", arguments + QStringList{name});
+    }
+
+    /// The program as that user, on a display that is open to all.
+    void startAs(const QString &user)
+    {
+        m_person.startProgram(
+            {"runuser", "-u", user, "--", "env", "HOME=/home/" + user, "tolvane-dialler"});
+    }
+
+    void ordinaryUser()
+    {
+        addUser("anna", "dip,dialout");
+        const QString folder = "/home/anna/.config/Brantiq Developer Network";
+        ::run("mkdir", {"-p", folder});
+        ::run("cp",
+              {"/root/.config/Brantiq Developer Network/Tolvane Modem Connector.ini", folder});
+        ::run("chown", {"-R", "anna:", "/home/anna"});
+        startAs("anna");
+        m_person.dial();
+        fetchPage();
+        m_person.desktop.keepPicture("ordinary-user");
+        m_disconnectFace = m_person.face();
+        disconnect();
+        m_person.endProgram();
+    }
+
+    void noRights()
+    {
+        addUser("bert", QString());
+        startAs("bert");
+        m_person.waitForWindow(wizardTitle);
+        m_person.desktop.press("Return"); // Next
+        m_person.waitForLog("Modem INF setup failed.");
+        m_person.desktop.keepPicture("no-rights");
+        m_person.endProgram();
+    }
+
+    void pullLine()
+    {
+        m_person.startProgram();
+        m_person.dial();
+        m_disconnectFace = m_person.face();
+        QFile request("/share/pull-cable");
+        expect(request.open(QIODevice::WriteOnly), "Cannot ask for the cable to be pulled");
+        request.close();
+        waitForDisconnected("line-pulled");
+        m_person.endProgram();
+    }
+
+    void purge()
+    {
+        int status = 0;
+        const QString output = ::run("dpkg", {"--purge", "tolvane-modem-connector"}, &status);
+        expect(status == 0, output);
+        const QString left = ::run("find", {"/etc", "/usr", "/var/lib", "-name", "*olvane*", "-not",
+                                            "-path", "/var/lib/dpkg/*"});
+        expect(left.isEmpty(), "Left behind: " + left);
+    }
+
+    Person m_person;
+    QString m_before;
+    QImage m_disconnectFace;
+};
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    if (argc != 2) {
+        std::fputs("Usage: linux_scenarios PICTURES\n", stderr);
+        return 2;
+    }
+    try {
+        Scenarios(QString::fromLocal8Bit(argv[1])).run();
+    } catch (const NotAsExpected &error) {
+        std::fprintf(stderr, "linux_scenarios: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
