@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <linux/serial.h>
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -72,6 +73,22 @@ bool makeRaw(int descriptor)
     line.c_cc[VMIN] = 1; // an empty line is EAGAIN, so that 0 bytes mean a hang-up
     line.c_cc[VTIME] = 0;
     return ::tcsetattr(descriptor, TCSANOW, &line) == 0;
+}
+
+/// Whether a rate means something to the line. A virtual one carries bytes as
+/// fast as it can and keeps whatever rate it had.
+bool hasRate(int descriptor)
+{
+    serial_struct settings = {};
+    return ::ioctl(descriptor, TIOCGSERIAL, &settings) == 0;
+}
+
+/// Whether another process has claimed the terminal for itself alone. Root
+/// may open it nevertheless.
+bool isClaimed(int descriptor)
+{
+    int exclusive = 0;
+    return ::ioctl(descriptor, TIOCGEXCL, &exclusive) == 0 && exclusive != 0;
 }
 
 DWORD deviceError()
@@ -196,7 +213,8 @@ int openSerialDevice(const char *node, DWORD *error)
     }
     // The lock keeps out other ports of this program and root, whom the
     // terminal's own exclusive mode lets pass.
-    if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+    const bool claimed = !isPseudoTerminal(descriptor) && isClaimed(descriptor);
+    if (claimed || ::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         *error = ErrorAccessDenied;
         ::close(descriptor);
         return -1;
@@ -279,8 +297,9 @@ DWORD applyLineSettings(int descriptor, const DeviceControlBlock &settings)
     termios applied = {};
     if (::tcgetattr(descriptor, &applied) != 0)
         return deviceError();
+    const bool sameSpeed = ::cfgetospeed(&applied) == ::cfgetospeed(&line);
     if (byteSizeOf(applied) != settings.ByteSize || parityOf(applied) != settings.Parity ||
-        ::cfgetospeed(&applied) != ::cfgetospeed(&line)) {
+        (hasRate(descriptor) && !sameSpeed)) {
         ::tcsetattr(descriptor, TCSANOW, &before);
         return ErrorInvalidParameter;
     }

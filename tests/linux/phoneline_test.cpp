@@ -1,0 +1,153 @@
+#include "platform/linux/dialphone/phoneline.h"
+
+#include <QtTest>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+/// What a phone says to each command line it gets.
+struct Said {
+    const char *command;
+    const char *answer;
+};
+Q_DECLARE_METATYPE(QList<Said>)
+
+namespace {
+
+/// A line with a phone at its other end that plays a script, then hangs up or
+/// stays silent.
+class ScriptedPhone
+{
+public:
+    ScriptedPhone(QList<Said> script, bool hangsUp) : m_script(std::move(script))
+    {
+        if (::socketpair(AF_UNIX, SOCK_STREAM, 0, m_ends) != 0)
+            qFatal("socketpair");
+        m_thread = std::thread([this, hangsUp] {
+            play();
+            if (hangsUp)
+                ::shutdown(m_ends[1], SHUT_RDWR);
+        });
+    }
+    ~ScriptedPhone()
+    {
+        ::shutdown(m_ends[0], SHUT_RDWR);
+        m_thread.join();
+        ::close(m_ends[0]);
+        ::close(m_ends[1]);
+    }
+
+    int line() const { return m_ends[0]; }
+    /// After the dial.
+    QByteArray wrongCommand() const { return m_wrong; }
+
+private:
+    void play()
+    {
+        for (const Said &said : std::as_const(m_script)) {
+            QByteArray command;
+            char character = 0;
+            while (::read(m_ends[1], &character, 1) == 1 && character != '\r')
+                command += character;
+            if (command != said.command)
+                m_wrong = command;
+            const QByteArray answer = said.answer;
+            if (::write(m_ends[1], answer.constData(), size_t(answer.size())) != answer.size())
+                return;
+        }
+    }
+
+    QList<Said> m_script;
+    int m_ends[2];
+    QByteArray m_wrong;
+    std::thread m_thread;
+};
+
+} // namespace
+
+class PhoneLineTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void dials_data();
+    void dials();
+    void leavesWhatFollowsConnect();
+    void aSilentPhoneAndASilentNetworkAreTold();
+    void numbers();
+};
+
+void PhoneLineTest::dials_data()
+{
+    QTest::addColumn<QList<Said>>("script");
+    QTest::addColumn<QString>("result");
+    const Said ready = {"AT", "\r\nOK\r\n"};
+    const auto dialled = [&ready](const char *answer) {
+        return QList<Said>{ready, {"ATD*99#", answer}};
+    };
+    QTest::newRow("connect") << dialled("\r\nCONNECT\r\n") << "CONNECT";
+    QTest::newRow("speed") << dialled("\r\nCONNECT 115200\r\n") << "CONNECT 115200";
+    QTest::newRow("echo") << QList<Said>{{"AT", "AT\r\r\nOK\r\n"},
+                                         {"ATD*99#", "ATD*99#\r\r\nCONNECT\r\n"}}
+                          << "CONNECT";
+    QTest::newRow("noise") << QList<Said>{{"AT", "\r\nRING\r\n\r\nOK\r\n"},
+                                          {"ATD*99#", "\r\n+CREG: 1\r\n\r\nCONNECT\r\n"}}
+                           << "CONNECT";
+    for (const char *answer : {"NO CARRIER", "BUSY", "NO ANSWER", "NO DIALTONE", "ERROR",
+                               "+CME ERROR: 30", "+CMS ERROR: 500"}) {
+        const QByteArray line = QByteArray("\r\n") + answer + "\r\n";
+        QTest::newRow(answer) << dialled(qstrdup(line.constData())) << answer;
+    }
+    QTest::newRow("ended at once") << dialled("\r\nOK\r\n") << "NO CARRIER";
+    QTest::newRow("AT refused") << QList<Said>{{"AT", "\r\nERROR\r\n"}} << "NOT READY";
+    QTest::newRow("gone at once") << QList<Said>{} << "HANGUP";
+    QTest::newRow("gone while dialling") << QList<Said>{ready} << "HANGUP";
+}
+
+void PhoneLineTest::dials()
+{
+    QFETCH(QList<Said>, script);
+    QFETCH(QString, result);
+    const ScriptedPhone phone(script, true);
+    std::signal(SIGPIPE, SIG_IGN);
+    PhoneLine line(phone.line(), phone.line());
+    QCOMPARE(QString::fromStdString(line.dial("*99#", 5, 5)), result);
+    QCOMPARE(phone.wrongCommand(), QByteArray());
+}
+
+void PhoneLineTest::leavesWhatFollowsConnect()
+{
+    const ScriptedPhone phone({{"AT", "\r\nOK\r\n"}, {"ATD1", "\r\nCONNECT\r\n~\xff}#"}}, false);
+    PhoneLine line(phone.line(), phone.line());
+    QCOMPARE(line.dial("1", 5, 5), std::string("CONNECT"));
+    char rest[8] = {};
+    QCOMPARE(::read(phone.line(), rest, sizeof rest), ssize_t(4));
+    QCOMPARE(QByteArray(rest, 4), QByteArray("~\xff}#"));
+}
+
+void PhoneLineTest::aSilentPhoneAndASilentNetworkAreTold()
+{
+    const ScriptedPhone silent({{"AT", ""}}, false);
+    PhoneLine line(silent.line(), silent.line());
+    QCOMPARE(line.dial("1", 1, 1), std::string("NOT READY"));
+
+    const ScriptedPhone waiting({{"AT", "\r\nOK\r\n"}, {"ATD1", ""}}, false);
+    PhoneLine second(waiting.line(), waiting.line());
+    QCOMPARE(second.dial("1", 5, 1), std::string("TIMEOUT"));
+}
+
+void PhoneLineTest::numbers()
+{
+    QVERIFY(isDialableNumber("*99***1#"));
+    QVERIFY(isDialableNumber(std::string(80, '1')));
+    for (const std::string &number :
+         {std::string(), std::string(81, '1'), std::string("1;2"), std::string("1\rAT"),
+          std::string("$HOME"), std::string("1\0", 2)})
+        QVERIFY2(!isDialableNumber(number), number.c_str());
+}
+
+QTEST_APPLESS_MAIN(PhoneLineTest)
+#include "phoneline_test.moc"
