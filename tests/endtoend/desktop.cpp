@@ -1,0 +1,261 @@
+#include "desktop.h"
+
+#include "waiting.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QtEndian>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int ScreenWidth = 1600;
+constexpr int ScreenHeight = 1200;
+constexpr int CommandPatience = 30000; // milliseconds
+
+/// The screen as the display server keeps it in memory: a header of 32-bit
+/// numbers, most significant byte first, then colours, then the pixels.
+QImage readFrameBuffer(const QString &fileName)
+{
+    enum { HeaderSize = 0, Width = 4, Height = 5, BytesPerLine = 12, Colours = 19, Fields = 25 };
+    constexpr int ColourSize = 12;
+
+    QFile file(fileName);
+    expect(file.open(QIODevice::ReadOnly), "Cannot read " + fileName);
+    const QByteArray bytes = file.readAll();
+    expect(bytes.size() >= Fields * 4, "No picture in " + fileName);
+    const auto field = [&bytes](int index) {
+        return static_cast<int>(qFromBigEndian<quint32>(bytes.constData() + index * 4));
+    };
+    const int start = field(HeaderSize) + field(Colours) * ColourSize;
+    expect(bytes.size() >= start + field(BytesPerLine) * field(Height), "Half a picture");
+    return QImage(reinterpret_cast<const uchar *>(bytes.constData()) + start, field(Width),
+                  field(Height), field(BytesPerLine), QImage::Format_RGB32)
+        .copy();
+}
+
+QProcessEnvironment cleanEnvironment()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QStringList names = environment.keys();
+    for (const QString &name : names) {
+        if (name.startsWith("QT_") || name.startsWith("XDG_") || name.startsWith("LC_") ||
+            name == "WAYLAND_DISPLAY" || name == "DBUS_SESSION_BUS_ADDRESS" || name == "LANGUAGE")
+            environment.remove(name);
+    }
+    environment.insert("LANG", "C.UTF-8");
+    environment.insert("QT_QPA_PLATFORM", "xcb");
+    // Without a bus there is nobody to tell what is shown to.
+    environment.insert("NO_AT_BRIDGE", "1");
+    return environment;
+}
+
+} // namespace
+
+Desktop::Desktop(const QString &artefacts, double scale) : m_artefacts(artefacts), m_scale(scale)
+{
+    expect(QDir().mkpath(artefacts), "Cannot make " + artefacts);
+    expect(m_folder.isValid(), "Cannot make a temporary folder");
+
+    m_display.setProcessEnvironment(cleanEnvironment());
+    m_display.setStandardErrorFile(m_folder.filePath("display.log"));
+    m_display.start("Xvfb", {"-displayfd", "1", "-screen", "0",
+                             QString("%1x%2x24").arg(ScreenWidth).arg(ScreenHeight), "-fbdir",
+                             m_folder.path(), "-dpi", "96", "-nolisten", "tcp", "-noreset"});
+    expect(m_display.waitForStarted(), "Xvfb cannot be started: " + m_display.errorString());
+    QByteArray number;
+    waitFor("A virtual display", [&] {
+        number += m_display.readAllStandardOutput();
+        return number.endsWith('\n') || m_display.state() == QProcess::NotRunning;
+    });
+    expect(number.endsWith('\n'), "Xvfb ended at once");
+    m_name = ":" + QString::fromLatin1(number.trimmed());
+
+    m_windowManager.setProcessEnvironment(environment());
+    m_windowManager.setStandardErrorFile(m_folder.filePath("windowmanager.log"));
+    m_windowManager.setStandardOutputFile(QProcess::nullDevice());
+    m_windowManager.start("openbox", {"--sm-disable"});
+    expect(m_windowManager.waitForStarted(),
+           "openbox cannot be started: " + m_windowManager.errorString());
+    waitFor("A window manager", [this] {
+        return run("xprop", {"-root", "_NET_SUPPORTING_WM_CHECK"}).contains("window id");
+    });
+    moveMouseAway();
+}
+
+QProcessEnvironment Desktop::environment() const
+{
+    QProcessEnvironment environment = cleanEnvironment();
+    environment.insert("DISPLAY", m_name);
+    environment.insert("HOME", m_folder.path());
+    environment.insert("XDG_RUNTIME_DIR", m_folder.path());
+    if (m_scale != 1)
+        environment.insert("QT_SCALE_FACTOR", QString::number(m_scale));
+    return environment;
+}
+
+QString Desktop::run(const QString &program, const QStringList &arguments) const
+{
+    QProcess process;
+    process.setProcessEnvironment(environment());
+    process.start(program, arguments);
+    expect(process.waitForFinished(CommandPatience),
+           QString("%1 %2: %3").arg(program, arguments.join(' '), process.errorString()));
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+QString Desktop::xdotool(const QStringList &arguments) const
+{
+    return run("xdotool", arguments);
+}
+
+WindowId Desktop::window(const QString &title) const
+{
+    const QString pattern = "^" + QRegularExpression::escape(title) + "$";
+    return xdotool({"search", "--onlyvisible", "--name", pattern}).section('\n', 0, 0);
+}
+
+WindowId Desktop::waitForWindow(const QString &title, int timeout) const
+{
+    WindowId found;
+    const bool shown = comesTrue(
+        [&] {
+            found = window(title);
+            return !found.isEmpty();
+        },
+        timeout);
+    expect(shown, QString("No window \"%1\" within %2 ms; there are: %3")
+                      .arg(title)
+                      .arg(timeout)
+                      .arg(visibleTitles().join(" | ")));
+    return found;
+}
+
+WindowId Desktop::waitForWindow(const QString &title) const
+{
+    return waitForWindow(title, Patience);
+}
+
+void Desktop::waitForNoWindow(const QString &title) const
+{
+    waitFor("The end of the window \"" + title + "\"", [&] { return window(title).isEmpty(); });
+}
+
+void Desktop::waitForFocus(const WindowId &window) const
+{
+    waitFor("The keyboard for window " + window, [&] {
+        return xdotool({"getactivewindow"}).trimmed() == window &&
+               xdotool({"getwindowfocus"}).trimmed() == window;
+    });
+}
+
+QStringList Desktop::visibleWindows() const
+{
+    return xdotool({"search", "--onlyvisible", "--class", "Tolvane"}).split('\n', Qt::SkipEmptyParts);
+}
+
+QStringList Desktop::visibleTitles() const
+{
+    QStringList titles;
+    const QStringList windows = xdotool({"search", "--onlyvisible", "--name", "."})
+                                    .split('\n', Qt::SkipEmptyParts);
+    for (const WindowId &window : windows)
+        titles.append(xdotool({"getwindowname", window}).trimmed());
+    return titles;
+}
+
+QRect Desktop::geometry(const WindowId &window) const
+{
+    const QString text = run("xwininfo", {"-id", window});
+    const auto number = [&text](const char *name) {
+        const auto match = QRegularExpression(QString("%1:\\s*(-?\\d+)").arg(name)).match(text);
+        expect(match.hasMatch(), QString("No %1 in: %2").arg(name, text));
+        return match.captured(1).toInt();
+    };
+    return QRect(number("Absolute upper-left X"), number("Absolute upper-left Y"), number("Width"),
+                 number("Height"));
+}
+
+QSize Desktop::size(const WindowId &window) const
+{
+    return (QSizeF(geometry(window).size()) / m_scale).toSize();
+}
+
+QString Desktop::property(const WindowId &window, const QString &name) const
+{
+    return run("xprop", {"-id", window, name});
+}
+
+void Desktop::click(const WindowId &window, QPoint point) const
+{
+    const QPoint place = geometry(window).topLeft() + (QPointF(point) * m_scale).toPoint();
+    xdotool({"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
+    moveMouseAway();
+}
+
+void Desktop::moveMouseAway() const
+{
+    xdotool({"mousemove", QString::number(ScreenWidth - 1), QString::number(ScreenHeight - 1)});
+}
+
+void Desktop::press(const QStringList &keys) const
+{
+    xdotool(QStringList{"key"} + keys);
+}
+
+void Desktop::close(const WindowId &window) const
+{
+    waitForFocus(window);
+    press("alt+F4");
+}
+
+QImage Desktop::screen() const
+{
+    return readFrameBuffer(m_folder.filePath("Xvfb_screen0"));
+}
+
+QImage Desktop::picture(const WindowId &window) const
+{
+    return screen().copy(geometry(window));
+}
+
+QImage Desktop::picture(const WindowId &window, const QRect &part) const
+{
+    const QRect scaled = QRectF(part.x() * m_scale, part.y() * m_scale, part.width() * m_scale,
+                                part.height() * m_scale)
+                             .toRect();
+    return screen().copy(scaled.translated(geometry(window).topLeft()));
+}
+
+QString Desktop::keepPicture(const QString &what)
+{
+    constexpr int Margin = 24; // room for the window manager's frame, in screen pixels
+
+    // A countdown never stands still for long: what is there then is taken.
+    QImage now = screen();
+    comesTrue(
+        [&] {
+            const QImage before = now;
+            now = screen();
+            return now == before;
+        },
+        1000);
+
+    QRect shown;
+    const QStringList windows = visibleWindows();
+    for (const WindowId &window : windows) {
+        const QRect place = geometry(window);
+        // The window manager's own helpers lie outside or are a pixel wide.
+        if (place.width() > 1 && place.size() != now.size())
+            shown |= place.adjusted(-Margin, -Margin, Margin, Margin);
+    }
+    shown &= now.rect();
+    if (!shown.isEmpty())
+        now = now.copy(shown);
+    const QString name =
+        QString("%1/%2-%3.png").arg(m_artefacts).arg(++m_pictures, 2, 10, QChar('0')).arg(what);
+    expect(now.save(name), "Cannot write " + name);
+    return name;
+}

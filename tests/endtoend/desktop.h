@@ -1,0 +1,81 @@
+#pragma once
+
+#include "childprocess.h"
+
+#include <QImage>
+#include <QProcessEnvironment>
+#include <QRect>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+/// The X window number, as text.
+using WindowId = QString;
+
+/// A virtual display of its own with a window manager, used as a person uses
+/// one: by mouse and keyboard, looking at windows and pictures. Several may
+/// exist at once. Everything throws NotAsExpected when it cannot be done.
+class Desktop
+{
+public:
+    /// Starts the display and its window manager. Pictures go to the folder
+    /// `artefacts`, which is made. `scale` is that of the programs shown:
+    /// every coordinate below is in their own, unscaled pixels.
+    explicit Desktop(const QString &artefacts, double scale = 1);
+
+    /// What a program needs to show up here. No setting of the caller's own
+    /// desktop is in it.
+    QProcessEnvironment environment() const;
+    double scale() const { return m_scale; }
+
+    /// The visible window with exactly this title; empty when there is none.
+    WindowId window(const QString &title) const;
+    WindowId waitForWindow(const QString &title, int timeout) const;
+    WindowId waitForWindow(const QString &title) const;
+    void waitForNoWindow(const QString &title) const;
+    /// Waits until the window has the keyboard.
+    void waitForFocus(const WindowId &window) const;
+    /// Every visible window, menus and lists included.
+    QStringList visibleWindows() const;
+    /// The titles of the visible windows, for a person to read.
+    QStringList visibleTitles() const;
+
+    /// The inside of the window on the screen, in the screen's pixels.
+    QRect geometry(const WindowId &window) const;
+    /// The inside of the window, in its own pixels.
+    QSize size(const WindowId &window) const;
+    /// A property as xprop prints it.
+    QString property(const WindowId &window, const QString &name) const;
+
+    void click(const WindowId &window, QPoint point) const;
+    /// Puts the mouse where it touches no window.
+    void moveMouseAway() const;
+    /// Presses keys one after the other, named as X names them: "alt+n".
+    void press(const QStringList &keys) const;
+    void press(const QString &key) const { press(QStringList{key}); }
+    /// Asks the window to close, as its title bar's button does.
+    void close(const WindowId &window) const;
+
+    /// The whole screen, in its own pixels.
+    QImage screen() const;
+    /// What is on the screen where the window is.
+    QImage picture(const WindowId &window) const;
+    /// A part of that, given in the window's own pixels.
+    QImage picture(const WindowId &window, const QRect &part) const;
+    /// Leaves the screen in the artefact folder as NN-<what>.png, numbered in
+    /// order, cut to the visible windows. Waits until the picture stands
+    /// still. Returns the file's name.
+    QString keepPicture(const QString &what);
+
+private:
+    QString run(const QString &program, const QStringList &arguments) const;
+    QString xdotool(const QStringList &arguments) const;
+
+    QString m_artefacts;
+    double m_scale;
+    int m_pictures = 0;
+    QTemporaryDir m_folder;
+    QString m_name;
+    ChildProcess m_display;
+    ChildProcess m_windowManager;
+};

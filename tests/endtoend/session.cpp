@@ -1,0 +1,282 @@
+#include "session.h"
+
+#include "waiting.h"
+
+#include <algorithm>
+
+namespace {
+
+// Places in the windows, in their own pixels. The wizard's button row is
+// measured from the lower right corner, because the window fits its text.
+const QPoint wizardCancel(51, 22);
+const QPoint wizardNext(137, 22);
+const QPoint wizardBack(223, 22);
+constexpr int WizardButtonHeight = 20;
+constexpr int WizardRuler = 48;  // above the lower edge
+constexpr int WizardHeading = 45; // below the upper edge
+
+constexpr int MenuBarHeight = 21;
+constexpr int MenuItemHeight = 20;
+const QRect buttonPlace(250, 80 + MenuBarHeight, 91, 81);
+// Frame, focus and shading are not what the button says.
+constexpr int ButtonFrame = 10;
+
+bool isInk(QRgb colour)
+{
+    return qGray(colour) < 100;
+}
+
+QPoint fromLowerRight(QSize size, QPoint distance)
+{
+    return QPoint(size.width() - distance.x(), size.height() - distance.y());
+}
+
+/// Black where there is ink, white elsewhere.
+QImage ink(const QImage &picture)
+{
+    QImage result = picture.convertToFormat(QImage::Format_RGB32);
+    for (int y = 0; y < result.height(); ++y) {
+        for (int x = 0; x < result.width(); ++x)
+            result.setPixel(x, y, isInk(result.pixel(x, y)) ? 0xFF000000 : 0xFFFFFFFF);
+    }
+    return result;
+}
+
+template<typename Predicate> int countPixels(const QImage &picture, Predicate predicate)
+{
+    int count = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x)
+            count += predicate(picture.pixel(x, y)) ? 1 : 0;
+    }
+    return count;
+}
+
+} // namespace
+
+Session::Session(const QString &artefacts, double scale)
+    : machine(artefacts), desktop(artefacts, scale)
+{
+}
+
+WindowId Session::wizard() const
+{
+    const WindowId window = desktop.waitForWindow(WizardTitle);
+    desktop.waitForFocus(window);
+    return window;
+}
+
+void Session::pressNext() const
+{
+    const WindowId window = wizard();
+    desktop.click(window, fromLowerRight(desktop.size(window), wizardNext));
+}
+
+void Session::pressBack() const
+{
+    const WindowId window = wizard();
+    desktop.click(window, fromLowerRight(desktop.size(window), wizardBack));
+}
+
+void Session::pressCancel() const
+{
+    const WindowId window = wizard();
+    desktop.click(window, fromLowerRight(desktop.size(window), wizardCancel));
+    desktop.waitForNoWindow(WizardTitle);
+}
+
+QRect Session::wizardPage(const WindowId &window) const
+{
+    return QRect(QPoint(0, 0), desktop.size(window))
+        .adjusted(0, WizardHeading, 0, -WizardRuler - 2);
+}
+
+bool Session::isRed() const
+{
+    const WindowId window = wizard();
+    const auto red = [](QRgb colour) {
+        return qRed(colour) > 180 && qGreen(colour) < 100 && qBlue(colour) < 100;
+    };
+    return countPixels(desktop.picture(window, wizardPage(window)), red) > 50;
+}
+
+void Session::waitForFailedStep() const
+{
+    waitFor("Red text in the wizard", [this] { return isRed(); });
+}
+
+void Session::pressRetry() const
+{
+    const WindowId window = wizard();
+    // The lowest black text on the page is Retry's; it lies in the middle.
+    const QRect page = wizardPage(window);
+    const QRect column(page.center().x() - 30, page.top(), 60, page.height());
+    int lowest = -1;
+    waitFor("Retry", [&] {
+        const QImage picture = desktop.picture(window, column);
+        for (int y = picture.height() - 1; y >= 0 && lowest < 0; --y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                if (isInk(picture.pixel(x, y)))
+                    lowest = y;
+            }
+        }
+        return lowest >= 0;
+    });
+    const int y = column.top() + static_cast<int>(lowest / desktop.scale()) - 3;
+    desktop.click(window, QPoint(column.center().x(), y));
+}
+
+void Session::waitForSetup() const
+{
+    const WindowId window = wizard();
+    const QPoint middle = fromLowerRight(desktop.size(window), wizardNext);
+    QRect finish(0, 0, 40, WizardButtonHeight - 8);
+    finish.moveCenter(middle);
+    // A button that cannot be pressed is written in grey.
+    waitFor("The end of the set-up", [&] {
+        return machine.setting("NoOfDialups").toInt() > 0 &&
+               countPixels(desktop.picture(window, finish), isInk) > 0;
+    });
+}
+
+void Session::goThroughWizard() const
+{
+    pressNext();
+    waitForSetup();
+    pressFinish();
+    desktop.waitForNoWindow(WizardTitle);
+}
+
+WindowId Session::mainWindow() const
+{
+    const WindowId window = desktop.waitForWindow(MainTitle);
+    desktop.waitForFocus(window);
+    return window;
+}
+
+void Session::pressButton() const
+{
+    desktop.click(mainWindow(), buttonPlace.center());
+}
+
+WindowId Session::openMenu(const WindowId &window, int titleMiddle, int timeout) const
+{
+    const QStringList before = desktop.visibleWindows();
+    WindowId menu;
+    desktop.click(window, QPoint(titleMiddle, MenuBarHeight / 2));
+    comesTrue(
+        [&] {
+            const QStringList now = desktop.visibleWindows();
+            const auto added = std::find_if(now.begin(), now.end(), [&](const WindowId &each) {
+                return !before.contains(each);
+            });
+            menu = added == now.end() ? WindowId() : *added;
+            return !menu.isEmpty();
+        },
+        timeout);
+    return menu;
+}
+
+void Session::chooseFromMenu(int titleMiddle, int item) const
+{
+    const WindowId menu = openMenu(mainWindow(), titleMiddle, Patience);
+    expect(!menu.isEmpty(), "No menu opens");
+    desktop.click(menu, QPoint(40, 1 + item * MenuItemHeight + MenuItemHeight / 2));
+}
+
+bool Session::helpMenuOpens(int timeout) const
+{
+    const WindowId window = desktop.waitForWindow(MainTitle);
+    const WindowId menu = openMenu(window, HelpMenu, timeout);
+    if (menu.isEmpty())
+        return false;
+    desktop.press("Escape");
+    waitFor("The menu's end", [&] { return !desktop.visibleWindows().contains(menu); });
+    return true;
+}
+
+void Session::chooseOperator(int index) const
+{
+    const WindowId window = mainWindow();
+    // The list is in the middle of its place; opened, it takes the keys.
+    const QStringList before = desktop.visibleWindows();
+    desktop.click(window, QPoint(100, 101 + MenuBarHeight));
+    waitFor("The operators", [&] { return desktop.visibleWindows().size() > before.size(); });
+    QStringList keys{"Home"};
+    for (int i = 0; i < index; ++i)
+        keys.append("Down");
+    desktop.press(keys + QStringList{"Return"});
+    waitFor("The operator", [&] { return desktop.visibleWindows().size() == before.size(); });
+}
+
+QImage Session::face() const
+{
+    const WindowId window = desktop.waitForWindow(MainTitle);
+    const QRect inside =
+        buttonPlace.adjusted(ButtonFrame, ButtonFrame, -ButtonFrame, -ButtonFrame);
+    return ink(desktop.picture(window, inside));
+}
+
+void Session::learnFace(Face which)
+{
+    QImage seen;
+    waitFor("A new text on the button", [&] {
+        seen = face();
+        const bool empty = countPixels(seen, isInk) == 0;
+        return !empty && !m_faces.values().contains(seen) && face() == seen;
+    });
+    m_faces.insert(which, seen);
+}
+
+bool Session::shows(Face which) const
+{
+    expect(m_faces.contains(which), "This face was not learnt");
+    return face() == m_faces.value(which);
+}
+
+void Session::waitForFace(Face which, int timeout) const
+{
+    static const QMap<Face, QString> texts = {{Face::ConnectNow, "Connect Now"},
+                                               {Face::Disconnect, "Disconnect"},
+                                               {Face::PleaseWait, "Please Wait"},
+                                               {Face::CheckConnection, "Please Check"}};
+    waitFor('"' + texts.value(which) + "\" on the button", [&] { return shows(which); }, timeout);
+}
+
+void Session::waitForFace(Face which) const
+{
+    waitForFace(which, Patience);
+}
+
+WindowId Session::dialDialog() const
+{
+    const WindowId window = desktop.waitForWindow(DialTitle);
+    desktop.waitForFocus(window);
+    return window;
+}
+
+void Session::pressDial() const
+{
+    const WindowId window = dialDialog();
+    desktop.click(window, fromLowerRight(desktop.size(window), QPoint(130, 21)));
+}
+
+void Session::pressDialCancel() const
+{
+    const WindowId window = dialDialog();
+    desktop.click(window, fromLowerRight(desktop.size(window), QPoint(48, 21)));
+}
+
+void Session::dial() const
+{
+    pressDial();
+    desktop.waitForNoWindow(DialTitle);
+}
+
+void Session::acknowledge(const QString &title) const
+{
+    const WindowId window = desktop.waitForWindow(title);
+    desktop.waitForFocus(window);
+    desktop.press("Return");
+    desktop.waitForNoWindow(title);
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QString>
+#include <QThread>
+
+#include <stdexcept>
+
+/// What an end-to-end run throws when the program did not do what it should.
+/// The text is for a person.
+class NotAsExpected : public std::runtime_error
+{
+public:
+    explicit NotAsExpected(const QString &text) : std::runtime_error(text.toStdString()) {}
+};
+
+/// Throws `text` when the condition does not hold.
+inline void expect(bool condition, const QString &text)
+{
+    if (!condition)
+        throw NotAsExpected(text);
+}
+
+/// Looks at the condition until it holds; false when it still does not after
+/// `timeout` milliseconds. What is watched lives in other processes and tells
+/// nobody, hence the looking again.
+template<typename Condition> bool comesTrue(Condition condition, int timeout)
+{
+    QElapsedTimer timer;
+    timer.start();
+    for (;;) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        if (condition())
+            return true;
+        if (timer.elapsed() >= timeout)
+            return false;
+        QThread::msleep(10);
+    }
+}
+
+/// How long anything may take that is not bound to a timer of the program, in
+/// milliseconds: generous, because the machine may be busy with other tests.
+constexpr int Patience = 20000;
+
+/// Waits until the condition holds; throws, naming `what`, when it does not
+/// come true in time.
+template<typename Condition>
+void waitFor(const QString &what, Condition condition, int timeout = Patience)
+{
+    expect(comesTrue(condition, timeout),
+           QString("%1: not within %2 ms").arg(what).arg(timeout));
+}
