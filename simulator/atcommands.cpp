@@ -394,7 +394,7 @@ QByteArray normalised(const QByteArray &line)
 // parameter.
 QByteArray takeCommand(QByteArray *line, Call *call)
 {
-    const QByteArray text = *line;
+    QByteArray text = *line;
     const auto size = static_cast<int>(text.size());
     int i = 1;
     if (text.at(0) == '+') {
@@ -427,7 +427,7 @@ QByteArray takeCommand(QByteArray *line, Call *call)
     }
     if (text.at(0) == '&' && size > 1)
         ++i;
-    const QByteArray name = text.left(i);
+    QByteArray name = text.left(i);
     int end = i;
     if (name == "D") {
         end = size;
