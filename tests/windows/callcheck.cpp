@@ -67,8 +67,7 @@ const QMap<QString, QStringList> &forms()
          {"program=%P commandLine=\"InstallDriver -a\" directory=%P startupFlags=0x0"}},
         {"GetVersionExW", {"size=284 rest=zero -> major=\\d+ minor=\\d+"}},
         {"GetSystemMetrics", {"index=89"}},
-        {"LoadLibraryW",
-         {"name=\"(cfgmgr32|newdev)\\.dll\" -> result=(module|null error=\\d+)"}},
+        {"LoadLibraryW", {"name=\"(cfgmgr32|newdev)\\.dll\" -> result=(module|null error=\\d+)"}},
         {"FreeLibrary", {"(cfgmgr32|newdev)\\.dll"}},
         {"GetProcAddress",
          {"kernel32\\.dll GetNativeSystemInfo -> result=address",
@@ -115,8 +114,7 @@ const QMap<QString, QStringList> &forms()
         {"SetupDiCreateDevRegKeyW",
          {"set\\d+ device=new cbSize=32 scope=1 profile=0 keyType=2 inf=null section=null "
           "-> result=(key|invalid error=\\d+)"}},
-        {"SetupDiGetSelectedDriverW",
-         {"set\\d+ device=new cbSize=32 driverSize=0 rest=zero %R"}},
+        {"SetupDiGetSelectedDriverW", {"set\\d+ device=new cbSize=32 driverSize=0 rest=zero %R"}},
         {"SetupDiCallClassInstaller", {"function=5 set\\d+ device=new cbSize=32 %R"}},
         // Registry, memory
         {"RegSetValueExW",

@@ -27,17 +27,26 @@ void DoublesTest::findsTheBrokenCall_data()
     QTest::addColumn<QString>("what");
     QTest::addColumn<QString>("complaint");
 
-    QTest::newRow("nothing broken") << "" << "";
-    QTest::newRow("a flag") << "flag" << "SetupDiGetClassDevsW class=Ports .* flags=0";
-    QTest::newRow("a size") << "size" << "RasSetEntryPropertiesW .* size=4048";
-    QTest::newRow("a text") << "text" << "RasSetEntryPropertiesW .* type=\"RASDT\"";
-    QTest::newRow("memory that is not zeroed")
-        << "zero" << "RasGetEntryPropertiesW .* rest=NOT-ZERO";
-    QTest::newRow("bytes of a registry value") << "bytes" << "RegSetValueExW .* bytes=8";
-    QTest::newRow("a key left open") << "open-key" << "SetupDiRegisterDeviceInfo .* key=open";
-    QTest::newRow("handles left open") << "open-process" << "missing: |CloseHandle";
-    QTest::newRow("a command line") << "command-line" << "commandLine=\"InstallDriver\"";
-    QTest::newRow("the order") << "order" << "LoadLibraryW|line 1";
+    QTest::newRow("nothing broken") << ""
+                                    << "";
+    QTest::newRow("a flag") << "flag"
+                            << "SetupDiGetClassDevsW class=Ports .* flags=0";
+    QTest::newRow("a size") << "size"
+                            << "RasSetEntryPropertiesW .* size=4048";
+    QTest::newRow("a text") << "text"
+                            << "RasSetEntryPropertiesW .* type=\"RASDT\"";
+    QTest::newRow("memory that is not zeroed") << "zero"
+                                               << "RasGetEntryPropertiesW .* rest=NOT-ZERO";
+    QTest::newRow("bytes of a registry value") << "bytes"
+                                               << "RegSetValueExW .* bytes=8";
+    QTest::newRow("a key left open") << "open-key"
+                                     << "SetupDiRegisterDeviceInfo .* key=open";
+    QTest::newRow("handles left open") << "open-process"
+                                       << "missing: |CloseHandle";
+    QTest::newRow("a command line") << "command-line"
+                                    << "commandLine=\"InstallDriver\"";
+    QTest::newRow("the order") << "order"
+                               << "LoadLibraryW|line 1";
 }
 
 void DoublesTest::findsTheBrokenCall()

@@ -35,12 +35,9 @@ QStringList versionCalls()
 QStringList machineWithPhone()
 {
     return {
-        "port Communications Port (COM1)",
-        "port USB Modem Driver (COM7)",
-        "rasdevice vpn|WAN Miniport (PPTP)",
-        "rasdevice modem|Tolvane GPRS Modem",
-        "rasdevice modem|MTK GPRS Modem",
-        "rasdevice modem|Standard 56000 bps Modem",
+        "port Communications Port (COM1)",   "port USB Modem Driver (COM7)",
+        "rasdevice vpn|WAN Miniport (PPTP)", "rasdevice modem|Tolvane GPRS Modem",
+        "rasdevice modem|MTK GPRS Modem",    "rasdevice modem|Standard 56000 bps Modem",
     };
 }
 
@@ -57,7 +54,9 @@ QStringList portSearchCalls(int set, int firstBlock)
                                   .arg(device);
         const QString block = QString("block%1").arg(firstBlock + device);
         calls += {
-            QString("SetupDiEnumDeviceInfo %1 index=%2 cbSize=32 -> result=1").arg(name).arg(device),
+            QString("SetupDiEnumDeviceInfo %1 index=%2 cbSize=32 -> result=1")
+                .arg(name)
+                .arg(device),
             query + "size=0 buffer=null -> result=0 error=122",
             QString("LocalAlloc flags=64 bytes=%1 -> %2").arg(2 * bytes[device]).arg(block),
             query + QString("size=%1 buffer=zero -> result=1").arg(bytes[device]),
@@ -102,9 +101,8 @@ QStringList setupCalls(const WineMachine &machine)
     calls += portSearchCalls(2, 3);
     const QString newDevice = " set3 device=new cbSize=32 ";
     const QString keyArguments = newDevice + "scope=1 profile=0 keyType=2 ";
-    const QString registration =
-        "SetupDiRegisterDeviceInfo" + newDevice +
-        "flags=0 compare=null context=null duplicate=null ";
+    const QString registration = "SetupDiRegisterDeviceInfo" + newDevice +
+                                 "flags=0 compare=null context=null duplicate=null ";
     calls += {
         "SetupDiGetINFClassW inf=" + inf + " name=zero nameSize=200 required=null -> result=1",
         "SetupDiCreateDeviceInfoList class=Modem parent=null -> set3",
@@ -114,19 +112,18 @@ QStringList setupCalls(const WineMachine &machine)
         "SetupDiSetDeviceRegistryPropertyW" + newDevice +
             "property=1 size=28 value=mtkgprsmodem|| -> result=1",
         registration + "driverKey=none -> result=1",
-        "SetupDiOpenDevRegKey" + keyArguments +
-            "access=0xF003F -> result=invalid error=3758096900",
+        "SetupDiOpenDevRegKey" + keyArguments + "access=0xF003F -> result=invalid error=3758096900",
         "SetupDiCreateDevRegKeyW" + keyArguments + "inf=null section=null -> result=key",
         "RegSetValueExW name=\"AttachedTo\" reserved=0 type=1 data=\"COM7\" bytes=10 -> result=0",
         "RegCloseKey driver key -> result=0",
         registration + "AttachedTo=\"COM7\" type=1 bytes=10 key=closed -> result=1",
-        "SetupDiGetSelectedDriverW" + newDevice +
-            "driverSize=0 rest=zero -> result=0 error=1784",
+        "SetupDiGetSelectedDriverW" + newDevice + "driverSize=0 rest=zero -> result=0 error=1784",
         "newdev.dll loaded",
         "LoadLibraryW name=\"newdev.dll\" -> result=module",
         "GetProcAddress newdev.dll UpdateDriverForPlugAndPlayDevicesW -> result=address",
         "UpdateDriverForPlugAndPlayDevicesW parent=null hardwareId=\"mtkgprsmodem\" behind=zero "
-        "inf=" + inf + " flags=1 reboot=false -> result=1",
+        "inf=" +
+            inf + " flags=1 reboot=false -> result=1",
         "FreeLibrary newdev.dll",
         "newdev.dll freed",
         "SetupDiDestroyDeviceInfoList set3 -> result=1",
@@ -167,9 +164,8 @@ QString setupDebug(const WineMachine &machine)
            "\"SetupDiGetINFClass Done. INF Class is Modem\" \n\n" + install +
            "\"SetupDiCreateDeviceInfoList Done.\" \n\n" + install +
            "\"SetupDiCreateDeviceInfo Done. New Generated Id is ROOT\\MODEM\\0000\" \n\n" +
-           install +
-           "SetupDiSetDeviceRegistryProperty finished. Now it has id mtkgprsmodem \n\n" + reg +
-           "SetupDiRegisterDeviceInfo OK\n \n\n" + reg +
+           install + "SetupDiSetDeviceRegistryProperty finished. Now it has id mtkgprsmodem \n\n" +
+           reg + "SetupDiRegisterDeviceInfo OK\n \n\n" + reg +
            "SetupDiCreateDevRegKey succeded. Now the modem has entry in registry \n\n" + reg +
            "\"RegSetValueEx succeded. Now the modem is registered with AttachedTo\" \n\n" + reg +
            "SetupDiRegisterDeviceInfo call for the second time succeded(don't know why called it "
@@ -177,10 +173,12 @@ QString setupDebug(const WineMachine &machine)
            "ERROR  RegisterModem  -  SetupDiGetSelectedDriver failes. It's success is not "
            "important though. It always fails. I don't know why to call it in the 1st place :-S. "
            "\n\n" +
-           installError + "\"RegisterModem finished. Tried to register it to COM7\" \n\n"
-                          "QString::arg: Argument missing: "
-                          "UpdateDriverForPlugAndPlayDevices finished. Reboot required == , true\n" +
+           installError +
+           "\"RegisterModem finished. Tried to register it to COM7\" \n\n"
+           "QString::arg: Argument missing: "
+           "UpdateDriverForPlugAndPlayDevices finished. Reboot required == , true\n" +
            install + "\"UpdateDriverForPlugAndPlayDevices finished. Reboot required == \" \n\n" +
-           install + "\"Last Error 0\" \n\n"
-                     "Successfully created the DIALUP CONNECTION :D :D\n";
+           install +
+           "\"Last Error 0\" \n\n"
+           "Successfully created the DIALUP CONNECTION :D :D\n";
 }

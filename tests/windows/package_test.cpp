@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QRegularExpression>
 #include <QSet>
 #include <QTest>
 
@@ -14,6 +15,12 @@ namespace {
 
 const char uninstallKey[] =
     "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Tolvane Modem Connector";
+const char installedProgram[] = "C:\\Program Files\\Tolvane Modem Connector\\TolvaneDialler.exe";
+const char installedUninstaller[] = "C:\\Program Files\\Tolvane Modem Connector\\Uninstall.exe";
+const char startMenu[] =
+    "/ProgramData/Microsoft/Windows/Start Menu/Programs/Tolvane Modem Connector";
+const char installerTitle[] = "Tolvane Modem Connector Setup";
+const char uninstallerTitle[] = "Tolvane Modem Connector Uninstall";
 const char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
 
 QSet<QString> filesBelow(const QString &folder)
@@ -55,6 +62,9 @@ private:
     int install(const QStringList &arguments = {"/S"});
     int uninstall(const QStringList &arguments = {"/S"});
     bool isRegistered();
+    /// What is on the disk now and was not before this test; temporary files
+    /// are the system's to remove.
+    QStringList added() const;
 
     std::unique_ptr<WineMachine> m_machine;
     QString m_folder; // as this test sees it
@@ -85,10 +95,8 @@ int PackageTest::install(const QStringList &arguments)
 
 int PackageTest::uninstall(const QStringList &arguments)
 {
-    // Without _?= the uninstaller copies itself elsewhere and returns before
-    // it is done; with it, it cannot delete itself.
-    const int code = m_machine->run("C:\\Program Files\\Tolvane Modem Connector\\Uninstall.exe",
-                                    arguments);
+    // The uninstaller goes on as a copy of itself and returns before it is done.
+    const int code = m_machine->run(installedUninstaller, arguments);
     if (!QTest::qWaitFor([&] { return !QFile::exists(m_folder + "/Uninstall.exe"); }, 30000))
         return -1;
     return code;
@@ -97,6 +105,15 @@ int PackageTest::uninstall(const QStringList &arguments)
 bool PackageTest::isRegistered()
 {
     return m_machine->run("reg", {"query", uninstallKey}) == 0;
+}
+
+QStringList PackageTest::added() const
+{
+    QStringList files = (filesBelow(m_machine->driveC()) - m_before)
+                            .values()
+                            .filter(QRegularExpression("^(?!users/[^/]+/(AppData/Local/)?Temp(/|$))"));
+    files.sort();
+    return files;
 }
 
 void PackageTest::archiveHoldsWhatIsDelivered()
@@ -121,25 +138,111 @@ void PackageTest::silentlyInstalledStartedAndRemoved()
 {
     QCOMPARE(install(), 0);
     QVERIFY(QFile::exists(m_folder + "/TolvaneDialler.exe"));
-    QCOMPARE(content(m_folder + "/TolvaneDialler.exe"),
-             content(m_machine->hostFolder() + "/TolvaneDialler.exe"));
+    QVERIFY(content(m_folder + "/TolvaneDialler.exe") ==
+            content(m_machine->hostFolder() + "/TolvaneDialler.exe"));
     QVERIFY(isRegistered());
-    const QSet<QString> added = filesBelow(m_machine->driveC()) - m_before;
-    QVERIFY(!added.filter("ProgramData/Microsoft/Windows/Start Menu/Programs/Tolvane Modem "
-                          "Connector/Tolvane Modem Connector.lnk")
-                 .isEmpty());
+    QVERIFY(QFile::exists(m_machine->driveC() + startMenu + "/Tolvane Modem Connector.lnk"));
 
-    // Started from where it was installed, by the path of the shortcut.
-    QVERIFY(m_machine->start("C:\\Program Files\\Tolvane Modem Connector\\TolvaneDialler.exe"));
+    // Started from where it was installed.
+    QVERIFY(m_machine->start(installedProgram));
     const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
     QVERIFY(!wizard.isEmpty());
     m_machine->screenshot("package-installed-started");
-    m_machine->press(wizard, "Escape");
+    m_machine->pressUntil(wizard, "Escape", [this] { return m_machine->hasEnded(); });
     QCOMPARE(m_machine->waitForExit(), 0);
 
+    m_machine->setSettings({{"NoOfDialups", "1"}});
     QCOMPARE(uninstall(), 0);
     QVERIFY(!isRegistered());
-    QStringList left = (filesBelow(m_machine->driveC()) - m_before).values();
+    // Silently, settings are kept; nothing else is.
+    QCOMPARE(m_machine->setting("NoOfDialups"), QString("1"));
+    m_machine->reset();
+    const QStringList left = added();
+    QVERIFY2(left.isEmpty(), qPrintable(left.join('\n')));
+}
+
+void PackageTest::upgradeKeepsWhatWasAdded()
+{
+    QCOMPARE(install(), 0);
+    // As an older version would have left it, with drivers copied in.
+    for (const char *name :
+         {"TolvaneDialler.exe", "licences/Old.txt", "drivers/modem_inf_64.inf"}) {
+        QFile file(m_folder + '/' + name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("older");
+    }
+    QCOMPARE(
+        m_machine->run("reg", {"add", uninstallKey, "/v", "DisplayVersion", "/d", "0.9.0", "/f"}),
+        0);
+
+    QCOMPARE(install(), 0);
+    QVERIFY(content(m_folder + "/TolvaneDialler.exe") ==
+            content(m_machine->hostFolder() + "/TolvaneDialler.exe"));
+    QVERIFY(!QFile::exists(m_folder + "/licences/Old.txt"));
+    QCOMPARE(content(m_folder + "/drivers/modem_inf_64.inf"), QByteArray("older"));
+    QCOMPARE(m_machine->run("reg", {"query", uninstallKey, "/v", "DisplayVersion"}), 0);
+
+    QCOMPARE(uninstall(), 0);
+    // Drivers that were copied in are not the uninstaller's to delete.
+    const QString kept = "Program Files/Tolvane Modem Connector";
+    QCOMPARE(added(), QStringList({kept, kept + "/drivers", kept + "/drivers/modem_inf_64.inf"}));
+}
+
+void PackageTest::installedByHand()
+{
+    QProcess installer;
+    installer.start(qEnvironmentVariable("TMC_WINE"), {WINDOWS_INSTALLER});
+    const QString window = m_machine->waitForWindow(installerTitle, 60000);
+    QVERIFY(!window.isEmpty());
+    m_machine->screenshot("installer-1-welcome");
+    m_machine->press(window, "Return");
+    m_machine->screenshot("installer-2-folder");
+    m_machine->press(window, "Return");
+    QVERIFY(QTest::qWaitFor([&] { return QFile::exists(m_folder + "/Uninstall.exe"); }, 30000));
+    m_machine->screenshot("installer-3-finish");
+    // Finish starts the program.
+    m_machine->press(window, "Return");
+    const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
+    QVERIFY(!wizard.isEmpty());
+    QVERIFY(m_machine->pressUntil(wizard, "Escape", [this] {
+        return m_machine->waitForNoWindow(wizardTitle, 0);
+    }));
+    QVERIFY(installer.waitForFinished(30000));
+    QCOMPARE(installer.exitCode(), 0);
+    QVERIFY(isRegistered());
+}
+
+void PackageTest::runningProgramIsNotOverwritten()
+{
+    QCOMPARE(install(), 0);
+    QVERIFY(m_machine->start(installedProgram));
+    QVERIFY(!m_machine->waitForWindow(wizardTitle, 60000).isEmpty());
+    QCOMPARE(install(), 2);
+    QVERIFY(QFile::exists(m_folder + "/QuickStart.txt"));
+    m_machine->pressUntil(m_machine->waitForWindow(wizardTitle), "Escape",
+                          [this] { return m_machine->hasEnded(); });
+    QCOMPARE(m_machine->waitForExit(), 0);
+}
+
+void PackageTest::removalAsksForTheSettings()
+{
+    QCOMPARE(install(), 0);
+    m_machine->setSettings({{"NoOfDialups", "1"}});
+    QProcess uninstaller;
+    uninstaller.start(qEnvironmentVariable("TMC_WINE"), {installedUninstaller});
+    const QString window = m_machine->waitForWindow(uninstallerTitle, 60000);
+    QVERIFY(!window.isEmpty());
+    m_machine->press(window, "Return");
+    // The question is a window of the same title above the first.
+    QVERIFY(QTest::qWaitFor([&] { return !isRegistered(); }, 30000));
+    m_machine->screenshot("uninstaller-question");
+    QCOMPARE(m_machine->setting("NoOfDialups"), QString("1"));
+    m_machine->press(m_machine->waitForWindow(uninstallerTitle), "alt+n");
+    QVERIFY(QTest::qWaitFor([&] { return m_machine->settingsText().isEmpty(); }, 10000));
+    m_machine->screenshot("uninstaller-done");
+    m_machine->press(m_machine->waitForWindow(uninstallerTitle), "Return");
+    QVERIFY(m_machine->waitForNoWindow(uninstallerTitle));
+    const QStringList left = added();
     QVERIFY2(left.isEmpty(), qPrintable(left.join('\n')));
 }
 

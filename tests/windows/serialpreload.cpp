@@ -64,8 +64,10 @@ ssize_t read(int descriptor, void *buffer, size_t bytes)
 {
     static const auto system = next<ssize_t (*)(int, void *, size_t)>("read");
     const ssize_t result = system(descriptor, buffer, bytes);
-    if (result < 0 && errno == EAGAIN && isPseudoTerminal(descriptor))
-        errno = EIO;
-    return result;
+    const bool isEmpty = result == 0 ? bytes > 0 : result < 0 && errno == EAGAIN;
+    if (!isEmpty || !isPseudoTerminal(descriptor))
+        return result;
+    errno = EIO;
+    return -1;
 }
 }

@@ -15,8 +15,7 @@ namespace {
 const char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
 const char mainTitle[] = "Tolvane Modem Connector";
 
-const QString installFailed =
-    "ERROR  InstallModem  -  InstallRootEnumeratedDriver failed \n\n";
+const QString installFailed = "ERROR  InstallModem  -  InstallRootEnumeratedDriver failed \n\n";
 
 QString lastError(const char *code)
 {
@@ -32,8 +31,7 @@ QString registerFailed()
 const QString deviceRemoved =
     "SetupDiCallClassInstaller function=5 set3 device=new cbSize=32 -> result=1";
 const QString setDestroyed = "SetupDiDestroyDeviceInfoList set3 -> result=1";
-const QString nothingOpen =
-    "exit ports none events none processes none threads none blocks none";
+const QString nothingOpen = "exit ports none events none processes none threads none blocks none";
 
 } // namespace
 
@@ -88,7 +86,7 @@ void SetupTest::runWizard()
     QVERIFY(m_machine->start());
     const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
     QVERIFY(!wizard.isEmpty());
-    m_machine->press(wizard, "Return");
+    m_machine->pressUntil(wizard, "Return", [this] { return !m_machine->calls().isEmpty(); });
 }
 
 void SetupTest::closeAll()
@@ -97,9 +95,7 @@ void SetupTest::closeAll()
     m_machine->press(wizard, "Escape");
     // With an entry the main window comes back, without one this is the end.
     QVERIFY(QTest::qWaitFor(
-        [&] {
-            return m_machine->hasEnded() || !m_machine->waitForWindow(mainTitle, 0).isEmpty();
-        },
+        [&] { return m_machine->hasEnded() || !m_machine->waitForWindow(mainTitle, 0).isEmpty(); },
         10000));
     if (!m_machine->hasEnded())
         m_machine->press(m_machine->waitForWindow(mainTitle), "alt+F4");
@@ -108,17 +104,18 @@ void SetupTest::closeAll()
 
 void SetupTest::failure_data()
 {
-    QTest::addColumn<QStringList>("machine");   // what fails
-    QTest::addColumn<QString>("debugEnd");      // the last lines of the debug stream
-    QTest::addColumn<QStringList>("callsEnd");  // the last calls of the program
-    QTest::addColumn<QStringList>("left");      // what the end finds open
+    QTest::addColumn<QStringList>("machine");  // what fails
+    QTest::addColumn<QString>("debugEnd");     // the last lines of the debug stream
+    QTest::addColumn<QStringList>("callsEnd"); // the last calls of the program
+    QTest::addColumn<QStringList>("left");     // what the end finds open
 
     const QString port = "ERROR  \"SetCurrentPortSettings\"  -  No ports available \n\n";
     const QStringList clean = {"exit sets none", nothingOpen};
 
     QTest::newRow("installer does not start")
         << QStringList{"fail CreateProcessW 1 2"}
-        << "ERROR  SetupAllInfs  -  Port INF setup failed. \n\n" << QStringList{} << clean;
+        << "ERROR  SetupAllInfs  -  Port INF setup failed. \n\n"
+        << QStringList{} << clean;
     QTest::newRow("INF refused")
         << QStringList{"fail SetupCopyOEMInfW 1 5"}
         << "ERROR  CopyInf  -  \"Failed, location \"%DRIVERS%modem_inf_64.inf\" \" \n\n"
@@ -184,9 +181,9 @@ void SetupTest::failure_data()
                registerFailed() + lastError("5") + installFailed
         << QStringList{deviceRemoved, setDestroyed} << clean;
     const std::pair<const char *, const char *> codes[] = {
-        {"2", "ERROR_FILE_NOT_FOUND"},          {"3758096949", "ERROR_IN_WOW64"},
-        {"1004", "ERROR_INVALID_FLAGS"},        {"3758096907", "ERROR_NO_SUCH_DEVINST"},
-        {"259", "ERROR_NO_MORE_ITEMS"},         {"5", "unknown"},
+        {"2", "ERROR_FILE_NOT_FOUND"},   {"3758096949", "ERROR_IN_WOW64"},
+        {"1004", "ERROR_INVALID_FLAGS"}, {"3758096907", "ERROR_NO_SUCH_DEVINST"},
+        {"259", "ERROR_NO_MORE_ITEMS"},  {"5", "unknown"},
     };
     for (const auto &[code, name] : codes) {
         const QString line = "ERROR  InstallRootEnumeratedDriver  -  ";
@@ -195,7 +192,8 @@ void SetupTest::failure_data()
             << line + "UpdateDriverForPlugAndPlayDevices failed. \n\n" + line +
                    QString("\"Error code %1\" \n\n").arg(code) + line +
                    QString("Error is %1 \n\n").arg(name) + lastError(code) + installFailed
-            << QStringList{"FreeLibrary newdev.dll", "newdev.dll freed", deviceRemoved, setDestroyed}
+            << QStringList{"FreeLibrary newdev.dll", "newdev.dll freed", deviceRemoved,
+                           setDestroyed}
             << clean;
     }
     QTest::newRow("defaults unavailable")
@@ -228,7 +226,8 @@ void SetupTest::failure_data()
     for (const auto &[code, text] : refusals) {
         QTest::newRow(qPrintable(QString("entry refused with ") + code))
             << QStringList{QString("fail RasSetEntryPropertiesW 1 ") + code}
-            << QString(text) + "\n\n" << QStringList{"HeapFree flags=0 block5"} << clean;
+            << QString(text) + "\n\n"
+            << QStringList{"HeapFree flags=0 block5"} << clean;
     }
 
     // These do not stop the set-up.
@@ -249,7 +248,8 @@ void SetupTest::failure_data()
         << QStringList{"fail RegSetValueExW 1 5"} << success << QStringList{} << clean;
     QTest::newRow("a selected driver")
         << QStringList{"selecteddriver yes"} << success << QStringList{} << clean;
-    QTest::newRow("restart wanted") << QStringList{"reboot yes"} << success << QStringList{} << clean;
+    QTest::newRow("restart wanted")
+        << QStringList{"reboot yes"} << success << QStringList{} << clean;
     QTest::newRow("no configuration manager")
         << QStringList{"-cfgmgr32"} << success << QStringList{} << clean;
 }
@@ -299,14 +299,28 @@ void SetupTest::release_data()
     QTest::addColumn<QString>("reported");
     QTest::addColumn<QString>("inf");
 
-    QTest::newRow("Windows XP") << "winxp64" << "major=5 minor=2" << "modem_inf_64.inf";
-    QTest::newRow("Windows Vista") << "vista" << "major=6 minor=0" << "modem_inf_64.inf";
-    QTest::newRow("Windows 7") << "win7" << "major=6 minor=1" << "modem_inf_64.inf";
+    QTest::newRow("Windows XP") << "winxp64"
+                                << "major=5 minor=2"
+                                << "modem_inf_64.inf";
+    QTest::newRow("Windows Vista") << "vista"
+                                   << "major=6 minor=0"
+                                   << "modem_inf_64.inf";
+    QTest::newRow("Windows 7") << "win7"
+                               << "major=6 minor=1"
+                               << "modem_inf_64.inf";
     // Later releases are not among those that the drivers know.
-    QTest::newRow("Windows 8") << "win8" << "major=6 minor=2" << "modem_inf_32.inf";
-    QTest::newRow("Windows 8.1") << "win81" << "major=6 minor=3" << "modem_inf_32.inf";
-    QTest::newRow("Windows 10") << "win10" << "major=10 minor=0" << "modem_inf_32.inf";
-    QTest::newRow("Windows 11") << "win11" << "major=10 minor=0" << "modem_inf_32.inf";
+    QTest::newRow("Windows 8") << "win8"
+                               << "major=6 minor=2"
+                               << "modem_inf_32.inf";
+    QTest::newRow("Windows 8.1") << "win81"
+                                 << "major=6 minor=3"
+                                 << "modem_inf_32.inf";
+    QTest::newRow("Windows 10") << "win10"
+                                << "major=10 minor=0"
+                                << "modem_inf_32.inf";
+    QTest::newRow("Windows 11") << "win11"
+                                << "major=10 minor=0"
+                                << "modem_inf_32.inf";
 }
 
 void SetupTest::release()
@@ -323,6 +337,7 @@ void SetupTest::release()
     const QString copied = m_machine->calls().filter("SetupCopyOEMInfW").value(0);
     QVERIFY2(copied.contains("\\drivers\\" + inf + '"'), qPrintable(copied));
     QVERIFY(m_machine->waitForDebug("Successfully created"));
+    m_machine->screenshot(QString("release-") + QTest::currentDataTag());
     closeAll();
     m_machine->setWindowsVersion("win7");
 }

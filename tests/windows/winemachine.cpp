@@ -245,8 +245,7 @@ QStringList WineMachine::calls() const
 bool WineMachine::waitForCall(const QString &pattern, int milliseconds)
 {
     const QRegularExpression expression(pattern);
-    return QTest::qWaitFor(
-        [&] { return !calls().filter(expression).isEmpty(); }, milliseconds);
+    return QTest::qWaitFor([&] { return !calls().filter(expression).isEmpty(); }, milliseconds);
 }
 
 void WineMachine::readOutput()
@@ -305,8 +304,8 @@ QString WineMachine::waitForWindow(const QString &title, int milliseconds)
     const QString name = '^' + QRegularExpression::escape(title) + '$';
     const bool appeared = QTest::qWaitFor(
         [&] {
-            found = runOnHost("xdotool", {"search", "--onlyvisible", "--name", name})
-                        .section('\n', -1);
+            found =
+                runOnHost("xdotool", {"search", "--onlyvisible", "--name", name}).section('\n', -1);
             return !found.isEmpty();
         },
         milliseconds);
@@ -329,20 +328,48 @@ void WineMachine::press(const QString &window, const QString &key)
     runOnHost("xdotool", {"key", "--clearmodifiers", key});
 }
 
+bool WineMachine::pressUntil(const QString &window, const QString &key,
+                             const std::function<bool()> &done)
+{
+    for (int i = 0; i < 5; ++i) {
+        press(window, key);
+        if (QTest::qWaitFor(done, 4000))
+            return true;
+    }
+    return false;
+}
+
 void WineMachine::click(const QString &window, int x, int y)
 {
     runOnHost("xdotool", {"windowactivate", "--sync", window, "mousemove", "--window", window,
                           QString::number(x), QString::number(y), "click", "1"});
 }
 
-void WineMachine::screenshot(const QString &name)
+void WineMachine::screenshot(const QString &name, Picture picture)
 {
-    runOnHost("import", {"-window", "root", QString("%1/%2.png").arg(artefacts, name)});
+    const QString file = QString("%1/%2.png").arg(artefacts, QString(name).replace(' ', '-'));
+    // A window that has just appeared is painted a moment later: the picture is
+    // taken once it stands still.
+    QByteArray before;
+    const bool stands = QTest::qWaitFor(
+        [&] {
+            runOnHost("import",
+                      {"-window", "root", "-define", "png:exclude-chunks=date,time", file});
+            const QByteArray now = readFile(file);
+            const bool same = now == before;
+            before = now;
+            if (!same)
+                QTest::qWait(400);
+            return same;
+        },
+        picture == Moving ? 1500 : 8000);
+    if (!stands && picture == StandingStill)
+        qInfo("the screen kept changing: %s", qPrintable(file));
 }
 
 void WineMachine::keepLogs(const QString &name)
 {
-    const QString base = QString("%1/%2").arg(artefacts, name);
+    const QString base = QString("%1/%2").arg(artefacts, QString(name).replace(' ', '-'));
     writeFile(base + ".calls.txt", calls().join('\n').toUtf8() + '\n');
     writeFile(base + ".debug.txt", debug().toUtf8());
     writeFile(base + ".printed.txt", printed().toUtf8());

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 /// A Windows machine under Wine with the packaged program and the double
 /// libraries beside it. The prefix and the display are those of the
 /// environment (packaging/windows/with-wine makes both); the machine's state
@@ -75,10 +77,16 @@ public:
     bool waitForNoWindow(const QString &title, int milliseconds = 10000);
     /// Presses a key in the window, in xdotool's notation.
     void press(const QString &window, const QString &key);
+    /// Presses it again every few seconds until `done`, as a person does whose
+    /// key came before the window was ready. Only where a second press does no
+    /// harm. False when it never is.
+    bool pressUntil(const QString &window, const QString &key, const std::function<bool()> &done);
     /// Clicks at a place inside the window's client area.
     void click(const QString &window, int x, int y);
-    /// A picture of the whole screen among the artefacts.
-    void screenshot(const QString &name);
+    enum Picture { StandingStill, Moving };
+    /// A picture of the whole screen among the artefacts; of a screen that
+    /// moves as it is after a moment, else once it stands still.
+    void screenshot(const QString &name, Picture picture = StandingStill);
     /// Keeps calls, debug stream and settings of the test that ends.
     void keepLogs(const QString &name);
 

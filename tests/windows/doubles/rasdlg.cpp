@@ -1,6 +1,7 @@
 // Double of rasdlg.dll: the dial dialog, answered by the machine file:
 //   dial connect     the person connects; the connection is then active
 //   dial cancel      the person cancels
+//   dial ask         a window "Connect ENTRY" asks; OK connects
 
 #include "tests/windows/doubles/recorder.h"
 
@@ -25,7 +26,14 @@ extern "C" __declspec(dllexport) BOOL WINAPI
         .zero("rest", reinterpret_cast<const BYTE *>(info) + 4, sizeof *info - 4);
 
     const auto failure = scriptedFailure("RasDialDlgW");
-    const bool connected = !failure && machineText("dial", L"cancel") == L"connect";
+    const std::wstring script = machineText("dial", L"cancel");
+    bool connected = !failure && script == L"connect";
+    if (!failure && script == L"ask") {
+        const std::wstring title = std::wstring(L"Connect ") + entry;
+        const std::wstring text = std::wstring(L"Dial ") + number + L"?";
+        connected = MessageBoxW(static_cast<HWND>(info->hwndOwner), text.c_str(), title.c_str(),
+                                MB_OKCANCEL) == IDOK;
+    }
     if (connected) {
         auto names = activeConnections();
         names.push_back(entry);

@@ -225,7 +225,6 @@ Line &Line::arrow()
 
 void Line::write() const
 {
-    const DWORD error = GetLastError();
     const std::string line = m_text + '\n';
     const HANDLE handle =
         CreateFileW(file(L"calls.log").c_str(), FILE_APPEND_DATA,
@@ -233,7 +232,7 @@ void Line::write() const
     DWORD written = 0;
     WriteFile(handle, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
     CloseHandle(handle);
-    SetLastError(error);
+    SetLastError(m_error);
 }
 
 void Handles::opened(const void *handle)

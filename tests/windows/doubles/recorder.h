@@ -42,7 +42,7 @@ bool isZero(const void *block, size_t bytes);
 class Line
 {
 public:
-    explicit Line(const char *function) : m_text(function) {}
+    explicit Line(const char *function) : m_text(function), m_error(GetLastError()) {}
 
     Line &number(const char *name, unsigned long long value);
     Line &hex(const char *name, unsigned long long value);
@@ -57,11 +57,13 @@ public:
     Line &arrow();
     Line &item(const std::string &item);
 
-    /// Appends the line to calls.log in one piece; the last error is kept.
+    /// Appends the line to calls.log in one piece. The last error is then what
+    /// it was when the line was begun: a call that succeeds leaves it alone.
     void write() const;
 
 private:
     std::string m_text;
+    DWORD m_error;
 };
 
 /// Small numbers for handles, in the order in which they were made: the log
