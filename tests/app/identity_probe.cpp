@@ -26,12 +26,12 @@ int main(int argc, char *argv[])
     print("application", QCoreApplication::applicationName());
     print("ini", QSettings::defaultFormat() == QSettings::IniFormat ? "yes" : "no");
     print("user", QSettings().fileName());
-    print("system", QSettings(QSettings::IniFormat, QSettings::SystemScope,
-                              QCoreApplication::organizationName(),
-                              QCoreApplication::applicationName())
-                        .fileName());
+    print("system",
+          QSettings(QSettings::IniFormat, QSettings::SystemScope,
+                    QCoreApplication::organizationName(), QCoreApplication::applicationName())
+              .fileName());
     print("preset", QSettings().value("Preset", "none").toString());
     if (argc > 1)
-        QSettings().setValue("Preset", argv[1]);
+        QSettings().setValue("Preset", QString::fromLocal8Bit(argv[1]));
     return 0;
 }

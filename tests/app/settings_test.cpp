@@ -83,7 +83,8 @@ private:
     std::unique_ptr<TestSettings> m_store;
 };
 
-static const QByteArray garbage = "[General]\nNoOfDialups=2\n\x01\xff what is this\nCurrentPort=7\n";
+static const QByteArray garbage =
+    "[General]\nNoOfDialups=2\n\x01\xff what is this\nCurrentPort=7\n";
 
 void SettingsTest::keys()
 {
@@ -209,8 +210,9 @@ void SettingsTest::damagedFileReadsAsFarAsItGoes_data()
     QTest::newRow("binary garbage") << QByteArray("\x00\xff\xfe\x7f[[[==\n\x01", 10) << 0;
     QTest::newRow("half a line") << QByteArray("[General]\nNoOfDialups=2\nCurr") << 2;
     QTest::newRow("half a section") << QByteArray("[General]\nNoOfDialups=2\n[por") << 2;
-    QTest::newRow("half a map")
-        << QByteArray("[General]\nNoOfDialups=2\nMobileOperators=@Variant(\\0\\0") << 2;
+    QTest::newRow("half a map") << QByteArray(
+                                       "[General]\nNoOfDialups=2\nMobileOperators=@Variant(\\0\\0")
+                                << 2;
     QTest::newRow("garbage between") << garbage << 2;
     QTest::newRow("empty") << QByteArray("") << 0;
     QTest::newRow("zeros") << QByteArray(4096, '\0') << 0;

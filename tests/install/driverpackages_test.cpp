@@ -84,8 +84,7 @@ void DriverPackagesTest::versionCode_data()
                         int serverR2, int base, int baseOnX64 = -1, DWORD platformId = 2) {
         const auto code = [](int b, int offset) { return b == 0 ? 0 : b + offset; };
         QTest::newRow(name) << platformId << major << minor << productType << suite << serverR2
-                            << base << code(baseOnX64 < 0 ? base : baseOnX64, 20)
-                            << code(base, 40);
+                            << base << code(baseOnX64 < 0 ? base : baseOnX64, 20) << code(base, 40);
     };
     const int workstation = 1;
     const int controller = 2;
@@ -176,9 +175,9 @@ void DriverPackagesTest::versionCodeCalls()
     bench.machine.version.dwMajorVersion = 5;
     bench.machine.version.dwMinorVersion = 2;
     GetWindowsVersionCode();
-    QCOMPARE(bench.calls(),
-             QStringList({"GetVersionExW(&)", "GetModuleHandleW(\"kernel32.dll\")",
-                          "GetProcAddress(0x10, \"GetNativeSystemInfo\")", "GetSystemMetrics(89)"}));
+    QCOMPARE(bench.calls(), QStringList({"GetVersionExW(&)", "GetModuleHandleW(\"kernel32.dll\")",
+                                         "GetProcAddress(0x10, \"GetNativeSystemInfo\")",
+                                         "GetSystemMetrics(89)"}));
     QCOMPARE(bench.leftOpen(), QString());
 }
 
@@ -247,9 +246,8 @@ void DriverPackagesTest::modemInfLocationIsLogged()
 {
     Bench<> bench;
     modemInf();
-    QCOMPARE(bench.log.lines(),
-             QStringList({messageLine("\"GetModemINFLocation\"",
-                                      quoted(driverFile("modem_inf_64.inf")))}));
+    QCOMPARE(bench.log.lines(), QStringList({messageLine("\"GetModemINFLocation\"",
+                                                         quoted(driverFile("modem_inf_64.inf")))}));
 }
 
 void DriverPackagesTest::copiesAnInf()
@@ -328,9 +326,8 @@ void DriverPackagesTest::setsUpOnce()
     QCOMPARE(bench.injector.operations(),
              QStringList({"CreateProcessW", "CloseHandle", "CloseHandle", "GetVersionExW",
                           "GetModuleHandleW", "GetProcAddress", "SetupCopyOEMInfW"}));
-    QCOMPARE(bench.log.lines(),
-             QStringList({installerLine.arg(driverFile("InstallDriver.exe")),
-                          messageLine("\"GetModemINFLocation\"", quoted(inf))}));
+    QCOMPARE(bench.log.lines(), QStringList({installerLine.arg(driverFile("InstallDriver.exe")),
+                                             messageLine("\"GetModemINFLocation\"", quoted(inf))}));
     QCOMPARE(bench.machine.copiedInf, inf);
     QCOMPARE(QSettings().allKeys(), QStringList({"isINFSetupDone"}));
     QCOMPARE(QSettings().value("isINFSetupDone"), QVariant(true));
@@ -360,12 +357,11 @@ void DriverPackagesTest::setUpFails_data()
     QTest::newRow("installer") << "CreateProcessW" << false
                                << QStringList{errorLine("SetupAllInfs", "Port INF setup failed.")};
     // The installer goes on working.
-    QTest::newRow("copy") << "SetupCopyOEMInfW" << true
-                          << QStringList{errorLine("CopyInf",
-                                                   quoted("Failed, location " +
-                                                          quoted(driverFile("modem_inf_64.inf")) +
-                                                          ' ')),
-                                         errorLine("SetupAllInfs", "Modem INF setup failed.")};
+    QTest::newRow("copy")
+        << "SetupCopyOEMInfW" << true
+        << QStringList{errorLine("CopyInf", quoted("Failed, location " +
+                                                   quoted(driverFile("modem_inf_64.inf")) + ' ')),
+                       errorLine("SetupAllInfs", "Modem INF setup failed.")};
 }
 
 void DriverPackagesTest::setUpFails()
@@ -378,7 +374,8 @@ void DriverPackagesTest::setUpFails()
     QVERIFY(!SetupAllInfs());
     QStringList lines = {installerLine.arg(driverFile("InstallDriver.exe"))};
     if (installerStarted)
-        lines.append(messageLine("\"GetModemINFLocation\"", quoted(driverFile("modem_inf_64.inf"))));
+        lines.append(
+            messageLine("\"GetModemINFLocation\"", quoted(driverFile("modem_inf_64.inf"))));
     QCOMPARE(bench.log.lines(), lines + errors);
     QCOMPARE(bench.machine.startedProcesses.size(), installerStarted ? 1 : 0);
     QCOMPARE(bench.injector.operations().contains("SetupCopyOEMInfW"), installerStarted);

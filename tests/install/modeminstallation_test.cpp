@@ -20,29 +20,28 @@ const QString infPath = "C:\\drivers\\modem_inf_64.inf";
 // The lines of InstallRootEnumeratedDriver and RegisterModem on a machine on
 // which everything works, in order.
 const QString plain = "InstallRootEnumeratedDriver";
-const QString classRead =
-    messageLine(plain, "\"SetupDiGetINFClass Done. INF Class is Modem\"");
+const QString classRead = messageLine(plain, "\"SetupDiGetINFClass Done. INF Class is Modem\"");
 const QString setMade = messageLine(plain, "\"SetupDiCreateDeviceInfoList Done.\"");
-const QString deviceMade = messageLine(
-    plain, "\"SetupDiCreateDeviceInfo Done. New Generated Id is ROOT\\MODEM\\0000\"");
-const QString idSet = messageLine(
-    plain, "SetupDiSetDeviceRegistryProperty finished. Now it has id mtkgprsmodem");
+const QString deviceMade =
+    messageLine(plain, "\"SetupDiCreateDeviceInfo Done. New Generated Id is ROOT\\MODEM\\0000\"");
+const QString idSet =
+    messageLine(plain, "SetupDiSetDeviceRegistryProperty finished. Now it has id mtkgprsmodem");
 const QString registered = messageLine("RegisterModem", "SetupDiRegisterDeviceInfo OK\n");
-const QString keyMade =
-    messageLine("RegisterModem",
-                "SetupDiCreateDevRegKey succeded. Now the modem has entry in registry");
-const QString valueSet =
-    messageLine("RegisterModem",
-                "\"RegSetValueEx succeded. Now the modem is registered with AttachedTo\"");
-const QString registeredAgain =
-    messageLine("RegisterModem", "SetupDiRegisterDeviceInfo call for the second time succeded(don't "
-                                 "know why called it :-S. But it is needed.");
+const QString keyMade = messageLine(
+    "RegisterModem", "SetupDiCreateDevRegKey succeded. Now the modem has entry in registry");
+const QString valueSet = messageLine(
+    "RegisterModem", "\"RegSetValueEx succeded. Now the modem is registered with AttachedTo\"");
+const QString registeredAgain = messageLine(
+    "RegisterModem", "SetupDiRegisterDeviceInfo call for the second time succeded(don't "
+                     "know why called it :-S. But it is needed.");
 const QString noSelectedDriver =
     errorLine("RegisterModem", "SetupDiGetSelectedDriver failes. It's success is not important "
                                "though. It always fails. I don't know why to call it in the 1st "
                                "place :-S.");
-const QString attached = errorLine(plain, "\"RegisterModem finished. Tried to register it to COM5\"");
-const QString notAttached = errorLine(plain, "\"RegisterModem failed. Tried to register it to COM5\"");
+const QString attached =
+    errorLine(plain, "\"RegisterModem finished. Tried to register it to COM5\"");
+const QString notAttached =
+    errorLine(plain, "\"RegisterModem failed. Tried to register it to COM5\"");
 const QString updated =
     messageLine(plain, "\"UpdateDriverForPlugAndPlayDevices finished. Reboot required == \"");
 const QString updateFailed = errorLine(plain, "UpdateDriverForPlugAndPlayDevices failed.");
@@ -142,8 +141,8 @@ public:
                                    DriverInfoData *driverInfoData) override
     {
         const auto *bytes = reinterpret_cast<const BYTE *>(driverInfoData);
-        driverBytes.append(static_cast<DWORD>(
-            std::count(bytes, bytes + sizeof(DriverInfoData), BYTE{0})));
+        driverBytes.append(
+            static_cast<DWORD>(std::count(bytes, bytes + sizeof(DriverInfoData), BYTE{0})));
         return ScriptedMachine::SetupDiGetSelectedDriverW(DeviceInfoSet, deviceInfoData,
                                                           driverInfoData);
     }
@@ -328,14 +327,13 @@ void ModemInstallationTest::instanceId_data()
     const QString justNot(1000, 'i');
     QTest::newRow("short") << "ROOT\\MODEM\\0003" << QList<int>{} << QStringList{"1000"}
                            << QStringList{made("ROOT\\MODEM\\0003")};
-    QTest::newRow("fits") << fits << QList<int>{} << QStringList{"1000"}
-                          << QStringList{made(fits)};
-    QTest::newRow("just does not fit") << justNot << QList<int>{} << QStringList{"1000", "1001"}
-                                       << QStringList{made(justNot)};
+    QTest::newRow("fits") << fits << QList<int>{} << QStringList{"1000"} << QStringList{made(fits)};
+    QTest::newRow("just does not fit")
+        << justNot << QList<int>{} << QStringList{"1000", "1001"} << QStringList{made(justNot)};
     QTest::newRow("long") << longId << QList<int>{} << QStringList{"1000", "1501"}
                           << QStringList{made(longId)};
-    QTest::newRow("long and unreadable") << longId << QList<int>{2} << QStringList{"1000", "1501"}
-                                         << QStringList{unknown, made("")};
+    QTest::newRow("long and unreadable")
+        << longId << QList<int>{2} << QStringList{"1000", "1501"} << QStringList{unknown, made("")};
     // A try that fails for another reason reports no size.
     QTest::newRow("unreadable") << "x" << QList<int>{1, 2} << QStringList{"1000", "0"}
                                 << QStringList{unknown, made("")};
@@ -375,9 +373,9 @@ void ModemInstallationTest::operationFails_data()
     const QStringList beforeRegistration = {classRead, setMade, deviceMade, idSet};
     const QStringList end = {removal, destruction};
     const auto registrationFails = [&](int goodLines, const QString &line, DWORD lastError) {
-        return QStringList(beforeRegistration + registrationLines.mid(0, goodLines) +
-                           QStringList{errorLine("RegisterModem", line), notAttached,
-                                       lastErrorLine(lastError)});
+        return QStringList(
+            beforeRegistration + registrationLines.mid(0, goodLines) +
+            QStringList{errorLine("RegisterModem", line), notAttached, lastErrorLine(lastError)});
     };
     const auto callsOf = [&](int ofRegistration) {
         return QStringList(callsUntilRegistration + callsOfRegistration.mid(0, ofRegistration) +
@@ -410,11 +408,10 @@ void ModemInstallationTest::operationFails_data()
                                   << registrationFails(0, "SetupDiRegisterDeviceInfo Device\n",
                                                        code)
                                   << callsOf(1) << "";
-    QTest::newRow("key cannot be opened") << "SetupDiOpenDevRegKey" << 1 << ErrorAccessDenied
-                                          << false
-                                          << registrationFails(1, "SetupDiOpenDevRegKey failed",
-                                                               ErrorAccessDenied)
-                                          << callsOf(2) << "";
+    QTest::newRow("key cannot be opened")
+        << "SetupDiOpenDevRegKey" << 1 << ErrorAccessDenied << false
+        << registrationFails(1, "SetupDiOpenDevRegKey failed", ErrorAccessDenied) << callsOf(2)
+        << "";
     QTest::newRow("key cannot be made")
         << "SetupDiCreateDevRegKeyW" << 1 << code << false
         << registrationFails(1, "SetupDiOpenDevRegKey/SetupDiCreateDevRegKey failed: ", code)
@@ -489,14 +486,20 @@ void ModemInstallationTest::updateFails_data()
     QTest::addColumn<DWORD>("code");
     QTest::addColumn<QString>("number");
     QTest::addColumn<QString>("text");
-    QTest::newRow("2") << DWORD{2} << "2" << "Error is ERROR_FILE_NOT_FOUND";
-    QTest::newRow("0xE0000235") << DWORD{0xE0000235} << "3758096949" << "Error is ERROR_IN_WOW64";
-    QTest::newRow("1004") << DWORD{1004} << "1004" << "Error is ERROR_INVALID_FLAGS";
+    QTest::newRow("2") << DWORD{2} << "2"
+                       << "Error is ERROR_FILE_NOT_FOUND";
+    QTest::newRow("0xE0000235") << DWORD{0xE0000235} << "3758096949"
+                                << "Error is ERROR_IN_WOW64";
+    QTest::newRow("1004") << DWORD{1004} << "1004"
+                          << "Error is ERROR_INVALID_FLAGS";
     QTest::newRow("0xE000020B") << DWORD{0xE000020B} << "3758096907"
                                 << "Error is ERROR_NO_SUCH_DEVINST";
-    QTest::newRow("259") << DWORD{259} << "259" << "Error is ERROR_NO_MORE_ITEMS";
-    QTest::newRow("5") << DWORD{5} << "5" << "Error is unknown";
-    QTest::newRow("0") << DWORD{0} << "0" << "Error is unknown";
+    QTest::newRow("259") << DWORD{259} << "259"
+                         << "Error is ERROR_NO_MORE_ITEMS";
+    QTest::newRow("5") << DWORD{5} << "5"
+                       << "Error is unknown";
+    QTest::newRow("0") << DWORD{0} << "0"
+                       << "Error is unknown";
 }
 
 void ModemInstallationTest::updateFails()
@@ -508,9 +511,9 @@ void ModemInstallationTest::updateFails()
     bench.fail("UpdateDriverForPlugAndPlayDevicesW", code);
     QVERIFY(!install());
     QCOMPARE(bench.log.lines(),
-             linesUntilUpdate + QStringList({updateFailed,
-                                             errorLine(plain, quoted("Error code " + number)),
-                                             errorLine(plain, text), lastErrorLine(code)}));
+             linesUntilUpdate +
+                 QStringList({updateFailed, errorLine(plain, quoted("Error code " + number)),
+                              errorLine(plain, text), lastErrorLine(code)}));
     QCOMPARE(bench.calls(), callsUntilRegistration + callsOfRegistration + callsOfUpdate +
                                 QStringList({removal, destruction}));
     QCOMPARE(bench.leftOpen(), QString());
@@ -616,7 +619,9 @@ void ModemInstallationTest::stepWithoutAPort()
     Bench<> bench;
     QSettings().setValue("CurrentPort", 5);
     QVERIFY(InstallModem());
-    QCOMPARE(bench.machine.registryWrites.first().data, QByteArray("C\0O\0M\0" "0\0\0\0", 10));
+    QCOMPARE(bench.machine.registryWrites.first().data, QByteArray("C\0O\0M\0"
+                                                                   "0\0\0\0",
+                                                                   10));
     QVERIFY(bench.log.lines().contains(
         errorLine(plain, "\"RegisterModem finished. Tried to register it to COM0\"")));
     QCOMPARE(QSettings().value("CurrentPort").toInt(), 0);

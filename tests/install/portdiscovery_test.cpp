@@ -90,18 +90,17 @@ void PortDiscoveryTest::findsThePort()
     Bench<> bench;
     bench.machine.ports = {{"Communications Port (COM1)"}, {"USB Modem Driver (COM5)"}};
     QVERIFY(SetCurrentPortSettings());
-    QCOMPARE(bench.calls(),
-             QStringList({"SetupDiGetClassDevsW(&, null, null, 2)",
-                          "SetupDiEnumDeviceInfo(0x10, 0, &)",
-                          "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, null, 0, &)",
-                          "LocalFree(null)", "LocalAlloc(64, 108)",
-                          "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, &, 54, &)",
-                          "LocalFree(@)", "SetupDiEnumDeviceInfo(0x10, 1, &)",
-                          "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, null, 0, &)",
-                          "LocalFree(null)", "LocalAlloc(64, 96)",
-                          "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, &, 48, &)",
-                          "LocalFree(@)", "SetupDiEnumDeviceInfo(0x10, 2, &)",
-                          "SetupDiDestroyDeviceInfoList(0x10)"}));
+    QCOMPARE(
+        bench.calls(),
+        QStringList({"SetupDiGetClassDevsW(&, null, null, 2)", "SetupDiEnumDeviceInfo(0x10, 0, &)",
+                     "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, null, 0, &)",
+                     "LocalFree(null)", "LocalAlloc(64, 108)",
+                     "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, &, 54, &)", "LocalFree(@)",
+                     "SetupDiEnumDeviceInfo(0x10, 1, &)",
+                     "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, null, 0, &)",
+                     "LocalFree(null)", "LocalAlloc(64, 96)",
+                     "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, &, 48, &)", "LocalFree(@)",
+                     "SetupDiEnumDeviceInfo(0x10, 2, &)", "SetupDiDestroyDeviceInfoList(0x10)"}));
     QCOMPARE(bench.log.lines(),
              QStringList({device("Communications Port (COM1)"), device("USB Modem Driver (COM5)"),
                           "Got Port  5", messageLine(function, quoted("port 5 available"))}));
@@ -117,10 +116,9 @@ void PortDiscoveryTest::severalPortsInTheSystemsOrder()
                            {"Communications Port (COM1)"},
                            {"USB Modem Driver (COM3)"}};
     QCOMPARE(GetModemPorts(), QList<int>({7, 3}));
-    QCOMPARE(bench.log.lines(),
-             QStringList({device("Tolvane Modem Driver (COM7)"), "Got Port  7",
-                          device("Communications Port (COM1)"), device("USB Modem Driver (COM3)"),
-                          "Got Port  3"}));
+    QCOMPARE(bench.log.lines(), QStringList({device("Tolvane Modem Driver (COM7)"), "Got Port  7",
+                                             device("Communications Port (COM1)"),
+                                             device("USB Modem Driver (COM3)"), "Got Port  3"}));
     QCOMPARE(QSettings().allKeys(), QStringList());
 
     bench.log.clear();
@@ -145,7 +143,8 @@ void PortDiscoveryTest::names_data()
     QTest::newRow("number in two runs") << "USB Modem Driver 1 2" << 1;
     QTest::newRow("leading zeros") << "USB Modem Driver (COM007)" << 7;
     QTest::newRow("zero") << "USB Modem Driver (COM0)" << 0;
-    QTest::newRow("surrogates") << QString::fromUtf8("\U0001F4F1 USB Modem Driver \U0001F4F1 (COM6)")
+    QTest::newRow("surrogates") << QString::fromUtf8(
+                                       "\U0001F4F1 USB Modem Driver \U0001F4F1 (COM6)")
                                 << 6;
     QTest::newRow("lone surrogate") << QString(QChar(0xD83D)) + "USB Modem Driver (COM6)" << 6;
     QTest::newRow("digits of another script")
@@ -196,9 +195,8 @@ void PortDiscoveryTest::nameThatGrows()
     // Each try offers what the one before reported and has twice that.
     QCOMPARE(bench.machine.offered, QList<DWORD>({0, 4, 20, 40, 48}));
     const QStringList calls = bench.calls();
-    QCOMPARE(calls.filter("LocalAlloc"),
-             QStringList({"LocalAlloc(64, 8)", "LocalAlloc(64, 40)", "LocalAlloc(64, 80)",
-                          "LocalAlloc(64, 96)"}));
+    QCOMPARE(calls.filter("LocalAlloc"), QStringList({"LocalAlloc(64, 8)", "LocalAlloc(64, 40)",
+                                                      "LocalAlloc(64, 80)", "LocalAlloc(64, 96)"}));
     QCOMPARE(calls.filter("LocalFree").size(), 5);
     QCOMPARE(bench.leftOpen(), QString());
 }
@@ -208,8 +206,8 @@ void PortDiscoveryTest::unreadableName()
     Bench<> bench;
     bench.machine.ports = {{"USB Modem Driver (COM5)", false}, {"USB Modem Driver (COM6)", true}};
     QCOMPARE(GetModemPorts(), QList<int>({6}));
-    QCOMPARE(bench.log.lines(), QStringList({device(""), device("USB Modem Driver (COM6)"),
-                                             "Got Port  6"}));
+    QCOMPARE(bench.log.lines(),
+             QStringList({device(""), device("USB Modem Driver (COM6)"), "Got Port  6"}));
     QCOMPARE(bench.leftOpen(), QString());
 }
 
@@ -275,13 +273,13 @@ void PortDiscoveryTest::operationFails_data()
     QTest::newRow("first device") << "SetupDiEnumDeviceInfo" << 1 << ErrorAccessDenied << 0
                                   << QStringList{"Error occured after enumaration", none}
                                   << "1 device set";
-    QTest::newRow("second device") << "SetupDiEnumDeviceInfo" << 2 << ErrorAccessDenied << 0
-                                   << QStringList{name, "Got Port  5",
-                                                  "Error occured after enumaration", none}
-                                   << "1 device set";
-    QTest::newRow("size of the name") << "SetupDiGetDeviceRegistryPropertyW" << 1
-                                      << ErrorInvalidData << 0 << QStringList{device(""), none}
-                                      << "";
+    QTest::newRow("second device")
+        << "SetupDiEnumDeviceInfo" << 2 << ErrorAccessDenied << 0
+        << QStringList{name, "Got Port  5", "Error occured after enumaration", none}
+        << "1 device set";
+    QTest::newRow("size of the name")
+        << "SetupDiGetDeviceRegistryPropertyW" << 1 << ErrorInvalidData << 0
+        << QStringList{device(""), none} << "";
     QTest::newRow("name") << "SetupDiGetDeviceRegistryPropertyW" << 2 << ErrorInvalidData << 0
                           << QStringList{device(""), none} << "";
     QTest::newRow("no memory") << "LocalAlloc" << 1 << ErrorNotEnoughMemory << 0

@@ -51,19 +51,18 @@ void ApnConfigurationTest::writesTheApn()
     const Outcome outcome = configure("gpinternet");
 
     QVERIFY(outcome.result);
-    QCOMPARE(bench.machine.written,
-             QByteArray("AT\rAT+CGDCONT=1,\"IP\",\"gpinternet\"\r"));
+    QCOMPARE(bench.machine.written, QByteArray("AT\rAT+CGDCONT=1,\"IP\",\"gpinternet\"\r"));
     const QString wait = "WaitCommEvent(0x10, &, &)";
     const QString read = "ReadFile(0x10, @, 100, &, &)";
     const QString event = "CreateEventW(null, 1, 0, null)";
-    QCOMPARE(bench.calls(),
-             QStringList({"CreateFileW(\"\\\\.\\COM7\", 3221225472, 0, null, 3, 1073741824, null)",
-                          "GetCommState(0x10, &)", "SetCommState(0x10, &)",
-                          "SetCommTimeouts(0x10, &)", "SetCommMask(0x10, 5)", event,
-                          "WriteFile(0x10, &, 3, &, &)", event, wait,
-                          "WaitForSingleObject(0x30, 4294967295)", read, event,
-                          "WriteFile(0x10, &, 31, &, &)", event, wait,
-                          "WaitForSingleObject(0x50, 4294967295)", read, "CloseHandle(0x10)"}));
+    QCOMPARE(
+        bench.calls(),
+        QStringList({"CreateFileW(\"\\\\.\\COM7\", 3221225472, 0, null, 3, 1073741824, null)",
+                     "GetCommState(0x10, &)", "SetCommState(0x10, &)", "SetCommTimeouts(0x10, &)",
+                     "SetCommMask(0x10, 5)", event, "WriteFile(0x10, &, 3, &, &)", event, wait,
+                     "WaitForSingleObject(0x30, 4294967295)", read, event,
+                     "WriteFile(0x10, &, 31, &, &)", event, wait,
+                     "WaitForSingleObject(0x50, 4294967295)", read, "CloseHandle(0x10)"}));
     QCOMPARE(bench.log.lines(), openedLines);
     QCOMPARE(outcome.printed, written + ok + '\n' + written + ok + '\n');
     // Each write and each wait has an event of its own that stays open.
@@ -109,8 +108,8 @@ void ApnConfigurationTest::modemAnswers_data()
     QTest::newRow("ERROR to both") << Chunks{error, error} << error + "\n|" + error + '\n' << true;
     QTest::newRow("silence") << Chunks{} << failed + '|' + failed << false;
     QTest::newRow("silence to the APN") << Chunks{ok} << ok + "\n|" + failed << false;
-    QTest::newRow("late answer taken for the next") << Chunks{ok, ok, ok}
-                                                    << ok + "\n|" + ok + '\n' << false;
+    QTest::newRow("late answer taken for the next") << Chunks{ok, ok, ok} << ok + "\n|" + ok + '\n'
+                                                    << false;
 }
 
 void ApnConfigurationTest::modemAnswers()
@@ -142,25 +141,30 @@ void ApnConfigurationTest::operationFails_data()
     const QString opened = openedLines.last();
 
     QTest::newRow("CreateFileW") << "CreateFileW" << 1 << false << none
-                                 << "CreateFile failed with error  5" << "";
+                                 << "CreateFile failed with error  5"
+                                 << "";
     QTest::newRow("GetCommState") << "GetCommState" << 1 << false << none
-                                  << "GetCommState failed with error 5" << "1 port";
+                                  << "GetCommState failed with error 5"
+                                  << "1 port";
     QTest::newRow("SetCommState") << "SetCommState" << 1 << false << none
-                                  << "SetCommState failed with error 5" << "1 port";
-    QTest::newRow("SetCommTimeouts") << "SetCommTimeouts" << 1 << false << none
-                                     << "Error setting time-outs 5" << "1 port";
+                                  << "SetCommState failed with error 5"
+                                  << "1 port";
+    QTest::newRow("SetCommTimeouts")
+        << "SetCommTimeouts" << 1 << false << none << "Error setting time-outs 5"
+        << "1 port";
     // True without a command sent, and the port stays open.
     QTest::newRow("SetCommMask") << "SetCommMask" << 1 << true << none
-                                 << "SetCommMask failed with error 5" << "1 port";
+                                 << "SetCommMask failed with error 5"
+                                 << "1 port";
     // From here on nothing stops the sequence.
-    QTest::newRow("event of the first write") << "CreateEventW" << 1 << true << second << opened
-                                              << "3 events";
-    QTest::newRow("event of the first wait") << "CreateEventW" << 2 << true << both << opened
-                                             << "3 events";
-    QTest::newRow("event of the second write") << "CreateEventW" << 3 << true << QByteArray("AT\r")
-                                               << opened << "3 events";
-    QTest::newRow("event of the second wait") << "CreateEventW" << 4 << true << both << opened
-                                              << "3 events";
+    QTest::newRow("event of the first write")
+        << "CreateEventW" << 1 << true << second << opened << "3 events";
+    QTest::newRow("event of the first wait")
+        << "CreateEventW" << 2 << true << both << opened << "3 events";
+    QTest::newRow("event of the second write")
+        << "CreateEventW" << 3 << true << QByteArray("AT\r") << opened << "3 events";
+    QTest::newRow("event of the second wait")
+        << "CreateEventW" << 4 << true << both << opened << "3 events";
     QTest::newRow("first write") << "WriteFile" << 1 << true << second << opened << "4 events";
     QTest::newRow("second write") << "WriteFile" << 2 << true << QByteArray("AT\r") << opened
                                   << "4 events";

@@ -302,8 +302,8 @@ void ModemPortTest::writesAtOnce()
              QByteArray("\nWriteFile completed immediately.\n"));
 
     QVERIFY(written);
-    QCOMPARE(bench.calls(), QStringList({"CreateEventW(null, 1, 0, null)",
-                                         "WriteFile(0x10, &, 3, &, &)"}));
+    QCOMPARE(bench.calls(),
+             QStringList({"CreateEventW(null, 1, 0, null)", "WriteFile(0x10, &, 3, &, &)"}));
     QCOMPARE(bench.machine.written, QByteArray("AT\r"));
     QCOMPARE(bench.machine.overlapped.size(), 1);
     Overlapped expected{};
@@ -324,9 +324,9 @@ void ModemPortTest::writesPending()
              QByteArray("\nWrite operation completed successfully.\n"));
 
     QVERIFY(written);
-    QCOMPARE(bench.calls(), QStringList({"CreateEventW(null, 1, 0, null)",
-                                         "WriteFile(0x10, &, 3, &, &)",
-                                         "GetOverlappedResult(0x10, &, &, 1)"}));
+    QCOMPARE(bench.calls(),
+             QStringList({"CreateEventW(null, 1, 0, null)", "WriteFile(0x10, &, 3, &, &)",
+                          "GetOverlappedResult(0x10, &, &, 1)"}));
     QCOMPARE(bench.leftOpen(), QString("1 port, 1 event"));
 }
 
@@ -363,8 +363,8 @@ void ModemPortTest::writingFails_data()
     QTest::newRow("no code") << "WriteFile" << Success
                              << QByteArray("\nWriteFile failed with error 0.\n") << 2
                              << "1 port, 1 event";
-    QTest::newRow("pending fails") << "GetOverlappedResult" << ErrorOperationAborted
-                                   << QByteArray() << 3 << "1 port, 1 event";
+    QTest::newRow("pending fails")
+        << "GetOverlappedResult" << ErrorOperationAborted << QByteArray() << 3 << "1 port, 1 event";
 }
 
 void ModemPortTest::writingFails()
@@ -401,8 +401,8 @@ void ModemPortTest::answers_data()
 
     QTest::newRow("OK") << Chunks{ok} << 0 << line(ok) << 0;
     QTest::newRow("ERROR") << Chunks{error} << 10 << line(error) << 0;
-    QTest::newRow("echo in the chunk") << Chunks{"AT\r" + ok} << 2
-                                       << line("AT\r" + ok) + waitFailed << 0;
+    QTest::newRow("echo in the chunk")
+        << Chunks{"AT\r" + ok} << 2 << line("AT\r" + ok) + waitFailed << 0;
     QTest::newRow("echo, then OK") << Chunks{"AT\r", ok} << 0 << line("AT\r") + line(ok) << 0;
     QTest::newRow("echo in the chunk, then OK")
         << Chunks{"AT\r" + ok, ok} << 0 << line("AT\r" + ok) + line(ok) << 0;
@@ -410,21 +410,20 @@ void ModemPortTest::answers_data()
                                   << line("\r\n+CSQ: 20,0\r\n") + line(ok) << 0;
     QTest::newRow("split answer") << Chunks{"\r\nO", "K\r\n"} << 2
                                   << line("\r\nO") + line("K\r\n") + waitFailed << 0;
-    QTest::newRow("split answer, then ERROR")
-        << Chunks{"\r\nOK", "\r\n", error} << 10
-        << line("\r\nOK") + line("\r\n") + line(error) << 0;
-    QTest::newRow("two answers in one chunk") << Chunks{ok + ok} << 2
-                                              << line(ok + ok) + waitFailed << 0;
-    QTest::newRow("OK and ERROR in one chunk") << Chunks{ok + error, error} << 10
-                                               << line(ok + error) + line(error) << 0;
+    QTest::newRow("split answer, then ERROR") << Chunks{"\r\nOK", "\r\n", error} << 10
+                                              << line("\r\nOK") + line("\r\n") + line(error) << 0;
+    QTest::newRow("two answers in one chunk")
+        << Chunks{ok + ok} << 2 << line(ok + ok) + waitFailed << 0;
+    QTest::newRow("OK and ERROR in one chunk")
+        << Chunks{ok + error, error} << 10 << line(ok + error) + line(error) << 0;
     QTest::newRow("first of two chunks") << Chunks{ok, error} << 0 << line(ok) << 1;
-    QTest::newRow("without the first line end") << Chunks{"OK\r\n", ok} << 0
-                                                << line("OK\r\n") + line(ok) << 0;
-    QTest::newRow("without the second line end") << Chunks{"\r\nOK", ok} << 0
-                                                 << line("\r\nOK") + line(ok) << 0;
+    QTest::newRow("without the first line end")
+        << Chunks{"OK\r\n", ok} << 0 << line("OK\r\n") + line(ok) << 0;
+    QTest::newRow("without the second line end")
+        << Chunks{"\r\nOK", ok} << 0 << line("\r\nOK") + line(ok) << 0;
     QTest::newRow("line feed only") << Chunks{"\nOK\n", ok} << 0 << line("\nOK\n") + line(ok) << 0;
-    QTest::newRow("lower case") << Chunks{"\r\nok\r\n", ok} << 0
-                                << line("\r\nok\r\n") + line(ok) << 0;
+    QTest::newRow("lower case") << Chunks{"\r\nok\r\n", ok} << 0 << line("\r\nok\r\n") + line(ok)
+                                << 0;
     QTest::newRow("+CME ERROR") << Chunks{"\r\n+CME ERROR: 3\r\n", error} << 10
                                 << line("\r\n+CME ERROR: 3\r\n") + line(error) << 0;
     QTest::newRow("one byte behind") << Chunks{ok + " ", ok} << 0 << line(ok + " ") + line(ok) << 0;
@@ -439,16 +438,17 @@ void ModemPortTest::answers_data()
     // A full buffer holds no terminator.
     const QByteArray full(100, 'x');
     QTest::newRow("100 bytes") << Chunks{full, ok} << 0 << line(full) + line(ok) << 0;
-    QTest::newRow("99 bytes") << Chunks{full.left(99), ok} << 0
-                              << line(full.left(99)) + line(ok) << 0;
+    QTest::newRow("99 bytes") << Chunks{full.left(99), ok} << 0 << line(full.left(99)) + line(ok)
+                              << 0;
     const QByteArray okFilled = ok + QByteArray(94, 'x');
-    QTest::newRow("100 bytes that begin with OK") << Chunks{okFilled, error} << 10
-                                                  << line(okFilled) + line(error) << 0;
+    QTest::newRow("100 bytes that begin with OK")
+        << Chunks{okFilled, error} << 10 << line(okFilled) + line(error) << 0;
     // A short chunk behind a long one is not completed by what was there.
-    QTest::newRow("100 bytes, then a part") << Chunks{full, "\r\nOK", ok} << 0
-                                            << line(full) + line("\r\nOK") + line(ok) << 0;
+    QTest::newRow("100 bytes, then a part")
+        << Chunks{full, "\r\nOK", ok} << 0 << line(full) + line("\r\nOK") + line(ok) << 0;
     QTest::newRow("percent signs") << Chunks{"%s%n%d", ok} << 0 << line("%s%n%d") + line(ok) << 0;
-    QTest::newRow("beyond ASCII") << Chunks{"\xff\x80", ok} << 0 << line("\xff\x80") + line(ok) << 0;
+    QTest::newRow("beyond ASCII") << Chunks{"\xff\x80", ok} << 0 << line("\xff\x80") + line(ok)
+                                  << 0;
     // An empty chunk is a read that finds nothing.
     QTest::newRow("nothing, then OK") << Chunks{"", ok} << 0 << line(ok) << 0;
     QTest::newRow("nothing many times") << Chunks{"", "", "", "", error} << 10 << line(error) << 0;

@@ -1,0 +1,154 @@
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+// The process that meets the fatal error ends, so each case runs a program of
+// its own.
+class FatalErrorTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void showsABoxAndEnds_data();
+    void showsABoxAndEnds();
+    void messages_data();
+    void messages();
+    void endsWithoutALoop_data();
+    void endsWithoutALoop();
+    void functionThatIsNotThere_data();
+    void functionThatIsNotThere();
+
+private:
+    void start(const QString &way)
+    {
+        m_process.reset(new QProcess);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_RUNTIME_DIR", m_settings.path());
+        m_process->setProcessEnvironment(environment);
+        m_process->start(QCoreApplication::applicationDirPath() + "/fatalerror_program",
+                         {way, m_settings.path()});
+        QVERIFY(m_process->waitForStarted());
+    }
+
+    /// Standard output up to the press of the button; empty when it never came.
+    QByteArray untilPress()
+    {
+        QByteArray output;
+        while (!output.endsWith("pressing\n")) {
+            if (!m_process->waitForReadyRead(20000))
+                return {};
+            output += m_process->readAllStandardOutput();
+        }
+        return output;
+    }
+
+    void expectEnd(int milliseconds)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY2(m_process->waitForFinished(20000), "the process hangs");
+        const qint64 elapsed = timer.elapsed();
+        QVERIFY2(elapsed < milliseconds, qPrintable(QString::number(elapsed) + " ms"));
+        QCOMPARE(m_process->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(m_process->exitCode(), 0);
+        // No warning about threads, no line from a sanitizer.
+        m_errors = QString::fromUtf8(m_process->readAllStandardError());
+        m_errors.remove("This plugin does not support propagateSizeHints()\n");
+        const QStringList lines = m_errors.split('\n');
+        for (const QString &line : lines)
+            QVERIFY2(!line.contains("hread") && !line.contains("anitizer"), qPrintable(line));
+        QCOMPARE(m_process->readAllStandardOutput(), QByteArray());
+    }
+
+    static QByteArray box(const QByteArray &function, const QByteArray &message)
+    {
+        return "title Error in Function " + function + "\ntext " + message +
+               "\nicon warning\nmodal 1, visible 1, parent 0, on the GUI thread 1\n"
+               "button Ok\npressing\n";
+    }
+
+    QTemporaryDir m_settings;
+    QScopedPointer<QProcess> m_process;
+    /// Standard error of the process that ended, the offscreen display's own
+    /// line excepted.
+    QString m_errors;
+};
+
+void FatalErrorTest::showsABoxAndEnds_data()
+{
+    QTest::addColumn<QString>("way");
+    for (const char *way : {"gui", "gui, pool busy", "gui, before the loop", "pool",
+                            "pool, another thread busy", "pool, before the loop"})
+        QTest::newRow(way) << QString(way);
+}
+
+void FatalErrorTest::showsABoxAndEnds()
+{
+    QFETCH(const QString, way);
+    start(way);
+    QCOMPARE(untilPress(), box("Subject", "What went wrong."));
+    expectEnd(1000);
+    QCOMPARE(m_errors, QString());
+}
+
+void FatalErrorTest::messages_data()
+{
+    QTest::addColumn<QByteArray>("function");
+    QTest::addColumn<QByteArray>("message");
+    QTest::newRow("devices 1") << QByteArray("GetRasDevices")
+                               << QByteArray("Small Buffer Small Error Not Found.");
+    QTest::newRow("devices 2") << QByteArray("GetRasDevices") << QByteArray("HeapAlloc failed!");
+    QTest::newRow("devices 3") << QByteArray("GetRasDevices") << QByteArray("An Error Occured.");
+    QTest::newRow("newdev.dll") << QByteArray("newdev.dll")
+                                << QByteArray("Error, newdev.dll not found\n");
+}
+
+void FatalErrorTest::messages()
+{
+    QFETCH(const QByteArray, function);
+    QFETCH(const QByteArray, message);
+    start(QTest::currentDataTag());
+    QCOMPARE(untilPress(), box(function, message));
+    expectEnd(1000);
+}
+
+// With the event loop gone nobody can show a box, and the destruction of the
+// application waits for the very thread that has the error.
+void FatalErrorTest::endsWithoutALoop_data()
+{
+    QTest::addColumn<QString>("way");
+    for (const char *way : {"pool, loop ended", "pool, application closing"})
+        QTest::newRow(way) << QString(way);
+}
+
+void FatalErrorTest::endsWithoutALoop()
+{
+    QFETCH(const QString, way);
+    start(way);
+    expectEnd(20000);
+    QCOMPARE(m_errors, QString());
+}
+
+// The address of a function of a system library is used without a check: a
+// library without it is not the system's, and going on would do harm.
+void FatalErrorTest::functionThatIsNotThere_data()
+{
+    QTest::addColumn<QString>("way");
+    for (const char *way : {"unbound rescan", "unbound update"})
+        QTest::newRow(way) << QString(way);
+}
+
+void FatalErrorTest::functionThatIsNotThere()
+{
+    QFETCH(const QString, way);
+    start(way);
+    QVERIFY(m_process->waitForFinished(20000));
+    QVERIFY(m_process->exitStatus() == QProcess::CrashExit || m_process->exitCode() != 0);
+    QVERIFY(m_process->exitCode() != 7 && m_process->exitCode() != 3);
+    QVERIFY(!m_process->readAllStandardOutput().contains("main returned"));
+}
+
+QTEST_GUILESS_MAIN(FatalErrorTest)
+#include "fatalerror_test.moc"
