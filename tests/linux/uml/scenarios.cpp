@@ -12,8 +12,11 @@
 
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <functional>
 #include <memory>
+#include <poll.h>
+#include <unistd.h>
 
 namespace {
 
@@ -56,10 +59,28 @@ void plugPhone(bool plugged)
     run("udevadm", {"trigger", "--action=add", "--settle", "/sys/class/tty/ttyS0"});
 }
 
-void phone(const QString &command)
+QString phone(const QString &command)
 {
     const QString answer = run("/share/virtual-phone", {"--bus", "/tmp/bus", "--send", command});
     expect(answer.startsWith("ok"), "The phone says " + answer);
+    return answer;
+}
+
+/// Waits until the phone has ended its call, and empties the cable: it keeps
+/// what the phone says while nobody has the port open, where a real port would
+/// lose it.
+void letLineSettle()
+{
+    waitFor(
+        "The end of the phone's call", [] { return phone("status").contains("carrier=no"); },
+        GuestPatience);
+    const int line = ::open("/dev/ttyS0", O_RDWR | O_NOCTTY | O_NONBLOCK);
+    expect(line >= 0, "Cannot open the line");
+    char bytes[256];
+    pollfd waiting = {line, POLLIN, 0};
+    while (::poll(&waiting, 1, 1000) > 0 && ::read(line, bytes, sizeof bytes) > 0) {
+    }
+    ::close(line);
 }
 
 QString addresses()
@@ -270,7 +291,7 @@ private:
         m_person.startProgram();
         m_person.waitForWindow(mainTitle);
         m_person.dial(); // comes by itself at the end of the countdown
-        expect(contentOf("/share/phone.txt").contains("AT+CGDCONT=1,\"IP\",\"blweb\""),
+        expect(contentOf("/share/phone.txt").contains(R"(AT+CGDCONT=1,\"IP\",\"blweb\"\r)"),
                "The phone was told no access point");
         fetchPage();
         waitFor("The name server",
@@ -299,6 +320,7 @@ private:
 
     void reconnect()
     {
+        letLineSettle();
         m_person.pressMainButton();
         m_person.dial();
         m_person.desktop.moveMouseAway();
@@ -339,6 +361,7 @@ private:
 
     void wrongAccessPoint()
     {
+        letLineSettle();
         phone("accept-apn elsewhere");
         m_person.pressMainButton();
         m_person.dialInVain("wrong-access-point");
@@ -349,6 +372,7 @@ private:
 
     void portInUse()
     {
+        letLineSettle();
         QProcess other;
         other.start("flock", {"/dev/ttyS0", "sleep", "1000"});
         expect(other.waitForStarted(), "flock does not start");
@@ -398,6 +422,7 @@ private:
         ::run("cp",
               {"/root/.config/Brantiq Developer Network/Tolvane Modem Connector.ini", folder});
         ::run("chown", {"-R", "anna:", "/home/anna"});
+        letLineSettle();
         startAs("anna");
         m_person.dial();
         fetchPage();
@@ -420,6 +445,7 @@ private:
 
     void pullLine()
     {
+        letLineSettle();
         m_person.startProgram();
         m_person.dial();
         m_disconnectFace = m_person.face();

@@ -1,0 +1,328 @@
+// Before Qt: GLib has a member called "signals".
+#include <umockdev.h>
+
+#include "platform/linux/deviceinstallation.h"
+#include "platform/linux/serialports.h"
+#include "platform/posix/lasterror.h"
+#include "platform/text.h"
+#include "tests/linux/withoutrights.h"
+
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+using namespace platform;
+
+namespace {
+
+/// A USB device with one serial line on each of its interfaces, as the kernel
+/// and udev describe it.
+struct UsbSerial {
+    QString socket; ///< "1-2"
+    QString vendor;
+    QString productId;
+    QString product;
+    QString serial;
+};
+
+} // namespace
+
+/// Enumeration on a mocked machine; run under umockdev-wrapper.
+class PortsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void aPhonesModemPortIsTheOnlyAcceptedOne();
+    void aPlainSerialConverterCarriesItsOwnName();
+    void onBoardLinesThatAreFittedCount();
+    void twoPhonesHaveNumbersOfTheirOwn();
+    void phonesThatCannotBeToldApartGoBySocket();
+    void aPhoneKeepsItsNumberInAnySocket();
+    void aNumberIsKeptWhileTheDeviceIsAway();
+    void pluggingIsSeenAtTheNextLook();
+    void numbersGoBeyondNine();
+    void withoutRightsNumbersAreFoundAnew();
+    void aDamagedStoreIsToldAndKept();
+    void aMarkedLineWithoutHardwareCounts();
+    void theDeviceSetHoldsThePorts();
+
+private:
+    QString add(const QString &subsystem, const QString &name, const QString &parent,
+                const QStringList &attributes, const QStringList &properties);
+    QString addUsb(const UsbSerial &usb);
+    void addLine(const QString &usbDevice, int interface, const QString &name, bool isModem);
+    QString addPhone(const QString &socket, const QString &serial, int firstLine);
+    void addOnBoard(int number, const QString &type);
+    void unplug(const QString &device);
+    QStringList names();
+
+    UMockdevTestbed *m_bed = nullptr;
+    QStringList m_paths; // of the devices, parents first
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<StateStore> m_store;
+};
+
+void PortsTest::init()
+{
+    m_bed = umockdev_testbed_new();
+    m_paths.clear();
+    QVERIFY2(umockdev_in_mock_environment(), "start this test with umockdev-wrapper");
+    m_folder = std::make_unique<QTemporaryDir>();
+    m_store = std::make_unique<StateStore>(m_folder->filePath("state"));
+}
+
+void PortsTest::cleanup()
+{
+    g_object_unref(m_bed);
+}
+
+/// Returns the device's system path.
+QString PortsTest::add(const QString &subsystem, const QString &name, const QString &parent,
+                       const QStringList &attributes, const QStringList &properties)
+{
+    const auto pointers = [](const QStringList &texts, QList<QByteArray> *bytes) {
+        std::vector<char *> result;
+        for (const QString &text : texts)
+            bytes->append(text.toUtf8());
+        for (QByteArray &text : *bytes)
+            result.push_back(text.data());
+        result.push_back(nullptr);
+        return result;
+    };
+    QList<QByteArray> attributeBytes;
+    QList<QByteArray> propertyBytes;
+    std::vector<char *> attributeList = pointers(attributes, &attributeBytes);
+    std::vector<char *> propertyList = pointers(properties, &propertyBytes);
+    char *path = umockdev_testbed_add_devicev(
+        m_bed, subsystem.toUtf8().constData(), name.toUtf8().constData(),
+        parent.isEmpty() ? nullptr : parent.toUtf8().constData(), attributeList.data(),
+        propertyList.data());
+    const QString result = QString::fromUtf8(path);
+    g_free(path);
+    m_paths.append(result);
+    return result;
+}
+
+QString PortsTest::addUsb(const UsbSerial &usb)
+{
+    QStringList attributes{"idVendor", usb.vendor, "idProduct", usb.productId};
+    if (!usb.product.isEmpty())
+        attributes += {"product", usb.product};
+    if (!usb.serial.isEmpty())
+        attributes += {"serial", usb.serial};
+    return add("usb", usb.socket, QString(), attributes, {"DEVTYPE", "usb_device"});
+}
+
+void PortsTest::addLine(const QString &usbDevice, int interface, const QString &name, bool isModem)
+{
+    const QString number = QString("%1").arg(interface, 2, 10, QChar('0'));
+    const QString interfacePath =
+        add("usb", QString("%1:1.%2").arg(usbDevice.section('/', -1)).arg(interface), usbDevice,
+            {"bInterfaceNumber", number}, {"DEVTYPE", "usb_interface"});
+    QStringList properties{"DEVNAME", "/dev/" + name};
+    if (isModem)
+        properties += {"TOLVANE_MODEM_PORT", "1"};
+    add("tty", name, interfacePath, {}, properties);
+}
+
+/// A phone with a modem port and a port for diagnosis.
+QString PortsTest::addPhone(const QString &socket, const QString &serial, int firstLine)
+{
+    const QString phone = addUsb({socket, "0e8d", "0003", "MT62xx phone 4", serial});
+    addLine(phone, 0, QString("ttyACM%1").arg(firstLine), true);
+    addLine(phone, 2, QString("ttyACM%1").arg(firstLine + 1), false);
+    return phone;
+}
+
+void PortsTest::addOnBoard(int number, const QString &type)
+{
+    const QString chip = add("platform", QString("serial8250.%1").arg(number), QString(), {}, {});
+    const QString name = QString("ttyS%1").arg(number);
+    add("tty", name, chip, {"type", type}, {"DEVNAME", "/dev/" + name});
+}
+
+/// As the kernel does it: what hangs on a device goes before it.
+void PortsTest::unplug(const QString &device)
+{
+    for (int i = m_paths.size() - 1; i >= 0; --i) {
+        if (m_paths.at(i) == device || m_paths.at(i).startsWith(device + '/'))
+            umockdev_testbed_remove_device(m_bed, m_paths.takeAt(i).toUtf8().constData());
+    }
+}
+
+QStringList PortsTest::names()
+{
+    QList<SerialPortDevice> ports;
+    const DWORD code = presentSerialPorts(m_store.get(), &ports);
+    QStringList result;
+    if (code != Success)
+        result += QString("error %1").arg(code);
+    for (const SerialPortDevice &port : std::as_const(ports))
+        result += friendlyName(port) + ' ' + port.node;
+    return result;
+}
+
+void PortsTest::aPhonesModemPortIsTheOnlyAcceptedOne()
+{
+    addPhone("1-2", "ABC123", 0);
+    QCOMPARE(names(), QStringList({"USB Modem Driver (COM5) /dev/ttyACM0",
+                                   "MT62xx phone 4 (COM6) /dev/ttyACM1"}));
+}
+
+void PortsTest::aPlainSerialConverterCarriesItsOwnName()
+{
+    addLine(addUsb({"1-1", "0403", "6001", "FT232R USB UART", "A1"}), 0, "ttyUSB0", false);
+    addLine(addUsb({"1-3", "1a86", "7523", "", ""}), 0, "ttyUSB1", false);
+    QCOMPARE(names(), QStringList({"FT232R USB UART (COM5) /dev/ttyUSB0",
+                                   "USB Serial Port (COM6) /dev/ttyUSB1"}));
+}
+
+void PortsTest::onBoardLinesThatAreFittedCount()
+{
+    addOnBoard(0, "4");
+    addOnBoard(1, "0"); // a node without a chip
+    addOnBoard(9, "4");
+    add("tty", "tty1", QString(), {}, {"DEVNAME", "/dev/tty1"}); // a console
+    QCOMPARE(names(), QStringList({"Communications Port (COM1) /dev/ttyS0",
+                                   "Communications Port (COM10) /dev/ttyS9"}));
+}
+
+void PortsTest::twoPhonesHaveNumbersOfTheirOwn()
+{
+    addOnBoard(0, "4");
+    addPhone("1-2", "ABC123", 0);
+    addPhone("1-3", "XYZ789", 2);
+    QCOMPARE(names(),
+             QStringList(
+                 {"Communications Port (COM1) /dev/ttyS0", "USB Modem Driver (COM5) /dev/ttyACM0",
+                  "MT62xx phone 4 (COM6) /dev/ttyACM1", "USB Modem Driver (COM7) /dev/ttyACM2",
+                  "MT62xx phone 4 (COM8) /dev/ttyACM3"}));
+}
+
+void PortsTest::phonesThatCannotBeToldApartGoBySocket()
+{
+    addPhone("1-2", "", 0);
+    QCOMPARE(names().first(), QString("USB Modem Driver (COM5) /dev/ttyACM0"));
+    addPhone("1-3", "", 2);
+    QCOMPARE(names(),
+             QStringList(
+                 {"USB Modem Driver (COM5) /dev/ttyACM0", "MT62xx phone 4 (COM6) /dev/ttyACM1",
+                  "USB Modem Driver (COM7) /dev/ttyACM2", "MT62xx phone 4 (COM8) /dev/ttyACM3"}));
+}
+
+void PortsTest::aPhoneKeepsItsNumberInAnySocket()
+{
+    const QString phone = addPhone("1-2", "ABC123", 0);
+    QCOMPARE(names().first(), QString("USB Modem Driver (COM5) /dev/ttyACM0"));
+    unplug(phone);
+    QCOMPARE(names(), QStringList());
+    // Something else takes its kernel name before it is back.
+    addLine(addUsb({"1-2", "2341", "0043", "Board", "B1"}), 0, "ttyACM0", false);
+    addPhone("2-1", "ABC123", 3);
+    QCOMPARE(names(),
+             QStringList({"USB Modem Driver (COM5) /dev/ttyACM3",
+                          "MT62xx phone 4 (COM6) /dev/ttyACM4", "Board (COM7) /dev/ttyACM0"}));
+}
+
+void PortsTest::aNumberIsKeptWhileTheDeviceIsAway()
+{
+    const QString phone = addPhone("1-2", "ABC123", 0);
+    names();
+    unplug(phone);
+    const StateStore again(m_store->folder()); // as another program would
+    m_store = std::make_unique<StateStore>(again);
+    addPhone("1-2", "XYZ789", 0);
+    QCOMPARE(names().first(), QString("USB Modem Driver (COM7) /dev/ttyACM0"));
+}
+
+void PortsTest::pluggingIsSeenAtTheNextLook()
+{
+    QCOMPARE(names(), QStringList());
+    const QString phone = addPhone("1-2", "ABC123", 0);
+    QCOMPARE(names().size(), 2);
+    unplug(phone);
+    QCOMPARE(names(), QStringList());
+}
+
+void PortsTest::numbersGoBeyondNine()
+{
+    for (int device = 0; device < 8; ++device)
+        addLine(addUsb({QString("1-%1").arg(device + 1), "0403", "6001", "UART",
+                        QString::number(device)}),
+                0, QString("ttyUSB%1").arg(device), false);
+    QCOMPARE(names().last(), QString("UART (COM12) /dev/ttyUSB7"));
+}
+
+void PortsTest::withoutRightsNumbersAreFoundAnew()
+{
+    QVERIFY(QDir().mkpath(m_store->folder()));
+    setMode(m_folder->path(), 0755);
+    setMode(m_store->folder(), 0555);
+    char *machine = umockdev_testbed_get_root_dir(m_bed);
+    setMode(machine, 0755);
+    g_free(machine);
+    addPhone("1-2", "ABC123", 0);
+    {
+        const WithoutRights nobody;
+        QCOMPARE(names().first(), QString("USB Modem Driver (COM5) /dev/ttyACM0"));
+        QCOMPARE(names().first(), QString("USB Modem Driver (COM5) /dev/ttyACM0"));
+    }
+    QVERIFY(!QFile::exists(m_store->folder() + "/state.json"));
+    setMode(m_store->folder(), 0755);
+}
+
+void PortsTest::aDamagedStoreIsToldAndKept()
+{
+    QVERIFY(QDir().mkpath(m_store->folder()));
+    QFile file(m_store->folder() + "/state.json");
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("half a thi");
+    file.close();
+    addPhone("1-2", "ABC123", 0);
+    QCOMPARE(names().first(), QString("error 13"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("half a thi"));
+}
+
+void PortsTest::aMarkedLineWithoutHardwareCounts()
+{
+    add("tty", "rfcomm0", QString(), {}, {"DEVNAME", "/dev/rfcomm0"});
+    add("tty", "rfcomm1", QString(), {}, {"DEVNAME", "/dev/rfcomm1", "TOLVANE_MODEM_PORT", "1"});
+    QCOMPARE(names(), QStringList("USB Modem Driver (COM5) /dev/rfcomm1"));
+}
+
+void PortsTest::theDeviceSetHoldsThePorts()
+{
+    addPhone("1-2", "ABC123", 0);
+    DeviceInstallation installation(m_store.get());
+    const HDEVINFO set = installation.SetupDiGetClassDevsW(&PortsClassGuid, nullptr, nullptr, 2);
+    QVERIFY(set != invalidHandle());
+    DeviceInfoData data = {};
+    data.cbSize = sizeof data;
+    QVERIFY(installation.SetupDiEnumDeviceInfo(set, 0, &data));
+    QVERIFY(data.ClassGuid == PortsClassGuid);
+    DWORD type = 0;
+    DWORD size = 0;
+    QVERIFY(!installation.SetupDiGetDeviceRegistryPropertyW(set, &data, PropertyFriendlyName, &type,
+                                                            nullptr, 0, &size));
+    QCOMPARE(size, DWORD(48));
+    WCHAR name[24] = {};
+    QVERIFY(installation.SetupDiGetDeviceRegistryPropertyW(
+        set, &data, PropertyFriendlyName, &type, reinterpret_cast<BYTE *>(name), size, &size));
+    QCOMPARE(fromField(name), QString("USB Modem Driver (COM5)"));
+    QCOMPARE(type, RegistryString);
+    QVERIFY(installation.SetupDiEnumDeviceInfo(set, 1, &data));
+    QVERIFY(!installation.SetupDiEnumDeviceInfo(set, 2, &data));
+    QVERIFY(!installation.SetupDiRegisterDeviceInfo(set, &data, 0, nullptr, nullptr, nullptr));
+    QCOMPARE(lastError(), ErrorNotSupported); // ports are udev's
+    QVERIFY(installation.SetupDiDestroyDeviceInfoList(set));
+}
+
+QTEST_GUILESS_MAIN(PortsTest)
+#include "ports_test.moc"

@@ -1,0 +1,290 @@
+#include "platform/configmanager.h"
+#include "platform/linux/devicerescan.h"
+#include "platform/linux/linuxplatform.h"
+#include "platform/linux/seriallock.h"
+#include "platform/newdev.h"
+#include "platform/posix/lasterror.h"
+#include "platform/text.h"
+#include "tests/linux/withoutrights.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+#include <thread>
+
+using namespace platform;
+
+/// The Linux backend as a whole: libraries, processes, facts, ports in use.
+class SystemTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void librariesAreBoundAtRunTime();
+    void bindingIsRefused();
+    void theRootIsLocated();
+    void reenumerationIsRefused();
+    void aDriverIsUpdatedThroughItsLibrary();
+    void aProgramIsStartedAndNotWaitedFor();
+    void startingAProgramIsRefused();
+    void theSystemIsA64BitWorkstation();
+    void factsAreRefused();
+    void portsThatAreNotThere();
+    void announcedLinesAreInUse_data();
+    void announcedLinesAreInUse();
+    void twoChangesAtOnceBothLast();
+
+private:
+    void write(const QString &name, const QByteArray &content, bool executable = false)
+    {
+        QFile file(m_folder->filePath(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        file.close();
+        if (executable)
+            setMode(file.fileName(), 0755);
+    }
+    QByteArray contentOf(const QString &name) const
+    {
+        QFile file(m_folder->filePath(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    BOOL start(const QString &program, const QString &commandLine, ProcessInformation *process)
+    {
+        StartupInfo startup = {};
+        startup.cb = sizeof startup;
+        std::vector<WCHAR> line(size_t(commandLine.size()) + 1);
+        copyToBuffer(commandLine, line.data(), int(line.size()));
+        return m_platform->CreateProcessW(wide(program), line.data(), nullptr, nullptr, 0, 0,
+                                          nullptr, nullptr, &startup, process);
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<LinuxPlatform> m_platform;
+};
+
+void SystemTest::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    SystemPaths paths;
+    paths.state = m_folder->filePath("state");
+    paths.peers = m_folder->filePath("peers");
+    paths.run = m_folder->filePath("run");
+    m_platform = std::make_unique<LinuxPlatform>(paths);
+    setLastError(Success);
+}
+
+void SystemTest::librariesAreBoundAtRunTime()
+{
+    QVERIFY(m_platform->GetModuleHandleW(u"kernel32.dll"));
+    QVERIFY(!m_platform->GetModuleHandleW(u"cfgmgr32.dll"));
+    const HMODULE library = m_platform->LoadLibraryW(u"CfgMgr32.DLL");
+    QVERIFY(library);
+    QCOMPARE(m_platform->LoadLibraryW(u"cfgmgr32.dll"), library);
+    QVERIFY(m_platform->GetProcAddress(library, "CM_Locate_DevNode_ExA"));
+    QVERIFY(m_platform->FreeLibrary(library));
+    QVERIFY(m_platform->GetModuleHandleW(u"cfgmgr32.dll"));
+    QVERIFY(m_platform->FreeLibrary(library));
+    QVERIFY(!m_platform->GetModuleHandleW(u"cfgmgr32.dll"));
+}
+
+void SystemTest::bindingIsRefused()
+{
+    QVERIFY(!m_platform->LoadLibraryW(u"other.dll"));
+    QCOMPARE(m_platform->GetLastError(), ErrorModuleNotFound);
+    QVERIFY(!m_platform->LoadLibraryW(nullptr));
+    QVERIFY(!m_platform->GetModuleHandleW(u"newdev.dll"));
+    QCOMPARE(m_platform->GetLastError(), ErrorModuleNotFound);
+    QVERIFY(!m_platform->GetModuleHandleW(nullptr));
+    QCOMPARE(m_platform->GetLastError(), ErrorNotSupported);
+    const HMODULE kernel = m_platform->GetModuleHandleW(u"kernel32.dll");
+    QVERIFY(!m_platform->GetProcAddress(kernel, "CM_Locate_DevNode_ExA"));
+    QCOMPARE(m_platform->GetLastError(), ErrorProcedureNotFound);
+    QVERIFY(!m_platform->GetProcAddress(kernel, nullptr));
+    QVERIFY(!m_platform->GetProcAddress(this, "GetNativeSystemInfo"));
+    QCOMPARE(m_platform->GetLastError(), ErrorInvalidHandle);
+    QVERIFY(!m_platform->FreeLibrary(this));
+    QCOMPARE(m_platform->GetLastError(), ErrorInvalidHandle);
+}
+
+void SystemTest::theRootIsLocated()
+{
+    const HMODULE library = m_platform->LoadLibraryW(u"cfgmgr32.dll");
+    const auto locate = reinterpret_cast<CmLocateDevNodeFunction>(
+        m_platform->GetProcAddress(library, "CM_Locate_DevNode_ExA"));
+    DEVINST root = 0;
+    char device[] = "ROOT\\MODEM\\0000";
+    QCOMPARE(locate(&root, nullptr, LocateNormal, nullptr), ConfigSuccess);
+    QCOMPARE(root, RootDevNode);
+    QCOMPARE(locate(nullptr, nullptr, LocateNormal, nullptr), ConfigFailure);
+    QCOMPARE(locate(&root, device, LocateNormal, nullptr), ConfigFailure);
+    QCOMPARE(locate(&root, nullptr, 1, nullptr), ConfigFailure);
+    QCOMPARE(locate(&root, nullptr, LocateNormal, &root), ConfigFailure);
+    m_platform->FreeLibrary(library);
+}
+
+void SystemTest::reenumerationIsRefused()
+{
+    const HMODULE library = m_platform->LoadLibraryW(u"cfgmgr32.dll");
+    const auto reenumerate = reinterpret_cast<CmReenumerateDevNodeFunction>(
+        m_platform->GetProcAddress(library, "CM_Reenumerate_DevNode_Ex"));
+    QCOMPARE(reenumerate(4711, ReenumerateNormal, nullptr), ConfigInvalidDevNode);
+    QCOMPARE(reenumerate(RootDevNode, 1, nullptr), ConfigFailure);
+    QCOMPARE(reenumerate(RootDevNode, ReenumerateNormal, this), ConfigFailure);
+    {
+        // Without udev's daemon, or without the rights to ask it.
+        const WithoutRights nobody;
+        const ConfigRet result = reenumerate(RootDevNode, ReenumerateNormal, nullptr);
+        const bool hasDaemon = QFile::exists("/run/udev/control");
+        QCOMPARE(result, hasDaemon ? DWORD(ConfigAccessDenied) : DWORD(ConfigFailure));
+    }
+    m_platform->FreeLibrary(library);
+}
+
+void SystemTest::aDriverIsUpdatedThroughItsLibrary()
+{
+    const HMODULE library = m_platform->LoadLibraryW(u"newdev.dll");
+    const auto update = reinterpret_cast<UpdateDriverFunction>(
+        m_platform->GetProcAddress(library, "UpdateDriverForPlugAndPlayDevicesW"));
+    QVERIFY(!update(nullptr, u"mtkgprsmodem", u"/none.inf", InstallFlagForce, nullptr));
+    QCOMPARE(m_platform->GetLastError(), ErrorFileNotFound);
+    m_platform->FreeLibrary(library);
+}
+
+void SystemTest::aProgramIsStartedAndNotWaitedFor()
+{
+    write("Install Driver", "#!/bin/sh\nread -r line <\"$2\"\necho \"$# $1 $line\" >\"$2.out\"\n",
+          true);
+    QCOMPARE(QProcess::execute("mkfifo", {m_folder->filePath("gate")}), 0);
+    ProcessInformation process = {};
+    // The name of the program elsewhere, with its separators and its ending.
+    const QString path = m_folder->filePath("Install Driver.exe").replace('/', '\\');
+    QVERIFY(start(path, QString("InstallDriver \"-a b\" %1").arg(m_folder->filePath("gate")),
+                  &process));
+    QCOMPARE(m_platform->WaitForSingleObject(process.hProcess, 0), DWORD(258)); // WAIT_TIMEOUT
+    write("gate", "go\n");
+    QCOMPARE(m_platform->WaitForSingleObject(process.hProcess, 10000), WaitObject0);
+    QCOMPARE(contentOf("gate.out"), QByteArray("2 -a b go\n"));
+    QVERIFY(m_platform->CloseHandle(process.hProcess));
+    QVERIFY(m_platform->CloseHandle(process.hThread));
+    QVERIFY(!m_platform->CloseHandle(process.hThread));
+}
+
+void SystemTest::startingAProgramIsRefused()
+{
+    ProcessInformation process = {};
+    const auto failsWith = [&](DWORD code, const QString &name) {
+        setLastError(Success);
+        return !start(m_folder->filePath(name), "x", &process) && lastError() == code;
+    };
+    QVERIFY(failsWith(ErrorFileNotFound, "none.exe"));
+    write("plain", "no program", false);
+    QVERIFY(failsWith(ErrorAccessDenied, "plain"));
+    write("nonsense", "no program", true);
+    QVERIFY(failsWith(193, "nonsense")); // ERROR_BAD_EXE_FORMAT
+    QVERIFY(failsWith(ErrorAccessDenied, ""));
+    QCOMPARE(process.hProcess, HANDLE(nullptr));
+
+    StartupInfo startup = {};
+    WCHAR line[] = u"x";
+    const auto create = [&](BOOL inherit, void *environment) {
+        return m_platform->CreateProcessW(u"/bin/true", line, nullptr, nullptr, inherit, 0,
+                                          environment, nullptr, &startup, &process);
+    };
+    QVERIFY(!create(0, nullptr));
+    QCOMPARE(lastError(), ErrorInvalidParameter);
+    startup.cb = sizeof startup;
+    QVERIFY(!create(1, nullptr));
+    QCOMPARE(lastError(), ErrorNotSupported);
+    QVERIFY(!create(0, &startup));
+    QCOMPARE(lastError(), ErrorNotSupported);
+}
+
+void SystemTest::theSystemIsA64BitWorkstation()
+{
+    OsVersionInfoEx version = {};
+    version.dwOSVersionInfoSize = sizeof version;
+    QVERIFY(m_platform->GetVersionExW(&version));
+    QCOMPARE(version.dwMajorVersion, DWORD(6));
+    QCOMPARE(version.dwMinorVersion, DWORD(1));
+    QCOMPARE(version.dwPlatformId, PlatformWin32Nt);
+    QCOMPARE(version.wProductType, ProductWorkstation);
+    QCOMPARE(m_platform->GetSystemMetrics(MetricServerR2), 0);
+    const WORD expected = sizeof(void *) == 8 ? ArchitectureX64 : ArchitectureIntel;
+    SystemInfo system = {};
+    m_platform->GetSystemInfo(&system);
+    QCOMPARE(system.wProcessorArchitecture, expected);
+    SystemInfo native = {};
+    reinterpret_cast<GetNativeSystemInfoFunction>(m_platform->GetProcAddress(
+        m_platform->GetModuleHandleW(u"kernel32.dll"), "GetNativeSystemInfo"))(&native);
+    QCOMPARE(native.wProcessorArchitecture, expected);
+}
+
+void SystemTest::factsAreRefused()
+{
+    OsVersionInfoEx version = {};
+    QVERIFY(!m_platform->GetVersionExW(&version));
+    QCOMPARE(lastError(), ErrorInsufficientBuffer);
+    QVERIFY(!m_platform->GetVersionExW(nullptr));
+    QCOMPARE(lastError(), ErrorInvalidParameter);
+}
+
+void SystemTest::portsThatAreNotThere()
+{
+    QVERIFY(m_platform->CreateFileW(u"\\\\.\\COM4711", GenericRead | GenericWrite, 0, nullptr,
+                                    OpenExisting, FileFlagOverlapped, nullptr) == invalidHandle());
+    QCOMPARE(lastError(), ErrorFileNotFound);
+    QVERIFY(QDir(m_folder->path()).mkpath("state"));
+    write("state/state.json", "damaged");
+    QVERIFY(m_platform->CreateFileW(u"\\\\.\\COM1", GenericRead | GenericWrite, 0, nullptr,
+                                    OpenExisting, FileFlagOverlapped, nullptr) == invalidHandle());
+    QCOMPARE(lastError(), ErrorInvalidData);
+}
+
+void SystemTest::announcedLinesAreInUse_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("isLocked");
+    QTest::newRow("none") << QByteArray() << false;
+    QTest::newRow("living") << QByteArray::number(::getpid()).rightJustified(10) + '\n' << true;
+    QTest::newRow("another user's") << QByteArray("         1\n") << true;
+    QTest::newRow("dead") << QByteArray("   4194305\n") << false; // beyond the highest number
+    QTest::newRow("nonsense") << QByteArray("x\n") << false;
+}
+
+void SystemTest::announcedLinesAreInUse()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(bool, isLocked);
+    if (!content.isEmpty())
+        write("LCK..ttyACM0", content);
+    QCOMPARE(isLineLocked(m_folder->path(), "ttyACM0"), isLocked);
+    QVERIFY(!isLineLocked(m_folder->path(), "ttyACM1"));
+}
+
+void SystemTest::twoChangesAtOnceBothLast()
+{
+    const QString folder = m_folder->filePath("state");
+    const auto addMany = [folder](const QString &prefix) {
+        StateStore store(folder);
+        for (int i = 0; i < 50; ++i) {
+            store.change([&](QJsonObject *content) {
+                content->insert(prefix + QString::number(i), i);
+                return true;
+            });
+        }
+    };
+    std::thread other(addMany, "a");
+    addMany("b");
+    other.join();
+    QJsonObject content;
+    QCOMPARE(StateStore(folder).read(&content), DWORD(Success));
+    QCOMPARE(content.size(), 100);
+}
+
+QTEST_GUILESS_MAIN(SystemTest)
+#include "system_test.moc"
