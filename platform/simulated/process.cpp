@@ -1,88 +1,26 @@
 #include "platform/process.h"
 
-#include "platform/posix/lasterror.h"
+#include "platform/posix/processstart.h"
 #include "platform/simulated/infstore.h"
 #include "platform/simulated/simulatedpc.h"
 #include "platform/text.h"
 
-#include <QFileInfo>
-
-#include <cerrno>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
-#include <vector>
-
-extern char **environ;
+#include <algorithm>
 
 namespace platform {
 
 namespace {
 
-constexpr DWORD ErrorBadExeFormat = 193; // ERROR_BAD_EXE_FORMAT
-
-/// The arguments of a command line: blanks part them, quotes keep them together.
-std::vector<QByteArray> splitCommandLine(const QString &line)
-{
-    std::vector<QByteArray> arguments;
-    QString argument;
-    bool quoted = false;
-    bool begun = false;
-    for (const QChar c : line) {
-        if (c == '"') {
-            quoted = !quoted;
-            begun = true;
-        } else if (quoted || (c != ' ' && c != '\t')) {
-            argument += c;
-            begun = true;
-        } else if (begun) {
-            arguments.push_back(argument.toLocal8Bit());
-            argument.clear();
-            begun = false;
-        }
-    }
-    if (begun)
-        arguments.push_back(argument.toLocal8Bit());
-    return arguments;
-}
-
 /// This process's environment, with the child on the same machine.
 std::vector<QByteArray> childEnvironment(const QString &stateDirectory)
 {
     const QByteArray name = "SIMULATED_PC=";
-    std::vector<QByteArray> environment;
-    for (char **entry = environ; *entry; ++entry) {
-        if (!QByteArray(*entry).startsWith(name))
-            environment.emplace_back(*entry);
-    }
+    std::vector<QByteArray> environment = ownEnvironment();
+    const auto isMachine = [&](const QByteArray &entry) { return entry.startsWith(name); };
+    environment.erase(std::remove_if(environment.begin(), environment.end(), isMachine),
+                      environment.end());
     environment.push_back(name + stateDirectory.toLocal8Bit());
     return environment;
-}
-
-std::vector<char *> pointers(std::vector<QByteArray> *texts)
-{
-    std::vector<char *> result;
-    for (QByteArray &text : *texts)
-        result.push_back(text.data());
-    result.push_back(nullptr);
-    return result;
-}
-
-DWORD spawnError(int number)
-{
-    if (number == ENOEXEC)
-        return ErrorBadExeFormat;
-    return number == ENOTDIR ? ErrorFileNotFound : errorFromErrno(number);
-}
-
-/// Keeps the ended child from staying behind and signals its handles.
-void reap(pid_t child, std::shared_ptr<Event> process, std::shared_ptr<Event> thread)
-{
-    while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-    }
-    process->set();
-    thread->set();
 }
 
 } // namespace
@@ -93,37 +31,14 @@ BOOL SimulatedPc::CreateProcessW(const WCHAR *lpApplicationName, WCHAR *lpComman
                                  const WCHAR *lpCurrentDirectory, StartupInfo *lpStartupInfo,
                                  ProcessInformation *lpProcessInformation)
 {
-    if (!lpStartupInfo || lpStartupInfo->cb != sizeof *lpStartupInfo || !lpProcessInformation)
-        return fail(ErrorInvalidParameter);
-    if (!lpApplicationName || lpProcessAttributes || lpThreadAttributes || bInheritHandles ||
-        dwCreationFlags != 0 || lpEnvironment || lpCurrentDirectory)
-        return failUnsupported("CreateProcessW", "anything but a program and its command line");
-
+    if (!checkProcessArguments(lpApplicationName, lpProcessAttributes, lpThreadAttributes,
+                               bInheritHandles, dwCreationFlags, lpEnvironment, lpCurrentDirectory,
+                               lpStartupInfo, lpProcessInformation))
+        return 0;
     const QString program = simulated::hostPath(fromWide(lpApplicationName));
-    if (QFileInfo(program).isDir())
-        return fail(ErrorAccessDenied);
-    const QByteArray path = QFile::encodeName(program);
-    std::vector<QByteArray> arguments;
-    if (lpCommandLine)
-        arguments = splitCommandLine(fromWide(lpCommandLine));
-    if (arguments.empty())
-        arguments.push_back(path);
-    std::vector<QByteArray> environment = childEnvironment(m_directory);
-
-    pid_t child = 0;
-    const int result = ::posix_spawn(&child, path.constData(), nullptr, nullptr,
-                                     pointers(&arguments).data(), pointers(&environment).data());
-    if (result != 0)
-        return fail(spawnError(result));
-
-    const auto process = std::make_shared<Event>(true, false);
-    const auto thread = std::make_shared<Event>(true, false);
-    std::thread(reap, child, process, thread).detach();
-    lpProcessInformation->hProcess = m_ports.addObject(process);
-    lpProcessInformation->hThread = m_ports.addObject(thread);
-    lpProcessInformation->dwProcessId = static_cast<DWORD>(child);
-    lpProcessInformation->dwThreadId = static_cast<DWORD>(child);
-    return 1;
+    const QString commandLine = lpCommandLine ? fromWide(lpCommandLine) : QString();
+    return startProcess(&m_ports, program, commandLine, childEnvironment(m_directory),
+                        lpProcessInformation);
 }
 
 } // namespace platform
