@@ -120,7 +120,7 @@ public:
                                                     RequiredSize);
     }
 
-    HDEVINFO SetupDiCreateDeviceInfoList(const Guid *ClassGuid, HWND hwndParent) override
+    HDEVINFO SetupDiCreateDeviceInfoList(const Guid *ClassGuid, platform::HWND hwndParent) override
     {
         guids.append(ClassGuid->Data1);
         return ScriptedMachine::SetupDiCreateDeviceInfoList(ClassGuid, hwndParent);
@@ -128,7 +128,7 @@ public:
 
     BOOL SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCHAR *DeviceName,
                                   const Guid *ClassGuid, const WCHAR *DeviceDescription,
-                                  HWND hwndParent, DWORD CreationFlags,
+                                  platform::HWND hwndParent, DWORD CreationFlags,
                                   DeviceInfoData *deviceInfoData) override
     {
         guids.append(ClassGuid->Data1);
@@ -573,7 +573,7 @@ void ModemInstallationTest::loaderPassesArgumentsAndErrorOn()
     const QString id = "some id";
     const QString path = "X:\\y.inf";
     BOOL reboot = false;
-    const HWND parent = reinterpret_cast<HWND>(ULONG_PTR{0x77});
+    const platform::HWND parent = reinterpret_cast<platform::HWND>(ULONG_PTR{0x77});
     QCOMPARE(UpdateDriverForPlugAndPlayDevicesLoader(parent, wide(id), wide(path), 5, &reboot), 1);
     QCOMPARE(reboot, 1);
     QCOMPARE(bench.calls().at(2),

@@ -3,7 +3,13 @@
 #include <QFile>
 
 #include <cstdio>
+#include <fcntl.h>
 #include <unistd.h>
+
+// Where it exists, line ends are translated without it.
+#ifndef O_BINARY
+#define O_BINARY 0
+#endif
 
 StdoutCapture::StdoutCapture()
 {
@@ -11,7 +17,10 @@ StdoutCapture::StdoutCapture()
         qFatal("no temporary file for the standard output");
     std::fflush(stdout);
     m_saved = dup(fileno(stdout));
-    dup2(m_file.handle(), fileno(stdout));
+    const int file =
+        open(QFile::encodeName(m_file.fileName()).constData(), O_WRONLY | O_APPEND | O_BINARY);
+    dup2(file, fileno(stdout));
+    close(file);
 }
 
 StdoutCapture::~StdoutCapture()
