@@ -11,10 +11,12 @@ function(tmc_windows_resources target)
     target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
     # The newer format of compiled resources carries the files' dates.
     set_target_properties(${target} PROPERTIES AUTORCC_OPTIONS "--format-version;1")
+    # These tools put the time into the file's header, unless they are told one.
+    set(undated ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=1577836800)
     add_custom_command(TARGET ${target} POST_BUILD VERBATIM
-        COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}>
+        COMMAND ${undated} ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}>
             $<TARGET_FILE:${target}>.debug
-        COMMAND ${CMAKE_STRIP} --strip-all $<TARGET_FILE:${target}>
-        COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug
+        COMMAND ${undated} ${CMAKE_STRIP} --strip-all $<TARGET_FILE:${target}>
+        COMMAND ${undated} ${CMAKE_OBJCOPY} --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug
             $<TARGET_FILE:${target}>)
 endfunction()
