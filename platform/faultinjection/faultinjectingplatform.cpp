@@ -53,13 +53,13 @@ FaultInjectingPlatform::~FaultInjectingPlatform()
 
 void FaultInjectingPlatform::inject(const Fault &fault)
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     m_faults.append(fault);
 }
 
 void FaultInjectingPlatform::reset()
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     m_faults.clear();
     m_counts.clear();
     m_calls.clear();
@@ -69,25 +69,25 @@ void FaultInjectingPlatform::reset()
 
 int FaultInjectingPlatform::firedFaults() const
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     return m_fired;
 }
 
 QStringList FaultInjectingPlatform::calls() const
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     return m_calls;
 }
 
 QStringList FaultInjectingPlatform::operations() const
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     return m_operations;
 }
 
 void FaultInjectingPlatform::writeDown(const char *operation, const QStringList &arguments)
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     const QString name = QString::fromLatin1(operation);
     m_calls.append(name + '(' + arguments.join(", ") + ')');
     m_operations.append(name);
@@ -96,7 +96,7 @@ void FaultInjectingPlatform::writeDown(const char *operation, const QStringList 
 bool FaultInjectingPlatform::fails(const char *operation, const QStringList &arguments, DWORD *code)
 {
     writeDown(operation, arguments);
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     const QString name = QString::fromLatin1(operation);
     const int ofThis = ++m_counts[name];
     const int ofAny = ++m_counts["*"];
@@ -143,7 +143,7 @@ struct FaultInjectingPlatform::BoundFunctions {
     template<typename Function> static Function real(const char *name)
     {
         FaultInjectingPlatform *self = boundBy.load();
-        const QMutexLocker lock(&self->m_mutex);
+        const std::lock_guard lock(self->m_mutex);
         return reinterpret_cast<Function>(self->m_bound.value(QString::fromLatin1(name)));
     }
 
@@ -199,7 +199,7 @@ FunctionAddress FaultInjectingPlatform::GetProcAddress(HMODULE hModule, const ch
         return address;
     const QString name = QString::fromLatin1(lpProcName);
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         m_bound.insert(name, address);
     }
     boundBy.store(this);

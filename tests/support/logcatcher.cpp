@@ -3,18 +3,19 @@
 #include "platform/platform.h"
 #include "tests/support/scriptedmachine.h"
 
-#include <QMutex>
+#include <mutex>
+
 
 namespace {
 
-QMutex mutex;
+std::mutex mutex;
 QStringList caught;
 QtMessageHandler previous = nullptr;
 
 void handle(QtMsgType, const QMessageLogContext &, const QString &message)
 {
     ScriptedMachine::clearLastErrorOfThread();
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     caught.append(message);
 }
 
@@ -33,13 +34,13 @@ LogCatcher::~LogCatcher()
 
 QStringList LogCatcher::lines() const
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     return caught;
 }
 
 void LogCatcher::clear()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     caught.clear();
 }
 

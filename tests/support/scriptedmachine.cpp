@@ -62,7 +62,7 @@ void ScriptedMachine::clearLastErrorOfThread()
 
 HANDLE ScriptedMachine::open(Kind kind)
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     const HANDLE handle = reinterpret_cast<HANDLE>(m_nextHandle);
     m_nextHandle += 0x10;
     m_open.insert(handle, kind);
@@ -71,7 +71,7 @@ HANDLE ScriptedMachine::open(Kind kind)
 
 bool ScriptedMachine::isOpen(HANDLE handle, Kind kind)
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     const auto found = m_open.constFind(handle);
     if (found != m_open.constEnd() && found.value() == kind)
         return true;
@@ -84,21 +84,21 @@ bool ScriptedMachine::close(HANDLE handle, Kind kind)
 {
     if (!isOpen(handle, kind))
         return false;
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     m_open.remove(handle);
     return true;
 }
 
 int ScriptedMachine::count(Kind kind) const
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     return static_cast<int>(std::count(m_open.cbegin(), m_open.cend(), kind));
 }
 
 void *ScriptedMachine::allocate(SIZE_T bytes)
 {
     void *block = std::calloc(1, std::max<SIZE_T>(bytes, 1));
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     m_blocks.insert(block);
     return block;
 }
@@ -106,7 +106,7 @@ void *ScriptedMachine::allocate(SIZE_T bytes)
 bool ScriptedMachine::release(void *block)
 {
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         if (!m_blocks.remove(block)) {
             ++m_misuses;
             return false;
@@ -143,19 +143,19 @@ int ScriptedMachine::openProcessHandles() const
 
 int ScriptedMachine::openBlocks() const
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     return static_cast<int>(m_blocks.size());
 }
 
 int ScriptedMachine::loadedLibraries() const
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     return m_loadedLibraries;
 }
 
 int ScriptedMachine::misuses() const
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     return m_misuses;
 }
 
@@ -194,14 +194,14 @@ BOOL ScriptedMachine::CloseHandle(HANDLE hObject)
     for (const Kind kind : {Kind::Port, Kind::Event, Kind::ProcessHandle}) {
         bool isThis = false;
         {
-            const QMutexLocker lock(&m_mutex);
+            const std::lock_guard lock(m_mutex);
             const auto found = m_open.constFind(hObject);
             isThis = found != m_open.constEnd() && found.value() == kind;
         }
         if (isThis)
             return close(hObject, kind);
     }
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     ++m_misuses;
     return failWith(ErrorInvalidHandle);
 }
@@ -268,7 +268,7 @@ struct ScriptedMachine::BoundFunctions {
 
 HMODULE ScriptedMachine::GetModuleHandleW(const WCHAR *lpModuleName)
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     const HMODULE module = reinterpret_cast<HMODULE>(m_nextHandle);
     m_nextHandle += 0x10;
     m_libraries.insert(module, fromWide(lpModuleName));
@@ -282,7 +282,7 @@ HMODULE ScriptedMachine::LoadLibraryW(const WCHAR *lpLibFileName)
         return nullptr;
     }
     const HMODULE library = GetModuleHandleW(lpLibFileName);
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     ++m_loadedLibraries;
     return library;
 }
@@ -290,7 +290,7 @@ HMODULE ScriptedMachine::LoadLibraryW(const WCHAR *lpLibFileName)
 FunctionAddress ScriptedMachine::GetProcAddress(HMODULE hModule, const char *lpProcName)
 {
     boundMachine.store(this);
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     const QString library = m_libraries.value(hModule);
     const QByteArray name = lpProcName;
     if (library == "cfgmgr32.dll" && name == "CM_Locate_DevNode_ExA")
@@ -307,7 +307,7 @@ FunctionAddress ScriptedMachine::GetProcAddress(HMODULE hModule, const char *lpP
 
 BOOL ScriptedMachine::FreeLibrary(HMODULE hLibModule)
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     if (!m_libraries.remove(hLibModule)) {
         ++m_misuses;
         return failWith(ErrorInvalidHandle);
