@@ -15,8 +15,8 @@ int main(int argc, char *argv[])
     // draws with it, and without it the start takes a quarter of the time.
     if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION"))
         qputenv("QT_XCB_GL_INTEGRATION", "none");
-        // The forms' fixed geometry and their text have to grow together.
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    // The forms' fixed geometry and their text have to grow together.
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
 #endif

@@ -177,6 +177,8 @@ private slots:
         const QString html = label->text();
         QVERIFY(html.contains("font-family:'MS Shell Dlg 2'; font-size:8.25pt; font-weight:400;"));
         QVERIFY(html.contains("font-size:16pt; font-weight:600;\">Tolvane Modem Connector<"));
+        // The two lines of the notice, "Website: " and its link.
+        QCOMPARE(html.count("<span style=\" font-size:9pt;"), 4);
         QCOMPARE(html.count("margin-top:12px; margin-bottom:12px;"), 2);
         QVERIFY(html.contains("<a href=\"https://www.brantiq.example/\">"));
     }
@@ -198,6 +200,7 @@ private slots:
         QVERIFY(html.contains("font-size:10pt; font-weight:600;\">Developed by<"));
         QVERIFY(html.contains("font-size:10pt; font-weight:600; color:#00aa00;\">Brantiq"));
         QCOMPARE(html.count("font-size:10pt; color:#000000;"), 4);
+        QVERIFY(html.contains("<a href=\"https://www.brantiq.example/\">"));
     }
 
     /// The placeholders have to fit as well as what they stand for.
@@ -359,6 +362,8 @@ private slots:
     /// The slot exists and erases the store, but no control reaches it.
     void erasingSlotIsUnreached()
     {
+        QTest::ignoreMessage(QtWarningMsg, "QMetaObject::connectSlotsByName: No matching signal "
+                                           "for on_pushButton_2_clicked()");
         CreditDialog dialog;
         dialog.show();
         QVERIFY(!dialog.findChild<QObject *>("pushButton_2"));
