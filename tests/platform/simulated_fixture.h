@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QUuid>
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <sys/eventfd.h>
@@ -87,10 +88,10 @@ public:
           m_product(product),
           m_stop(::eventfd(0, EFD_CLOEXEC))
     {
-        answers = {{"ATZ", "\r\nOK\r\n"},
-                   {"ATD*99#", "\r\nCONNECT 115200\r\n"},
-                   {"ATH", "\r\nOK\r\n"},
-                   {"+++", "\r\nOK\r\n"}};
+        m_answers = {{"ATZ", "\r\nOK\r\n"},
+                     {"ATD*99#", "\r\nCONNECT 115200\r\n"},
+                     {"ATH", "\r\nOK\r\n"},
+                     {"+++", "\r\nOK\r\n"}};
         plugIn();
         m_thread = std::thread([this] { run(); });
     }
@@ -139,11 +140,15 @@ public:
         return m_commands;
     }
 
-    /// What is said to a command; silence to one that is not there. To be
-    /// changed while nobody talks to the phone.
-    QMap<QString, QByteArray> answers;
+    /// What is said to a command from now on.
+    void setAnswer(const QString &command, const QByteArray &text)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_answers[command] = text;
+    }
+
     /// Whether CONNECT raises the carrier at all.
-    bool raisesCarrier = true;
+    std::atomic<bool> raisesCarrier{true};
 
 private:
     void run()
@@ -170,11 +175,12 @@ private:
 
     void answer(const QString &command)
     {
+        QByteArray text;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_commands += command;
+            text = m_answers.value(command);
         }
-        const QByteArray text = answers.value(command);
         if (command == "ATH")
             publish(false);
         if (!text.isEmpty())
@@ -200,4 +206,5 @@ private:
     std::thread m_thread;
     mutable std::mutex m_mutex;
     QStringList m_commands;
+    QMap<QString, QByteArray> m_answers; // silence to what is not there
 };

@@ -459,7 +459,7 @@ void SimulatedRasTest::dialsTheEntrysOwnNumber()
     ReadyMachine machine;
     SimulatedPc pc(machine.directory());
     ScriptedPhone phone(machine.directory());
-    phone.answers["ATD*98#"] = "\r\nCONNECT\r\n";
+    phone.setAnswer("ATD*98#", "\r\nCONNECT\r\n");
     QVERIFY(dial(
                 pc, [](QDialog *dialog) { click(dialog, "dialButton"); }, "TolvaneModem 1", "")
                 .connected);
@@ -492,7 +492,7 @@ void SimulatedRasTest::explainsAFailedDial()
     ReadyMachine machine;
     SimulatedPc pc(machine.directory());
     ScriptedPhone phone(machine.directory());
-    phone.answers[command] = answer;
+    phone.setAnswer(command, answer);
     QString error;
     const DialResult result = dial(pc, [&](QDialog *dialog) {
         click(dialog, "dialButton");
@@ -510,14 +510,14 @@ void SimulatedRasTest::dialsAgainAfterAFailure()
     ReadyMachine machine;
     SimulatedPc pc(machine.directory());
     ScriptedPhone phone(machine.directory());
-    phone.answers["ATD*99#"] = "\r\nNO CARRIER\r\n";
+    phone.setAnswer("ATD*99#", "\r\nNO CARRIER\r\n");
     bool enabled = false;
     const DialResult result = dial(pc, [&](QDialog *dialog) {
         auto *button = dialog->findChild<QPushButton *>("dialButton");
         click(dialog, "dialButton");
         enabled =
             QTest::qWaitFor([&] { return button->isEnabled() && status(dialog).contains("678"); });
-        phone.answers["ATD*99#"] = "\r\nCONNECT\r\n";
+        phone.setAnswer("ATD*99#", "\r\nCONNECT\r\n");
         click(dialog, "dialButton");
     });
     QVERIFY(enabled);
@@ -530,7 +530,7 @@ void SimulatedRasTest::staysResponsiveAndCancels()
     ReadyMachine machine;
     SimulatedPc pc(machine.directory());
     ScriptedPhone phone(machine.directory());
-    phone.answers.remove("ATD*99#");
+    phone.setAnswer("ATD*99#", "");
     bool dialling = false;
     bool disabled = false;
     const DialResult result = dial(pc, [&](QDialog *dialog) {
@@ -565,7 +565,7 @@ void SimulatedRasTest::endsWhenThePhoneIsUnplugged()
     ReadyMachine machine;
     SimulatedPc pc(machine.directory());
     ScriptedPhone phone(machine.directory());
-    phone.answers.remove("ATD*99#");
+    phone.setAnswer("ATD*99#", "");
     QString error;
     bool dialling = false;
     dial(pc, [&](QDialog *dialog) {
@@ -589,7 +589,7 @@ void SimulatedRasTest::endsWhenThePhoneIsSilent()
     SimulatedPc pc(machine.directory());
     ScriptedPhone phone(machine.directory());
     machine.change([](simulated::MachineState &state) { state.answerTimeoutMs = 100; });
-    phone.answers.remove("ATD*99#");
+    phone.setAnswer("ATD*99#", "");
     QString error;
     const auto play = [&](QDialog *dialog) {
         click(dialog, "dialButton");
@@ -597,7 +597,7 @@ void SimulatedRasTest::endsWhenThePhoneIsSilent()
     };
     dial(pc, play);
     QVERIFY2(error.contains("678"), qPrintable(error));
-    phone.answers.remove("ATZ");
+    phone.setAnswer("ATZ", "");
     dial(pc, play);
     QVERIFY2(error.contains("692"), qPrintable(error));
 }
@@ -701,7 +701,7 @@ void SimulatedRasTest::hangsUpASilentPhone()
     SimulatedPc pc(machine.directory());
     ScriptedPhone phone(machine.directory());
     phone.publish(true);
-    phone.answers.remove("+++");
+    phone.setAnswer("+++", "");
     machine.addConnection(phone.plugId());
     QElapsedTimer timer;
     timer.start();
