@@ -24,6 +24,7 @@ const char mainTitle[] = "Tolvane Modem Connector";
 const char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
 const char dialTitle[] = "Connect TolvaneModem 1";
 const char pageAddress[] = "http://10.9.0.1/";
+const char phoneTranscript[] = "/share/phone.txt";
 const char linkFile[] = "/run/ppp-tolvane-TolvaneModem_1.pid";
 const char phoneRule[] = "/etc/udev/rules.d/99-phone-on-serial-line.rules";
 const QRect mainButton(250, 101, 91, 81);
@@ -191,18 +192,21 @@ public:
     void dialInVain(const QString &picture)
     {
         const WindowId window = waitForWindow(dialTitle);
-        const QRect status(0, 45, desktop.size(window).width(), 80);
+        const QImage before = desktop.picture(window);
+        const qsizetype heard = contentOf(phoneTranscript).size();
         desktop.press("Return");
-        QImage before = desktop.picture(window, status);
-        // The text stands still when pppd has ended.
+        waitFor(
+            "The phone's refusal",
+            [&] { return contentOf(phoneTranscript).mid(int(heard)).contains("NO CARRIER"); },
+            GuestPatience);
         waitFor(
             "The end of pppd",
-            [&] {
-                const QImage now = desktop.picture(window, status);
-                const bool same = now == before;
-                before = now;
-                return same && run("pgrep", {"-f", "^/usr/sbin/pppd"}).isEmpty();
+            [] {
+                return run("pgrep", {"-f", "^/usr/sbin/pppd"}).isEmpty();
             },
+            GuestPatience);
+        waitFor(
+            "The reason in the dialog", [&] { return desktop.picture(window) != before; },
             GuestPatience);
         desktop.keepPicture(picture);
         expect(!desktop.window(dialTitle).isEmpty(), "The dialog has gone");
@@ -291,7 +295,7 @@ private:
         m_person.startProgram();
         m_person.waitForWindow(mainTitle);
         m_person.dial(); // comes by itself at the end of the countdown
-        expect(contentOf("/share/phone.txt").contains(R"(AT+CGDCONT=1,\"IP\",\"blweb\"\r)"),
+        expect(contentOf(phoneTranscript).contains(R"(AT+CGDCONT=1,\"IP\",\"blweb\"\r)"),
                "The phone was told no access point");
         fetchPage();
         waitFor("The name server",
@@ -374,7 +378,7 @@ private:
     {
         letLineSettle();
         QProcess other;
-        other.start("flock", {"/dev/ttyS0", "sleep", "1000"});
+        other.start("flock", {"--no-fork", "/dev/ttyS0", "sleep", "1000"});
         expect(other.waitForStarted(), "flock does not start");
         const qsizetype from = m_person.log().size();
         m_person.pressMainButton();
