@@ -153,14 +153,15 @@ void Desktop::waitForFocus(const WindowId &window) const
 
 QStringList Desktop::visibleWindows() const
 {
-    return xdotool({"search", "--onlyvisible", "--class", "Tolvane"}).split('\n', Qt::SkipEmptyParts);
+    return xdotool({"search", "--onlyvisible", "--class", "Tolvane"})
+        .split('\n', Qt::SkipEmptyParts);
 }
 
 QStringList Desktop::visibleTitles() const
 {
     QStringList titles;
-    const QStringList windows = xdotool({"search", "--onlyvisible", "--name", "."})
-                                    .split('\n', Qt::SkipEmptyParts);
+    const QStringList windows =
+        xdotool({"search", "--onlyvisible", "--name", "."}).split('\n', Qt::SkipEmptyParts);
     for (const WindowId &window : windows)
         titles.append(xdotool({"getwindowname", window}).trimmed());
     return titles;

@@ -85,8 +85,9 @@ void Machine::becomeCopyOf(const Machine &other)
 {
     copyFolder(other.m_folder.filePath("profile"), m_folder.filePath("profile"));
     // Not usb/: the phone in its sockets is the other PC's.
-    const QFileInfoList entries = QDir(other.pcDirectory()).entryInfoList(
-        QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
+    const QFileInfoList entries =
+        QDir(other.pcDirectory())
+            .entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
     for (const QFileInfo &entry : entries) {
         if (entry.isDir() && entry.fileName() != "usb")
             copyFolder(entry.filePath(), pcDirectory() + '/' + entry.fileName());
@@ -118,9 +119,8 @@ void Machine::startPhone(const QStringList &options)
                        options);
     expect(m_phone->waitForStarted(), "The phone cannot be started: " + m_phone->errorString());
     // It prints one line once it is ready.
-    waitFor("The phone", [this] {
-        return m_phone->canReadLine() || m_phone->state() == QProcess::NotRunning;
-    });
+    waitFor("The phone",
+            [this] { return m_phone->canReadLine() || m_phone->state() == QProcess::NotRunning; });
     expect(m_phone->state() == QProcess::Running,
            "The phone ended at once: " + QString::fromUtf8(content(artefact("phone.log"))));
 }
@@ -150,8 +150,10 @@ void Machine::startProgram(const Desktop &desktop, const QString &workingDirecto
     m_program = std::make_unique<ChildProcess>();
     m_program->setProcessEnvironment(environment);
     m_program->setWorkingDirectory(workingDirectory.isEmpty() ? m_folder.path() : workingDirectory);
-    m_program->setStandardErrorFile(artefact("program.log"));
-    m_program->setStandardOutputFile(artefact("program-output.txt"));
+    m_logStart = QFileInfo(artefact("program.log")).size();
+    m_outputStart = QFileInfo(artefact("program-output.txt")).size();
+    m_program->setStandardErrorFile(artefact("program.log"), QIODevice::Append);
+    m_program->setStandardOutputFile(artefact("program-output.txt"), QIODevice::Append);
     m_sinceStart.start();
     m_program->start(programDirectory() + "/TolvaneDialler-simulated", QStringList());
     expect(m_program->waitForStarted(),
@@ -161,13 +163,13 @@ void Machine::startProgram(const Desktop &desktop, const QString &workingDirecto
 bool Machine::isProgramRunning()
 {
     // Looks for its end without waiting.
-    return m_program && !m_program->waitForFinished(0) &&
-           m_program->state() == QProcess::Running;
+    return m_program && !m_program->waitForFinished(0) && m_program->state() == QProcess::Running;
 }
 
 int Machine::waitForProgramEnd(int timeout)
 {
-    waitFor("The program's end", [this] { return !isProgramRunning(); }, timeout);
+    waitFor(
+        "The program's end", [this] { return !isProgramRunning(); }, timeout);
     expect(m_program->exitStatus() == QProcess::NormalExit,
            "The program crashed: " + QString::fromUtf8(log()));
     return m_program->exitCode();
@@ -196,18 +198,19 @@ qint64 Machine::programWakeUps() const
 
 QByteArray Machine::log(qsizetype from) const
 {
-    return content(artefact("program.log")).mid(static_cast<int>(from));
+    return content(artefact("program.log")).mid(static_cast<int>(m_logStart + from));
 }
 
 void Machine::waitForLog(const QByteArray &text, qsizetype from, int timeout) const
 {
-    waitFor("\"" + QString::fromUtf8(text) + "\" in the log",
-            [&] { return log(from).contains(text); }, timeout < 0 ? Patience : timeout);
+    waitFor(
+        "\"" + QString::fromUtf8(text) + "\" in the log", [&] { return log(from).contains(text); },
+        timeout < 0 ? Patience : timeout);
 }
 
 QByteArray Machine::printed() const
 {
-    return content(artefact("program-output.txt"));
+    return content(artefact("program-output.txt")).mid(static_cast<int>(m_outputStart));
 }
 
 QByteArray Machine::transcript() const

@@ -38,8 +38,8 @@ public:
     /// Runs the PC's own tool; returns what it printed.
     QString pc(const QStringList &arguments) const;
 
-    /// Starts the program. `environment` is added to the desktop's. Its two
-    /// streams start anew.
+    /// Starts the program. `environment` is added to the desktop's. What it
+    /// prints is added to the files; log() and printed() begin anew.
     void startProgram(const Desktop &desktop, const QString &workingDirectory = QString(),
                       const QStringList &environment = {});
     bool isProgramRunning();
@@ -83,4 +83,6 @@ private:
     std::unique_ptr<ChildProcess> m_phone;
     std::unique_ptr<ChildProcess> m_program;
     QElapsedTimer m_sinceStart;
+    qint64 m_logStart = 0;
+    qint64 m_outputStart = 0;
 };

@@ -12,7 +12,7 @@ const QPoint wizardCancel(51, 22);
 const QPoint wizardNext(137, 22);
 const QPoint wizardBack(223, 22);
 constexpr int WizardButtonHeight = 20;
-constexpr int WizardRuler = 48;  // above the lower edge
+constexpr int WizardRuler = 48;   // above the lower edge
 constexpr int WizardHeading = 45; // below the upper edge
 
 constexpr int MenuBarHeight = 21;
@@ -212,8 +212,7 @@ void Session::chooseOperator(int index) const
 QImage Session::face() const
 {
     const WindowId window = desktop.waitForWindow(MainTitle);
-    const QRect inside =
-        buttonPlace.adjusted(ButtonFrame, ButtonFrame, -ButtonFrame, -ButtonFrame);
+    const QRect inside = buttonPlace.adjusted(ButtonFrame, ButtonFrame, -ButtonFrame, -ButtonFrame);
     return ink(desktop.picture(window, inside));
 }
 
@@ -237,10 +236,11 @@ bool Session::shows(Face which) const
 void Session::waitForFace(Face which, int timeout) const
 {
     static const QMap<Face, QString> texts = {{Face::ConnectNow, "Connect Now"},
-                                               {Face::Disconnect, "Disconnect"},
-                                               {Face::PleaseWait, "Please Wait"},
-                                               {Face::CheckConnection, "Please Check"}};
-    waitFor('"' + texts.value(which) + "\" on the button", [&] { return shows(which); }, timeout);
+                                              {Face::Disconnect, "Disconnect"},
+                                              {Face::PleaseWait, "Please Wait"},
+                                              {Face::CheckConnection, "Please Check"}};
+    waitFor(
+        '"' + texts.value(which) + "\" on the button", [&] { return shows(which); }, timeout);
 }
 
 void Session::waitForFace(Face which) const

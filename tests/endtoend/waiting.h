@@ -49,6 +49,5 @@ constexpr int Patience = 20000;
 template<typename Condition>
 void waitFor(const QString &what, Condition condition, int timeout = Patience)
 {
-    expect(comesTrue(condition, timeout),
-           QString("%1: not within %2 ms").arg(what).arg(timeout));
+    expect(comesTrue(condition, timeout), QString("%1: not within %2 ms").arg(what).arg(timeout));
 }

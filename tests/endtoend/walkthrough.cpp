@@ -1,0 +1,200 @@
+#include "session.h"
+#include "waiting.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+#include <cstdio>
+
+// Walks through the program as a person does for the first and the second
+// time, and leaves a picture of everything there is to see.
+
+namespace {
+
+/// One line for each step, and a picture that carries its number.
+class Walk
+{
+public:
+    explicit Walk(Session *session) : m_session(session) {}
+
+    void step(const QString &picture, const char *what)
+    {
+        const QString file = m_session->desktop.keepPicture(picture);
+        std::printf("  %-72s %s\n", what, qPrintable(QFileInfo(file).fileName()));
+        std::fflush(stdout);
+    }
+
+private:
+    Session *m_session;
+};
+
+void say(const char *what)
+{
+    std::printf("%s\n", what);
+    std::fflush(stdout);
+}
+
+void closeProgram(Session &session)
+{
+    session.desktop.close(session.mainWindow());
+    const int exitCode = session.machine.waitForProgramEnd(Patience);
+    expect(exitCode == 0, QString("The program ended with code %1").arg(exitCode));
+}
+
+void walkFirstRun(Session &session, Walk &walk)
+{
+    say("First run");
+    session.machine.startPhone();
+    session.machine.pc({"set", "administrator", "off"});
+    session.startProgram();
+    session.wizard();
+    walk.step("welcome", "Nothing is stored: the wizard opens. Next.");
+
+    session.pressNext();
+    session.waitForFailedStep();
+    walk.step("driver-failed", "Without rights the driver step fails, in red. Retry with rights.");
+    session.machine.pc({"set", "administrator", "on"});
+    session.machine.pc({"set", "installer-duration", "1500"});
+    session.machine.pc({"set", "rescan-duration", "2500"});
+    session.pressRetry();
+    session.machine.waitForLog("CM_Locate_DevNode_Ex done");
+    walk.step("rescan", "The drivers are installed and the devices rescanned.");
+    session.waitForSetup();
+    walk.step("set-up", "Port found, modem and dial-up connection made. Finish.");
+    session.pressFinish();
+    session.desktop.waitForNoWindow(WizardTitle);
+
+    session.mainWindow();
+    session.learnFace(Face::ConnectNow);
+    walk.step("main-window", "The main window; nothing is dialled by itself yet. Connect Now.");
+    session.machine.phone("set silent on");
+    session.pressButton();
+    waitFor("The first command", [&] { return !session.machine.heard().isEmpty(); });
+    session.learnFace(Face::PleaseWait);
+    walk.step("please-wait", "The window waits for the phone's answer, for as long as it takes.");
+    session.machine.phone("set silent off");
+
+    session.dialDialog();
+    walk.step("dial-dialog", "The APN is set; the system's dial dialog. Dial.");
+    session.dial();
+    session.learnFace(Face::Disconnect);
+    walk.step("connected", "Connected. Disconnect.");
+    session.pressButton();
+    session.waitForFace(Face::ConnectNow);
+    walk.step("disconnected", "Disconnected.");
+
+    session.chooseFromHelp(0);
+    session.desktop.waitForFocus(session.desktop.waitForWindow("About"));
+    walk.step("about", "Help, About.");
+    session.acknowledge("About");
+    session.mainWindow();
+    session.chooseFromHelp(1);
+    session.desktop.waitForFocus(session.desktop.waitForWindow("Credits"));
+    walk.step("credits", "Help, Credits.");
+    session.acknowledge("Credits");
+    closeProgram(session);
+}
+
+void walkSecondStart(Session &session, Walk &walk)
+{
+    say("Second start");
+    session.startProgram();
+    session.mainWindow();
+    session.waitForFace(Face::ConnectNow);
+    session.chooseOperator(1);
+    walk.step("countdown", "Port and entry are known: the countdown runs.");
+    session.dialDialog();
+    walk.step("auto-connect", "At zero the program dials by itself. Enter.");
+    session.desktop.press("Return");
+    session.desktop.waitForNoWindow(DialTitle);
+    session.waitForFace(Face::Disconnect);
+    expect(session.machine.heard().contains("gpinternet"), "Another operator's APN was set");
+    walk.step("connected-again", "Connected through the operator chosen.");
+
+    session.machine.phone("unplug");
+    say("  The phone is unplugged; the next poll notices.");
+    session.waitForFace(Face::ConnectNow);
+    walk.step("connection-lost", "Disconnected.");
+    closeProgram(session);
+}
+
+void walkOtherStarts(Session &session, Walk &walk)
+{
+    say("Other starts");
+    session.startProgram();
+    session.mainWindow();
+    session.learnFace(Face::CheckConnection);
+    walk.step("waiting-for-port", "Without the phone the program waits for it.");
+    session.machine.phone("plug");
+    session.pressButton();
+    session.waitForFace(Face::ConnectNow);
+    walk.step("phone-found", "Plugged in and checked: the countdown begins. Connect Now.");
+    session.machine.phone("accept-apn blweb");
+    session.pressButton();
+    const QImage before = session.desktop.picture(session.dialDialog());
+    session.pressDial();
+    waitFor("The refusal", [&] {
+        return session.machine.transcript().endsWith("phone the PC closes the port\n") &&
+               session.desktop.picture(session.dialDialog()) != before;
+    });
+    walk.step("refused", "The network refuses the operator's APN. Cancel.");
+    session.pressDialCancel();
+    session.waitForFace(Face::ConnectNow);
+    closeProgram(session);
+
+    session.machine.pc({"fault", "add", "RasEnumDevicesW", "632"});
+    session.startProgram();
+    session.mainWindow();
+    session.desktop.press("ctrl+n");
+    session.pressNext();
+    session.desktop.waitForFocus(session.desktop.waitForWindow("Error in Function GetRasDevices"));
+    walk.step("fatal-box", "An error that nothing can be done about ends the program.");
+    session.desktop.press("Return");
+    expect(session.machine.waitForProgramEnd(1000) == 0, "The program did not end well");
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName("walkthrough");
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        "Walks through a first run, a second start and a few others on a virtual display, with "
+        "the virtual phone on a simulated PC, and leaves numbered pictures.");
+    parser.addHelpOption();
+    parser.addOption({"scale", "Scale of the display: 1.25, 1.5, 2.", "factor", "1"});
+    parser.addPositionalArgument("directory", "Where pictures and logs go.");
+    parser.process(application);
+    bool isNumber = false;
+    const double scale = parser.value("scale").toDouble(&isNumber);
+    if (parser.positionalArguments().size() != 1 || !isNumber || scale < 1 || scale > 2) {
+        std::fprintf(stderr, "%s", qPrintable(parser.helpText()));
+        return 2;
+    }
+    const QString directory = QDir(parser.positionalArguments().first()).absolutePath();
+
+    std::unique_ptr<Session> session;
+    int result = 0;
+    try {
+        session = std::make_unique<Session>(directory, scale);
+        Walk walk(session.get());
+        walkFirstRun(*session, walk);
+        walkSecondStart(*session, walk);
+        walkOtherStarts(*session, walk);
+    } catch (const NotAsExpected &error) {
+        std::fprintf(stderr, "Not as expected: %s\n", error.what());
+        if (session) {
+            std::fprintf(stderr, "The screen then: %s\n",
+                         qPrintable(session->desktop.keepPicture("not-as-expected")));
+        }
+        result = 1;
+    }
+    session.reset();
+    std::printf("\nPictures, program.log, program-output.txt, phone-transcript.txt:\n  %s\n",
+                qPrintable(directory));
+    return result;
+}
