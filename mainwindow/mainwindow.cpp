@@ -11,10 +11,12 @@
 #include "ui_mainwindow.h"
 #include "wizard/settingswizard.h"
 
+#include <QApplication>
 #include <QDebug>
 #include <QEvent>
 #include <QSettings>
 #include <QTimer>
+#include <QWindow>
 
 namespace {
 
@@ -81,6 +83,10 @@ MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent), ui(std::make_unique<Ui::MainWindow>())
 {
     ui->setupUi(this);
+    // The icon's file is looked for in the working directory. An icon without
+    // its file is not null and would hide the application's.
+    if (windowIcon().availableSizes().isEmpty())
+        setWindowIcon(QApplication::windowIcon());
     // A disabled or hidden menu may take its actions' shortcuts along. Setting
     // up anew must stay possible while the window waits for a port that never
     // comes, so this shortcut belongs to the window as well.
@@ -149,6 +155,9 @@ void MainWindow::ShowCreateNewConnectionWizard()
     auto *wizard = new SettingsWizard(this);
     hide();
     wizard->show();
+    // The wizard stands in for this window. As its dependant, Qt 6 would not
+    // count it among the windows whose closing ends the program.
+    wizard->windowHandle()->setTransientParent(nullptr);
 }
 
 void MainWindow::StartDialling()
