@@ -252,6 +252,10 @@ void EndToEndTest::secondStart()
         const QImage atFirst = session.desktop.picture(window, bar);
         waitFor("A countdown", [&] { return session.desktop.picture(window, bar) != atFirst; });
         session.desktop.keepPicture("countdown");
+        // Ten ticks a second: what counts few wake-ups below does count them.
+        const qint64 countingDown = machine.programWakeUps();
+        waitFor(
+            "Ticks", [&] { return machine.programWakeUps() > countingDown + 20; }, 5000);
         QCOMPARE(machine.log(),
                  portFoundLog + "connection name in reg:  \"TolvaneModem 1\"\n"
                                 "in isDialupConnectionConnected, connName:  \"TolvaneModem 1\"\n"
@@ -413,6 +417,14 @@ void EndToEndTest::wrongApn()
         session.pressDialCancel();
         session.desktop.waitForNoWindow(DialTitle);
         session.waitForFace(Face::ConnectNow);
+        // The number that the dialog shows, where it can be read.
+        QString refusal;
+        try {
+            session.machine.pc({"dial", entryName});
+        } catch (const NotAsExpected &error) {
+            refusal = QString::fromUtf8(error.what());
+        }
+        QVERIFY2(refusal.contains("error 678"), qPrintable(refusal));
         QCOMPARE(connectionCount(session), 0);
         QCOMPARE(session.machine.setting("CurrentMobileOperator").toString(),
                  QString("Banglalink"));

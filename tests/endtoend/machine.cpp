@@ -20,19 +20,23 @@ QByteArray content(const QString &fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+void copyFile(const QFileInfo &from, const QString &folder)
+{
+    const QString target = folder + '/' + from.fileName();
+    QFile::remove(target);
+    expect(QFile::copy(from.filePath(), target), "Cannot copy to " + target);
+}
+
 void copyFolder(const QString &from, const QString &to)
 {
     expect(QDir().mkpath(to), "Cannot make " + to);
     const QFileInfoList entries =
         QDir(from).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
     for (const QFileInfo &entry : entries) {
-        const QString target = to + '/' + entry.fileName();
-        if (entry.isDir()) {
-            copyFolder(entry.filePath(), target);
-            continue;
-        }
-        QFile::remove(target);
-        expect(QFile::copy(entry.filePath(), target), "Cannot copy to " + target);
+        if (entry.isDir())
+            copyFolder(entry.filePath(), to + '/' + entry.fileName());
+        else
+            copyFile(entry, to);
     }
 }
 
@@ -92,7 +96,7 @@ void Machine::becomeCopyOf(const Machine &other)
         if (entry.isDir() && entry.fileName() != "usb")
             copyFolder(entry.filePath(), pcDirectory() + '/' + entry.fileName());
         else if (entry.isFile())
-            QFile::copy(entry.filePath(), pcDirectory() + '/' + entry.fileName());
+            copyFile(entry, pcDirectory());
     }
 }
 
