@@ -74,6 +74,7 @@ void Event::wakeWaiters()
 
 DWORD Event::wait(DWORD milliseconds)
 {
+    // An infinite wait has a deadline, too, which nobody looks at.
     const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
     int waiter = -1;
     DWORD result = WaitTimeout;
@@ -126,6 +127,7 @@ DWORD Event::wait(DWORD milliseconds)
             result = WaitFailed;
             break;
         }
+        // One more look after the time is over: a signal at the last moment counts.
         expired = ready == 0;
         std::uint64_t count = 0;
         if ((descriptors[0].revents & POLLIN) && ::read(waiter, &count, sizeof count) < 0)

@@ -125,6 +125,8 @@ std::optional<InfFile> InfFile::read(const QString &path, QString *error)
 std::optional<InfFile> InfFile::parse(const QByteArray &content, QString *error)
 {
     const QString text = decoded(content);
+    // A program or picture under an INF's name is told apart here, before its
+    // bytes are taken for lines.
     if (text.contains(QChar(0))) {
         *error = "not an INF: it holds binary data";
         return std::nullopt;
@@ -132,6 +134,7 @@ std::optional<InfFile> InfFile::parse(const QByteArray &content, QString *error)
     InfFile inf;
     if (!inf.addLines(text, error))
         return std::nullopt;
+    // Strings come last in most files, so they are gathered before any is used.
     for (const Line &line : inf.m_sections.value("strings"))
         inf.m_strings[line.key.toLower()] = line.values.value(0);
 
@@ -187,6 +190,7 @@ QString InfFile::substituted(const QString &text) const
             return result + text.mid(position);
         result += text.mid(position, begin - position);
         const QString name = text.mid(begin + 1, end - begin - 1);
+        // Two percent signs are one; an unknown name stays as it was written.
         if (name.isEmpty())
             result += '%';
         else

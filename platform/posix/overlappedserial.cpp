@@ -44,6 +44,7 @@ HANDLE OverlappedSerial::CreateEventW(void *lpEventAttributes, BOOL bManualReset
 
 DWORD OverlappedSerial::WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds)
 {
+    // The object is held for the wait, so that closing it meanwhile is safe.
     const auto event = m_handles.find<Event>(hHandle);
     if (!event) {
         setLastError(ErrorInvalidHandle);
@@ -66,8 +67,10 @@ HANDLE OverlappedSerial::CreateFileW(const WCHAR *lpFileName, DWORD dwDesiredAcc
                                      DWORD dwCreationDisposition, DWORD dwFlagsAndAttributes,
                                      HANDLE hTemplateFile)
 {
+    // A port is never shared and never created: these can only be mistakes.
     if (!lpFileName || dwShareMode != 0 || dwCreationDisposition != OpenExisting || hTemplateFile)
         return failedOpen(ErrorInvalidParameter);
+    // Bare names end at COM9 on Windows; the device path works for every port.
     const QString path = fromWide(lpFileName);
     if (!path.startsWith("\\\\.\\")) {
         failUnsupported("CreateFileW", "files");
@@ -136,6 +139,7 @@ BOOL OverlappedSerial::WaitCommEvent(HANDLE hFile, DWORD *lpEvtMask, Overlapped 
 BOOL OverlappedSerial::ReadFile(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
                                 DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped)
 {
+    // Callers that ignore the result look at the count alone.
     if (lpNumberOfBytesRead)
         *lpNumberOfBytesRead = 0;
     const auto port = m_handles.find<SerialPort>(hFile);

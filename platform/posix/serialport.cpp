@@ -60,6 +60,7 @@ BOOL SerialPort::setTimeouts(const CommTimeouts &timeouts)
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (isHungUp(m_descriptor))
         return fail(ErrorDeviceNotConnected);
+    // Nothing to hand to the driver: this is how a raw, non-blocking line reads.
     m_timeoutsSet = true;
     return 1;
 }
@@ -87,10 +88,13 @@ BOOL SerialPort::waitEvent(DWORD *mask, Overlapped *overlapped, const std::share
     progressLocked();
     if (m_closed)
         return fail(ErrorInvalidHandle);
+    // One wait for a port, and one for no event could never end: both are
+    // refused as a driver does.
     if (m_wait || m_mask == 0)
         return fail(ErrorInvalidParameter);
     m_wait = std::make_unique<Wait>();
     m_wait->mask = mask;
+    // Armed before the first look, so that nothing can slip in between.
     begin(m_wait.get(), overlapped, event);
     progressWait();
     if (m_wait)
@@ -123,6 +127,7 @@ BOOL SerialPort::read(void *buffer, DWORD size, DWORD *count, Overlapped *overla
     } else if (received == 0 && size > 0) {
         code = ErrorDeviceNotConnected; // in raw mode the end of input is a hang-up
     }
+    // Some lines go on answering "nothing there" after a hang-up.
     if (code == Success && received == 0 && isHungUp(m_descriptor))
         code = ErrorDeviceNotConnected;
     if (count)
@@ -144,6 +149,7 @@ BOOL SerialPort::write(const void *data, DWORD size, DWORD *count, Overlapped *o
     begin(&write, overlapped, event);
     write.data = static_cast<const BYTE *>(data);
     write.size = size;
+    // Behind those that are pending: bytes leave in the order of the calls.
     m_writes.push_back(write);
     progressWrites();
     if (completionOf(overlapped))
@@ -169,6 +175,7 @@ BOOL SerialPort::result(Overlapped *overlapped, DWORD *count, bool wait)
                 return code == Success ? 1 : fail(code);
             }
         }
+        // Waiting is done outside the lock, so that other calls can go on.
         if (!wait)
             return fail(ErrorIoIncomplete);
         if (completion->wait(WaitInfinite) == WaitFailed)
@@ -179,6 +186,7 @@ BOOL SerialPort::result(Overlapped *overlapped, DWORD *count, bool wait)
 void SerialPort::close()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    // The caller's records may be gone after this: they are not touched again.
     m_closed = true;
     while (!m_writes.empty()) {
         const Write write = m_writes.front();
@@ -207,6 +215,8 @@ short SerialPort::pollEvents() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     short events = 0;
+    // Asking for what nobody waits for would make poll(2) return for nothing.
+    // A hang-up is reported unasked.
     if (m_wait && (m_mask & EventReceivedCharacter))
         events |= POLLIN;
     if (!m_writes.empty())
@@ -222,6 +232,8 @@ void SerialPort::begin(Operation *operation, Overlapped *overlapped,
     operation->overlapped = overlapped;
     operation->event = event;
     operation->completion = std::make_shared<Event>(true, false);
+    // The port's own event tells the result even where the caller's is shared
+    // with another operation or missing.
     operation->completion->arm(weak_from_this());
     if (event) {
         event->reset();

@@ -22,6 +22,7 @@ DialDialog::DialDialog(const QString &directory, const QString &entry, const QSt
     auto *numberLabel = new QLabel(number, this);
     numberLabel->setObjectName("numberLabel");
     for (QLabel *label : {nameLabel, numberLabel, m_statusLabel})
+        // Names come from the phone book and must not be taken for markup.
         label->setTextFormat(Qt::PlainText);
     m_statusLabel->setObjectName("statusLabel");
     m_statusLabel->setAccessibleName("Status");
@@ -61,6 +62,7 @@ void DialDialog::reject()
 
 void DialDialog::dial()
 {
+    // Cancel stays enabled: the way out is always there.
     m_dialButton->setEnabled(false);
     m_dialler.start();
 }

@@ -122,6 +122,7 @@ DWORD Dialler::openLine()
     m_device = entry.value("szDeviceName").toString();
     m_answerTimeoutMs = state.answerTimeoutMs;
     m_guardMs = state.hangUpGuardMs;
+    // The entry names its modem; the modem's driver key names the port.
     const Device *device = state.findDeviceNamed(m_device);
     if (!device)
         return RasErrorPortNotAvailable;
@@ -136,6 +137,7 @@ DWORD Dialler::openLine()
         return RasErrorPortNotAvailable;
     if (port == ports.end())
         return RasErrorPortNotAvailable;
+    // A connection holds its port although no process has it open.
     dropDeadConnections(m_directory, &state);
     for (const Connection &connection : state.connections) {
         if (connection.port == port->number)
@@ -258,6 +260,8 @@ void Dialler::checkCarrier()
         return;
     bool saved = false;
     {
+        // Recorded only now, with the carrier seen: until then it would count as
+        // dead to everyone who looks.
         MachineSession session(m_directory);
         Connection connection;
         connection.handle = session.state.nextConnection++;

@@ -126,6 +126,8 @@ DWORD hangUp(const QString &directory, int handle)
         guardMs = session.state.hangUpGuardMs;
     }
 
+    // Nobody else may be kept from the machine while the phone takes its time:
+    // the session above has ended.
     const int line = openLineOf(directory, connection);
     if (line >= 0) {
         talkDown(line, connection, guardMs);

@@ -88,6 +88,7 @@ bool MachineSession::read()
     file.close();
     keepDamagedFile(error);
     state = MachineState();
+    // Usable again only when nothing is left that a save would destroy.
     return !QFile::exists(fileName());
 }
 

@@ -171,6 +171,7 @@ Device deviceFromJson(const QJsonObject &object, QString *error)
     reader.texts("hardwareIds", &device.hardwareIds);
     reader.text("friendlyName", &device.friendlyName);
     reader.text("driverInf", &device.driverInf);
+    // A key without values exists all the same: opening it succeeds.
     device.hasDriverKey = object.contains("driverKey");
     const QJsonObject key = reader.object("driverKey");
     for (auto it = key.begin(); it != key.end(); ++it) {
@@ -311,6 +312,7 @@ bool MachineState::fromJson(const QByteArray &content, QString *error)
     QJsonParseError parseError = {};
     const QJsonDocument document = QJsonDocument::fromJson(content, &parseError);
     if (!document.isObject()) {
+        // Valid JSON that is no object has no parse error to tell.
         *error =
             parseError.error == QJsonParseError::NoError
                 ? QString("it holds no object")
@@ -319,6 +321,8 @@ bool MachineState::fromJson(const QByteArray &content, QString *error)
     }
 
     Reader reader(document.object(), QString(), error);
+    // A newer program's file is not for this one to overwrite: it counts as
+    // damaged and is kept aside.
     int version = FormatVersion;
     reader.number("version", &version, FormatVersion, FormatVersion);
     reader.boolean("administrator", &administrator);

@@ -78,6 +78,7 @@ BOOL SimulatedPc::updateDriver(const WCHAR *hardwareId, const WCHAR *infPath, DW
                      qPrintable(file.fileName()), qPrintable(error));
         return fail(ErrorInvalidInfStyle);
     }
+    // Only packages that the system has taken in are trusted.
     const QString storeName = simulated::storedInf(m_directory, content);
     if (storeName.isEmpty())
         return fail(ErrorNoCatalog);
@@ -88,6 +89,7 @@ BOOL SimulatedPc::updateDriver(const WCHAR *hardwareId, const WCHAR *infPath, DW
         if (device.hardwareIds.contains(id, Qt::CaseInsensitive))
             devices += &device;
     }
+    // No device comes before no driver: the caller may have the id wrong.
     if (devices.isEmpty())
         return fail(ErrorNoSuchDevInst);
     InfModel model;

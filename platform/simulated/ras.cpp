@@ -25,12 +25,14 @@ constexpr int LongestEntryName = 256;   // RAS_MaxEntryName
 /// fields were appended, and the older record is still taken.
 constexpr DWORD NewerEntrySize = 5616;
 
+/// Dial-up knows a modem only once its driver has been installed on it.
 bool isModem(const simulated::Device &device)
 {
     return device.className.compare("Modem", Qt::CaseInsensitive) == 0 &&
            !device.driverInf.isEmpty() && !device.friendlyName.isEmpty();
 }
 
+/// Zero-filled first: the unused part of a field is not left to chance.
 RasDeviceInfo deviceInfo(const QString &type, const QString &name)
 {
     RasDeviceInfo info = {};
@@ -57,6 +59,8 @@ DWORD SimulatedPc::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DW
 {
     if (!lpcb || !lpcConnections)
         return ErrorInvalidParameter;
+    // The first record's size is the caller's version of the interface; it is
+    // looked at before anything is counted.
     if (lprasconn && lprasconn->dwSize != RasConnectionSize &&
         lprasconn->dwSize != sizeof(RasConnection))
         return RasErrorInvalidSize;
@@ -65,6 +69,8 @@ DWORD SimulatedPc::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DW
         session.save();
     const QList<simulated::Connection> &connections = session.state.connections;
     const auto required = static_cast<DWORD>(connections.size() * int(sizeof(RasConnection)));
+    // Sizes and counts are answered in every case. With no connection there is
+    // nothing that could be too small.
     const bool fits = lprasconn && *lpcb >= required;
     *lpcb = required;
     *lpcConnections = static_cast<DWORD>(connections.size());
@@ -89,6 +95,7 @@ DWORD SimulatedPc::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DW
 DWORD SimulatedPc::RasHangUpW(RasConnectionHandle hrasconn)
 {
     const auto handle = reinterpret_cast<ULONG_PTR>(hrasconn);
+    // Handles are the connections' running numbers; nothing is ever followed.
     if (handle == 0 || handle > 0x7FFFFFFF)
         return RasErrorInvalidHandle;
     return simulated::hangUp(m_directory, static_cast<int>(handle));
@@ -117,6 +124,8 @@ BOOL SimulatedPc::RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lps
     const QString entry = fromWide(lpszEntry);
     QString number = lpszPhoneNumber ? fromWide(lpszPhoneNumber) : QString();
     {
+        // What can be refused without asking the user is refused without a dialog.
+        // The session must end before the dialog begins: the dial needs its own.
         const simulated::MachineSession session(m_directory);
         if (session.state.phonebookDamaged)
             return refuse(RasErrorCannotOpenPhonebook);
@@ -168,6 +177,7 @@ DWORD SimulatedPc::RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHA
     if (session.state.phonebookDamaged)
         return RasErrorCannotOpenPhonebook;
     const QString name = fromWide(lpszEntry);
+    // The empty name stands for an entry still to be made.
     if (!name.isEmpty() && !session.state.phonebook.contains(name))
         return RasErrorEntryNotFound;
     if (!lpRasEntry || *lpdwEntryInfoSize < RasEntrySize) {
@@ -182,6 +192,7 @@ DWORD SimulatedPc::RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHA
         return RasErrorBufferTooSmall;
     }
 
+    // The newer record's additional fields are all zero by default.
     std::memset(static_cast<void *>(lpRasEntry), 0, size);
     *lpRasEntry = name.isEmpty() ? simulated::defaultEntry()
                                  : simulated::entryFromJson(session.state.phonebook.value(name));
@@ -209,6 +220,8 @@ DWORD SimulatedPc::RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHA
         return ErrorAccessDenied;
     if (session.state.phonebookDamaged)
         return RasErrorCannotOpenPhonebook;
+    // The least that can be dialled. The device itself may come later: it is
+    // looked for when the entry is used.
     if (fromField(lpRasEntry->szLocalPhoneNumber).isEmpty() ||
         fromField(lpRasEntry->szDeviceName).isEmpty())
         return ErrorInvalidParameter;

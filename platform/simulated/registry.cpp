@@ -28,11 +28,13 @@ LONG SimulatedPc::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD Rese
     }
     QString text(static_cast<int>(cbData / sizeof(WCHAR)), Qt::Uninitialized);
     std::memcpy(text.data(), lpData, cbData - cbData % sizeof(WCHAR));
+    // The byte count includes the terminator, which is no part of the text.
     if (text.endsWith(QChar(0)))
         text.chop(1);
 
     simulated::MachineSession session(m_directory);
     simulated::Device *device = session.state.findDevice(key->instanceId);
+    // A handle may outlive its device; it is then good for nothing.
     if (!device || !device->hasDriverKey)
         return ErrorKeyDeleted;
     device->driverKey[lpValueName ? fromWide(lpValueName) : QString()] = text;

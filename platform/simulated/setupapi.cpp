@@ -31,12 +31,14 @@ constexpr DWORD RegistryMultiString = 7;             // REG_MULTI_SZ
 constexpr int LongestInstanceId = 200;               // MAX_DEVICE_ID_LEN
 constexpr DEVINST FirstPortNode = 0x1000;            // nodes of ports follow their numbers
 
+/// A text as the registry keeps it, terminator included.
 QByteArray wideBytes(const QString &text)
 {
     return QByteArray(reinterpret_cast<const char *>(text.utf16()),
                       static_cast<int>((text.size() + 1) * sizeof(WCHAR)));
 }
 
+/// REG_MULTI_SZ: every text with its terminator, and one more at the end.
 QByteArray multiString(const QStringList &texts)
 {
     QByteArray bytes;
@@ -71,6 +73,8 @@ BOOL giveText(const QString &text, WCHAR *buffer, DWORD size, DWORD *requiredSiz
     return 1;
 }
 
+/// What the caller sees of an element. Reserved belongs to the system, so it
+/// can carry the key that finds the element again.
 DeviceInfoData recordOf(const DeviceInfoElement &element)
 {
     DeviceInfoData data = {};
@@ -126,6 +130,8 @@ std::optional<InfFile> openInf(const char *operation, const QString &path, QByte
     return inf;
 }
 
+/// Ports come and go with their phones: a set keeps what was there when it
+/// was made.
 DeviceInfoElement portElement(DWORD devInst, const QString &instanceId, const QString &friendlyName,
                               const QString &hardwareId)
 {
@@ -167,6 +173,7 @@ BOOL SimulatedPc::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const WCHAR *
     QByteArray content;
     const QString source = simulated::hostPath(fromWide(SourceInfFileName));
     const simulated::MachineSession session(m_directory);
+    // A missing file is told first, as it is found before rights are needed.
     if (QFile::exists(source) && !session.state.administrator)
         return fail(ErrorAccessDenied);
     if (!openInf("SetupCopyOEMInfW", source, &content))
@@ -175,6 +182,7 @@ BOOL SimulatedPc::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const WCHAR *
     if (name.isEmpty())
         return fail(ErrorGenFailure);
 
+    // Most callers do not ask where the file went.
     if (!DestinationInfFileName && !RequiredSize)
         return 1;
     const QString stored = simulated::windowsPath(simulated::storedInfPath(m_directory, name));
@@ -203,6 +211,7 @@ BOOL SimulatedPc::SetupDiGetINFClassW(const WCHAR *InfName, Guid *ClassGuid, WCH
         return fail(ErrorNoAssociatedClass);
     if (!giveText(inf->className(), ClassName, ClassNameSize, RequiredSize))
         return 0;
+    // Only complete answers are handed out: the name may not have fitted.
     *ClassGuid = *guid;
     return 1;
 }
@@ -221,6 +230,7 @@ HDEVINFO SimulatedPc::SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHAR *E
     const auto set = std::make_shared<DeviceInfoSet>(*ClassGuid);
     simulated::MachineSession session(m_directory);
     if (*ClassGuid == PortsClassGuid) {
+        // The on-board port comes first: it was enumerated when the machine started.
         set->add(portElement(FirstPortNode + 1, "ACPI\\PNP0501\\1", "Communications Port (COM1)",
                              "ACPI\\PNP0501"));
         bool assigned = false;
@@ -234,6 +244,8 @@ HDEVINFO SimulatedPc::SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHAR *E
             return invalidHandle();
         }
     }
+    // Registered devices have no hardware behind them that could be missing, so
+    // they are always present.
     const QString wanted = guidText(*ClassGuid);
     for (const simulated::Device &device : session.state.devices) {
         if (device.classGuid != wanted)
@@ -272,6 +284,7 @@ BOOL SimulatedPc::SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD MemberInde
         return fail(ErrorInvalidUserBuffer);
     DWORD index = 0;
     for (const DeviceInfoElement &element : set->elements) {
+        // Indices close up over removed devices.
         if (element.removed || index++ != MemberIndex)
             continue;
         *deviceInfoData = recordOf(element);
@@ -316,6 +329,7 @@ BOOL SimulatedPc::SetupDiGetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
     default:
         return failUnsupported("SetupDiGetDeviceRegistryPropertyW", "this property");
     }
+    // A property that was never set differs from an empty one.
     if (value.isEmpty())
         return fail(ErrorInvalidData);
 
@@ -344,6 +358,7 @@ BOOL SimulatedPc::SetupDiSetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
     QStringList hardwareIds;
     if (!PropertyBuffer || !readMultiString(PropertyBuffer, PropertyBufferSize, &hardwareIds))
         return fail(ErrorInvalidData);
+    // An unregistered device is the caller's own affair and needs no rights.
     if (!element->registered) {
         element->hardwareIds = hardwareIds;
         return 1;
@@ -372,6 +387,7 @@ BOOL SimulatedPc::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCHAR *
         return fail(ErrorInvalidUserBuffer);
     if (CreationFlags != GenerateDeviceId || DeviceDescription)
         return failUnsupported("SetupDiCreateDeviceInfoW", "ids and descriptions of the caller's");
+    // A set made for one class holds no other.
     if (set->classGuid && !(*set->classGuid == *ClassGuid))
         return fail(ErrorClassMismatch);
     const QString name = fromWide(DeviceName);
@@ -386,6 +402,8 @@ BOOL SimulatedPc::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCHAR *
     element.classGuid = *ClassGuid;
     if (!session.save())
         return fail(ErrorGenFailure);
+    // The node's number is used up even when the device is never registered, so
+    // that no stale record can mean a later device.
     const DeviceInfoElement &added = set->add(element);
     if (deviceInfoData)
         *deviceInfoData = recordOf(added);
@@ -418,8 +436,10 @@ BOOL SimulatedPc::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet, DeviceInfoDa
     if (!session.state.administrator)
         return fail(ErrorAccessDenied);
     const simulated::Device *known = session.state.findDevice(element->instanceId);
+    // Registering again is allowed and changes nothing.
     if (element->registered)
         return known ? 1 : fail(ErrorNoSuchDevice);
+    // Another process took the generated id since this device was made.
     if (known)
         return fail(ErrorDeviceExists);
 
@@ -457,6 +477,7 @@ BOOL SimulatedPc::SetupDiCallClassInstaller(UINT InstallFunction, HDEVINFO Devic
         if (!session.save())
             return fail(ErrorGenFailure);
     }
+    // The element stays in its place: other records of the set remain valid.
     element->removed = true;
     return 1;
 }
@@ -476,6 +497,8 @@ HKEY SimulatedPc::openKey(HDEVINFO set, DeviceInfoData *data, DWORD scope, DWORD
     simulated::MachineSession session(m_directory);
     simulated::Device *device = session.state.findDevice(element->instanceId);
     DWORD code = Success;
+    // Keys hang below the registered device, and opening one for all access is
+    // an administrator's right even when it does not exist.
     if (!element->registered)
         code = ErrorNotRegistered;
     else if (!device)

@@ -32,6 +32,7 @@ BOOL SimulatedPc::GetVersionExW(OsVersionInfoEx *lpVersionInformation)
 {
     OsVersionInfoEx &info = *lpVersionInformation;
     const DWORD size = info.dwOSVersionInfoSize;
+    // The size tells which of two records the caller has.
     if (size != sizeof info && size != PlainVersionSize)
         return fail(ErrorInsufficientBuffer);
     const simulated::WindowsRelease windows = simulated::MachineSession(m_directory).state.windows;

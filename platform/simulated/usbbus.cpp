@@ -22,6 +22,7 @@ bool isAlive(qint64 pid)
     if (!file.open(QIODevice::ReadOnly))
         return false;
     const QByteArray status = file.readAll();
+    // The name in brackets before the state may hold anything, brackets too.
     const QByteArray state = status.mid(status.lastIndexOf(')') + 2, 1);
     return state != "Z" && state != "X";
 }
@@ -51,6 +52,7 @@ int numberForSocket(int socket, MachineState *state, bool *assigned)
         return *known;
     const QList<int> taken = state->portOfSocket.values();
     int number = FirstUsbPort;
+    // Numbers of phones that are away stay reserved, as on Windows.
     while (taken.contains(number) || number == OnBoardPort)
         ++number;
     state->portOfSocket[socket] = number;

@@ -60,6 +60,7 @@ int save(MachineSession *session)
     return session->save() ? Done : Failed; // save() says why
 }
 
+/// Tells for each phone why it has no port, which is what one wants to know.
 void showPorts(MachineSession *session)
 {
     MachineState &state = session->state;
@@ -138,6 +139,7 @@ int show(const QString &directory, const QStringList &)
 int reset(const QString &directory, const QStringList &)
 {
     MachineSession session(directory);
+    // The lock is held: a program that runs sees the old machine or the new one.
     session.state = MachineState();
     if (!QDir(directory + "/inf").removeRecursively())
         return complain(Failed, "the INF store cannot be emptied");
@@ -199,6 +201,7 @@ int setPort(const QString &directory, const QStringList &arguments)
                                       .arg(OnBoardPort + 1)
                                       .arg(LastPort));
     MachineSession session(directory);
+    // Two sockets of one number could never both be used.
     const int owner = session.state.portOfSocket.key(port, socket);
     if (owner != socket)
         return complain(Failed, QString("COM%1 belongs to socket %2").arg(port).arg(owner));
@@ -247,6 +250,7 @@ int clearFaults(const QString &directory, const QStringList &)
 
 int dial(const QString &directory, const QStringList &arguments)
 {
+    // The same code as behind the dial dialog, so that both fail alike.
     Dialler dialler(directory, arguments.first(), arguments.value(1));
     QObject::connect(&dialler, &Dialler::progressed, &print);
     QObject::connect(&dialler, &Dialler::finished, [](platform::DWORD code) {
@@ -276,6 +280,7 @@ int hangUpEntry(const QString &directory, const QStringList &arguments)
     return code == platform::Success ? int(Done) : complain(Failed, QString("error %1").arg(code));
 }
 
+/// The table is the parser and the help in one, so they cannot differ.
 struct Command {
     QStringList words;
     QString arguments; ///< for people
@@ -355,6 +360,7 @@ int runCommand(const QString &directory, const QStringList &arguments)
         const int words = static_cast<int>(command.words.size());
         if (arguments.mid(0, words) != command.words)
             continue;
+        // Known words with wrong arguments get their own usage line.
         const QStringList rest = arguments.mid(words);
         if (rest.size() < command.fewest || rest.size() > command.most)
             return complain(WrongUse, QString("usage: simulated-pc %1 %2")
