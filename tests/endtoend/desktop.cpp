@@ -42,13 +42,13 @@ QProcessEnvironment cleanEnvironment()
     const QStringList names = environment.keys();
     for (const QString &name : names) {
         if (name.startsWith("QT_") || name.startsWith("XDG_") || name.startsWith("LC_") ||
-            name == "WAYLAND_DISPLAY" || name == "DBUS_SESSION_BUS_ADDRESS" || name == "LANGUAGE")
+            name == "WAYLAND_DISPLAY" || name == "LANGUAGE")
             environment.remove(name);
     }
     environment.insert("LANG", "C.UTF-8");
     environment.insert("QT_QPA_PLATFORM", "xcb");
-    // Without a bus there is nobody to tell what is shown to.
-    environment.insert("NO_AT_BRIDGE", "1");
+    // No bus: one that nobody named would be started, and stay.
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     return environment;
 }
 
