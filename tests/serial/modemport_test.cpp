@@ -8,11 +8,41 @@
 #include <QTest>
 
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <thread>
 
 using namespace platform;
+
+// On Windows the mere creation of a debug stream clears the thread's last
+// error, long before the line is written. What every creation does is allocate,
+// so here each allocation clears it: code streamed straight from GetLastError
+// would be 0.
+void *operator new(std::size_t size)
+{
+    ScriptedMachine::clearLastErrorOfThread();
+    if (void *memory = std::malloc(size == 0 ? 1 : size))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void *operator new(std::size_t size, const std::nothrow_t &) noexcept
+{
+    ScriptedMachine::clearLastErrorOfThread();
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
 
 namespace {
 
