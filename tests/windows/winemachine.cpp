@@ -301,7 +301,8 @@ QString WineMachine::doublesFolder() const
 QString WineMachine::waitForWindow(const QString &title, int milliseconds)
 {
     QString found;
-    const QString name = '^' + QRegularExpression::escape(title) + '$';
+    // The toolkit of the installer puts a blank behind some titles.
+    const QString name = '^' + QRegularExpression::escape(title) + " ?$";
     const bool appeared = QTest::qWaitFor(
         [&] {
             found =
@@ -314,7 +315,8 @@ QString WineMachine::waitForWindow(const QString &title, int milliseconds)
 
 bool WineMachine::waitForNoWindow(const QString &title, int milliseconds)
 {
-    const QString name = '^' + QRegularExpression::escape(title) + '$';
+    // The toolkit of the installer puts a blank behind some titles.
+    const QString name = '^' + QRegularExpression::escape(title) + " ?$";
     return QTest::qWaitFor(
         [&] {
             return runOnHost("xdotool", {"search", "--onlyvisible", "--name", name}).isEmpty();
