@@ -22,12 +22,6 @@
 
 #include <cstdio>
 
-// How many events wait for the calling thread; the toolkit exports it for its
-// event dispatchers and declares it nowhere.
-QT_BEGIN_NAMESPACE
-Q_CORE_EXPORT uint qGlobalPostedEventsCount();
-QT_END_NAMESPACE
-
 namespace {
 
 void say(const QString &line)
@@ -70,6 +64,24 @@ private:
     }
 };
 
+/// Tells when a second event was posted for the application object.
+class Application : public QApplication
+{
+public:
+    using QApplication::QApplication;
+    QSemaphore posted;
+
+protected:
+    bool compressEvent(QEvent *event, QObject *receiver, QPostEventList *events) override
+    {
+        if (receiver != this || event->type() != QEvent::MetaCall)
+            return QApplication::compressEvent(event, receiver, events);
+        // From here on the object may be in its destructor.
+        posted.release();
+        return false;
+    }
+};
+
 /// Runs a step on the pool, as the set-up does.
 void runOnPool(const std::function<void()> &step)
 {
@@ -109,7 +121,7 @@ int main(int argc, char *argv[])
 
     QSemaphore loopEnded;
     {
-        QApplication application(argc, argv);
+        Application application(argc, argv);
         setApplicationIdentity();
         if (argc > 2)
             QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, argv[2]);
@@ -172,11 +184,13 @@ int main(int argc, char *argv[])
         }
         if (loop)
             QApplication::exec();
-        const uint posted = qGlobalPostedEventsCount();
-        loopEnded.release();
-        // The box has been asked for before the application is destroyed.
-        while (way == "pool, loop ended" && qGlobalPostedEventsCount() == posted)
-            QThread::yieldCurrentThread();
+        if (way == "pool, loop ended") {
+            // Events are compared with those that wait already, so one has to.
+            QCoreApplication::postEvent(&application, new QEvent(QEvent::User));
+            loopEnded.release();
+            // The box has been asked for before the application is destroyed.
+            application.posted.acquire();
+        }
     }
     say("main returned");
     return 7;

@@ -5,7 +5,6 @@
 
 #include <mutex>
 
-
 namespace {
 
 std::mutex mutex;
