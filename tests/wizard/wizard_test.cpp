@@ -25,12 +25,15 @@
 #include <QTest>
 #include <QThread>
 #include <QThreadPool>
+#include <QTimer>
 #include <QTranslator>
 #include <QVBoxLayout>
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <memory>
+#include <mutex>
 
 namespace {
 
@@ -127,6 +130,47 @@ struct Gate {
     std::atomic<int> left{0};
 };
 
+/// Lets the GUI thread look at the page while a worker waits inside a step.
+/// Made of the standard library's parts, whose meaning the thread sanitizer
+/// knows.
+class Rendezvous
+{
+public:
+    /// The worker's side: returns when the GUI thread has looked.
+    void meet(int step)
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_step < 0 || m_over; });
+        m_step = step;
+        m_changed.wait(lock, [this] { return m_step < 0 || m_over; });
+    }
+
+    /// The GUI thread's side: does nothing when no worker waits.
+    void look(const std::function<void(int)> &at)
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_step < 0)
+            return;
+        at(m_step);
+        m_step = -1;
+        m_changed.notify_all();
+    }
+
+    /// Nobody looks any more.
+    void end()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_over = true;
+        m_changed.notify_all();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    int m_step = -1;
+    bool m_over = false;
+};
+
 class MarkingTranslator : public QTranslator
 {
 public:
@@ -180,15 +224,15 @@ private slots:
         platform::setCurrent(m_platform.get());
         m_log = std::make_unique<LogCatcher>();
         m_gate = std::make_unique<Gate>();
+        m_rendezvous = std::make_unique<Rendezvous>();
     }
 
     void cleanup()
     {
         m_gate->leave.release(100);
+        m_rendezvous->end();
         m_window.reset();
-        // A worker may be waiting for this thread.
-        while (!QThreadPool::globalInstance()->waitForDone(10))
-            QCoreApplication::processEvents();
+        QThreadPool::globalInstance()->waitForDone();
         m_log.reset();
     }
 
@@ -309,16 +353,17 @@ private slots:
         openWizard();
         QList<PageView> seen;
         watchSteps(&seen);
-        bool workerIsGui = false;
+        std::atomic<bool> workerIsGui{false};
         const auto watch = m_machine->insideStep;
         m_machine->insideStep = [&, watch](int step) {
-            workerIsGui = workerIsGui || QThread::currentThread() == qApp->thread();
+            if (QThread::currentThread() == qApp->thread())
+                workerIsGui = true;
             watch(step);
         };
         m_machine->whileRescanning = [&] { watch(1); };
         m_wizard->next();
         QTRY_VERIFY(page()->isComplete());
-        QVERIFY(!workerIsGui);
+        QVERIFY(!workerIsGui.load());
 
         QStringList texts;
         for (const PageView &view : std::as_const(seen)) {
@@ -710,16 +755,16 @@ private:
     /// the GUI thread, which shows that the event loop runs meanwhile.
     void watchSteps(QList<PageView> *seen, QList<int> *steps = nullptr)
     {
-        m_machine->insideStep = [this, seen, steps](int step) {
-            QMetaObject::invokeMethod(
-                this,
-                [this, seen, steps, step] {
-                    seen->append(look());
-                    if (steps)
-                        steps->append(step);
-                },
-                Qt::BlockingQueuedConnection);
-        };
+        m_machine->insideStep = [this](int step) { m_rendezvous->meet(step); };
+        auto *poll = new QTimer(m_window.get());
+        connect(poll, &QTimer::timeout, this, [this, seen, steps] {
+            m_rendezvous->look([&](int step) {
+                seen->append(look());
+                if (steps)
+                    steps->append(step);
+            });
+        });
+        poll->start(0);
     }
 
     /// Stops the first workers that come to a step.
@@ -779,6 +824,7 @@ private:
     std::unique_ptr<platform::FaultInjectingPlatform> m_platform;
     std::unique_ptr<LogCatcher> m_log;
     std::unique_ptr<Gate> m_gate;
+    std::unique_ptr<Rendezvous> m_rendezvous;
     std::unique_ptr<MainWindow> m_window;
     SettingsWizard *m_wizard = nullptr; ///< the window's
 };
