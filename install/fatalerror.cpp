@@ -1,6 +1,6 @@
 #include "install/fatalerror.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QMessageBox>
 #include <QSemaphore>
 #include <QThread>
@@ -19,11 +19,11 @@ void showBox(const char *function, const char *message)
 
 /// Lets the GUI thread show the box and waits until it is closed, or until
 /// there is no GUI thread any more that could show it.
-void showBoxOnGuiThread(const char *function, const char *message)
+void showBoxOnGuiThread(QCoreApplication *application, const char *function, const char *message)
 {
     const auto closed = std::make_shared<QSemaphore>();
     QMetaObject::invokeMethod(
-        qApp,
+        application,
         [=] {
             showBox(function, message);
             closed->release();
@@ -50,9 +50,13 @@ void showBoxOnGuiThread(const char *function, const char *message)
 
 void ShowFatalError(const char *function, const char *message)
 {
-    if (qApp && QThread::currentThread() == qApp->thread())
-        showBox(function, message);
-    else if (qApp && !QCoreApplication::closingDown())
-        showBoxOnGuiThread(function, message);
+    QCoreApplication *application = QCoreApplication::instance();
+    // An application object that is being destroyed is not to be touched.
+    if (application && !QCoreApplication::closingDown()) {
+        if (QThread::currentThread() == application->thread())
+            showBox(function, message);
+        else
+            showBoxOnGuiThread(application, function, message);
+    }
     endProcess();
 }
