@@ -58,6 +58,11 @@ Desktop::Desktop(const QString &artefacts, double scale) : m_artefacts(artefacts
 {
     expect(QDir().mkpath(artefacts), "Cannot make " + artefacts);
     expect(m_folder.isValid(), "Cannot make a temporary folder");
+    // Pictures of an earlier run are not of this one.
+    QDir pictures(artefacts);
+    const QStringList earlier = pictures.entryList({"[0-9][0-9]-*.png"}, QDir::Files);
+    for (const QString &picture : earlier)
+        pictures.remove(picture);
 
     m_display.setProcessEnvironment(cleanEnvironment());
     m_display.setStandardErrorFile(m_folder.filePath("display.log"));

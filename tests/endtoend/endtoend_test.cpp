@@ -162,6 +162,8 @@ void onNewPc(const QString &name, const Body &body)
     try {
         session = std::make_unique<Session>(artefacts(name));
         body(*session);
+        if (!session->desktop.visibleWindows().isEmpty())
+            session->desktop.keepPicture("at-the-end");
     } catch (const NotAsExpected &error) {
         reportFailure(error, session.get());
     }

@@ -56,11 +56,19 @@ void walkFirstRun(Session &session, Walk &walk)
     session.waitForFailedStep();
     walk.step("driver-failed", "Without rights the driver step fails, in red. Retry with rights.");
     session.machine.pc({"set", "administrator", "on"});
-    session.machine.pc({"set", "installer-duration", "1500"});
-    session.machine.pc({"set", "rescan-duration", "2500"});
+    session.machine.pc({"set", "installer-duration", "4000"});
+    session.machine.pc({"set", "rescan-duration", "1500"});
     session.pressRetry();
     session.machine.waitForLog("CM_Locate_DevNode_Ex done");
-    walk.step("rescan", "The drivers are installed and the devices rescanned.");
+    walk.step("rescan", "The driver installer works while the devices are rescanned.");
+    session.machine.waitForLog("No ports available");
+    session.waitForFailedStep();
+    walk.step("port-failed", "It was slower than the rescan. Unplug, plug, Retry.");
+    waitFor("The driver installer",
+            [&] { return session.machine.pcState().value("portDriverInstalled").toBool(); });
+    session.machine.phone("unplug");
+    session.machine.phone("plug");
+    session.pressRetry();
     session.waitForSetup();
     walk.step("set-up", "Port found, modem and dial-up connection made. Finish.");
     session.pressFinish();
