@@ -56,9 +56,8 @@ private:
         // No warning about threads, no line from a sanitizer.
         m_errors = QString::fromUtf8(m_process->readAllStandardError());
         m_errors.remove("This plugin does not support propagateSizeHints()\n");
-        const QStringList lines = m_errors.split('\n');
-        for (const QString &line : lines)
-            QVERIFY2(!line.contains("hread") && !line.contains("anitizer"), qPrintable(line));
+        QVERIFY2(!m_errors.contains("hread") && !m_errors.contains("anitizer"),
+                 qPrintable(m_errors));
         QCOMPARE(m_process->readAllStandardOutput(), QByteArray());
     }
 
