@@ -14,6 +14,7 @@
 #include <QApplication>
 #include <QDebug>
 #include <QEvent>
+#include <QScreen>
 #include <QSettings>
 #include <QTimer>
 #include <QWindow>
@@ -152,6 +153,10 @@ void MainWindow::changeEvent(QEvent *event)
 void MainWindow::ShowCreateNewConnectionWizard()
 {
     progressTimer->stop();
+    // The wizard is put over this window, which lies in the screen's corner
+    // until it is shown for the first time.
+    if (!windowHandle())
+        move(screen()->availableGeometry().center() - rect().center());
     auto *wizard = new SettingsWizard(this);
     hide();
     wizard->show();

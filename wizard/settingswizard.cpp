@@ -7,8 +7,6 @@
 #include "wizard/setuppage.h"
 #include "wizard/welcomepage.h"
 
-#include <QCoreApplication>
-
 SettingsWizard::SettingsWizard(MainWindow *parent) : QWizard(parent)
 {
     addPage(new WelcomePage);
@@ -21,9 +19,4 @@ void SettingsWizard::Closing()
 {
     if (hasDialupEntry())
         parentWidget()->show();
-#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
-    // Qt 6 does not take a window with a parent for the last one to close.
-    else
-        QCoreApplication::quit();
-#endif
 }

@@ -19,6 +19,7 @@
 #include <QMetaMethod>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -242,6 +243,10 @@ private slots:
         QSettings().setValue(settingskeys::isINFSetupDone, true);
         MainWindow window;
         checkWizardStart(window);
+        // In the middle of the screen, give or take a frame.
+        const QPoint offCentre = wizards(window).first()->geometry().center() -
+                                 window.screen()->availableGeometry().center();
+        QVERIFY(offCentre.manhattanLength() < 60);
         // Nothing was asked of the machine.
         QCOMPARE(m_platform->operations(), QStringList());
         QCOMPARE(m_log->lines(), QStringList());
@@ -982,6 +987,26 @@ private slots:
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
         QCOMPARE(view(window), disconnectedView);
         QCOMPARE(QApplication::focusWidget(), window.findChild<QComboBox *>());
+    }
+
+    /// With File disabled, Help is the only menu left.
+    void helpByKeyWhileWaiting()
+    {
+        setUpWaiting();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QWidget *focus = QApplication::focusWidget();
+        QTest::keyPress(focus, Qt::Key_Alt, Qt::AltModifier);
+        QTest::keyRelease(focus, Qt::Key_Alt);
+        for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Down})
+            QTest::keyClick(QApplication::focusWidget(), key);
+        auto *help = window.findChild<QMenu *>("menuHelp");
+        QTRY_VERIFY(help->isVisible());
+        for (int stop = 0; stop < 3 && help->activeAction() != action(window, "actionAbout");
+             ++stop)
+            QTest::keyClick(help, Qt::Key_Down);
+        QTest::keyClick(help, Qt::Key_Enter);
+        QCOMPARE(window.findChildren<AboutDialog *>().size(), 1);
     }
 
     void portCheckByKey()
