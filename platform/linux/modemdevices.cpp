@@ -14,7 +14,7 @@ ModemDevice fromJson(const QJsonObject &object)
     device.instanceId = object.value("instanceId").toString();
     device.className = object.value("class").toString();
     device.classGuid = object.value("classGuid").toString();
-    for (const QJsonValue &id : object.value("hardwareIds").toArray())
+    for (const auto &id : object.value("hardwareIds").toArray())
         device.hardwareIds.append(id.toString());
     device.name = object.value("name").toString();
     device.inf = object.value("inf").toString();
@@ -48,7 +48,7 @@ QJsonObject toJson(const ModemDevice &device)
 QList<ModemDevice> readDevices(const QJsonObject &state)
 {
     QList<ModemDevice> devices;
-    for (const QJsonValue &device : state.value("devices").toArray())
+    for (const auto &device : state.value("devices").toArray())
         devices.append(fromJson(device.toObject()));
     return devices;
 }

@@ -9,7 +9,7 @@ namespace platform {
 
 namespace {
 
-constexpr qint64 LargestFile = 4 * 1024 * 1024;
+constexpr qint64 LargestFile = qint64{4} * 1024 * 1024;
 
 /// INF files come in the code page of whoever wrote them; the marks decide,
 /// and what is not valid UTF-8 is taken as Latin-1.

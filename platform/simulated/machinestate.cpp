@@ -58,7 +58,7 @@ public:
 
     void texts(const QString &key, QStringList *value)
     {
-        for (const QJsonValue &item : array(key)) {
+        for (const auto &item : array(key)) {
             if (item.isString())
                 *value += item.toString();
             else
@@ -79,7 +79,7 @@ public:
     QList<QJsonObject> objects(const QString &key)
     {
         QList<QJsonObject> result;
-        for (const QJsonValue &item : array(key)) {
+        for (const auto &item : array(key)) {
             if (item.isObject())
                 result += item.toObject();
             else

@@ -74,10 +74,10 @@ DWORD SimulatedPc::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DW
     const bool fits = lprasconn && *lpcb >= required;
     *lpcb = required;
     *lpcConnections = static_cast<DWORD>(connections.size());
-    if (required > 0 && !fits)
-        return RasErrorBufferTooSmall;
+    if (!fits)
+        return required > 0 ? RasErrorBufferTooSmall : Success;
 
-    const DWORD size = lprasconn ? lprasconn->dwSize : 0;
+    const DWORD size = lprasconn->dwSize;
     RasConnection *next = lprasconn;
     for (const simulated::Connection &connection : connections) {
         RasConnection record = {};

@@ -20,8 +20,22 @@ private slots:
         m_dir.reset(new QTemporaryDir);
         QVERIFY(QDir(m_dir->path()).mkpath("home"));
         QVERIFY(QDir(m_dir->path()).mkpath("Program Files/App"));
-        m_program = m_dir->filePath("Program Files/App/identity_probe");
-        QVERIFY(QFile::copy(QCoreApplication::applicationDirPath() + "/identity_probe", m_program));
+        const QFileInfo self(QCoreApplication::applicationFilePath());
+        const QString name =
+            self.suffix().isEmpty() ? "identity_probe" : "identity_probe." + self.suffix();
+        m_program = m_dir->filePath("Program Files/App/") + name;
+        QVERIFY(QFile::copy(self.dir().filePath(name), m_program));
+        // Windows has one place for this account, whatever the environment says.
+        m_userFile = (isWindows() ? QDir::fromNativeSeparators(qEnvironmentVariable("APPDATA"))
+                                  : m_dir->filePath("home/config")) +
+                     '/' + settingsFile;
+        QVERIFY2(!QFileInfo::exists(m_userFile), "the settings of this account are in use");
+    }
+    void cleanup()
+    {
+        if (m_probed)
+            QFile::remove(m_userFile);
+        m_probed = false;
     }
 
     void namesAndPlaces();
@@ -29,6 +43,8 @@ private slots:
     void presetIsAFallBackThatIsNeverWritten();
 
 private:
+    static bool isWindows() { return QSysInfo::kernelType() == "winnt"; }
+
     QMap<QString, QString> probe(const QStringList &arguments = {})
     {
         QProcess process;
@@ -37,13 +53,15 @@ private:
         environment.insert("XDG_CONFIG_HOME", m_dir->filePath("home/config"));
         process.setProcessEnvironment(environment);
         process.start(m_program, arguments);
+        m_probed = true;
         QMap<QString, QString> values;
         if (!process.waitForFinished() || process.exitCode() != 0) {
             qWarning("%s", process.readAllStandardError().constData());
             return values;
         }
         m_errors = process.readAllStandardError();
-        const QStringList lines = QString::fromUtf8(process.readAllStandardOutput()).split('\n');
+        const QStringList lines =
+            QString::fromUtf8(process.readAllStandardOutput()).remove('\r').split('\n');
         for (const QString &line : lines)
             values.insert(line.section('=', 0, 0), line.section('=', 1));
         return values;
@@ -51,6 +69,8 @@ private:
 
     QScopedPointer<QTemporaryDir> m_dir;
     QString m_program;
+    QString m_userFile;
+    bool m_probed = false;
     QByteArray m_errors;
 };
 
@@ -61,7 +81,7 @@ void IdentityTest::namesAndPlaces()
     QCOMPARE(values["application"], QString("Tolvane Modem Connector"));
     QVERIFY(values["domain"].contains('.'));
     QCOMPARE(values["ini"], QString("yes"));
-    QCOMPARE(values["user"], m_dir->filePath("home/config/") + settingsFile);
+    QCOMPARE(values["user"], m_userFile);
     QCOMPARE(QDir::cleanPath(values["system"]),
              m_dir->filePath("Program Files/App/settings/") + settingsFile);
 }
@@ -87,7 +107,7 @@ void IdentityTest::presetIsAFallBackThatIsNeverWritten()
     QCOMPARE(probe()["preset"], QString("own"));
     file.seek(0);
     QCOMPARE(file.readAll(), QByteArray("[General]\nPreset=delivered\n"));
-    QVERIFY(QFileInfo::exists(m_dir->filePath("home/config/") + settingsFile));
+    QVERIFY(QFileInfo::exists(m_userFile));
 }
 
 QTEST_GUILESS_MAIN(IdentityTest)

@@ -121,6 +121,8 @@ void OperatorsTest::storedMapIsReadBackFromTheFile()
     QFile file(m_store->userFile());
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray stored = file.readAll();
+    // Windows does not replace a file that is open.
+    file.close();
     QVERIFY2(stored.contains("MobileOperators=@Variant("), stored.constData());
 
     m_store->clear();

@@ -65,6 +65,12 @@ private:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
     }
 
+    /// The same with the line ends of one system, whichever this one has.
+    static QByteArray readText(const QString &fileName)
+    {
+        return read(fileName).replace("\r\n", "\n");
+    }
+
     /// What a later start of the program finds: the file is parsed again.
     static void touch(const QString &fileName)
     {
@@ -103,7 +109,7 @@ void SettingsTest::portGroupInTheFile()
 {
     QSettings().setValue(settingskeys::port(7), "TolvaneModem 1");
     QSettings().setValue(settingskeys::CurrentPort, 7);
-    QCOMPARE(read(m_store->userFile()),
+    QCOMPARE(readText(m_store->userFile()),
              QByteArray("[General]\nCurrentPort=7\n\n[ports]\n7=TolvaneModem 1\n"));
     QCOMPARE(QSettings().value(settingskeys::port(0)).toString(), QString(""));
 }
@@ -164,7 +170,7 @@ void SettingsTest::writesGoToTheUsersFileOnly()
     bench.machine.ports = {{"USB Modem Driver (COM5)"}};
     QVERIFY(SetCurrentPortSettings());
     QCOMPARE(read(m_store->systemFile()), preset);
-    QCOMPARE(read(m_store->userFile()), QByteArray("[General]\nCurrentPort=5\n"));
+    QCOMPARE(readText(m_store->userFile()), QByteArray("[General]\nCurrentPort=5\n"));
 }
 
 // Every reader through the function that reads: a value of another type
@@ -357,7 +363,10 @@ void SettingsTest::copyThatCannotBeMadeIsReported()
 {
     write(m_store->userFile(), garbage);
     // A dangling link is no file that exists, and none that can be written.
-    QVERIFY(QFile::link("/proc/settings/nowhere", m_store->userFile() + ".damaged1"));
+    const QString link = m_store->userFile() + ".damaged1";
+    QVERIFY(QFile::link("/proc/settings/nowhere", link));
+    if (QFileInfo::exists(link))
+        QSKIP("A link is a file on this system, wherever it leads.");
     const LogCatcher log;
     preserveDamagedSettings();
     QCOMPARE(log.lines(), QStringList({"The settings file is damaged and could not be copied: " +

@@ -40,6 +40,8 @@ private:
             if (!m_process->waitForReadyRead(20000))
                 return {};
             output += m_process->readAllStandardOutput();
+            // The line ends of Windows' text streams.
+            output.replace("\r\n", "\n");
         }
         return output;
     }

@@ -57,6 +57,7 @@ private slots:
     void installedByHand();
     void runningProgramIsNotOverwritten();
     void removalAsksForTheSettings();
+    void silentRemovalOfTheSettings();
 
 private:
     int install(const QStringList &arguments = {"/S"});
@@ -95,11 +96,10 @@ int PackageTest::install(const QStringList &arguments)
 
 int PackageTest::uninstall(const QStringList &arguments)
 {
-    // The uninstaller goes on as a copy of itself and returns before it is done.
+    // The uninstaller goes on as a copy of itself and returns before it is
+    // done. The registration goes when all but the settings is gone.
     const int code = m_machine->run(installedUninstaller, arguments);
-    if (!QTest::qWaitFor([&] { return !QFile::exists(m_folder + "/Uninstall.exe"); }, 30000))
-        return -1;
-    return code;
+    return QTest::qWaitFor([&] { return !isRegistered(); }, 30000) ? code : -1;
 }
 
 bool PackageTest::isRegistered()
@@ -209,7 +209,9 @@ void PackageTest::installedByHand()
     QVERIFY(m_machine->pressUntil(wizard, "Escape",
                                   [this] { return m_machine->waitForNoWindow(wizardTitle, 0); }));
     QVERIFY(m_machine->waitForNoWindow(installerTitle));
-    installer.waitForFinished(30000);
+    QVERIFY(installer.state() == QProcess::NotRunning || installer.waitForFinished(30000));
+    QCOMPARE(installer.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(installer.exitCode(), 0);
     QVERIFY(isRegistered());
 }
 
@@ -245,6 +247,14 @@ void PackageTest::removalAsksForTheSettings()
     QVERIFY(m_machine->waitForNoWindow(uninstallerTitle));
     const QStringList left = added();
     QVERIFY2(left.isEmpty(), qPrintable(left.join('\n')));
+}
+
+void PackageTest::silentRemovalOfTheSettings()
+{
+    QCOMPARE(install(), 0);
+    m_machine->setSettings({{"NoOfDialups", "1"}});
+    QCOMPARE(uninstall({"/S", "/REMOVESETTINGS"}), 0);
+    QVERIFY(QTest::qWaitFor([&] { return added().isEmpty(); }, 10000));
 }
 
 QTEST_GUILESS_MAIN(PackageTest)
