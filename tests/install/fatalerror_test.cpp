@@ -1,6 +1,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -50,7 +51,9 @@ private:
     {
         QElapsedTimer timer;
         timer.start();
-        QVERIFY2(m_process->waitForFinished(20000), "the process hangs");
+        // Waiting for what it wrote may have found its end already.
+        QVERIFY2(m_process->state() == QProcess::NotRunning || m_process->waitForFinished(20000),
+                 "the process hangs");
         const qint64 elapsed = timer.elapsed();
         QVERIFY2(elapsed < milliseconds, qPrintable(QString::number(elapsed) + " ms"));
         QCOMPARE(m_process->exitStatus(), QProcess::NormalExit);
@@ -58,6 +61,8 @@ private:
         // No warning about threads, no line from a sanitizer.
         m_errors = QString::fromUtf8(m_process->readAllStandardError());
         m_errors.remove("This plugin does not support propagateSizeHints()\n");
+        // Wine has no warning icon to give.
+        m_errors.remove(QRegularExpression("QPixmap::fromWinHICON\\(\\)[^\n]*\n"));
         QVERIFY2(!m_errors.contains("hread") && !m_errors.contains("anitizer"),
                  qPrintable(m_errors));
         QCOMPARE(m_process->readAllStandardOutput(), QByteArray());
@@ -72,8 +77,8 @@ private:
 
     QTemporaryDir m_settings;
     QScopedPointer<QProcess> m_process;
-    /// Standard error of the process that ended, the offscreen display's own
-    /// line excepted.
+    /// Standard error of the process that ended, the display's own lines
+    /// excepted.
     QString m_errors;
 };
 
