@@ -8,6 +8,66 @@
 
 namespace platform {
 
+// Every operation that can be made to fail, once: without its row here the
+// decorator's function for it does not compile.
+#define TMC_FAILING_OPERATIONS(X)                                                                  \
+    X(GetProcAddress)                                                                              \
+    X(RegSetValueExW)                                                                              \
+    X(RegCloseKey)                                                                                 \
+    X(LocalFree)                                                                                   \
+    X(CreateEventW)                                                                                \
+    X(WaitForSingleObject)                                                                         \
+    X(CloseHandle)                                                                                 \
+    X(HeapAlloc)                                                                                   \
+    X(HeapFree)                                                                                    \
+    X(LocalAlloc)                                                                                  \
+    X(GetModuleHandleW)                                                                            \
+    X(LoadLibraryW)                                                                                \
+    X(FreeLibrary)                                                                                 \
+    X(CreateProcessW)                                                                              \
+    X(RasEnumConnectionsW)                                                                         \
+    X(RasHangUpW)                                                                                  \
+    X(RasDialDlgW)                                                                                 \
+    X(RasEnumDevicesW)                                                                             \
+    X(RasGetEntryPropertiesW)                                                                      \
+    X(RasSetEntryPropertiesW)                                                                      \
+    X(CreateFileW)                                                                                 \
+    X(GetCommState)                                                                                \
+    X(SetCommState)                                                                                \
+    X(SetCommTimeouts)                                                                             \
+    X(SetCommMask)                                                                                 \
+    X(WaitCommEvent)                                                                               \
+    X(ReadFile)                                                                                    \
+    X(WriteFile)                                                                                   \
+    X(GetOverlappedResult)                                                                         \
+    X(SetupCopyOEMInfW)                                                                            \
+    X(SetupDiGetINFClassW)                                                                         \
+    X(SetupDiGetClassDevsW)                                                                        \
+    X(SetupDiCreateDeviceInfoList)                                                                 \
+    X(SetupDiDestroyDeviceInfoList)                                                                \
+    X(SetupDiEnumDeviceInfo)                                                                       \
+    X(SetupDiGetDeviceRegistryPropertyW)                                                           \
+    X(SetupDiSetDeviceRegistryPropertyW)                                                           \
+    X(SetupDiCreateDeviceInfoW)                                                                    \
+    X(SetupDiGetDeviceInstanceIdW)                                                                 \
+    X(SetupDiRegisterDeviceInfo)                                                                   \
+    X(SetupDiCallClassInstaller)                                                                   \
+    X(SetupDiOpenDevRegKey)                                                                        \
+    X(SetupDiCreateDevRegKeyW)                                                                     \
+    X(SetupDiGetSelectedDriverW)                                                                   \
+    X(GetVersionExW)                                                                               \
+    X(CM_Locate_DevNode_ExA)                                                                       \
+    X(CM_Reenumerate_DevNode_Ex)                                                                   \
+    X(UpdateDriverForPlugAndPlayDevicesW)
+
+#define TMC_ENUMERATOR(name) name,
+enum class FaultInjectingPlatform::Operation { TMC_FAILING_OPERATIONS(TMC_ENUMERATOR) };
+#undef TMC_ENUMERATOR
+
+#define TMC_NAME(name) #name,
+const char *const FaultInjectingPlatform::operationNames[] = {TMC_FAILING_OPERATIONS(TMC_NAME)};
+#undef TMC_NAME
+
 namespace {
 
 std::atomic<FaultInjectingPlatform *> boundBy{nullptr};
@@ -51,6 +111,20 @@ FaultInjectingPlatform::~FaultInjectingPlatform()
     boundBy.compare_exchange_strong(self, nullptr);
 }
 
+QStringList FaultInjectingPlatform::failingOperations()
+{
+    QStringList names;
+    for (const char *name : operationNames)
+        names.append(QString::fromLatin1(name));
+    names.sort();
+    return names;
+}
+
+QString FaultInjectingPlatform::nameOf(Operation operation)
+{
+    return QString::fromLatin1(operationNames[static_cast<int>(operation)]);
+}
+
 void FaultInjectingPlatform::inject(const Fault &fault)
 {
     const std::lock_guard lock(m_mutex);
@@ -85,19 +159,18 @@ QStringList FaultInjectingPlatform::operations() const
     return m_operations;
 }
 
-void FaultInjectingPlatform::writeDown(const char *operation, const QStringList &arguments)
+void FaultInjectingPlatform::writeDown(const QString &operation, const QStringList &arguments)
 {
     const std::lock_guard lock(m_mutex);
-    const QString name = QString::fromLatin1(operation);
-    m_calls.append(name + '(' + arguments.join(", ") + ')');
-    m_operations.append(name);
+    m_calls.append(operation + '(' + arguments.join(", ") + ')');
+    m_operations.append(operation);
 }
 
-bool FaultInjectingPlatform::fails(const char *operation, const QStringList &arguments, DWORD *code)
+bool FaultInjectingPlatform::fails(Operation operation, const QStringList &arguments, DWORD *code)
 {
-    writeDown(operation, arguments);
+    const QString name = nameOf(operation);
+    writeDown(name, arguments);
     const std::lock_guard lock(m_mutex);
-    const QString name = QString::fromLatin1(operation);
     const int ofThis = ++m_counts[name];
     const int ofAny = ++m_counts["*"];
     for (const Fault &fault : std::as_const(m_faults)) {
@@ -114,7 +187,7 @@ bool FaultInjectingPlatform::fails(const char *operation, const QStringList &arg
 }
 
 template<typename Family, typename... Parameters, typename... Arguments>
-auto FaultInjectingPlatform::failingWithCode(const char *operation,
+auto FaultInjectingPlatform::failingWithCode(Operation operation,
                                              DWORD (Family::*function)(Parameters...),
                                              Arguments... arguments) -> DWORD
 {
@@ -125,7 +198,7 @@ auto FaultInjectingPlatform::failingWithCode(const char *operation,
 }
 
 template<typename Result, typename Family, typename... Parameters, typename... Arguments>
-auto FaultInjectingPlatform::failingWithLastError(const char *operation, Result failure,
+auto FaultInjectingPlatform::failingWithLastError(Operation operation, Result failure,
                                                   Result (Family::*function)(Parameters...),
                                                   Arguments... arguments) -> Result
 {
@@ -140,61 +213,62 @@ auto FaultInjectingPlatform::failingWithLastError(const char *operation, Result 
 // Functions bound at run time.
 
 struct FaultInjectingPlatform::BoundFunctions {
-    template<typename Function> static Function real(const char *name)
+    template<typename Function> static Function real(Operation operation)
     {
         FaultInjectingPlatform *self = boundBy.load();
         const std::lock_guard lock(self->m_mutex);
-        return reinterpret_cast<Function>(self->m_bound.value(QString::fromLatin1(name)));
+        return reinterpret_cast<Function>(self->m_bound.value(nameOf(operation)));
     }
 
     static ConfigRet TMC_WINAPI locateDevNode(DEVINST *pdnDevInst, char *pDeviceID, ULONG ulFlags,
                                               MachineHandle hMachine)
     {
-        const char *name = "CM_Locate_DevNode_ExA";
+        const Operation operation = Operation::CM_Locate_DevNode_ExA;
         DWORD code = 0;
-        if (boundBy.load()->fails(name,
+        if (boundBy.load()->fails(operation,
                                   {describe(pdnDevInst),
                                    describe(static_cast<const char *>(pDeviceID)),
                                    describe(ulFlags), describe(hMachine)},
                                   &code))
             return code;
-        return real<CmLocateDevNodeFunction>(name)(pdnDevInst, pDeviceID, ulFlags, hMachine);
+        return real<CmLocateDevNodeFunction>(operation)(pdnDevInst, pDeviceID, ulFlags, hMachine);
     }
 
     static ConfigRet TMC_WINAPI reenumerateDevNode(DEVINST dnDevInst, ULONG ulFlags,
                                                    MachineHandle hMachine)
     {
-        const char *name = "CM_Reenumerate_DevNode_Ex";
+        const Operation operation = Operation::CM_Reenumerate_DevNode_Ex;
         DWORD code = 0;
         if (boundBy.load()->fails(
-                name, {describe(dnDevInst), describe(ulFlags), describe(hMachine)}, &code))
+                operation, {describe(dnDevInst), describe(ulFlags), describe(hMachine)}, &code))
             return code;
-        return real<CmReenumerateDevNodeFunction>(name)(dnDevInst, ulFlags, hMachine);
+        return real<CmReenumerateDevNodeFunction>(operation)(dnDevInst, ulFlags, hMachine);
     }
 
     static BOOL TMC_WINAPI updateDriver(HWND hwndParent, const WCHAR *HardwareId,
                                         const WCHAR *FullInfPath, DWORD InstallFlags,
                                         BOOL *bRebootRequired)
     {
-        const char *name = "UpdateDriverForPlugAndPlayDevicesW";
+        const Operation operation = Operation::UpdateDriverForPlugAndPlayDevicesW;
         DWORD code = 0;
         FaultInjectingPlatform *self = boundBy.load();
-        if (self->fails(name,
+        if (self->fails(operation,
                         {describe(hwndParent), describe(HardwareId), describe(FullInfPath),
                          describe(InstallFlags), describe(bRebootRequired)},
                         &code)) {
             self->m_real.SetLastError(code);
             return 0;
         }
-        return real<UpdateDriverFunction>(name)(hwndParent, HardwareId, FullInfPath, InstallFlags,
-                                                bRebootRequired);
+        return real<UpdateDriverFunction>(operation)(hwndParent, HardwareId, FullInfPath,
+                                                     InstallFlags, bRebootRequired);
     }
 };
 
 FunctionAddress FaultInjectingPlatform::GetProcAddress(HMODULE hModule, const char *lpProcName)
 {
-    const FunctionAddress address = failingWithLastError(
-        "GetProcAddress", FunctionAddress{nullptr}, &Modules::GetProcAddress, hModule, lpProcName);
+    const FunctionAddress address =
+        failingWithLastError(Operation::GetProcAddress, FunctionAddress{nullptr},
+                             &Modules::GetProcAddress, hModule, lpProcName);
     if (!address)
         return address;
     const QString name = QString::fromLatin1(lpProcName);
@@ -203,11 +277,11 @@ FunctionAddress FaultInjectingPlatform::GetProcAddress(HMODULE hModule, const ch
         m_bound.insert(name, address);
     }
     boundBy.store(this);
-    if (name == "CM_Locate_DevNode_ExA")
+    if (name == nameOf(Operation::CM_Locate_DevNode_ExA))
         return reinterpret_cast<FunctionAddress>(&BoundFunctions::locateDevNode);
-    if (name == "CM_Reenumerate_DevNode_Ex")
+    if (name == nameOf(Operation::CM_Reenumerate_DevNode_Ex))
         return reinterpret_cast<FunctionAddress>(&BoundFunctions::reenumerateDevNode);
-    if (name == "UpdateDriverForPlugAndPlayDevicesW")
+    if (name == nameOf(Operation::UpdateDriverForPlugAndPlayDevicesW))
         return reinterpret_cast<FunctionAddress>(&BoundFunctions::updateDriver);
     return address;
 }
@@ -248,7 +322,7 @@ LONG FaultInjectingPlatform::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName,
                                             DWORD dwType, const BYTE *lpData, DWORD cbData)
 {
     DWORD code = 0;
-    if (fails("RegSetValueExW",
+    if (fails(Operation::RegSetValueExW,
               {describe(hKey), describe(lpValueName), describe(Reserved), describe(dwType),
                describe(lpData), describe(cbData)},
               &code))
@@ -259,14 +333,14 @@ LONG FaultInjectingPlatform::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName,
 LONG FaultInjectingPlatform::RegCloseKey(HKEY hKey)
 {
     DWORD code = 0;
-    if (fails("RegCloseKey", {describe(hKey)}, &code))
+    if (fails(Operation::RegCloseKey, {describe(hKey)}, &code))
         return static_cast<LONG>(code);
     return m_real.RegCloseKey(hKey);
 }
 
 void *FaultInjectingPlatform::LocalFree(void *hMem)
 {
-    return failingWithLastError("LocalFree", hMem, &Memory::LocalFree, hMem);
+    return failingWithLastError(Operation::LocalFree, hMem, &Memory::LocalFree, hMem);
 }
 
 // All others, in the order of the header.
@@ -274,53 +348,56 @@ void *FaultInjectingPlatform::LocalFree(void *hMem)
 HANDLE FaultInjectingPlatform::CreateEventW(void *lpEventAttributes, BOOL bManualReset,
                                             BOOL bInitialState, const WCHAR *lpName)
 {
-    return failingWithLastError("CreateEventW", HANDLE{nullptr}, &KernelObjects::CreateEventW,
-                                lpEventAttributes, bManualReset, bInitialState, lpName);
+    return failingWithLastError(Operation::CreateEventW, HANDLE{nullptr},
+                                &KernelObjects::CreateEventW, lpEventAttributes, bManualReset,
+                                bInitialState, lpName);
 }
 
 DWORD FaultInjectingPlatform::WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds)
 {
-    return failingWithLastError("WaitForSingleObject", WaitFailed,
+    return failingWithLastError(Operation::WaitForSingleObject, WaitFailed,
                                 &KernelObjects::WaitForSingleObject, hHandle, dwMilliseconds);
 }
 
 BOOL FaultInjectingPlatform::CloseHandle(HANDLE hObject)
 {
-    return failingWithLastError("CloseHandle", BOOL{0}, &KernelObjects::CloseHandle, hObject);
+    return failingWithLastError(Operation::CloseHandle, BOOL{0}, &KernelObjects::CloseHandle,
+                                hObject);
 }
 
 void *FaultInjectingPlatform::HeapAlloc(HANDLE hHeap, DWORD dwFlags, SIZE_T dwBytes)
 {
-    return failingWithLastError("HeapAlloc", static_cast<void *>(nullptr), &Memory::HeapAlloc,
-                                hHeap, dwFlags, dwBytes);
+    return failingWithLastError(Operation::HeapAlloc, static_cast<void *>(nullptr),
+                                &Memory::HeapAlloc, hHeap, dwFlags, dwBytes);
 }
 
 BOOL FaultInjectingPlatform::HeapFree(HANDLE hHeap, DWORD dwFlags, void *lpMem)
 {
-    return failingWithLastError("HeapFree", BOOL{0}, &Memory::HeapFree, hHeap, dwFlags, lpMem);
+    return failingWithLastError(Operation::HeapFree, BOOL{0}, &Memory::HeapFree, hHeap, dwFlags,
+                                lpMem);
 }
 
 void *FaultInjectingPlatform::LocalAlloc(UINT uFlags, SIZE_T uBytes)
 {
-    return failingWithLastError("LocalAlloc", static_cast<void *>(nullptr), &Memory::LocalAlloc,
-                                uFlags, uBytes);
+    return failingWithLastError(Operation::LocalAlloc, static_cast<void *>(nullptr),
+                                &Memory::LocalAlloc, uFlags, uBytes);
 }
 
 HMODULE FaultInjectingPlatform::GetModuleHandleW(const WCHAR *lpModuleName)
 {
-    return failingWithLastError("GetModuleHandleW", HMODULE{nullptr}, &Modules::GetModuleHandleW,
-                                lpModuleName);
+    return failingWithLastError(Operation::GetModuleHandleW, HMODULE{nullptr},
+                                &Modules::GetModuleHandleW, lpModuleName);
 }
 
 HMODULE FaultInjectingPlatform::LoadLibraryW(const WCHAR *lpLibFileName)
 {
-    return failingWithLastError("LoadLibraryW", HMODULE{nullptr}, &Modules::LoadLibraryW,
+    return failingWithLastError(Operation::LoadLibraryW, HMODULE{nullptr}, &Modules::LoadLibraryW,
                                 lpLibFileName);
 }
 
 BOOL FaultInjectingPlatform::FreeLibrary(HMODULE hLibModule)
 {
-    return failingWithLastError("FreeLibrary", BOOL{0}, &Modules::FreeLibrary, hLibModule);
+    return failingWithLastError(Operation::FreeLibrary, BOOL{0}, &Modules::FreeLibrary, hLibModule);
 }
 
 BOOL FaultInjectingPlatform::CreateProcessW(const WCHAR *lpApplicationName, WCHAR *lpCommandLine,
@@ -330,7 +407,7 @@ BOOL FaultInjectingPlatform::CreateProcessW(const WCHAR *lpApplicationName, WCHA
                                             StartupInfo *lpStartupInfo,
                                             ProcessInformation *lpProcessInformation)
 {
-    return failingWithLastError("CreateProcessW", BOOL{0}, &Process::CreateProcessW,
+    return failingWithLastError(Operation::CreateProcessW, BOOL{0}, &Process::CreateProcessW,
                                 lpApplicationName, lpCommandLine, lpProcessAttributes,
                                 lpThreadAttributes, bInheritHandles, dwCreationFlags, lpEnvironment,
                                 lpCurrentDirectory, lpStartupInfo, lpProcessInformation);
@@ -339,26 +416,26 @@ BOOL FaultInjectingPlatform::CreateProcessW(const WCHAR *lpApplicationName, WCHA
 DWORD FaultInjectingPlatform::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb,
                                                   DWORD *lpcConnections)
 {
-    return failingWithCode("RasEnumConnectionsW", &Ras::RasEnumConnectionsW, lprasconn, lpcb,
-                           lpcConnections);
+    return failingWithCode(Operation::RasEnumConnectionsW, &Ras::RasEnumConnectionsW, lprasconn,
+                           lpcb, lpcConnections);
 }
 
 DWORD FaultInjectingPlatform::RasHangUpW(RasConnectionHandle hrasconn)
 {
-    return failingWithCode("RasHangUpW", &Ras::RasHangUpW, hrasconn);
+    return failingWithCode(Operation::RasHangUpW, &Ras::RasHangUpW, hrasconn);
 }
 
 BOOL FaultInjectingPlatform::RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry,
                                          WCHAR *lpszPhoneNumber, RasDialDialog *lpInfo)
 {
-    return failingWithLastError("RasDialDlgW", BOOL{0}, &Ras::RasDialDlgW, lpszPhonebook, lpszEntry,
-                                lpszPhoneNumber, lpInfo);
+    return failingWithLastError(Operation::RasDialDlgW, BOOL{0}, &Ras::RasDialDlgW, lpszPhonebook,
+                                lpszEntry, lpszPhoneNumber, lpInfo);
 }
 
 DWORD FaultInjectingPlatform::RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb,
                                               DWORD *lpcDevices)
 {
-    return failingWithCode("RasEnumDevicesW", &Ras::RasEnumDevicesW, lpRasDevInfo, lpcb,
+    return failingWithCode(Operation::RasEnumDevicesW, &Ras::RasEnumDevicesW, lpRasDevInfo, lpcb,
                            lpcDevices);
 }
 
@@ -367,8 +444,8 @@ DWORD FaultInjectingPlatform::RasGetEntryPropertiesW(const WCHAR *lpszPhonebook,
                                                      DWORD *lpdwEntryInfoSize, BYTE *lpbDeviceInfo,
                                                      DWORD *lpdwDeviceInfoSize)
 {
-    return failingWithCode("RasGetEntryPropertiesW", &Ras::RasGetEntryPropertiesW, lpszPhonebook,
-                           lpszEntry, lpRasEntry, lpdwEntryInfoSize, lpbDeviceInfo,
+    return failingWithCode(Operation::RasGetEntryPropertiesW, &Ras::RasGetEntryPropertiesW,
+                           lpszPhonebook, lpszEntry, lpRasEntry, lpdwEntryInfoSize, lpbDeviceInfo,
                            lpdwDeviceInfoSize);
 }
 
@@ -377,8 +454,9 @@ DWORD FaultInjectingPlatform::RasSetEntryPropertiesW(const WCHAR *lpszPhonebook,
                                                      DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo,
                                                      DWORD dwDeviceInfoSize)
 {
-    return failingWithCode("RasSetEntryPropertiesW", &Ras::RasSetEntryPropertiesW, lpszPhonebook,
-                           lpszEntry, lpRasEntry, dwEntryInfoSize, lpbDeviceInfo, dwDeviceInfoSize);
+    return failingWithCode(Operation::RasSetEntryPropertiesW, &Ras::RasSetEntryPropertiesW,
+                           lpszPhonebook, lpszEntry, lpRasEntry, dwEntryInfoSize, lpbDeviceInfo,
+                           dwDeviceInfoSize);
 }
 
 HANDLE FaultInjectingPlatform::CreateFileW(const WCHAR *lpFileName, DWORD dwDesiredAccess,
@@ -386,58 +464,63 @@ HANDLE FaultInjectingPlatform::CreateFileW(const WCHAR *lpFileName, DWORD dwDesi
                                            DWORD dwCreationDisposition, DWORD dwFlagsAndAttributes,
                                            HANDLE hTemplateFile)
 {
-    return failingWithLastError("CreateFileW", invalidHandle(), &SerialComm::CreateFileW,
+    return failingWithLastError(Operation::CreateFileW, invalidHandle(), &SerialComm::CreateFileW,
                                 lpFileName, dwDesiredAccess, dwShareMode, lpSecurityAttributes,
                                 dwCreationDisposition, dwFlagsAndAttributes, hTemplateFile);
 }
 
 BOOL FaultInjectingPlatform::GetCommState(HANDLE hFile, DeviceControlBlock *lpDCB)
 {
-    return failingWithLastError("GetCommState", BOOL{0}, &SerialComm::GetCommState, hFile, lpDCB);
+    return failingWithLastError(Operation::GetCommState, BOOL{0}, &SerialComm::GetCommState, hFile,
+                                lpDCB);
 }
 
 BOOL FaultInjectingPlatform::SetCommState(HANDLE hFile, DeviceControlBlock *lpDCB)
 {
-    return failingWithLastError("SetCommState", BOOL{0}, &SerialComm::SetCommState, hFile, lpDCB);
+    return failingWithLastError(Operation::SetCommState, BOOL{0}, &SerialComm::SetCommState, hFile,
+                                lpDCB);
 }
 
 BOOL FaultInjectingPlatform::SetCommTimeouts(HANDLE hFile, CommTimeouts *lpCommTimeouts)
 {
-    return failingWithLastError("SetCommTimeouts", BOOL{0}, &SerialComm::SetCommTimeouts, hFile,
-                                lpCommTimeouts);
+    return failingWithLastError(Operation::SetCommTimeouts, BOOL{0}, &SerialComm::SetCommTimeouts,
+                                hFile, lpCommTimeouts);
 }
 
 BOOL FaultInjectingPlatform::SetCommMask(HANDLE hFile, DWORD dwEvtMask)
 {
-    return failingWithLastError("SetCommMask", BOOL{0}, &SerialComm::SetCommMask, hFile, dwEvtMask);
+    return failingWithLastError(Operation::SetCommMask, BOOL{0}, &SerialComm::SetCommMask, hFile,
+                                dwEvtMask);
 }
 
 BOOL FaultInjectingPlatform::WaitCommEvent(HANDLE hFile, DWORD *lpEvtMask, Overlapped *lpOverlapped)
 {
-    return failingWithLastError("WaitCommEvent", BOOL{0}, &SerialComm::WaitCommEvent, hFile,
-                                lpEvtMask, lpOverlapped);
+    return failingWithLastError(Operation::WaitCommEvent, BOOL{0}, &SerialComm::WaitCommEvent,
+                                hFile, lpEvtMask, lpOverlapped);
 }
 
 BOOL FaultInjectingPlatform::ReadFile(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
                                       DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped)
 {
-    return failingWithLastError("ReadFile", BOOL{0}, &SerialComm::ReadFile, hFile, lpBuffer,
-                                nNumberOfBytesToRead, lpNumberOfBytesRead, lpOverlapped);
+    return failingWithLastError(Operation::ReadFile, BOOL{0}, &SerialComm::ReadFile, hFile,
+                                lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead, lpOverlapped);
 }
 
 BOOL FaultInjectingPlatform::WriteFile(HANDLE hFile, const void *lpBuffer,
                                        DWORD nNumberOfBytesToWrite, DWORD *lpNumberOfBytesWritten,
                                        Overlapped *lpOverlapped)
 {
-    return failingWithLastError("WriteFile", BOOL{0}, &SerialComm::WriteFile, hFile, lpBuffer,
-                                nNumberOfBytesToWrite, lpNumberOfBytesWritten, lpOverlapped);
+    return failingWithLastError(Operation::WriteFile, BOOL{0}, &SerialComm::WriteFile, hFile,
+                                lpBuffer, nNumberOfBytesToWrite, lpNumberOfBytesWritten,
+                                lpOverlapped);
 }
 
 BOOL FaultInjectingPlatform::GetOverlappedResult(HANDLE hFile, Overlapped *lpOverlapped,
                                                  DWORD *lpNumberOfBytesTransferred, BOOL bWait)
 {
-    return failingWithLastError("GetOverlappedResult", BOOL{0}, &SerialComm::GetOverlappedResult,
-                                hFile, lpOverlapped, lpNumberOfBytesTransferred, bWait);
+    return failingWithLastError(Operation::GetOverlappedResult, BOOL{0},
+                                &SerialComm::GetOverlappedResult, hFile, lpOverlapped,
+                                lpNumberOfBytesTransferred, bWait);
 }
 
 BOOL FaultInjectingPlatform::SetupCopyOEMInfW(const WCHAR *SourceInfFileName,
@@ -447,7 +530,7 @@ BOOL FaultInjectingPlatform::SetupCopyOEMInfW(const WCHAR *SourceInfFileName,
                                               DWORD DestinationInfFileNameSize, DWORD *RequiredSize,
                                               WCHAR **DestinationInfFileNameComponent)
 {
-    return failingWithLastError("SetupCopyOEMInfW", BOOL{0}, &SetupApi::SetupCopyOEMInfW,
+    return failingWithLastError(Operation::SetupCopyOEMInfW, BOOL{0}, &SetupApi::SetupCopyOEMInfW,
                                 SourceInfFileName, OEMSourceMediaLocation, OEMSourceMediaType,
                                 CopyStyle, DestinationInfFileName, DestinationInfFileNameSize,
                                 RequiredSize, DestinationInfFileNameComponent);
@@ -457,43 +540,45 @@ BOOL FaultInjectingPlatform::SetupDiGetINFClassW(const WCHAR *InfName, Guid *Cla
                                                  WCHAR *ClassName, DWORD ClassNameSize,
                                                  DWORD *RequiredSize)
 {
-    return failingWithLastError("SetupDiGetINFClassW", BOOL{0}, &SetupApi::SetupDiGetINFClassW,
-                                InfName, ClassGuid, ClassName, ClassNameSize, RequiredSize);
+    return failingWithLastError(Operation::SetupDiGetINFClassW, BOOL{0},
+                                &SetupApi::SetupDiGetINFClassW, InfName, ClassGuid, ClassName,
+                                ClassNameSize, RequiredSize);
 }
 
 HDEVINFO FaultInjectingPlatform::SetupDiGetClassDevsW(const Guid *ClassGuid,
                                                       const WCHAR *Enumerator, HWND hwndParent,
                                                       DWORD Flags)
 {
-    return failingWithLastError("SetupDiGetClassDevsW", invalidHandle(),
+    return failingWithLastError(Operation::SetupDiGetClassDevsW, invalidHandle(),
                                 &SetupApi::SetupDiGetClassDevsW, ClassGuid, Enumerator, hwndParent,
                                 Flags);
 }
 
 HDEVINFO FaultInjectingPlatform::SetupDiCreateDeviceInfoList(const Guid *ClassGuid, HWND hwndParent)
 {
-    return failingWithLastError("SetupDiCreateDeviceInfoList", invalidHandle(),
+    return failingWithLastError(Operation::SetupDiCreateDeviceInfoList, invalidHandle(),
                                 &SetupApi::SetupDiCreateDeviceInfoList, ClassGuid, hwndParent);
 }
 
 BOOL FaultInjectingPlatform::SetupDiDestroyDeviceInfoList(HDEVINFO DeviceInfoSet)
 {
-    return failingWithLastError("SetupDiDestroyDeviceInfoList", BOOL{0},
+    return failingWithLastError(Operation::SetupDiDestroyDeviceInfoList, BOOL{0},
                                 &SetupApi::SetupDiDestroyDeviceInfoList, DeviceInfoSet);
 }
 
 BOOL FaultInjectingPlatform::SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD MemberIndex,
                                                    DeviceInfoData *deviceInfoData)
 {
-    return failingWithLastError("SetupDiEnumDeviceInfo", BOOL{0}, &SetupApi::SetupDiEnumDeviceInfo,
-                                DeviceInfoSet, MemberIndex, deviceInfoData);
+    return failingWithLastError(Operation::SetupDiEnumDeviceInfo, BOOL{0},
+                                &SetupApi::SetupDiEnumDeviceInfo, DeviceInfoSet, MemberIndex,
+                                deviceInfoData);
 }
 
 BOOL FaultInjectingPlatform::SetupDiGetDeviceRegistryPropertyW(
     HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData, DWORD Property,
     DWORD *PropertyRegDataType, BYTE *PropertyBuffer, DWORD PropertyBufferSize, DWORD *RequiredSize)
 {
-    return failingWithLastError("SetupDiGetDeviceRegistryPropertyW", BOOL{0},
+    return failingWithLastError(Operation::SetupDiGetDeviceRegistryPropertyW, BOOL{0},
                                 &SetupApi::SetupDiGetDeviceRegistryPropertyW, DeviceInfoSet,
                                 deviceInfoData, Property, PropertyRegDataType, PropertyBuffer,
                                 PropertyBufferSize, RequiredSize);
@@ -505,7 +590,7 @@ BOOL FaultInjectingPlatform::SetupDiSetDeviceRegistryPropertyW(HDEVINFO DeviceIn
                                                                const BYTE *PropertyBuffer,
                                                                DWORD PropertyBufferSize)
 {
-    return failingWithLastError("SetupDiSetDeviceRegistryPropertyW", BOOL{0},
+    return failingWithLastError(Operation::SetupDiSetDeviceRegistryPropertyW, BOOL{0},
                                 &SetupApi::SetupDiSetDeviceRegistryPropertyW, DeviceInfoSet,
                                 deviceInfoData, Property, PropertyBuffer, PropertyBufferSize);
 }
@@ -517,9 +602,10 @@ BOOL FaultInjectingPlatform::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet,
                                                       HWND hwndParent, DWORD CreationFlags,
                                                       DeviceInfoData *deviceInfoData)
 {
-    return failingWithLastError(
-        "SetupDiCreateDeviceInfoW", BOOL{0}, &SetupApi::SetupDiCreateDeviceInfoW, DeviceInfoSet,
-        DeviceName, ClassGuid, DeviceDescription, hwndParent, CreationFlags, deviceInfoData);
+    return failingWithLastError(Operation::SetupDiCreateDeviceInfoW, BOOL{0},
+                                &SetupApi::SetupDiCreateDeviceInfoW, DeviceInfoSet, DeviceName,
+                                ClassGuid, DeviceDescription, hwndParent, CreationFlags,
+                                deviceInfoData);
 }
 
 BOOL FaultInjectingPlatform::SetupDiGetDeviceInstanceIdW(HDEVINFO DeviceInfoSet,
@@ -529,7 +615,7 @@ BOOL FaultInjectingPlatform::SetupDiGetDeviceInstanceIdW(HDEVINFO DeviceInfoSet,
                                                          DWORD *RequiredSize)
 {
     return failingWithLastError(
-        "SetupDiGetDeviceInstanceIdW", BOOL{0}, &SetupApi::SetupDiGetDeviceInstanceIdW,
+        Operation::SetupDiGetDeviceInstanceIdW, BOOL{0}, &SetupApi::SetupDiGetDeviceInstanceIdW,
         DeviceInfoSet, deviceInfoData, DeviceInstanceId, DeviceInstanceIdSize, RequiredSize);
 }
 
@@ -538,7 +624,7 @@ BOOL FaultInjectingPlatform::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet,
                                                        void *CompareProc, void *CompareContext,
                                                        DeviceInfoData *DupDeviceInfoData)
 {
-    return failingWithLastError("SetupDiRegisterDeviceInfo", BOOL{0},
+    return failingWithLastError(Operation::SetupDiRegisterDeviceInfo, BOOL{0},
                                 &SetupApi::SetupDiRegisterDeviceInfo, DeviceInfoSet, deviceInfoData,
                                 Flags, CompareProc, CompareContext, DupDeviceInfoData);
 }
@@ -546,7 +632,7 @@ BOOL FaultInjectingPlatform::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet,
 BOOL FaultInjectingPlatform::SetupDiCallClassInstaller(UINT InstallFunction, HDEVINFO DeviceInfoSet,
                                                        DeviceInfoData *deviceInfoData)
 {
-    return failingWithLastError("SetupDiCallClassInstaller", BOOL{0},
+    return failingWithLastError(Operation::SetupDiCallClassInstaller, BOOL{0},
                                 &SetupApi::SetupDiCallClassInstaller, InstallFunction,
                                 DeviceInfoSet, deviceInfoData);
 }
@@ -555,7 +641,7 @@ HKEY FaultInjectingPlatform::SetupDiOpenDevRegKey(HDEVINFO DeviceInfoSet,
                                                   DeviceInfoData *deviceInfoData, DWORD Scope,
                                                   DWORD HwProfile, DWORD KeyType, DWORD samDesired)
 {
-    return failingWithLastError("SetupDiOpenDevRegKey", invalidHandle(),
+    return failingWithLastError(Operation::SetupDiOpenDevRegKey, invalidHandle(),
                                 &SetupApi::SetupDiOpenDevRegKey, DeviceInfoSet, deviceInfoData,
                                 Scope, HwProfile, KeyType, samDesired);
 }
@@ -565,7 +651,7 @@ HKEY FaultInjectingPlatform::SetupDiCreateDevRegKeyW(HDEVINFO DeviceInfoSet,
                                                      DWORD HwProfile, DWORD KeyType,
                                                      void *InfHandle, const WCHAR *InfSectionName)
 {
-    return failingWithLastError("SetupDiCreateDevRegKeyW", invalidHandle(),
+    return failingWithLastError(Operation::SetupDiCreateDevRegKeyW, invalidHandle(),
                                 &SetupApi::SetupDiCreateDevRegKeyW, DeviceInfoSet, deviceInfoData,
                                 Scope, HwProfile, KeyType, InfHandle, InfSectionName);
 }
@@ -574,15 +660,15 @@ BOOL FaultInjectingPlatform::SetupDiGetSelectedDriverW(HDEVINFO DeviceInfoSet,
                                                        DeviceInfoData *deviceInfoData,
                                                        DriverInfoData *driverInfoData)
 {
-    return failingWithLastError("SetupDiGetSelectedDriverW", BOOL{0},
+    return failingWithLastError(Operation::SetupDiGetSelectedDriverW, BOOL{0},
                                 &SetupApi::SetupDiGetSelectedDriverW, DeviceInfoSet, deviceInfoData,
                                 driverInfoData);
 }
 
 BOOL FaultInjectingPlatform::GetVersionExW(OsVersionInfoEx *lpVersionInformation)
 {
-    return failingWithLastError("GetVersionExW", BOOL{0}, &SystemInformation::GetVersionExW,
-                                lpVersionInformation);
+    return failingWithLastError(Operation::GetVersionExW, BOOL{0},
+                                &SystemInformation::GetVersionExW, lpVersionInformation);
 }
 
 } // namespace platform

@@ -39,6 +39,11 @@ public:
     explicit FaultInjectingPlatform(Platform &real);
     ~FaultInjectingPlatform() override;
 
+    /// The names that a fault may have, "*" excepted, in ascending order.
+    static QStringList failingOperations();
+
+    /// Adds a failure to those that wait for their call. An operation of
+    /// another name never fires.
     void inject(const Fault &fault);
     /// Forgets faults, counts and calls.
     void reset();
@@ -157,15 +162,20 @@ private:
     /// for the backend's own and find the decorator that handed them out.
     struct BoundFunctions;
 
-    void writeDown(const char *operation, const QStringList &arguments);
+    /// The operations that can fail, as many as operationNames.
+    enum class Operation;
+    static const char *const operationNames[];
+    static QString nameOf(Operation operation);
+
+    void writeDown(const QString &operation, const QStringList &arguments);
     /// Writes the call down and counts it; the code to fail with when a fault fires.
-    bool fails(const char *operation, const QStringList &arguments, DWORD *code);
+    bool fails(Operation operation, const QStringList &arguments, DWORD *code);
 
     template<typename Family, typename... Parameters, typename... Arguments>
-    auto failingWithCode(const char *operation, DWORD (Family::*function)(Parameters...),
+    auto failingWithCode(Operation operation, DWORD (Family::*function)(Parameters...),
                          Arguments... arguments) -> DWORD;
     template<typename Result, typename Family, typename... Parameters, typename... Arguments>
-    auto failingWithLastError(const char *operation, Result failure,
+    auto failingWithLastError(Operation operation, Result failure,
                               Result (Family::*function)(Parameters...), Arguments... arguments)
         -> Result;
 

@@ -166,6 +166,7 @@ class FaultInjectionTest : public QObject
 private slots:
     void operationFails_data();
     void operationFails();
+    void namesOfTheOperations();
     void operationsThatCannotFail();
     void callsAreDescribed();
     void oneCallFails();
@@ -223,6 +224,16 @@ void FaultInjectionTest::operationFails()
     QCOMPARE(injector.firedFaults(), 1);
     // The backend saw nothing of it.
     QCOMPARE(machine.misuses(), 0);
+}
+
+void FaultInjectionTest::namesOfTheOperations()
+{
+    QStringList names = {"CM_Locate_DevNode_ExA", "CM_Reenumerate_DevNode_Ex",
+                         "UpdateDriverForPlugAndPlayDevicesW"};
+    for (const Operation &operation : operations())
+        names.append(operation.name);
+    names.sort();
+    QCOMPARE(FaultInjectingPlatform::failingOperations(), names);
 }
 
 void FaultInjectionTest::operationsThatCannotFail()
