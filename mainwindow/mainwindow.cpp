@@ -19,6 +19,8 @@
 #include <QTimer>
 #include <QWindow>
 
+#include <iterator>
+
 namespace {
 
 constexpr int ProgressInterval = 100; // milliseconds; the bar has 100 steps
@@ -39,6 +41,14 @@ QTimer *newTimer(QObject *parent, int interval)
     auto *timer = new QTimer(parent);
     timer->setInterval(interval);
     return timer;
+}
+
+/// Clicks and keys that came while the window was blocked are for the Please
+/// Wait button that it showed. Delivered later they would press what takes its
+/// place, and a click out of impatience would hang up or dial again.
+void deliverPendingInput()
+{
+    QCoreApplication::processEvents();
 }
 
 /// The phone-book entry that belongs to a port; "" when there is none.
@@ -77,6 +87,7 @@ const MainWindow::ViewStateRow &MainWindow::viewStateRow(ViewState state)
         /*Disconnected*/   {true,  Hide,   Show,   Show,   Hide,   Hide,   Keep,   Hide},
     };
     // clang-format on
+    static_assert(std::size(rows) == static_cast<int>(ViewState::Disconnected) + 1);
     return rows[static_cast<int>(state)];
 }
 
@@ -175,7 +186,9 @@ void MainWindow::StartDialling()
     QSettings().setValue(settingskeys::CurrentMobileOperator, mobileOperator);
 
     const QString apn = MobileOperatorApn(mobileOperator);
-    if (setApnAndDial(entry, parameters.at(1).toInt(), apn)) {
+    const bool dialled = setApnAndDial(entry, parameters.at(1).toInt(), apn);
+    deliverPendingInput();
+    if (dialled) {
         showConnected();
         connectionName = entry;
     } else {
@@ -187,8 +200,12 @@ void MainWindow::StopDialling()
 {
     progressTimer->stop();
     showBusy();
-    if (hangUpDialupConnection(connectionName))
+    const bool hungUp = hangUpDialupConnection(connectionName);
+    deliverPendingInput();
+    if (hungUp)
         showDisconnected();
+    // Connected although nothing was: File offers Disconnect during the first
+    // countdown. The next status poll puts it right.
     else
         showConnected();
 }
@@ -287,6 +304,7 @@ void MainWindow::applyViewState(ViewState state)
 
 QList<QVariant> MainWindow::CurrentConnectionParameters()
 {
+    // Without a port the number is 0, which cannot be opened: dialling fails there.
     SetCurrentPortSettings();
     const int port = currentPort();
     return {entryName(port), port};

@@ -44,7 +44,9 @@ private slots:
     /// Looks for the modem's port; found, it starts the countdown or opens the
     /// wizard.
     void CheckPortAvailability();
+    /// Opens a new modeless dialog, owned by this window.
     void ShowCreditDialog();
+    /// As for the credits.
     void ShowAboutDialog();
 
 private:
@@ -62,8 +64,8 @@ private:
     QList<QVariant> CurrentConnectionParameters();
 
     std::unique_ptr<Ui::MainWindow> ui;
-    QTimer *progressTimer;
-    QTimer *statusTimer;
-    QTimer *portTimer;
+    QTimer *progressTimer = nullptr;
+    QTimer *statusTimer = nullptr;
+    QTimer *portTimer = nullptr;
     QString connectionName; ///< entry of the connection considered up, or ""
 };

@@ -54,6 +54,10 @@ void SetupPage::StartSetup()
         emit completeChanged();
     }
     statusLabel->setStyleSheet("");
+    // A button that goes would hand the focus on to Back, where a key pressed
+    // twice leaves the page. The page takes no keys, and gives the focus back.
+    if (window()->focusWidget() == retryButton)
+        setFocus();
     retryButton->setVisible(false);
 }
 
@@ -74,4 +78,6 @@ void SetupPage::OnDriverSetupComplete()
     // with Retry at hand, the only hint that something went wrong.
     statusLabel->setStyleSheet("color: red");
     retryButton->setVisible(true);
+    if (window()->focusWidget() == this)
+        retryButton->setFocus();
 }

@@ -2,6 +2,7 @@
 #include "dialogs/creditdialog.h"
 #include "dialogs/helpdialog.h"
 #include "mainwindow/formfont.h"
+#include "tests/support/markingtranslator.h"
 #include "tests/support/testsettings.h"
 
 #include <QAbstractButton>
@@ -16,22 +17,10 @@
 #include <QTest>
 #include <QTextDocument>
 #include <QTimer>
-#include <QTranslator>
 
 #include <memory>
 
 namespace {
-
-/// Marks every text that goes through the translation.
-class MarkingTranslator : public QTranslator
-{
-public:
-    QString translate(const char *context, const char *sourceText, const char *, int) const override
-    {
-        return QString("[%1]%2").arg(context, sourceText);
-    }
-    bool isEmpty() const override { return false; }
-};
 
 QStringList ownMethods(const QMetaObject &meta)
 {

@@ -1,4 +1,5 @@
 #include "mainwindow/formfont.h"
+#include "tests/support/markingtranslator.h"
 #include "ui_mainwindow.h"
 
 #include <QComboBox>
@@ -7,24 +8,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextDocument>
-#include <QTranslator>
 
 namespace {
-
-/// Marks every text that goes through the translation and gives the shortcuts
-/// another key.
-class MarkingTranslator : public QTranslator
-{
-public:
-    QString translate(const char *context, const char *sourceText, const char *, int) const override
-    {
-        const QString text = QString::fromUtf8(sourceText);
-        if (text.startsWith("Ctrl+"))
-            return "Alt+" + text.mid(5);
-        return QString("[%1]%2").arg(context, text);
-    }
-    bool isEmpty() const override { return false; }
-};
 
 struct TextRow {
     const char *object;

@@ -7,6 +7,7 @@
 #include "mainwindow/formfont.h"
 #include "platform/faultinjection/faultinjectingplatform.h"
 #include "tests/support/logcatcher.h"
+#include "tests/support/markingtranslator.h"
 #include "tests/support/scriptedmachine.h"
 #include "tests/support/testsettings.h"
 #include "wizard/settingswizard.h"
@@ -17,6 +18,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMetaMethod>
+#include <QMouseEvent>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
@@ -25,7 +27,6 @@
 #include <QTest>
 #include <QTimer>
 #include <QTimerEvent>
-#include <QTranslator>
 
 #include <functional>
 #include <memory>
@@ -60,16 +61,6 @@ public:
             whileListingConnections();
         return ScriptedMachine::RasEnumConnectionsW(list, size, count);
     }
-};
-
-class MarkingTranslator : public QTranslator
-{
-public:
-    QString translate(const char *, const char *sourceText, const char *, int) const override
-    {
-        return QString("[x]%1").arg(sourceText);
-    }
-    bool isEmpty() const override { return false; }
 };
 
 class PaintCounter : public QObject
@@ -172,6 +163,18 @@ QAction *action(const MainWindow &window, const char *name)
 QString countdownText(const MainWindow &window)
 {
     return window.findChild<QLabel *>("autoConnectLabel")->text();
+}
+
+/// Queues a click as the display would deliver it.
+void postClick(MainWindow &window, const char *name)
+{
+    const QPoint place = button(window, name)->mapTo(&window, QPoint(40, 40));
+    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+        const auto held = type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton;
+        QCoreApplication::postEvent(window.windowHandle(),
+                                    new QMouseEvent(type, place, window.mapToGlobal(place),
+                                                    Qt::LeftButton, held, Qt::NoModifier));
+    }
 }
 
 QList<SettingsWizard *> wizards(const MainWindow &window)
@@ -341,6 +344,35 @@ private slots:
         QCOMPARE(window.findChild<QComboBox *>("operatorComboBox")->currentIndex(), 3);
     }
 
+    void operatorOfAnotherType_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<int>("index");
+        QTest::newRow("list") << QVariant(QStringList{"Warid", "Teletalk"}) << 0;
+        QTest::newRow("map") << QVariant(QVariantMap{{"a", 1}}) << 0;
+        QTest::newRow("binary") << QVariant(QByteArray("\x01\xff")) << -1;
+        QTest::newRow("number") << QVariant(7) << -1;
+    }
+
+    /// A list or a map is no text, and so no operator was chosen.
+    void operatorOfAnotherType()
+    {
+        QFETCH(QVariant, value);
+        QFETCH(int, index);
+        setUpEntry();
+        QSettings().setValue(settingskeys::CurrentMobileOperator, value);
+        MainWindow window;
+        QCOMPARE(window.findChild<QComboBox *>("operatorComboBox")->currentIndex(), index);
+    }
+
+    void entryNameOfAnotherType()
+    {
+        setUpEntry();
+        QSettings().setValue(settingskeys::port(Port), QStringList{"a", "b"});
+        MainWindow window;
+        checkWizardStart(window);
+    }
+
     void ownOperatorTable()
     {
         setUpEntry();
@@ -455,10 +487,10 @@ private slots:
         QCOMPARE(countdownText(window), QString("Auto connecting in <b>8</b> seconds"));
         MarkingTranslator translator;
         QCoreApplication::installTranslator(&translator);
-        QTRY_COMPARE(countdownText(window), QString("[x]Auto connecting in 10 seconds"));
-        QCOMPARE(window.windowTitle(), QString("[x]Tolvane Modem Connector"));
+        QTRY_COMPARE(countdownText(window), QString("[MainWindow]Auto connecting in 10 seconds"));
+        QCOMPARE(window.windowTitle(), QString("[MainWindow]Tolvane Modem Connector"));
         QCOMPARE(button(window, "portCheckButton")->text(),
-                 QString("[x]Please Check\nMobile Connection"));
+                 QString("[MainWindow]Please Check\nMobile Connection"));
         progressTimer(window)->start();
         fire(progressTimer(window));
         QCOMPARE(countdownText(window), QString("Auto connecting in <b>8</b> seconds"));
@@ -475,11 +507,14 @@ private slots:
         window.findChild<QComboBox *>("operatorComboBox")->setCurrentText("GrameenPhone");
         answerDial();
         QStringList seen;
-        m_machine->whileDialling = [&] { seen = view(window) + runningTimers(window); };
+        QString stored;
+        m_machine->whileDialling = [&] {
+            seen = view(window) + runningTimers(window);
+            stored = QSettings().value(settingskeys::CurrentMobileOperator).toString();
+        };
         button(window, "connectButton")->click();
         QCOMPARE(seen, busyView);
-        QCOMPARE(QSettings().value(settingskeys::CurrentMobileOperator).toString(),
-                 QString("GrameenPhone"));
+        QCOMPARE(stored, QString("GrameenPhone"));
         QCOMPARE(m_machine->openedPath, QString("\\\\.\\COM7"));
         QCOMPARE(m_machine->written, QByteArray("AT\rAT+CGDCONT=1,\"IP\",\"gpinternet\"\r"));
         QCOMPARE(m_machine->dials.size(), 1);
@@ -516,8 +551,34 @@ private slots:
         m_platform->inject({"CreateFileW", 1, platform::ErrorFileNotFound, false});
         action(window, "action_Connect")->trigger();
         QCOMPARE(m_machine->dials.size(), 0);
+        QCOMPARE(QSettings().value(settingskeys::CurrentMobileOperator).toString(),
+                 QString("Banglalink"));
         QCOMPARE(view(window), disconnectedView);
         QCOMPARE(runningTimers(window), QStringList());
+    }
+
+    void dialWhileWaiting_data()
+    {
+        QTest::addColumn<bool>("dialSucceeds");
+        QTest::newRow("connected") << true;
+        QTest::newRow("refused") << false;
+    }
+
+    /// Busy, Connected and Disconnected each take the port check away.
+    void dialWhileWaiting()
+    {
+        QFETCH(bool, dialSucceeds);
+        setUpWaiting();
+        MainWindow window;
+        answerDial();
+        m_machine->dialSucceeds = dialSucceeds;
+        QStringList seen;
+        m_machine->whileDialling = [&] { seen = view(window); };
+        QVERIFY(QMetaObject::invokeMethod(&window, "StartDialling"));
+        QCOMPARE(seen, busyView);
+        QCOMPARE(view(window), dialSucceeds ? connectedView : disconnectedView);
+        // Nothing but the port's appearance stops the search.
+        QVERIFY(portTimer(window)->isActive());
     }
 
     /// The port is looked for before each dial, and what comes of it is not
@@ -583,8 +644,10 @@ private slots:
         setUpEntry();
         connectElsewhere();
         MainWindow window;
+        // The first call was the start's.
         m_platform->inject({"RasEnumConnectionsW", 2, platform::RasErrorBufferTooSmall, false});
         button(window, "disconnectButton")->click();
+        QCOMPARE(m_platform->firedFaults(), 1);
         QCOMPARE(view(window), connectedView);
         QVERIFY(m_machine->hungUp.isEmpty());
     }
@@ -686,6 +749,18 @@ private slots:
         QVERIFY(wizards(window).first()->isVisible());
     }
 
+    /// Disconnected leaves the countdown's label as it was: here it shows.
+    void disconnectedKeepsTheLabel()
+    {
+        setUpEntry();
+        MainWindow window;
+        QSettings().setValue(settingskeys::port(Port), "");
+        QVERIFY(QMetaObject::invokeMethod(&window, "CheckPortAvailability"));
+        QCOMPARE(view(window), countdownAgainView);
+        QCOMPARE(runningTimers(window), QStringList());
+        QCOMPARE(wizards(window).size(), 1);
+    }
+
     /// Finding the port forgets a connection: the poll stops.
     void portCheckWhileConnected()
     {
@@ -710,15 +785,10 @@ private slots:
         PaintCounter counter;
         button(window, "pleaseWaitbutton")->installEventFilter(&counter);
         int painted = 0;
-        QImage screen;
-        m_machine->whileOpeningPort = [&] {
-            painted = counter.paints;
-            screen = window.grab().toImage();
-        };
+        m_machine->whileOpeningPort = [&] { painted = counter.paints; };
         answerDial();
         QTest::mouseClick(button(window, "connectButton"), Qt::LeftButton);
         QCOMPARE(painted, 1);
-        QVERIFY(screen != window.grab().toImage());
     }
 
     void pleaseWaitIsPaintedBeforeHangingUp()
@@ -733,6 +803,47 @@ private slots:
         m_machine->whileListingConnections = [&] { painted = counter.paints; };
         QTest::mouseClick(button(window, "disconnectButton"), Qt::LeftButton);
         QCOMPARE(painted, 1);
+    }
+
+    void clicksWhileBusyPressPleaseWait_data()
+    {
+        QTest::addColumn<bool>("dialSucceeds");
+        QTest::newRow("connected") << true;
+        QTest::newRow("refused") << false;
+    }
+
+    /// Whoever clicks on "Please Wait" must not press the button that takes
+    /// its place afterwards.
+    void clicksWhileBusyPressPleaseWait()
+    {
+        QFETCH(bool, dialSucceeds);
+        setUpEntry();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        answerDial();
+        m_machine->dialSucceeds = dialSucceeds;
+        m_machine->whileDialling = [&] { postClick(window, "pleaseWaitbutton"); };
+        button(window, "connectButton")->click();
+        m_machine->whileDialling = nullptr;
+        QCoreApplication::processEvents();
+        QCOMPARE(m_machine->hungUp.size(), 0);
+        QCOMPARE(m_machine->dials.size(), 1);
+        QCOMPARE(view(window), dialSucceeds ? connectedView : disconnectedView);
+    }
+
+    void clicksWhileHangingUpPressPleaseWait()
+    {
+        setUpEntry();
+        connectElsewhere();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        m_machine->whileListingConnections = [&] { postClick(window, "pleaseWaitbutton"); };
+        button(window, "disconnectButton")->click();
+        m_machine->whileListingConnections = nullptr;
+        QCoreApplication::processEvents();
+        QCOMPARE(m_machine->hungUp.size(), 1);
+        QCOMPARE(m_machine->dials.size(), 0);
+        QCOMPARE(view(window), disconnectedView);
     }
 
     void pleaseWaitDoesNothing()
@@ -821,6 +932,37 @@ private slots:
         QCOMPARE(runningTimers(window), QStringList());
     }
 
+    /// With an entry for the port, it counts down and dials there.
+    void countdownBehindTheWizard()
+    {
+        setUpWaiting();
+        QSettings().setValue(settingskeys::port(Port), entry);
+        MainWindow window;
+        action(window, "actionCreate_New_Connection")->trigger();
+        setUpPort();
+        fire(portTimer(window));
+        QCOMPARE(runningTimers(window), QStringList("progress"));
+        countDown(window);
+        QCOMPARE(m_machine->dials.size(), 1);
+        QVERIFY(!window.isVisible());
+        QCOMPARE(view(window), connectedView);
+    }
+
+    void connectionLostBehindTheWizard()
+    {
+        setUpEntry();
+        connectElsewhere();
+        MainWindow window;
+        action(window, "actionCreate_New_Connection")->trigger();
+        m_machine->connections.clear();
+        fire(statusTimer(window));
+        QVERIFY(!window.isVisible());
+        wizards(window).first()->reject();
+        QVERIFY(window.isVisible());
+        QCOMPARE(view(window), disconnectedView);
+        QCOMPARE(runningTimers(window), QStringList());
+    }
+
     /// The window comes back as the constructor left it and does not dial by
     /// itself.
     void windowAfterTheFirstRun()
@@ -853,6 +995,29 @@ private slots:
         QTimer::singleShot(0, &window, [&] { wizards(window).first()->close(); });
         QTimer::singleShot(10000, &window, [] { QCoreApplication::exit(1); });
         QCOMPARE(QApplication::exec(), 0);
+    }
+
+    /// A dialog that was left open may be closed while the wizard works.
+    void dialogClosedBesideTheWizardEndsNothing()
+    {
+        setUpEntry();
+        MainWindow window;
+        bool alive = false;
+        QTimer::singleShot(0, &window, [&] {
+            action(window, "actionAbout")->trigger();
+            action(window, "actionCredits")->trigger();
+            action(window, "actionCreate_New_Connection")->trigger();
+            window.findChild<AboutDialog *>()->close();
+            window.findChild<CreditDialog *>()->close();
+            // Anything that was to end the program has its turn before.
+            QTimer::singleShot(200, &window, [&] {
+                alive = wizards(window).first()->isVisible();
+                QCoreApplication::exit(2);
+            });
+        });
+        QTimer::singleShot(10000, &window, [] { QCoreApplication::exit(1); });
+        QCOMPARE(QApplication::exec(), 2);
+        QVERIFY(alive);
     }
 
     void windowThatComesBackKeepsTheProgramRunning()
@@ -903,35 +1068,34 @@ private slots:
 
     void shortcuts_data()
     {
-        QTest::addColumn<bool>("connects");
-        QTest::addColumn<bool>("disconnects");
-        QTest::newRow("counting down") << true << true;
-        QTest::newRow("waiting") << false << false;
-        QTest::newRow("connected") << false << true;
-        QTest::newRow("disconnected") << true << false;
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<bool>("acts");
+        const auto row = [](const char *state, bool connects, bool disconnects) {
+            QTest::addRow("connect, %s", state) << state << int(Qt::Key_C) << connects;
+            QTest::addRow("disconnect, %s", state) << state << int(Qt::Key_D) << disconnects;
+        };
+        row("counting down", true, true);
+        row("waiting", false, false);
+        row("connected", false, true);
+        row("disconnected", true, false);
     }
 
     /// What the window does not show has no key either.
     void shortcuts()
     {
-        QFETCH(bool, connects);
-        QFETCH(bool, disconnects);
-        {
-            const std::unique_ptr<MainWindow> window = windowInState(QTest::currentDataTag());
-            QVERIFY(QTest::qWaitForWindowActive(window.get()));
-            progressTimer(*window)->stop();
-            const auto dials = m_machine->dials.size();
-            answerDial();
-            QTest::keyClick(window.get(), Qt::Key_C, Qt::ControlModifier);
-            QCOMPARE(m_machine->dials.size() - dials, connects ? 1 : 0);
-        }
-        init();
-        const std::unique_ptr<MainWindow> window = windowInState(QTest::currentDataTag());
+        QFETCH(QString, state);
+        QFETCH(int, key);
+        QFETCH(bool, acts);
+        const std::unique_ptr<MainWindow> window = windowInState(state);
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
         progressTimer(*window)->stop();
         m_log->clear();
-        QTest::keyClick(window.get(), Qt::Key_D, Qt::ControlModifier);
-        QCOMPARE(!m_log->lines().isEmpty(), disconnects);
+        const auto dials = m_machine->dials.size();
+        answerDial();
+        QTest::keyClick(window.get(), static_cast<Qt::Key>(key), Qt::ControlModifier);
+        QCOMPARE(!m_log->lines().isEmpty(), acts);
+        QCOMPARE(m_machine->dials.size() - dials, acts && key == Qt::Key_C ? 1 : 0);
     }
 
     void shortcutsWhileBusy()

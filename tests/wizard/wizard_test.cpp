@@ -8,6 +8,7 @@
 #include "mainwindow/mainwindow.h"
 #include "platform/faultinjection/faultinjectingplatform.h"
 #include "tests/support/logcatcher.h"
+#include "tests/support/markingtranslator.h"
 #include "tests/support/scriptedmachine.h"
 #include "tests/support/testsettings.h"
 #include "wizard/settingswizard.h"
@@ -26,7 +27,6 @@
 #include <QThread>
 #include <QThreadPool>
 #include <QTimer>
-#include <QTranslator>
 #include <QVBoxLayout>
 
 #include <atomic>
@@ -169,16 +169,6 @@ private:
     std::condition_variable m_changed;
     int m_step = -1;
     bool m_over = false;
-};
-
-class MarkingTranslator : public QTranslator
-{
-public:
-    QString translate(const char *context, const char *sourceText, const char *, int) const override
-    {
-        return QString("[%1]%2").arg(context, sourceText);
-    }
-    bool isEmpty() const override { return false; }
 };
 
 QStringList ownMethods(const QMetaObject &meta)
@@ -462,6 +452,30 @@ private slots:
         checkDone();
     }
 
+    /// Enter pressed twice retries once and never leaves the page.
+    void retryByKeyboard()
+    {
+        openWizard();
+        breakStep(3);
+        QVERIFY(QTest::qWaitForWindowActive(m_wizard));
+        for (int press = 1; press <= 2; ++press)
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QCOMPARE(m_wizard->currentId(), 1);
+        QTRY_VERIFY(!retryButton(page())->isHidden());
+        for (int retry = 1; retry <= 3; ++retry) {
+            QTRY_COMPARE(QApplication::focusWidget(), static_cast<QWidget *>(retryButton(page())));
+            for (int press = 1; press <= 2; ++press)
+                QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+            QCOMPARE(m_wizard->currentId(), 1);
+            QCOMPARE(look(), (PageView{statusTexts[3], QString(), false, false}));
+            QTRY_VERIFY(!retryButton(page())->isHidden());
+        }
+        mendStep();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QTRY_VERIFY(page()->isComplete());
+        checkDone();
+    }
+
     /// A failed rescan does not stop the set-up: the port check runs under a
     /// red label with Retry at hand, and the next step clears both.
     void failedRescan()
@@ -713,8 +727,7 @@ private slots:
         for (const char *const *texts : {statusTexts, errorTexts}) {
             for (int i = 0; i <= SetupStepCount; ++i) {
                 label->setText(texts[i]);
-                QCoreApplication::processEvents();
-                QVERIFY2(label->heightForWidth(label->width()) <= label->height(), texts[i]);
+                QTRY_VERIFY2(label->heightForWidth(label->width()) <= label->height(), texts[i]);
             }
         }
     }
