@@ -2,7 +2,7 @@
 
 #include "platform/posix/lasterror.h"
 #include "platform/simulated/machinesession.h"
-#include "platform/simulated/simulatedpc.h"
+#include "platform/simulated/simulatedsystem.h"
 #include "platform/simulated/usbbus.h"
 
 #include <QThread>
@@ -20,8 +20,8 @@ constexpr DEVINST RootNode = 1;
 
 } // namespace
 
-ConfigRet SimulatedPc::locateDevNode(DEVINST *node, const char *deviceId, ULONG flags,
-                                     MachineHandle machine)
+ConfigRet SimulatedSystem::locateDevNode(DEVINST *node, const char *deviceId, ULONG flags,
+                                         MachineHandle machine)
 {
     if (!node)
         return InvalidPointer;
@@ -44,7 +44,7 @@ ConfigRet SimulatedPc::locateDevNode(DEVINST *node, const char *deviceId, ULONG 
     return NoSuchNode;
 }
 
-ConfigRet SimulatedPc::reenumerateDevNode(DEVINST node, ULONG flags, MachineHandle machine)
+ConfigRet SimulatedSystem::reenumerateDevNode(DEVINST node, ULONG flags, MachineHandle machine)
 {
     if (machine || (flags != ReenumerateNormal && flags != ReenumerateSynchronous)) {
         failUnsupported("CM_Reenumerate_DevNode_Ex", "flags and other machines");

@@ -10,6 +10,7 @@ namespace simulated {
 /// What a new entry starts with. dwSize is left 0.
 platform::RasEntry defaultEntry();
 
+/// Every field of the record but dwSize, texts without their padding.
 QJsonObject entryToJson(const platform::RasEntry &entry);
 
 /// Missing fields are as in a new entry. dwSize is left 0.

@@ -10,7 +10,6 @@ namespace simulated {
 namespace {
 
 constexpr int FormatVersion = 1;
-constexpr int LastPort = 256; // the highest port number that Windows assigns
 
 /// Reads values strictly: what is there must be of the right type and range.
 /// Only the first complaint is kept.

@@ -14,11 +14,16 @@ namespace simulated {
 
 using platform::DWORD;
 
+inline constexpr int OnBoardPort = 1; ///< the n of the COMn that is no USB phone's
+inline constexpr int LastPort = 256;  ///< the highest port number that Windows assigns
+
 /// Processors that the PC can be given.
 enum class Processor { X86, X64, Itanium };
 
 /// "x86", "x64" or "ia64".
 QString processorName(Processor processor);
+/// The processor of such a name; false, with *processor as it was, for any
+/// other text.
 bool processorFromName(const QString &name, Processor *processor);
 
 /// What GetVersionExW and the others say about the system.
@@ -67,6 +72,8 @@ struct InjectedFault {
     bool always = false; ///< later calls as well
 };
 
+/// The machine as a whole. A value: what changes in it is not kept before it
+/// is written.
 struct MachineState {
     bool administrator = true;
     WindowsRelease windows;
@@ -92,7 +99,10 @@ struct MachineState {
 
     QList<InjectedFault> faults;
 
+    /// The registered device of this instance id, to be changed in place; null
+    /// when there is none. Valid until devices are added or removed.
     Device *findDevice(const QString &instanceId);
+    /// The device to which its driver gave this name; null as above.
     const Device *findDeviceNamed(const QString &friendlyName) const;
 
     /// The content of pc.json.

@@ -1,7 +1,7 @@
 #include "platform/newdev.h"
 #include "platform/posix/lasterror.h"
 #include "platform/simulated/machinesession.h"
-#include "platform/simulated/simulatedpc.h"
+#include "platform/simulated/simulatedsystem.h"
 #include "platform/text.h"
 
 #include <atomic>
@@ -47,11 +47,11 @@ Library *loadedLibrary(HMODULE handle)
 }
 
 /// The PC whose functions were bound last.
-std::atomic<SimulatedPc *> boundPc{nullptr};
+std::atomic<SimulatedSystem *> boundPc{nullptr};
 
 } // namespace
 
-struct SimulatedPc::BoundFunctions {
+struct SimulatedSystem::BoundFunctions {
     static ConfigRet locateDevNode(DEVINST *pdnDevInst, char *pDeviceID, ULONG ulFlags,
                                    MachineHandle hMachine)
     {
@@ -72,7 +72,7 @@ struct SimulatedPc::BoundFunctions {
     }
 };
 
-HMODULE SimulatedPc::GetModuleHandleW(const WCHAR *lpModuleName)
+HMODULE SimulatedSystem::GetModuleHandleW(const WCHAR *lpModuleName)
 {
     if (!lpModuleName) {
         failUnsupported("GetModuleHandleW", "the program's own module");
@@ -84,7 +84,7 @@ HMODULE SimulatedPc::GetModuleHandleW(const WCHAR *lpModuleName)
     return loaded;
 }
 
-HMODULE SimulatedPc::LoadLibraryW(const WCHAR *lpLibFileName)
+HMODULE SimulatedSystem::LoadLibraryW(const WCHAR *lpLibFileName)
 {
     Library *library = lpLibFileName ? findLibrary(lpLibFileName) : nullptr;
     if (!library) {
@@ -95,7 +95,7 @@ HMODULE SimulatedPc::LoadLibraryW(const WCHAR *lpLibFileName)
     return library;
 }
 
-FunctionAddress SimulatedPc::GetProcAddress(HMODULE hModule, const char *lpProcName)
+FunctionAddress SimulatedSystem::GetProcAddress(HMODULE hModule, const char *lpProcName)
 {
     const Library *library = loadedLibrary(hModule);
     if (!library) {
@@ -121,7 +121,7 @@ FunctionAddress SimulatedPc::GetProcAddress(HMODULE hModule, const char *lpProcN
     return nullptr;
 }
 
-BOOL SimulatedPc::FreeLibrary(HMODULE hLibModule)
+BOOL SimulatedSystem::FreeLibrary(HMODULE hLibModule)
 {
     Library *library = loadedLibrary(hLibModule);
     if (!library)

@@ -5,7 +5,7 @@
 #include "platform/setupapi.h"
 #include "platform/simulated/infstore.h"
 #include "platform/simulated/machinesession.h"
-#include "platform/simulated/simulatedpc.h"
+#include "platform/simulated/simulatedsystem.h"
 #include "platform/text.h"
 
 #include <QFile>
@@ -57,8 +57,8 @@ QString freeName(const simulated::MachineState &state, const QString &descriptio
 
 } // namespace
 
-BOOL SimulatedPc::updateDriver(const WCHAR *hardwareId, const WCHAR *infPath, DWORD flags,
-                               BOOL *rebootRequired)
+BOOL SimulatedSystem::updateDriver(const WCHAR *hardwareId, const WCHAR *infPath, DWORD flags,
+                                   BOOL *rebootRequired)
 {
     if (!hardwareId || !infPath)
         return fail(ErrorInvalidParameter);

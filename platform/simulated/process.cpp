@@ -2,7 +2,7 @@
 
 #include "platform/posix/processstart.h"
 #include "platform/simulated/infstore.h"
-#include "platform/simulated/simulatedpc.h"
+#include "platform/simulated/simulatedsystem.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -25,11 +25,12 @@ std::vector<QByteArray> childEnvironment(const QString &stateDirectory)
 
 } // namespace
 
-BOOL SimulatedPc::CreateProcessW(const WCHAR *lpApplicationName, WCHAR *lpCommandLine,
-                                 void *lpProcessAttributes, void *lpThreadAttributes,
-                                 BOOL bInheritHandles, DWORD dwCreationFlags, void *lpEnvironment,
-                                 const WCHAR *lpCurrentDirectory, StartupInfo *lpStartupInfo,
-                                 ProcessInformation *lpProcessInformation)
+BOOL SimulatedSystem::CreateProcessW(const WCHAR *lpApplicationName, WCHAR *lpCommandLine,
+                                     void *lpProcessAttributes, void *lpThreadAttributes,
+                                     BOOL bInheritHandles, DWORD dwCreationFlags,
+                                     void *lpEnvironment, const WCHAR *lpCurrentDirectory,
+                                     StartupInfo *lpStartupInfo,
+                                     ProcessInformation *lpProcessInformation)
 {
     if (!checkProcessArguments(lpApplicationName, lpProcessAttributes, lpThreadAttributes,
                                bInheritHandles, dwCreationFlags, lpEnvironment, lpCurrentDirectory,
@@ -37,7 +38,7 @@ BOOL SimulatedPc::CreateProcessW(const WCHAR *lpApplicationName, WCHAR *lpComman
         return 0;
     const QString program = simulated::hostPath(fromWide(lpApplicationName));
     const QString commandLine = lpCommandLine ? fromWide(lpCommandLine) : QString();
-    return startProcess(&m_ports, program, commandLine, childEnvironment(m_directory),
+    return startProcess(m_handles, program, commandLine, childEnvironment(m_directory),
                         lpProcessInformation);
 }
 

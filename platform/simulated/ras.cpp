@@ -5,7 +5,7 @@
 #include "platform/simulated/entryrecord.h"
 #include "platform/simulated/hangup.h"
 #include "platform/simulated/machinesession.h"
-#include "platform/simulated/simulatedpc.h"
+#include "platform/simulated/simulatedsystem.h"
 #include "platform/simulated/usbbus.h"
 #include "platform/text.h"
 
@@ -37,8 +37,8 @@ RasDeviceInfo deviceInfo(const QString &type, const QString &name)
 {
     RasDeviceInfo info = {};
     info.dwSize = sizeof info;
-    copyToBuffer(type, info.szDeviceType, 17);
-    copyToBuffer(name, info.szDeviceName, 129);
+    setField(info.szDeviceType, type);
+    setField(info.szDeviceName, name);
     return info;
 }
 
@@ -55,7 +55,8 @@ DWORD unsupported(const char *operation, const char *what)
 
 } // namespace
 
-DWORD SimulatedPc::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DWORD *lpcConnections)
+DWORD SimulatedSystem::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb,
+                                           DWORD *lpcConnections)
 {
     if (!lpcb || !lpcConnections)
         return ErrorInvalidParameter;
@@ -83,16 +84,16 @@ DWORD SimulatedPc::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DW
         RasConnection record = {};
         record.dwSize = size;
         record.hrasconn = reinterpret_cast<RasConnectionHandle>(ULONG_PTR(connection.handle));
-        copyToBuffer(connection.entry, record.szEntryName, 257);
-        copyToBuffer("modem", record.szDeviceType, 17);
-        copyToBuffer(connection.device, record.szDeviceName, 129);
+        setField(record.szEntryName, connection.entry);
+        setField(record.szDeviceType, "modem");
+        setField(record.szDeviceName, connection.device);
         // Only what the declared size covers belongs to the caller's record.
         std::memcpy(static_cast<void *>(next++), &record, size);
     }
     return Success;
 }
 
-DWORD SimulatedPc::RasHangUpW(RasConnectionHandle hrasconn)
+DWORD SimulatedSystem::RasHangUpW(RasConnectionHandle hrasconn)
 {
     const auto handle = reinterpret_cast<ULONG_PTR>(hrasconn);
     // Handles are the connections' running numbers; nothing is ever followed.
@@ -101,8 +102,8 @@ DWORD SimulatedPc::RasHangUpW(RasConnectionHandle hrasconn)
     return simulated::hangUp(m_directory, static_cast<int>(handle));
 }
 
-BOOL SimulatedPc::RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
-                              RasDialDialog *lpInfo)
+BOOL SimulatedSystem::RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
+                                  RasDialDialog *lpInfo)
 {
     if (!lpInfo)
         return 0;
@@ -140,7 +141,7 @@ BOOL SimulatedPc::RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lps
     return refuse(dialog.lastError());
 }
 
-DWORD SimulatedPc::RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices)
+DWORD SimulatedSystem::RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices)
 {
     if (!lpcb || !lpcDevices)
         return ErrorInvalidParameter;
@@ -163,9 +164,9 @@ DWORD SimulatedPc::RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWO
     return Success;
 }
 
-DWORD SimulatedPc::RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                          RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
-                                          BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)
+DWORD SimulatedSystem::RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
+                                              RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
+                                              BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)
 {
     if (!lpszEntry || !lpdwEntryInfoSize)
         return ErrorInvalidParameter;
@@ -200,9 +201,9 @@ DWORD SimulatedPc::RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHA
     return Success;
 }
 
-DWORD SimulatedPc::RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                          RasEntry *lpRasEntry, DWORD dwEntryInfoSize,
-                                          BYTE *lpbDeviceInfo, DWORD dwDeviceInfoSize)
+DWORD SimulatedSystem::RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
+                                              RasEntry *lpRasEntry, DWORD dwEntryInfoSize,
+                                              BYTE *lpbDeviceInfo, DWORD dwDeviceInfoSize)
 {
     if (lpszPhonebook || lpbDeviceInfo || dwDeviceInfoSize != 0)
         return unsupported("RasSetEntryPropertiesW", "phone books and device information");

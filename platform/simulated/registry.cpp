@@ -3,7 +3,7 @@
 #include "platform/posix/lasterror.h"
 #include "platform/simulated/machinesession.h"
 #include "platform/simulated/openkey.h"
-#include "platform/simulated/simulatedpc.h"
+#include "platform/simulated/simulatedsystem.h"
 #include "platform/text.h"
 
 #include <cstring>
@@ -14,8 +14,8 @@ namespace {
 constexpr LONG ErrorKeyDeleted = 1018; // ERROR_KEY_DELETED
 }
 
-LONG SimulatedPc::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved, DWORD dwType,
-                                 const BYTE *lpData, DWORD cbData)
+LONG SimulatedSystem::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved,
+                                     DWORD dwType, const BYTE *lpData, DWORD cbData)
 {
     const auto key = m_keys.find(hKey);
     if (!key)
@@ -41,7 +41,7 @@ LONG SimulatedPc::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD Rese
     return session.save() ? Success : ErrorGenFailure;
 }
 
-LONG SimulatedPc::RegCloseKey(HKEY hKey)
+LONG SimulatedSystem::RegCloseKey(HKEY hKey)
 {
     return m_keys.remove(hKey) ? Success : ErrorInvalidHandle;
 }

@@ -7,7 +7,7 @@
 #include "platform/simulated/infstore.h"
 #include "platform/simulated/machinesession.h"
 #include "platform/simulated/openkey.h"
-#include "platform/simulated/simulatedpc.h"
+#include "platform/simulated/simulatedsystem.h"
 #include "platform/simulated/usbbus.h"
 #include "platform/text.h"
 
@@ -161,10 +161,11 @@ QString generatedId(const simulated::MachineState &state, const DeviceInfoSet &s
 
 } // namespace
 
-BOOL SimulatedPc::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const WCHAR *,
-                                   DWORD OEMSourceMediaType, DWORD CopyStyle,
-                                   WCHAR *DestinationInfFileName, DWORD DestinationInfFileNameSize,
-                                   DWORD *RequiredSize, WCHAR **DestinationInfFileNameComponent)
+BOOL SimulatedSystem::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const WCHAR *,
+                                       DWORD OEMSourceMediaType, DWORD CopyStyle,
+                                       WCHAR *DestinationInfFileName,
+                                       DWORD DestinationInfFileNameSize, DWORD *RequiredSize,
+                                       WCHAR **DestinationInfFileNameComponent)
 {
     if (!SourceInfFileName)
         return fail(ErrorInvalidParameter);
@@ -197,8 +198,8 @@ BOOL SimulatedPc::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const WCHAR *
     return 1;
 }
 
-BOOL SimulatedPc::SetupDiGetINFClassW(const WCHAR *InfName, Guid *ClassGuid, WCHAR *ClassName,
-                                      DWORD ClassNameSize, DWORD *RequiredSize)
+BOOL SimulatedSystem::SetupDiGetINFClassW(const WCHAR *InfName, Guid *ClassGuid, WCHAR *ClassName,
+                                          DWORD ClassNameSize, DWORD *RequiredSize)
 {
     if (!InfName || !ClassGuid)
         return fail(ErrorInvalidParameter);
@@ -216,8 +217,8 @@ BOOL SimulatedPc::SetupDiGetINFClassW(const WCHAR *InfName, Guid *ClassGuid, WCH
     return 1;
 }
 
-HDEVINFO SimulatedPc::SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHAR *Enumerator, HWND,
-                                           DWORD Flags)
+HDEVINFO SimulatedSystem::SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHAR *Enumerator, HWND,
+                                               DWORD Flags)
 {
     if (Enumerator || Flags != GetPresentDevices) {
         failUnsupported("SetupDiGetClassDevsW", "anything but the present devices of a class");
@@ -261,7 +262,7 @@ HDEVINFO SimulatedPc::SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHAR *E
     return m_deviceSets.add(set);
 }
 
-HDEVINFO SimulatedPc::SetupDiCreateDeviceInfoList(const Guid *ClassGuid, HWND)
+HDEVINFO SimulatedSystem::SetupDiCreateDeviceInfoList(const Guid *ClassGuid, HWND)
 {
     std::optional<Guid> guid;
     if (ClassGuid)
@@ -269,13 +270,13 @@ HDEVINFO SimulatedPc::SetupDiCreateDeviceInfoList(const Guid *ClassGuid, HWND)
     return m_deviceSets.add(std::make_shared<DeviceInfoSet>(guid));
 }
 
-BOOL SimulatedPc::SetupDiDestroyDeviceInfoList(HDEVINFO DeviceInfoSet)
+BOOL SimulatedSystem::SetupDiDestroyDeviceInfoList(HDEVINFO DeviceInfoSet)
 {
     return m_deviceSets.remove(DeviceInfoSet) ? 1 : fail(ErrorInvalidHandle);
 }
 
-BOOL SimulatedPc::SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD MemberIndex,
-                                        DeviceInfoData *deviceInfoData)
+BOOL SimulatedSystem::SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD MemberIndex,
+                                            DeviceInfoData *deviceInfoData)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     if (!set)
@@ -293,11 +294,9 @@ BOOL SimulatedPc::SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD MemberInde
     return fail(ErrorNoMoreItems);
 }
 
-BOOL SimulatedPc::SetupDiGetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
-                                                    DeviceInfoData *deviceInfoData, DWORD Property,
-                                                    DWORD *PropertyRegDataType,
-                                                    BYTE *PropertyBuffer, DWORD PropertyBufferSize,
-                                                    DWORD *RequiredSize)
+BOOL SimulatedSystem::SetupDiGetDeviceRegistryPropertyW(
+    HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData, DWORD Property,
+    DWORD *PropertyRegDataType, BYTE *PropertyBuffer, DWORD PropertyBufferSize, DWORD *RequiredSize)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     const DeviceInfoElement *element = elementOf(set.get(), deviceInfoData);
@@ -344,10 +343,10 @@ BOOL SimulatedPc::SetupDiGetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
     return 1;
 }
 
-BOOL SimulatedPc::SetupDiSetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
-                                                    DeviceInfoData *deviceInfoData, DWORD Property,
-                                                    const BYTE *PropertyBuffer,
-                                                    DWORD PropertyBufferSize)
+BOOL SimulatedSystem::SetupDiSetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
+                                                        DeviceInfoData *deviceInfoData,
+                                                        DWORD Property, const BYTE *PropertyBuffer,
+                                                        DWORD PropertyBufferSize)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     DeviceInfoElement *element = elementOf(set.get(), deviceInfoData);
@@ -373,10 +372,10 @@ BOOL SimulatedPc::SetupDiSetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
     return session.save() ? 1 : fail(ErrorGenFailure);
 }
 
-BOOL SimulatedPc::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCHAR *DeviceName,
-                                           const Guid *ClassGuid, const WCHAR *DeviceDescription,
-                                           HWND, DWORD CreationFlags,
-                                           DeviceInfoData *deviceInfoData)
+BOOL SimulatedSystem::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCHAR *DeviceName,
+                                               const Guid *ClassGuid,
+                                               const WCHAR *DeviceDescription, HWND,
+                                               DWORD CreationFlags, DeviceInfoData *deviceInfoData)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     if (!set)
@@ -410,10 +409,10 @@ BOOL SimulatedPc::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCHAR *
     return 1;
 }
 
-BOOL SimulatedPc::SetupDiGetDeviceInstanceIdW(HDEVINFO DeviceInfoSet,
-                                              DeviceInfoData *deviceInfoData,
-                                              WCHAR *DeviceInstanceId, DWORD DeviceInstanceIdSize,
-                                              DWORD *RequiredSize)
+BOOL SimulatedSystem::SetupDiGetDeviceInstanceIdW(HDEVINFO DeviceInfoSet,
+                                                  DeviceInfoData *deviceInfoData,
+                                                  WCHAR *DeviceInstanceId,
+                                                  DWORD DeviceInstanceIdSize, DWORD *RequiredSize)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     const DeviceInfoElement *element = elementOf(set.get(), deviceInfoData);
@@ -422,9 +421,10 @@ BOOL SimulatedPc::SetupDiGetDeviceInstanceIdW(HDEVINFO DeviceInfoSet,
     return giveText(element->instanceId, DeviceInstanceId, DeviceInstanceIdSize, RequiredSize);
 }
 
-BOOL SimulatedPc::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                            DWORD Flags, void *CompareProc, void *CompareContext,
-                                            DeviceInfoData *DupDeviceInfoData)
+BOOL SimulatedSystem::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet,
+                                                DeviceInfoData *deviceInfoData, DWORD Flags,
+                                                void *CompareProc, void *CompareContext,
+                                                DeviceInfoData *DupDeviceInfoData)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     DeviceInfoElement *element = elementOf(set.get(), deviceInfoData);
@@ -456,8 +456,8 @@ BOOL SimulatedPc::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet, DeviceInfoDa
     return 1;
 }
 
-BOOL SimulatedPc::SetupDiCallClassInstaller(UINT InstallFunction, HDEVINFO DeviceInfoSet,
-                                            DeviceInfoData *deviceInfoData)
+BOOL SimulatedSystem::SetupDiCallClassInstaller(UINT InstallFunction, HDEVINFO DeviceInfoSet,
+                                                DeviceInfoData *deviceInfoData)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     DeviceInfoElement *element = elementOf(set.get(), deviceInfoData);
@@ -482,8 +482,8 @@ BOOL SimulatedPc::SetupDiCallClassInstaller(UINT InstallFunction, HDEVINFO Devic
     return 1;
 }
 
-HKEY SimulatedPc::openKey(HDEVINFO set, DeviceInfoData *data, DWORD scope, DWORD profile,
-                          DWORD type, bool create)
+HKEY SimulatedSystem::openKey(HDEVINFO set, DeviceInfoData *data, DWORD scope, DWORD profile,
+                              DWORD type, bool create)
 {
     const auto found = m_deviceSets.find(set);
     const DeviceInfoElement *element = elementOf(found.get(), data);
@@ -519,15 +519,16 @@ HKEY SimulatedPc::openKey(HDEVINFO set, DeviceInfoData *data, DWORD scope, DWORD
     return m_keys.add(std::make_shared<OpenKey>(element->instanceId));
 }
 
-HKEY SimulatedPc::SetupDiOpenDevRegKey(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                       DWORD Scope, DWORD HwProfile, DWORD KeyType, DWORD)
+HKEY SimulatedSystem::SetupDiOpenDevRegKey(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
+                                           DWORD Scope, DWORD HwProfile, DWORD KeyType, DWORD)
 {
     return openKey(DeviceInfoSet, deviceInfoData, Scope, HwProfile, KeyType, false);
 }
 
-HKEY SimulatedPc::SetupDiCreateDevRegKeyW(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                          DWORD Scope, DWORD HwProfile, DWORD KeyType,
-                                          void *InfHandle, const WCHAR *InfSectionName)
+HKEY SimulatedSystem::SetupDiCreateDevRegKeyW(HDEVINFO DeviceInfoSet,
+                                              DeviceInfoData *deviceInfoData, DWORD Scope,
+                                              DWORD HwProfile, DWORD KeyType, void *InfHandle,
+                                              const WCHAR *InfSectionName)
 {
     if (InfHandle || InfSectionName) {
         failUnsupported("SetupDiCreateDevRegKeyW", "INF sections");
@@ -536,8 +537,9 @@ HKEY SimulatedPc::SetupDiCreateDevRegKeyW(HDEVINFO DeviceInfoSet, DeviceInfoData
     return openKey(DeviceInfoSet, deviceInfoData, Scope, HwProfile, KeyType, true);
 }
 
-BOOL SimulatedPc::SetupDiGetSelectedDriverW(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                            DriverInfoData *driverInfoData)
+BOOL SimulatedSystem::SetupDiGetSelectedDriverW(HDEVINFO DeviceInfoSet,
+                                                DeviceInfoData *deviceInfoData,
+                                                DriverInfoData *driverInfoData)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     if (!elementOf(set.get(), deviceInfoData))

@@ -1,27 +1,17 @@
 #include "platform/simulated/simulatedpc.h"
 
-#include "platform/posix/lasterror.h"
-#include "platform/simulated/deviceinfoset.h"
-#include "platform/simulated/machinesession.h"
-#include "platform/simulated/openkey.h"
-
 namespace platform {
 
+SimulatedParts::SimulatedParts(const QString &stateDirectory)
+    : ports(stateDirectory), system(stateDirectory, &ports)
+{
+}
+
 SimulatedPc::SimulatedPc(const QString &stateDirectory)
-    : m_directory(stateDirectory), m_ports(stateDirectory)
+    : SimulatedParts(stateDirectory),
+      ComposedPlatform(
+          {&ports, &memory, &system, &system, &system, &system, &ports, &system, &system})
 {
-}
-
-SimulatedPc::~SimulatedPc() = default;
-
-DWORD SimulatedPc::GetLastError()
-{
-    return lastError();
-}
-
-void SimulatedPc::SetLastError(DWORD dwErrCode)
-{
-    setLastError(dwErrCode);
 }
 
 } // namespace platform

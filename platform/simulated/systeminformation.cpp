@@ -2,7 +2,7 @@
 
 #include "platform/posix/lasterror.h"
 #include "platform/simulated/machinesession.h"
-#include "platform/simulated/simulatedpc.h"
+#include "platform/simulated/simulatedsystem.h"
 #include "platform/text.h"
 
 #include <cstddef>
@@ -28,7 +28,7 @@ WORD architectureOf(simulated::Processor processor)
 
 } // namespace
 
-BOOL SimulatedPc::GetVersionExW(OsVersionInfoEx *lpVersionInformation)
+BOOL SimulatedSystem::GetVersionExW(OsVersionInfoEx *lpVersionInformation)
 {
     OsVersionInfoEx &info = *lpVersionInformation;
     const DWORD size = info.dwOSVersionInfoSize;
@@ -54,7 +54,7 @@ BOOL SimulatedPc::GetVersionExW(OsVersionInfoEx *lpVersionInformation)
     return 1;
 }
 
-int SimulatedPc::GetSystemMetrics(int nIndex)
+int SimulatedSystem::GetSystemMetrics(int nIndex)
 {
     if (nIndex != MetricServerR2) {
         failUnsupported("GetSystemMetrics", "metrics other than SM_SERVERR2");
@@ -63,7 +63,7 @@ int SimulatedPc::GetSystemMetrics(int nIndex)
     return simulated::MachineSession(m_directory).state.windows.serverR2;
 }
 
-void SimulatedPc::GetSystemInfo(SystemInfo *lpSystemInfo)
+void SimulatedSystem::GetSystemInfo(SystemInfo *lpSystemInfo)
 {
     const simulated::WindowsRelease windows = simulated::MachineSession(m_directory).state.windows;
     *lpSystemInfo = {};

@@ -12,7 +12,6 @@ namespace simulated {
 
 namespace {
 
-constexpr int OnBoardPort = 1;
 constexpr int FirstUsbPort = 5;
 
 /// Whether a process runs; one that only waits to be reaped does not.
