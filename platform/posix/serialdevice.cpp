@@ -75,6 +75,16 @@ bool makeRaw(int descriptor)
     return ::tcsetattr(descriptor, TCSANOW, &line) == 0;
 }
 
+/// A serial driver of Windows receives nothing while its port is closed; a
+/// terminal keeps what came for whoever opens it next, who would take it for
+/// an answer of his own.
+void dropStaleInput(int descriptor)
+{
+    pollfd line = {descriptor, POLLIN, 0};
+    ::poll(&line, 1, 0); // passes on first what has come but was not delivered
+    ::tcflush(descriptor, TCIFLUSH);
+}
+
 /// Whether a rate means something to the line. A virtual one carries bytes as
 /// fast as it can and keeps whatever rate it had.
 bool hasRate(int descriptor)
@@ -225,6 +235,7 @@ int openSerialDevice(const char *node, DWORD *error)
         closeSerialDevice(descriptor);
         return -1;
     }
+    dropStaleInput(descriptor);
     *error = Success;
     return descriptor;
 }

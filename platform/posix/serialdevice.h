@@ -5,10 +5,10 @@
 // A terminal device used as a COM port: exclusive, raw, never blocking.
 namespace platform {
 
-/// Opens a device node for one user alone. The descriptor (close-on-exec,
-/// non-blocking, raw mode) is the caller's until closeSerialDevice(); -1 with
-/// the Windows code in *error: 2 when there is no such device, 5 when it is
-/// open elsewhere or may not be opened.
+/// Opens a device node for one user alone; what it received before is gone.
+/// The descriptor (close-on-exec, non-blocking, raw mode) is the caller's until
+/// closeSerialDevice(); -1 with the Windows code in *error: 2 when there is no
+/// such device, 5 when it is open elsewhere or may not be opened.
 int openSerialDevice(const char *node, DWORD *error);
 
 /// Gives the device back.

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <termios.h>
 #include <unistd.h>
 
 using namespace platform;
@@ -148,7 +147,6 @@ DWORD Dialler::openLine()
     m_line = openSerialDevice(QFile::encodeName(port->phone.tty).constData(), &error);
     if (m_line < 0)
         return RasErrorPortNotAvailable;
-    ::tcflush(m_line, TCIFLUSH); // an answer to an earlier command is none to this one
     m_port = port->number;
     m_plugId = port->phone.plugId;
     m_inDataState = port->phone.carrier;

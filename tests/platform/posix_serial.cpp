@@ -95,6 +95,7 @@ private slots:
     void opensOnlyOnce();
     void isExclusiveAcrossProcesses();
     void freesThePortWhenClosed();
+    void opensWithNothingReceived();
     void refusesANodeThatIsNoTerminal();
     void keepsLineSettings();
     void setsLineSettings();
@@ -239,6 +240,32 @@ void PosixSerialTest::freesThePortWhenClosed()
         QVERIFY(!serial.CloseHandle(handle));
         QCOMPARE(lastError(), DWORD(ErrorInvalidHandle));
     }
+}
+
+void PosixSerialTest::opensWithNothingReceived()
+{
+    TestSerial serial;
+    Pty pty;
+    serial.nodes[5] = pty.node();
+    QVERIFY(serial.CloseHandle(openPath(serial, "\\\\.\\COM5")));
+    pty.send("\r\nNO CARRIER\r\n"); // comes while the port is closed
+    const HANDLE handle = openPath(serial, "\\\\.\\COM5");
+    QVERIFY(handle != invalidHandle());
+    pty.send("\r\nOK\r\n"); // and this while it is open
+    CommTimeouts timeouts = atOnce;
+    QVERIFY(serial.SetCommTimeouts(handle, &timeouts));
+    QVERIFY(serial.SetCommMask(handle, EventReceivedCharacter));
+    Overlapped overlapped = {};
+    overlapped.hEvent = serial.CreateEventW(nullptr, 1, 0, nullptr);
+    DWORD events = 0;
+    serial.WaitCommEvent(handle, &events, &overlapped);
+    QCOMPARE(serial.WaitForSingleObject(overlapped.hEvent, 5000), DWORD(WaitObject0));
+    char buffer[100];
+    DWORD count = 0;
+    QVERIFY(serial.ReadFile(handle, buffer, sizeof buffer, &count, &overlapped));
+    QCOMPARE(QByteArray(buffer, static_cast<int>(count)), QByteArray("\r\nOK\r\n"));
+    serial.CloseHandle(overlapped.hEvent);
+    serial.CloseHandle(handle);
 }
 
 void PosixSerialTest::refusesANodeThatIsNoTerminal()
