@@ -1,5 +1,6 @@
 #include "simulator/simulatedpc/commands.h"
 
+#include "platform/faultinjection/faultinjectingplatform.h"
 #include "platform/simulated/dialler.h"
 #include "platform/simulated/hangup.h"
 #include "platform/simulated/machinesession.h"
@@ -15,9 +16,6 @@
 using namespace simulated;
 
 namespace {
-
-constexpr int LastPort = 256;
-constexpr int OnBoardPort = 1;
 
 void print(const QString &line)
 {
@@ -221,6 +219,11 @@ int addFault(const QString &directory, const QStringList &arguments)
 {
     InjectedFault fault;
     fault.operation = arguments.at(0);
+    // A fault of another name could never fire.
+    const QStringList known = platform::FaultInjectingPlatform::failingOperations();
+    if (fault.operation != "*" && !known.contains(fault.operation))
+        return complain(WrongUse, QString("fault add: unknown operation \"%1\"; there are: * %2")
+                                      .arg(fault.operation, known.join(' ')));
     qlonglong code = 0;
     constexpr auto highest = qlonglong(std::numeric_limits<DWORD>::max());
     if (!readNumber(arguments.at(1), qlonglong(0), highest, &code))
