@@ -40,6 +40,7 @@ private:
 class EscapeDetector
 {
 public:
+    /// The silence that makes three plus signs an escape sequence.
     explicit EscapeDetector(int guardTimeMs);
 
     /// Data state begins.

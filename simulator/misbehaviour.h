@@ -4,6 +4,7 @@
 #include <QList>
 #include <QString>
 
+/// What becomes of the characters of a command.
 enum class EchoMode {
     Off,
     On,    ///< a chunk of its own
@@ -28,12 +29,14 @@ struct Misbehaviour {
     bool set(const QString &name, const QString &value, QString *error);
 };
 
-/// Name, value and meaning of each, for the command line and the messages.
+/// One setting of Misbehaviour as people see it.
 struct MisbehaviourHelp {
     const char *name;
-    const char *value;
-    const char *meaning;
+    const char *value;   ///< the values that it takes
+    const char *meaning; ///< a sentence or two
 };
+/// Every setting that Misbehaviour::set knows, in the order in which the
+/// command line's help shows them.
 QList<MisbehaviourHelp> misbehaviourHelp();
 
 /// Whether a command line begins with an upper-case prefix, in whatever case

@@ -19,13 +19,18 @@ public:
     /// Ends the program and waits for it.
     ~NetworkProgram() override;
 
+    /// Begins a run; one that is under way is ended first. That the program
+    /// cannot be started is told by ended().
     void start();
+    /// Gives bytes to the run under way; without one they are lost, as on a
+    /// line that nobody listens to.
     void write(const QByteArray &bytes);
 
     /// Ends the run; nothing of it is heard any more.
     void stop();
 
 signals:
+    /// The program printed this, cut wherever the pipe cut it.
     void received(const QByteArray &bytes);
 
     /// The program ended by itself or could not be started.

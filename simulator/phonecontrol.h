@@ -27,6 +27,7 @@ public:
     QString execute(const QString &command);
 
 signals:
+    /// "quit" came; its answer has not been sent yet.
     void quitRequested();
 
 private:

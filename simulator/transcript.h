@@ -20,8 +20,11 @@ public:
     /// message when that fails. Before it, nothing is kept.
     bool open(const QString &fileName, QString *error);
 
+    /// One read from the line: what the PC sent.
     void fromPc(const QByteArray &bytes);
+    /// One write to the line: what the phone sent.
     void toPc(const QByteArray &bytes);
+    /// What happened to the phone; one line, in words.
     void remark(const QString &text);
 
 private:

@@ -29,8 +29,9 @@ public:
     /// came to its end.
     virtual void progress() = 0;
 
-    /// The descriptor and the poll(2) events that can bring progress.
+    /// The descriptor that can bring progress; -1 when nothing can any longer.
     virtual int pollDescriptor() const = 0;
+    /// The poll(2) events of it that can; a hang-up needs no asking.
     virtual short pollEvents() const = 0;
 };
 
@@ -39,9 +40,13 @@ public:
 class Event : public KernelObject
 {
 public:
+    /// A manual-reset event stays signalled until reset(); any other lets one
+    /// wait through and is not signalled any longer.
     Event(bool manualReset, bool signalled);
 
+    /// Signals the event, and ends the waits under way.
     void set();
+    /// Makes the event not signalled and forgets a failure.
     void reset();
 
     /// Makes every wait fail with a last-error code until the next reset():
