@@ -30,7 +30,8 @@ DialDialog::DialDialog(const QString &directory, const QString &entry, const QSt
     m_statusLabel->setText("Press Dial to connect through the phone.");
     // Two lines, so that an error does not make the dialog jump.
     m_statusLabel->setMinimumHeight(2 * m_statusLabel->fontMetrics().lineSpacing());
-    m_statusLabel->setMinimumWidth(40 * m_statusLabel->fontMetrics().averageCharWidth());
+    // Wide enough for the whole title beside the frame's buttons.
+    m_statusLabel->setMinimumWidth(64 * m_statusLabel->fontMetrics().averageCharWidth());
 
     m_dialButton->setObjectName("dialButton");
     m_dialButton->setDefault(true);
