@@ -26,6 +26,7 @@ int main(int argc, char *argv[])
     const QApplication application(argc, argv);
     setApplicationIdentity();
     preserveDamagedSettings();
+    reportUnwritableSettings();
     useFormFont();
     // The form looks for its icon in the working directory only. When it is
     // not there, windows take the application's.

@@ -38,6 +38,13 @@ bool hasDialupEntry()
     return QSettings().value(settingskeys::NoOfDialups, 0).toString() != QLatin1String("0");
 }
 
+void reportUnwritableSettings()
+{
+    const QSettings settings;
+    if (!settings.isWritable())
+        qWarning().noquote() << "The settings cannot be written:" << settings.fileName();
+}
+
 void preserveDamagedSettings()
 {
     const QSettings settings;

@@ -28,6 +28,11 @@ QString port(int portNumber);
 /// for a first run.
 bool hasDialupEntry();
 
+/// Says on the debug stream when the user's settings cannot be written: the
+/// program then works, and forgets everything when it ends. Makes the file's
+/// folder where it is missing.
+void reportUnwritableSettings();
+
 /// Keeps a copy of a settings file that cannot be read whole, because the next
 /// write would drop the unreadable lines. The copy lies beside the file, named
 /// like it with ".damaged" and a number; a warning on the debug stream says

@@ -1,9 +1,7 @@
 #include "app/operators.h"
 #include "tests/support/testsettings.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QSettings>
 #include <QTest>
 
@@ -36,14 +34,6 @@ private slots:
     void presetTableIsAFallBack();
 
 private:
-    static void write(const QString &fileName, const QByteArray &bytes)
-    {
-        QVERIFY(QDir().mkpath(QFileInfo(fileName).path()));
-        QFile file(fileName);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(bytes), qint64(bytes.size()));
-    }
-
     std::unique_ptr<TestSettings> m_store;
 };
 
@@ -127,7 +117,7 @@ void OperatorsTest::storedMapIsReadBackFromTheFile()
 
     m_store->clear();
     QCOMPARE(MobileOperatorNames().size(), 5);
-    write(m_store->userFile(), stored);
+    TestSettings::write(m_store->userFile(), stored);
     QCOMPARE(MobileOperatorNames(), QStringList({"Caf\u00e9"}));
     QCOMPARE(MobileOperatorApn("Caf\u00e9"), QString("apn \"x\""));
 }
@@ -154,7 +144,7 @@ void OperatorsTest::valueThatIsNoMap_data()
 void OperatorsTest::valueThatIsNoMap()
 {
     QFETCH(const QByteArray, line);
-    write(m_store->userFile(), "[General]\n" + line + "\n");
+    TestSettings::write(m_store->userFile(), "[General]\n" + line + "\n");
     QCOMPARE(MobileOperatorNames(), QStringList());
     QCOMPARE(MobileOperatorApn("Warid"), QString(""));
 }

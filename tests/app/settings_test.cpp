@@ -5,6 +5,7 @@
 #include "install/modeminstallation.h"
 #include "install/portdiscovery.h"
 #include "tests/support/bench.h"
+#include "tests/support/ordinaryuser.h"
 #include "tests/support/testsettings.h"
 
 #include <QDir>
@@ -40,6 +41,7 @@ private slots:
     void folderThatCannotBeWritten_data();
     void folderThatCannotBeWritten();
     void readOnlyFileLosesNothing();
+    void writableSettingsAreNotReported();
 
     void damagedFileIsKeptOnce();
     void secondDamageGetsTheNextNumber();
@@ -51,14 +53,6 @@ private slots:
     void valuesBesideTheDamageSurviveTheNextWrite();
 
 private:
-    static void write(const QString &fileName, const QByteArray &bytes)
-    {
-        QVERIFY(QDir().mkpath(QFileInfo(fileName).path()));
-        QFile file(fileName);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(bytes), qint64(bytes.size()));
-    }
-
     static QByteArray read(const QString &fileName)
     {
         QFile file(fileName);
@@ -143,7 +137,7 @@ void SettingsTest::hasDialupEntryFor()
 {
     QFETCH(const QByteArray, line);
     QFETCH(const bool, expected);
-    write(m_store->userFile(), "[General]\n" + line + "\n");
+    TestSettings::write(m_store->userFile(), "[General]\n" + line + "\n");
     QCOMPARE(hasDialupEntry(), expected);
     // The same before the value was ever on disk.
     if (line == "NoOfDialups=0" || line == "NoOfDialups=1") {
@@ -154,7 +148,8 @@ void SettingsTest::hasDialupEntryFor()
 
 void SettingsTest::presetIsReadAndUserWins()
 {
-    write(m_store->systemFile(), "[General]\nNoOfDialups=3\nCurrentPort=4\n[ports]\n4=preset\n");
+    TestSettings::write(m_store->systemFile(),
+                        "[General]\nNoOfDialups=3\nCurrentPort=4\n[ports]\n4=preset\n");
     QVERIFY(hasDialupEntry());
     QCOMPARE(QSettings().value(settingskeys::port(4)).toString(), QString("preset"));
     QSettings().setValue(settingskeys::NoOfDialups, 0);
@@ -165,7 +160,7 @@ void SettingsTest::presetIsReadAndUserWins()
 void SettingsTest::writesGoToTheUsersFileOnly()
 {
     const QByteArray preset = "[General]\nCurrentPort=4\n";
-    write(m_store->systemFile(), preset);
+    TestSettings::write(m_store->systemFile(), preset);
     Bench<> bench;
     bench.machine.ports = {{"USB Modem Driver (COM5)"}};
     QVERIFY(SetCurrentPortSettings());
@@ -195,8 +190,9 @@ void SettingsTest::valueOfAnotherType()
     QFETCH(const QByteArray, value);
     QFETCH(const bool, setupDone);
     QFETCH(const int, number);
-    write(m_store->userFile(), "[General]\nisINFSetupDone=" + value + "\nNoOfDialups=" + value +
-                                   "\nCurrentPort=" + value + "\n");
+    TestSettings::write(m_store->userFile(), "[General]\nisINFSetupDone=" + value +
+                                                 "\nNoOfDialups=" + value +
+                                                 "\nCurrentPort=" + value + "\n");
     Bench<> bench;
     bench.machine.rasDevices = {{"modem", "MTK GPRS Modem"}};
 
@@ -207,6 +203,13 @@ void SettingsTest::valueOfAnotherType()
     QCOMPARE(bench.machine.storedEntries.first().name, name);
     QCOMPARE(QSettings().value(settingskeys::NoOfDialups).toInt(), number + 1);
     QCOMPARE(QSettings().value(settingskeys::port(number)).toString(), name);
+
+    // The installation of the modem has the port looked for before it reads it.
+    bench.machine.ports = {{"USB Modem Driver (COM12)"}};
+    QVERIFY(InstallModem());
+    const QString port = "COM12";
+    QCOMPARE(bench.machine.registryWrites.first().data,
+             QByteArray(reinterpret_cast<const char *>(port.utf16()), 12));
 }
 
 void SettingsTest::damagedFileReadsAsFarAsItGoes_data()
@@ -228,7 +231,7 @@ void SettingsTest::damagedFileReadsAsFarAsItGoes()
 {
     QFETCH(const QByteArray, bytes);
     QFETCH(const int, entries);
-    write(m_store->userFile(), bytes);
+    TestSettings::write(m_store->userFile(), bytes);
     QCOMPARE(QSettings().value(settingskeys::NoOfDialups).toInt(), entries);
     QCOMPARE(hasDialupEntry(), entries != 0);
     // And it can be written again.
@@ -253,7 +256,7 @@ void SettingsTest::folderThatCannotBeWritten()
     QTemporaryDir dir;
     const QString place = belowAFile ? dir.filePath("file") : QString("/proc/settings");
     if (belowAFile)
-        write(place, "not a folder");
+        TestSettings::write(place, "not a folder");
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, place);
 
     Bench<> bench;
@@ -264,6 +267,11 @@ void SettingsTest::folderThatCannotBeWritten()
     QVERIFY(createDialupConnection());
     QVERIFY(!hasDialupEntry());
     preserveDamagedSettings();
+    bench.log.clear();
+    reportUnwritableSettings();
+    QCOMPARE(bench.log.lines(),
+             QStringList({"The settings cannot be written: " + QSettings().fileName()}));
+    QVERIFY(QSettings().fileName().startsWith(place));
     QCOMPARE(MobileOperatorNames().size(), 5);
     if (belowAFile)
         QCOMPARE(read(place), QByteArray("not a folder"));
@@ -272,20 +280,57 @@ void SettingsTest::folderThatCannotBeWritten()
 void SettingsTest::readOnlyFileLosesNothing()
 {
     const QByteArray before = "[General]\nCurrentPort=7\nNoOfDialups=1\n\n[ports]\n7=Entry\n";
-    write(m_store->userFile(), before);
-    QVERIFY(QFile::setPermissions(m_store->userFile(), QFileDevice::ReadOwner));
-    const bool allRights = QFileInfo(m_store->userFile()).isWritable();
-    QSettings().setValue(settingskeys::isINFSetupDone, true);
-    touch(m_store->userFile());
+    const QString file = m_store->userFile();
+    TestSettings::write(file, before);
+    const auto readable = QFileDevice::ReadOwner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+    const auto everything = readable | QFileDevice::WriteOwner | QFileDevice::WriteOther |
+                            QFileDevice::ExeOwner | QFileDevice::ExeOther;
+    // Nothing but the file's own mode keeps anybody out.
+    const QDir folder = QFileInfo(file).dir();
+    QVERIFY(QFile::setPermissions(folder.path(), everything));
+    QVERIFY(QFile::setPermissions(QFileInfo(folder.path()).path(), everything));
+    QVERIFY(QFile::setPermissions(file, readable));
+    const LogCatcher log;
+    {
+        const OrdinaryUser user;
+        if (!QFile(file).open(QIODevice::ReadOnly))
+            QSKIP("The folder of temporary files is closed to other users.");
+        QVERIFY(!QFile(file).open(QIODevice::ReadWrite));
+        reportUnwritableSettings();
+        QSettings().setValue(settingskeys::isINFSetupDone, true);
+    }
+    QCOMPARE(log.lines(), QStringList({"The settings cannot be written: " + file}));
+    QCOMPARE(read(file), before);
+    QVERIFY(QFile::setPermissions(file, everything));
+    touch(file);
     QCOMPARE(QSettings().value(settingskeys::port(7)).toString(), QString("Entry"));
     QCOMPARE(QSettings().value(settingskeys::NoOfDialups).toInt(), 1);
-    if (!allRights)
-        QCOMPARE(read(m_store->userFile()), before);
+}
+
+void SettingsTest::writableSettingsAreNotReported()
+{
+    const LogCatcher log;
+    reportUnwritableSettings();
+    // A first start has nothing yet, and this makes nothing but the folder.
+    const QFileInfo file(m_store->userFile());
+    QVERIFY(!file.exists());
+    QCOMPARE(file.dir().entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList());
+
+    TestSettings::write(m_store->userFile(), "[General]\nCurrentPort=7\n");
+    // What is preset is not the user's to write.
+    TestSettings::write(m_store->systemFile(), "[General]\nCurrentPort=4\n");
+    QVERIFY(QFile::setPermissions(m_store->systemFile(), QFileDevice::ReadOwner));
+    reportUnwritableSettings();
+    QCOMPARE(read(m_store->userFile()), QByteArray("[General]\nCurrentPort=7\n"));
+    QVERIFY(QFile::setPermissions(m_store->systemFile(),
+                                  QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+    QCOMPARE(log.lines(), QStringList());
 }
 
 void SettingsTest::damagedFileIsKeptOnce()
 {
-    write(m_store->userFile(), garbage);
+    TestSettings::write(m_store->userFile(), garbage);
     const LogCatcher log;
     preserveDamagedSettings();
     QCOMPARE(log.lines(), QStringList({"The settings file is damaged; a copy was kept as " +
@@ -309,10 +354,10 @@ void SettingsTest::damagedFileIsKeptOnce()
 void SettingsTest::secondDamageGetsTheNextNumber()
 {
     const LogCatcher log;
-    write(m_store->userFile(), garbage);
+    TestSettings::write(m_store->userFile(), garbage);
     preserveDamagedSettings();
     const QByteArray worse = garbage + "still worse\n";
-    write(m_store->userFile(), worse);
+    TestSettings::write(m_store->userFile(), worse);
     preserveDamagedSettings();
     QCOMPARE(copies().size(), 2);
     QCOMPARE(read(m_store->userFile() + ".damaged1"), garbage);
@@ -333,7 +378,7 @@ void SettingsTest::soundFileIsNotCopied_data()
 void SettingsTest::soundFileIsNotCopied()
 {
     QFETCH(const QByteArray, bytes);
-    write(m_store->userFile(), bytes);
+    TestSettings::write(m_store->userFile(), bytes);
     const LogCatcher log;
     preserveDamagedSettings();
     QCOMPARE(copies(), QStringList());
@@ -350,8 +395,8 @@ void SettingsTest::missingFileIsNotCopied()
 
 void SettingsTest::damagedPresetIsNotTakenForTheUsersFile()
 {
-    write(m_store->userFile(), "[General]\nCurrentPort=7\n");
-    write(m_store->systemFile(), garbage);
+    TestSettings::write(m_store->userFile(), "[General]\nCurrentPort=7\n");
+    TestSettings::write(m_store->systemFile(), garbage);
     const LogCatcher log;
     preserveDamagedSettings();
     QCOMPARE(copies(), QStringList());
@@ -361,7 +406,7 @@ void SettingsTest::damagedPresetIsNotTakenForTheUsersFile()
 
 void SettingsTest::copyThatCannotBeMadeIsReported()
 {
-    write(m_store->userFile(), garbage);
+    TestSettings::write(m_store->userFile(), garbage);
     // A dangling link is no file that exists, and none that can be written.
     const QString link = m_store->userFile() + ".damaged1";
     QVERIFY(QFile::link("/proc/settings/nowhere", link));
@@ -376,7 +421,7 @@ void SettingsTest::copyThatCannotBeMadeIsReported()
 
 void SettingsTest::valuesBesideTheDamageSurviveTheNextWrite()
 {
-    write(m_store->userFile(), garbage);
+    TestSettings::write(m_store->userFile(), garbage);
     {
         const LogCatcher log;
         preserveDamagedSettings();

@@ -3,7 +3,9 @@
 #include "app/identity.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 
 namespace {
@@ -38,4 +40,12 @@ QString TestSettings::userFile() const
 QString TestSettings::systemFile() const
 {
     return fileIn(m_system);
+}
+
+void TestSettings::write(const QString &fileName, const QByteArray &bytes)
+{
+    QFile file(fileName);
+    if (!QDir().mkpath(QFileInfo(fileName).path()) || !file.open(QIODevice::WriteOnly) ||
+        file.write(bytes) != bytes.size())
+        qFatal("%s cannot be written", qPrintable(fileName));
 }

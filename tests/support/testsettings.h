@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -17,6 +18,9 @@ public:
     QString userFile() const;
     /// The file that presets values for all users; it need not exist.
     QString systemFile() const;
+
+    /// Replaces a file's content; makes its folder where it is missing.
+    static void write(const QString &fileName, const QByteArray &bytes);
 
 private:
     QTemporaryDir m_user;
