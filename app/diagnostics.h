@@ -15,6 +15,7 @@ struct Quoted {
     QString text;
 };
 
+/// Writes the text between its quotes; the stream's own quoting stays as it was.
 QDebug operator<<(QDebug debug, const Quoted &quoted);
 
 /// One item of a tagged line: a plain character string is printed bare, a
@@ -22,9 +23,12 @@ QDebug operator<<(QDebug debug, const Quoted &quoted);
 class LogItem
 {
 public:
+    /// Printed bare. UTF-8.
     LogItem(const char *plain) : m_text(QString::fromUtf8(plain)) {}
+    /// Printed between double quotes, unescaped.
     LogItem(const QString &value) : m_text(QLatin1Char('"') + value + QLatin1Char('"')) {}
 
+    /// What is printed, quotes included.
     const QString &text() const { return m_text; }
 
 private:
@@ -40,8 +44,4 @@ void logError(const LogItem &function, const LogItem &message);
 
 /// Prints to standard output what the serial link and the device rescan have
 /// to say; those diagnostics never went to the debug stream. printf format.
-void printDiagnostic(const char *format, ...)
-#ifdef __GNUC__
-    __attribute__((format(printf, 1, 2)))
-#endif
-    ;
+void printDiagnostic(const char *format, ...) Q_ATTRIBUTE_FORMAT_PRINTF(1, 2);
