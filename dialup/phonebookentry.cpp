@@ -9,6 +9,7 @@
 #include <QSettings>
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 
 using namespace platform;
@@ -16,14 +17,6 @@ using namespace platform;
 namespace {
 
 constexpr int EntryNameSize = 10000; // UTF-16 units
-
-/// Fills a text field of the record, which then holds nothing but the text.
-template<int Size> void setField(WCHAR (&field)[Size], const QString &text)
-{
-    for (WCHAR &unit : field)
-        unit = 0;
-    copyToBuffer(text, field, Size);
-}
 
 void logStoreFailure(DWORD error)
 {
@@ -55,7 +48,10 @@ void logStoreFailure(DWORD error)
 bool createDialupConnection()
 {
     QSettings settings;
-    const int number = settings.value(settingskeys::NoOfDialups).toInt() + 1;
+    // A damaged store may hold the largest count. It stays what it is then: a
+    // count that wrapped around could come out as "no entry yet".
+    const int count = settings.value(settingskeys::NoOfDialups).toInt();
+    const int number = count < std::numeric_limits<int>::max() ? count + 1 : count;
     const QString entryName = QString("%1 %2").arg("TolvaneModem").arg(number);
     const auto entryBuffer = std::make_unique<WCHAR[]>(EntryNameSize);
     copyToBuffer(entryName, entryBuffer.get(), EntryNameSize);
@@ -67,6 +63,7 @@ bool createDialupConnection()
         RasErrorBufferTooSmall)
         return false;
     const HANDLE heap = current().GetProcessHeap();
+    // A whole record is written to below, whatever size the system reports.
     auto *entry = static_cast<RasEntry *>(
         current().HeapAlloc(heap, HeapZeroMemory, std::max(size, RasEntrySize)));
     if (!entry) {

@@ -4,7 +4,9 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
 
 // Text between QString and the platform's fixed UTF-16 buffers.
 namespace platform {
@@ -38,6 +40,14 @@ inline void copyToBuffer(const QString &text, WCHAR *buffer, int size)
 {
     for (int i = 0; i < text.size() && i < size - 1; ++i)
         buffer[i] = static_cast<WCHAR>(text.at(i).unicode());
+}
+
+/// Fills a record's fixed field, which then holds nothing but the text and its
+/// terminator. What does not fit is cut off.
+template<std::size_t Size> void setField(WCHAR (&field)[Size], const QString &text)
+{
+    std::fill(std::begin(field), std::end(field), WCHAR{0});
+    copyToBuffer(text, field, static_cast<int>(Size));
 }
 
 } // namespace platform

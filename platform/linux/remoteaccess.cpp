@@ -7,8 +7,6 @@
 #include "platform/posix/lasterror.h"
 #include "platform/text.h"
 
-#include <cstring>
-
 namespace platform {
 
 namespace {
@@ -23,12 +21,6 @@ constexpr DWORD OptionSoftwareCompression = 0x00000200;
 constexpr DWORD ProtocolIp = 4; // RASNP_Ip
 constexpr DWORD FramingPpp = 1; // RASFP_Ppp
 constexpr DWORD TypePhone = 1;  // RASET_Phone
-
-template<std::size_t Size> void setField(WCHAR (&field)[Size], const QString &text)
-{
-    std::memset(field, 0, sizeof field);
-    copyToBuffer(text, field, static_cast<int>(Size));
-}
 
 RasConnectionHandle handleOf(const ActiveLink &link)
 {

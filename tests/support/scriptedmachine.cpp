@@ -21,12 +21,6 @@ BOOL failWith(DWORD error)
     return 0;
 }
 
-template<int Size> void setField(WCHAR (&field)[Size], const QString &text)
-{
-    std::memset(field, 0, sizeof field);
-    copyToBuffer(text, field, Size);
-}
-
 } // namespace
 
 ScriptedMachine::ScriptedMachine()
@@ -373,6 +367,10 @@ DWORD ScriptedMachine::RasHangUpW(RasConnectionHandle hrasconn)
     if (found == connections.end())
         return RasErrorInvalidHandle;
     connections.erase(found);
+    // A test's own connection has no handle of this machine.
+    const std::lock_guard lock(m_mutex);
+    if (m_open.value(hrasconn, Kind::Key) == Kind::Connection)
+        m_open.remove(hrasconn);
     return Success;
 }
 
@@ -387,7 +385,7 @@ BOOL ScriptedMachine::RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR 
         lpInfo->dwError = RasErrorNoAnswer;
         return 0;
     }
-    connections.append({fromWide(lpszEntry), open(Kind::Key)});
+    connections.append({fromWide(lpszEntry), open(Kind::Connection)});
     return 1;
 }
 

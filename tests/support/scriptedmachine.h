@@ -287,7 +287,7 @@ public:
     void GetSystemInfo(platform::SystemInfo *lpSystemInfo) override;
 
 private:
-    enum class Kind { Port, Event, DeviceSet, Key, ProcessHandle };
+    enum class Kind { Port, Event, DeviceSet, Key, ProcessHandle, Connection };
 
     struct BoundFunctions;
 
