@@ -29,6 +29,7 @@ bool withConnection(const QString &connName, const std::function<bool(RasConnect
 
     logMessage("isDialupConnectionConnected", QString("No of Connections = %1").arg(count));
     qDebug() << "The following RAS connections are currently active:" << Qt::endl;
+    // The count is the system's word; the records are only these.
     for (DWORD i = 0; i < count && i < MaximumConnections; ++i) {
         const QString entryName = fromField(connections[i].szEntryName);
         qDebug() << Quoted(entryName);

@@ -4,6 +4,8 @@
 #include "platform/platform.h"
 #include "platform/text.h"
 
+#include <algorithm>
+
 using namespace platform;
 
 namespace {
@@ -37,7 +39,10 @@ QStringList GetRasDevices()
         ShowFatalError("GetRasDevices", "Small Buffer Small Error Not Found.");
 
     const HANDLE heap = current().GetProcessHeap();
-    auto *devices = static_cast<RasDeviceInfo *>(current().HeapAlloc(heap, HeapZeroMemory, size));
+    // A whole record is written to below, whatever size the system reports.
+    const DWORD blockSize = std::max(size, RasDeviceInfoSize);
+    auto *devices =
+        static_cast<RasDeviceInfo *>(current().HeapAlloc(heap, HeapZeroMemory, blockSize));
     if (!devices)
         ShowFatalError("GetRasDevices", "HeapAlloc failed!");
     devices[0].dwSize = RasDeviceInfoSize;
@@ -45,7 +50,8 @@ QStringList GetRasDevices()
         ShowFatalError("GetRasDevices", "An Error Occured.");
 
     QStringList names;
-    for (DWORD i = 0; i < count; ++i) {
+    // The count is the system's word; the records are only those of the block.
+    for (DWORD i = 0; i < count && i < blockSize / RasDeviceInfoSize; ++i) {
         if (fromField(devices[i].szDeviceType) != QLatin1String("modem"))
             continue;
         const QByteArray name = narrowed(fromField(devices[i].szDeviceName));

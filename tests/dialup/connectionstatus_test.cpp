@@ -37,7 +37,8 @@ QStringList scanned(const QString &wanted, int count, const QStringList &names)
     return lines;
 }
 
-/// Enumerates with a code of the test's choosing and a count that was set.
+/// Reports a count that was set, whatever the list holds, and a first entry
+/// whose name has no terminator.
 class EnumeratingMachine : public ScriptedMachine
 {
 public:
@@ -47,7 +48,6 @@ public:
     {
         const DWORD result = ScriptedMachine::RasEnumConnectionsW(lprasconn, lpcb, lpcConnections);
         *lpcConnections = reportedCount;
-        // An entry name that fills its field has no terminator.
         std::fill(std::begin(lprasconn[0].szEntryName), std::end(lprasconn[0].szEntryName),
                   WCHAR{'n'});
         return result;
@@ -72,6 +72,7 @@ private slots:
     void hangUpFails();
     void hangUpDoesNotWait();
     void nameWithoutTerminator();
+    void countBeyondTheList();
 };
 
 void ConnectionStatusTest::scans_data()
@@ -233,6 +234,19 @@ void ConnectionStatusTest::nameWithoutTerminator()
     const QString full(257, 'n');
     QVERIFY(isDialupConnectionConnected(full));
     QCOMPARE(bench.log.lines(), scanned(full, 1, {full}));
+}
+
+// No more records are looked at than there are.
+void ConnectionStatusTest::countBeyondTheList()
+{
+    Bench<EnumeratingMachine> bench;
+    bench.machine.reportedCount = 101;
+    QVERIFY(!isDialupConnectionConnected("TolvaneModem 1"));
+    QStringList names = {QString(257, 'n')};
+    while (names.size() < 100)
+        names.append("");
+    QCOMPARE(bench.log.lines().size(), 203);
+    QCOMPARE(bench.log.lines(), scanned("TolvaneModem 1", 101, names));
 }
 
 QTEST_GUILESS_MAIN(ConnectionStatusTest)

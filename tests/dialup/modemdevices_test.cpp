@@ -31,6 +31,29 @@ public:
     }
 };
 
+/// Tells a size and a count that do not fit its devices.
+class MisreportingMachine : public ScriptedMachine
+{
+public:
+    DWORD reportedSize = 0;
+    DWORD reportedCount = 0;
+    DWORD offeredSize = 0; ///< to the second call
+
+    DWORD RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices) override
+    {
+        if (!lpRasDevInfo) {
+            *lpcb = reportedSize;
+            return RasErrorBufferTooSmall;
+        }
+        offeredSize = *lpcb;
+        DWORD size = static_cast<DWORD>(rasDevices.size()) * RasDeviceInfoSize;
+        const DWORD result = ScriptedMachine::RasEnumDevicesW(lpRasDevInfo, &size, lpcDevices);
+        *lpcb = 10 * RasDeviceInfoSize;
+        *lpcDevices = reportedCount;
+        return result;
+    }
+};
+
 } // namespace
 
 class ModemDevicesTest : public QObject
@@ -45,6 +68,8 @@ private slots:
     void sorting();
     void namesThatFillTheirField();
     void deviceGoneBetweenTheCalls();
+    void misreportedSizes_data();
+    void misreportedSizes();
     void blockThatIsNotFreed();
 };
 
@@ -162,6 +187,40 @@ void ModemDevicesTest::deviceGoneBetweenTheCalls()
     QCOMPARE(GetRasDevices(), QStringList({"MTK GPRS Modem"}));
     QCOMPARE(bench.machine.sizeFieldSeen, DWORD{296});
     QVERIFY(bench.machine.blockWasClear);
+    QCOMPARE(bench.leftOpen(), QString());
+}
+
+// The block always holds a whole record, and no more records are looked at
+// than it holds. The size argument stays what the query gave.
+void ModemDevicesTest::misreportedSizes_data()
+{
+    QTest::addColumn<DWORD>("size");
+    QTest::addColumn<DWORD>("count");
+    QTest::addColumn<QString>("allocation");
+    QTest::addColumn<int>("found");
+    QTest::newRow("less than a record") << DWORD{100} << DWORD{1} << "HeapAlloc(0x1, 8, 296)" << 1;
+    QTest::newRow("nothing") << DWORD{0} << DWORD{1} << "HeapAlloc(0x1, 8, 296)" << 1;
+    QTest::newRow("part of a second record")
+        << DWORD{400} << DWORD{2} << "HeapAlloc(0x1, 8, 400)" << 1;
+    QTest::newRow("count beyond the block")
+        << DWORD{296} << DWORD{9} << "HeapAlloc(0x1, 8, 296)" << 1;
+    QTest::newRow("no devices after all")
+        << DWORD{296} << DWORD{0} << "HeapAlloc(0x1, 8, 296)" << 0;
+}
+
+void ModemDevicesTest::misreportedSizes()
+{
+    QFETCH(const DWORD, size);
+    QFETCH(const DWORD, count);
+    QFETCH(const QString, allocation);
+    QFETCH(const int, found);
+    Bench<MisreportingMachine> bench;
+    bench.machine.rasDevices = {{"modem", "MTK GPRS Modem"}};
+    bench.machine.reportedSize = size;
+    bench.machine.reportedCount = count;
+    QCOMPARE(GetRasDevices().size(), found);
+    QCOMPARE(bench.calls().at(2), allocation);
+    QCOMPARE(bench.machine.offeredSize, size);
     QCOMPARE(bench.leftOpen(), QString());
 }
 

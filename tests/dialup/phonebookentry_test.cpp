@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <memory>
 
 using namespace platform;
@@ -71,6 +72,7 @@ private slots:
     void recordSizes_data();
     void recordSizes();
     void numbersGoOn();
+    void largestCountStays();
     void latestEntryOfAPort();
     void deviceThatSortsLast();
     void longDeviceName();
@@ -206,6 +208,21 @@ void PhonebookEntryTest::numbersGoOn()
     QCOMPARE(QSettings().value("ports/12").toString(), QString("TolvaneModem 3"));
 }
 
+// No number follows it: the entry of that number is made anew.
+void PhonebookEntryTest::largestCountStays()
+{
+    Bench<> bench;
+    withModem(bench);
+    const int largest = std::numeric_limits<int>::max();
+    QSettings().setValue("NoOfDialups", largest - 1);
+    for (int run = 0; run < 2; ++run) {
+        QVERIFY(createDialupConnection());
+        QCOMPARE(bench.machine.storedEntries.last().name, QString("TolvaneModem 2147483647"));
+        QCOMPARE(QSettings().value("NoOfDialups"), QVariant(largest));
+        QCOMPARE(QSettings().value("ports/0").toString(), QString("TolvaneModem 2147483647"));
+    }
+}
+
 void PhonebookEntryTest::latestEntryOfAPort()
 {
     Bench<> bench;
@@ -286,6 +303,9 @@ void PhonebookEntryTest::operationFails_data()
                            << QStringList{"The address or buffer specified by lpRasEntry is "
                                           "invalid. \n"}
                            << QStringList{"RasSetEntryPropertiesW", "HeapFree"} << "";
+    QTest::newRow("free the device list")
+        << "HeapFree" << 1 << ErrorInvalidParameter << true << QStringList{created}
+        << QStringList{"HeapFree", "RasSetEntryPropertiesW", "HeapFree"} << "1 block";
     QTest::newRow("free") << "HeapFree" << 2 << ErrorInvalidParameter << true
                           << QStringList{created} << QStringList{"HeapFree"} << "1 block";
 }
@@ -305,9 +325,10 @@ void PhonebookEntryTest::operationFails()
     QCOMPARE(bench.injector.firedFaults(), 1);
     QCOMPARE(bench.log.lines(), lines);
     const QStringList operations = bench.injector.operations();
-    QCOMPARE(QStringList(operations.mid(operations.size() - lastOperations.size())),
-             lastOperations);
-    QCOMPARE(operations.count(operation), call);
+    const auto before = operations.size() - lastOperations.size();
+    QCOMPARE(QStringList(operations.mid(before)), lastOperations);
+    QCOMPARE(lastOperations.first(), operation);
+    QCOMPARE(QStringList(operations.mid(0, before)).count(operation), call - 1);
     QCOMPARE(QSettings().allKeys().isEmpty(), !result);
     QCOMPARE(bench.leftOpen(), leftOpen);
 }
