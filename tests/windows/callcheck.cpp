@@ -55,7 +55,7 @@ const QMap<QString, QStringList> &forms()
         {"WaitCommEvent", {"port\\d+ event\\d+ mask=set %R"}},
         {"WaitForSingleObject",
          {"event\\d+ milliseconds=0xFFFFFFFF -> result=(0|0xFFFFFFFF error=\\d+)"}},
-        {"ReadFile", {"port\\d+ bytes=100 buffer=zero read=0 event\\d+ -> got=\".*\""}},
+        {"ReadFile", {"port\\d+ bytes=100 buffer=zero read=0 event\\d+ (-> got=\".*\"|%R)"}},
         // The events of the port are left to the end of the process.
         {"CloseHandle", {"(port|process|thread)\\d+ -> result=1"}},
         // Processes, system information, libraries bound at run time
@@ -65,12 +65,12 @@ const QMap<QString, QStringList> &forms()
           "rest=zero %R"}},
         {"InstallDriver.exe",
          {"program=%P commandLine=\"InstallDriver -a\" directory=%P startupFlags=0x0"}},
-        {"GetVersionExW", {"size=284 rest=zero -> major=\\d+ minor=\\d+"}},
+        {"GetVersionExW", {"size=284 rest=zero -> (major=\\d+ minor=\\d+|result=0 error=\\d+)"}},
         {"GetSystemMetrics", {"index=89"}},
         {"LoadLibraryW", {"name=\"(cfgmgr32|newdev)\\.dll\" -> result=(module|null error=\\d+)"}},
         {"FreeLibrary", {"(cfgmgr32|newdev)\\.dll"}},
         {"GetProcAddress",
-         {"kernel32\\.dll GetNativeSystemInfo -> result=address",
+         {"kernel32\\.dll GetNativeSystemInfo -> result=(address|null)",
           "cfgmgr32\\.dll CM_(Locate_DevNode_ExA|Reenumerate_DevNode_Ex) -> result=address",
           "newdev\\.dll UpdateDriverForPlugAndPlayDevicesW -> result=address"}},
         {"cfgmgr32.dll", {"loaded", "freed"}},
@@ -123,7 +123,7 @@ const QMap<QString, QStringList> &forms()
         {"RegCloseKey", {"driver key -> result=0"}},
         {"HeapAlloc", {"flags=8 bytes=\\d+ -> (block\\d+|result=null)"}},
         {"HeapFree", {"flags=0 block\\d+"}},
-        {"LocalAlloc", {"flags=64 bytes=\\d+ -> block\\d+"}},
+        {"LocalAlloc", {"flags=64 bytes=\\d+ -> (block\\d+|result=null)"}},
         {"LocalFree", {"block\\d+"}},
         {"exit", {"sets .*", "ports .*"}},
     };

@@ -41,6 +41,16 @@ QStringList machineWithPhone()
     };
 }
 
+void setUpBefore(WineMachine &machine)
+{
+    machine.setSettings({{"CurrentMobileOperator", "GrameenPhone"},
+                         {"CurrentPort", "7"},
+                         {"NoOfDialups", "1"},
+                         {"isINFSetupDone", "true"},
+                         {"ports/7", "TolvaneModem 1"}});
+    machine.setMachine(machineWithPhone() + QStringList{"dial ask"});
+}
+
 QStringList portSearchCalls(int set, int firstBlock)
 {
     QStringList calls;

@@ -9,6 +9,10 @@ class WineMachine;
 /// drivers install.
 QStringList machineWithPhone();
 
+/// Gives the machine that phone, the settings of a set-up that was done before
+/// and a dial dialog that asks.
+void setUpBefore(WineMachine &machine);
+
 /// Every call of the five set-up steps on that machine under Windows 7, in
 /// order, as the doubles record it; without the started installer's own line,
 /// which comes when that process gets to it.

@@ -9,6 +9,7 @@
 #include <QTest>
 
 #include <memory>
+#include <tuple>
 
 namespace {
 
@@ -159,6 +160,14 @@ void SetupTest::failure_data()
         << "ERROR  RegisterModem  -  SetupDiRegisterDeviceInfo Device\n \n\n" + registerFailed() +
                lastError("5") + installFailed
         << QStringList{deviceRemoved, setDestroyed} << clean;
+    QTest::newRow("removal refused")
+        << QStringList{"fail SetupDiRegisterDeviceInfo 1 5", "fail SetupDiCallClassInstaller 1 5"}
+        << "ERROR  RegisterModem  -  SetupDiRegisterDeviceInfo Device\n \n\n" + registerFailed() +
+               lastError("5") + installFailed
+        << QStringList{"SetupDiCallClassInstaller function=5 set3 device=new cbSize=32 "
+                       "-> result=0 error=5",
+                       setDestroyed}
+        << clean;
     QTest::newRow("driver key exists")
         << QStringList{"driverkey exists"}
         << "ERROR  RegisterModem  -  SetupDiOpenDevRegKey failed \n\n" + registerFailed() +
@@ -239,6 +248,8 @@ void SetupTest::failure_data()
     QTest::newRow("name unreadable once")
         << QStringList{"fail SetupDiGetDeviceRegistryPropertyW 1 13"} << success << QStringList{}
         << clean;
+    QTest::newRow("no memory for a name")
+        << QStringList{"fail LocalAlloc 1 8"} << success << QStringList{} << clean;
     QTest::newRow("instance id too long at first")
         << QStringList{"fail SetupDiGetDeviceInstanceIdW 1 122"} << success << QStringList{}
         << clean;
@@ -296,44 +307,49 @@ void SetupTest::failure()
 void SetupTest::release_data()
 {
     QTest::addColumn<QString>("version"); // as Wine names it
+    QTest::addColumn<QStringList>("failures");
     QTest::addColumn<QString>("reported");
+    QTest::addColumn<QString>("native"); // how the look-up of GetNativeSystemInfo ends
     QTest::addColumn<QString>("inf");
 
-    QTest::newRow("Windows XP") << "winxp64"
-                                << "major=5 minor=2"
-                                << "modem_inf_64.inf";
-    QTest::newRow("Windows Vista") << "vista"
-                                   << "major=6 minor=0"
-                                   << "modem_inf_64.inf";
-    QTest::newRow("Windows 7") << "win7"
-                               << "major=6 minor=1"
-                               << "modem_inf_64.inf";
-    // Later releases are not among those that the drivers know.
-    QTest::newRow("Windows 8") << "win8"
-                               << "major=6 minor=2"
-                               << "modem_inf_32.inf";
-    QTest::newRow("Windows 8.1") << "win81"
-                                 << "major=6 minor=3"
-                                 << "modem_inf_32.inf";
-    QTest::newRow("Windows 10") << "win10"
-                                << "major=10 minor=0"
-                                << "modem_inf_32.inf";
-    QTest::newRow("Windows 11") << "win11"
-                                << "major=10 minor=0"
-                                << "modem_inf_32.inf";
+    const std::tuple<const char *, const char *, const char *, const char *> releases[] = {
+        {"Windows XP", "winxp64", "major=5 minor=2", "modem_inf_64.inf"},
+        {"Windows Vista", "vista", "major=6 minor=0", "modem_inf_64.inf"},
+        {"Windows 7", "win7", "major=6 minor=1", "modem_inf_64.inf"},
+        // Later releases are not among those that the drivers know. Windows 11
+        // reports what Windows 10 does.
+        {"Windows 8", "win8", "major=6 minor=2", "modem_inf_32.inf"},
+        {"Windows 8.1", "win81", "major=6 minor=3", "modem_inf_32.inf"},
+        {"Windows 10", "win10", "major=10 minor=0", "modem_inf_32.inf"},
+    };
+    for (const auto &[name, version, reported, inf] : releases)
+        QTest::newRow(name) << version << QStringList{} << reported << "result=address" << inf;
+    QTest::newRow("version unknown")
+        << "win7" << QStringList{"fail GetVersionExW * 120"} << "result=0 error=120"
+        << "result=address"
+        << "modem_inf_32.inf";
+    // The older function tells the processor of a 64-bit program as well.
+    QTest::newRow("no GetNativeSystemInfo")
+        << "win7" << QStringList{"fail GetNativeSystemInfo * 127"} << "major=6 minor=1"
+        << "result=null"
+        << "modem_inf_64.inf";
 }
 
 void SetupTest::release()
 {
     QFETCH(QString, version);
+    QFETCH(QStringList, failures);
     QFETCH(QString, reported);
+    QFETCH(QString, native);
     QFETCH(QString, inf);
     m_machine->setWindowsVersion(version);
-    m_machine->setMachine(machineWithPhone());
+    m_machine->setMachine(machineWithPhone() + failures);
     runWizard();
     QVERIFY(m_machine->waitForCall("^SetupCopyOEMInfW "));
     const QString called = m_machine->calls().filter("GetVersionExW").value(0);
     QVERIFY2(called.endsWith(reported), qPrintable(called));
+    const QString lookUp = m_machine->calls().filter(" GetNativeSystemInfo ").value(0);
+    QVERIFY2(lookUp.endsWith(native), qPrintable(lookUp));
     const QString copied = m_machine->calls().filter("SetupCopyOEMInfW").value(0);
     QVERIFY2(copied.contains("\\drivers\\" + inf + '"'), qPrintable(copied));
     QVERIFY(m_machine->waitForDebug("Successfully created"));

@@ -1,14 +1,12 @@
 // The packaged program in a real window, from the first start to the hang-up.
 
-#include "simulator/virtualphonethread.h"
 #include "tests/windows/callcheck.h"
 #include "tests/windows/expectations.h"
+#include "tests/windows/phoneonport.h"
 #include "tests/windows/winemachine.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
@@ -45,29 +43,25 @@ private slots:
     void fatalBoxFromAPoolThread();
 
 private:
-    /// Settings of a machine that was set up before.
-    void setUpBefore();
-    /// Plugs the phone in on COM7.
-    void plugIn(const QStringList &commands = {"set echo off"});
     /// Start, dial and come back with the dial dialog open.
     void startAndWaitForDialog();
-    QStringList bytesFromPc() const;
     QString openWizardPage();
 
     std::unique_ptr<WineMachine> m_machine;
-    std::unique_ptr<VirtualPhoneThread> m_phone;
-    std::unique_ptr<QTemporaryDir> m_phoneFiles;
+    std::unique_ptr<PhoneOnPort> m_phone;
 };
 
 void WindowTest::initTestCase()
 {
     m_machine = std::make_unique<WineMachine>();
+    m_phone = std::make_unique<PhoneOnPort>(*m_machine);
     m_machine->setWindowsVersion("win7");
 }
 
 void WindowTest::cleanupTestCase()
 {
     m_machine->setWindowsVersion({});
+    m_phone.reset();
     m_machine.reset();
 }
 
@@ -79,7 +73,7 @@ void WindowTest::init()
 void WindowTest::cleanup()
 {
     m_machine->stop();
-    m_phone.reset();
+    m_phone->unplug();
     const QString name = QString("window-") + QTest::currentTestFunction() +
                          (QTest::currentDataTag() ? QString("-") + QTest::currentDataTag() : "");
     if (QTest::currentTestFailed())
@@ -88,43 +82,6 @@ void WindowTest::cleanup()
     // Whatever the test was about: no call of it was wrong.
     const QStringList wrong = wrongCalls(m_machine->calls());
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join('\n')));
-}
-
-void WindowTest::setUpBefore()
-{
-    m_machine->setSettings({{"CurrentMobileOperator", "GrameenPhone"},
-                            {"CurrentPort", "7"},
-                            {"NoOfDialups", "1"},
-                            {"isINFSetupDone", "true"},
-                            {"ports/7", "TolvaneModem 1"}});
-    m_machine->setMachine(machineWithPhone() + QStringList{"dial ask"});
-}
-
-void WindowTest::plugIn(const QStringList &commands)
-{
-    m_phoneFiles = std::make_unique<QTemporaryDir>();
-    PhoneOptions options;
-    options.transcriptFile = m_phoneFiles->filePath("transcript.txt");
-    m_phone = std::make_unique<VirtualPhoneThread>(options);
-    QString error;
-    const QString device = m_phone->start(&error);
-    QVERIFY2(!device.isEmpty(), qPrintable(error));
-    for (const QString &command : commands)
-        QVERIFY2(m_phone->control(command).startsWith("ok"), qPrintable(command));
-    m_machine->setPort(7, device);
-}
-
-QStringList WindowTest::bytesFromPc() const
-{
-    QFile file(m_phoneFiles->filePath("transcript.txt"));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    QStringList chunks;
-    for (const QString &line : QString::fromUtf8(file.readAll()).split('\n')) {
-        if (line.contains(" pc->phone "))
-            chunks.append(line.section('"', 1, -2));
-    }
-    return chunks;
 }
 
 QString WindowTest::openWizardPage()
@@ -185,8 +142,8 @@ void WindowTest::firstRunToFinish()
 
 void WindowTest::secondStartDialsAndHangsUp()
 {
-    setUpBefore();
-    plugIn();
+    setUpBefore(*m_machine);
+    QCOMPARE(m_phone->plugIn(), QString());
     QVERIFY(m_machine->start());
     const QString window = m_machine->waitForWindow(mainTitle, 60000);
     QVERIFY(!window.isEmpty());
@@ -200,7 +157,7 @@ void WindowTest::secondStartDialsAndHangsUp()
     QVERIFY2(countdown.elapsed() > 8000 && countdown.elapsed() < 16000,
              qPrintable(QString::number(countdown.elapsed())));
     m_machine->screenshot("second-start-2-dial-dialog");
-    QCOMPARE(bytesFromPc(),
+    QCOMPARE(m_phone->bytesFromPc(),
              QStringList({"AT\\r", "AT+CGDCONT=1,\\\"IP\\\",\\\"gpinternet\\\"\\r"}));
     m_machine->press(dialog, "Return");
     QVERIFY(m_machine->waitForCall(
@@ -257,7 +214,7 @@ void WindowTest::secondStartDialsAndHangsUp()
 
 void WindowTest::connectionThatIsUpAlready()
 {
-    setUpBefore();
+    setUpBefore(*m_machine);
     m_machine->setConnections({"Office", "TolvaneModem 1"});
     QVERIFY(m_machine->start());
     const QString window = m_machine->waitForWindow(mainTitle, 60000);
@@ -278,7 +235,7 @@ void WindowTest::connectionThatIsUpAlready()
 
 void WindowTest::connectionThatDrops()
 {
-    setUpBefore();
+    setUpBefore(*m_machine);
     m_machine->setConnections({"TolvaneModem 1"});
     QVERIFY(m_machine->start());
     QVERIFY(!m_machine->waitForWindow(mainTitle, 60000).isEmpty());
@@ -292,8 +249,8 @@ void WindowTest::connectionThatDrops()
 
 void WindowTest::dialDialogCancelled()
 {
-    setUpBefore();
-    plugIn();
+    setUpBefore(*m_machine);
+    QCOMPARE(m_phone->plugIn(), QString());
     startAndWaitForDialog();
     const QString dialog = m_machine->waitForWindow(dialTitle);
     m_machine->press(dialog, "Escape");
@@ -302,26 +259,26 @@ void WindowTest::dialDialogCancelled()
     // Connect is offered again and works.
     const QString window = m_machine->waitForWindow(mainTitle);
     m_machine->press(window, "ctrl+c");
-    QVERIFY(QTest::qWaitFor([&] { return bytesFromPc().size() == 4; }, 10000));
+    QVERIFY(QTest::qWaitFor([&] { return m_phone->bytesFromPc().size() == 4; }, 10000));
 }
 
 void WindowTest::answersThatAreNotAnAnswer()
 {
-    setUpBefore();
+    setUpBefore(*m_machine);
     // The echo and the noise are chunks of their own and skipped.
-    plugIn({"set echo on", "set noise ^RSSI", "set delay 300"});
+    QCOMPARE(m_phone->plugIn({"set echo on", "set noise ^RSSI", "set delay 300"}), QString());
     startAndWaitForDialog();
-    QCOMPARE(bytesFromPc().size(), 2);
+    QCOMPARE(m_phone->bytesFromPc().size(), 2);
     QVERIFY(!m_machine->calls().filter("got=\"AT\\r\"").isEmpty());
 }
 
 void WindowTest::modemThatAnswersError()
 {
-    setUpBefore();
-    plugIn({"set echo off", "set error all"});
+    setUpBefore(*m_machine);
+    QCOMPARE(m_phone->plugIn({"set error all"}), QString());
     startAndWaitForDialog();
     QVERIFY(m_machine->debug().endsWith("AT\r \ncommand is invalid\n\n"));
-    QCOMPARE(bytesFromPc().size(), 2);
+    QCOMPARE(m_phone->bytesFromPc().size(), 2);
 }
 
 void WindowTest::noPhoneInTheWizard()
@@ -351,7 +308,7 @@ void WindowTest::noPhoneInTheWizard()
 
 void WindowTest::unpluggedAndWaiting()
 {
-    setUpBefore();
+    setUpBefore(*m_machine);
     m_machine->setMachine({"dial cancel"});
     QVERIFY(m_machine->start());
     const QString window = m_machine->waitForWindow(mainTitle, 60000);
@@ -360,13 +317,13 @@ void WindowTest::unpluggedAndWaiting()
     m_machine->screenshot("waiting-1");
 
     // The person does not wait for the next look: the button looks at once.
-    plugIn();
+    QCOMPARE(m_phone->plugIn(), QString());
     m_machine->setMachine(machineWithPhone() + QStringList{"dial ask"});
     m_machine->click(window, 330, 141);
     QVERIFY(m_machine->waitForDebug("\"port 7 available\""));
     m_machine->screenshot("waiting-2-countdown", WineMachine::Moving);
     QVERIFY(!m_machine->waitForWindow(dialTitle, 20000).isEmpty());
-    QCOMPARE(bytesFromPc().size(), 2);
+    QCOMPARE(m_phone->bytesFromPc().size(), 2);
 }
 
 void WindowTest::wizardCancelled()

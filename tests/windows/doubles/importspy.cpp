@@ -190,8 +190,14 @@ BOOL WINAPI spyWriteFile(HANDLE port, const void *buffer, DWORD bytes, DWORD *wr
         .number("count", bytes)
         .zero("record", record, sizeof *record - sizeof record->hEvent);
     overlapped(line, record);
-    if (fails("WriteFile", line))
-        return FALSE;
+    const auto code = scriptedFailure("WriteFile");
+    if (code == ERROR_IO_PENDING)
+        // A slow line: the bytes are under way, and the outcome is asked for.
+        WriteFile(port, buffer, bytes, written, record);
+    if (code) {
+        SetLastError(*code);
+        return went(line, FALSE);
+    }
     return went(line, WriteFile(port, buffer, bytes, written, record));
 }
 
@@ -332,6 +338,8 @@ BOOL WINAPI spyGetVersionExW(OSVERSIONINFOW *version)
     line.number("size", size)
         .zero("rest", reinterpret_cast<const BYTE *>(version) + 4,
               size == sizeof(OSVERSIONINFOEXW) || size == sizeof(OSVERSIONINFOW) ? size - 4 : 0);
+    if (fails("GetVersionExW", line))
+        return FALSE;
     const BOOL result = GetVersionExW(version);
     line.arrow().number("major", version->dwMajorVersion).number("minor", version->dwMinorVersion);
     line.write();
@@ -360,8 +368,11 @@ HMODULE WINAPI spyLoadLibraryW(LPCWSTR name)
 
 FARPROC WINAPI spyGetProcAddress(HMODULE module, LPCSTR name)
 {
-    const FARPROC address = GetProcAddress(module, name);
+    FARPROC address = GetProcAddress(module, name);
     const DWORD error = GetLastError();
+    // The one function that the program can do without.
+    if (HIWORD(name) && is(name, {"GetNativeSystemInfo"}) && scriptedFailure(name))
+        address = nullptr;
     if (HIWORD(name) && is(name, {"CM_Locate_DevNode_ExA", "CM_Reenumerate_DevNode_Ex",
                                   "UpdateDriverForPlugAndPlayDevicesW", "GetNativeSystemInfo"})) {
         const Guard guard;
@@ -427,14 +438,15 @@ BOOL WINAPI spyHeapFree(HANDLE heap, DWORD flags, void *block)
 
 HLOCAL WINAPI spyLocalAlloc(UINT flags, SIZE_T bytes)
 {
+    Line line("LocalAlloc");
+    line.number("flags", flags).number("bytes", bytes).arrow();
+    if (scriptedFailure("LocalAlloc")) {
+        line.word("result", "null").write();
+        return nullptr;
+    }
     const HLOCAL block = LocalAlloc(flags, bytes);
     blocks.opened(block);
-    Line("LocalAlloc")
-        .number("flags", flags)
-        .number("bytes", bytes)
-        .arrow()
-        .item(blocks.name(block))
-        .write();
+    line.item(blocks.name(block)).write();
     return block;
 }
 

@@ -1,0 +1,57 @@
+#include "tests/windows/phoneonport.h"
+
+#include "simulator/virtualphonethread.h"
+#include "tests/windows/winemachine.h"
+
+#include <QFile>
+
+namespace {
+
+constexpr int Port = 7;
+
+} // namespace
+
+PhoneOnPort::PhoneOnPort(WineMachine &machine) : m_machine(machine) {}
+
+PhoneOnPort::~PhoneOnPort()
+{
+    unplug();
+}
+
+QString PhoneOnPort::plugIn(const QStringList &commands)
+{
+    m_files = std::make_unique<QTemporaryDir>();
+    PhoneOptions options;
+    options.transcriptFile = m_files->filePath("transcript.txt");
+    m_phone = std::make_unique<VirtualPhoneThread>(options);
+    QString error;
+    const QString device = m_phone->start(&error);
+    if (device.isEmpty())
+        return error;
+    for (const QString &command : QStringList{"set echo off"} + commands) {
+        const QString answer = m_phone->control(command);
+        if (!answer.startsWith("ok"))
+            return command + ": " + answer;
+    }
+    m_machine.setPort(Port, device);
+    return {};
+}
+
+void PhoneOnPort::unplug()
+{
+    m_machine.setPort(Port, {});
+    m_phone.reset();
+}
+
+QStringList PhoneOnPort::bytesFromPc() const
+{
+    QFile file(m_files->filePath("transcript.txt"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QStringList chunks;
+    for (const QString &line : QString::fromUtf8(file.readAll()).split('\n')) {
+        if (line.contains(" pc->phone "))
+            chunks.append(line.section('"', 1, -2));
+    }
+    return chunks;
+}
