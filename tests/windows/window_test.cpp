@@ -6,6 +6,7 @@
 #include "tests/windows/winemachine.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -39,6 +40,8 @@ private slots:
     void noPhoneInTheWizard();
     void unpluggedAndWaiting();
     void wizardCancelled();
+    void iconOfTheWindow_data();
+    void iconOfTheWindow();
     void fatalBoxFromAPoolThread_data();
     void fatalBoxFromAPoolThread();
 
@@ -338,6 +341,38 @@ void WindowTest::wizardCancelled()
              QStringList({"exit sets none",
                           "exit ports none events none processes none threads none blocks none"}));
     QCOMPARE(m_machine->settingsText(), QString());
+}
+
+void WindowTest::iconOfTheWindow_data()
+{
+    QTest::addColumn<bool>("fileInWorkingDirectory");
+    QTest::newRow("file of the working directory") << true;
+    QTest::newRow("the program's own") << false;
+}
+
+// The icon is a file of the working directory, in a format that a static
+// program has to bring the reader for.
+void WindowTest::iconOfTheWindow()
+{
+    QFETCH(bool, fileInWorkingDirectory);
+    const QString file = m_machine->driveC() + "/48x48.ico";
+    if (fileInWorkingDirectory)
+        runOnHost("convert", {"-size", "48x48", "xc:#13579b", "ico:" + file});
+    setUpBefore(*m_machine);
+    QVERIFY(m_machine->start());
+    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    QFile::remove(file);
+    QVERIFY(!window.isEmpty());
+    const auto pixels = [&window] {
+        return runOnHost("xprop", {"-id", window, "-notype", "-f", "_NET_WM_ICON", "32c", " $0+",
+                                   "_NET_WM_ICON"});
+    };
+    QVERIFY(QTest::qWaitFor([&] { return pixels().contains(','); }, 10000));
+    // As the window manager is given it.
+    const QString colour = QString::number(0xff13579bU);
+    const QStringList values = pixels().section("_NET_WM_ICON", 1).remove(' ').split(',');
+    QVERIFY2(values.contains(colour) == fileInWorkingDirectory, qPrintable(values.join(' ')));
+    QVERIFY(values.size() > 2 + 16 * 16);
 }
 
 void WindowTest::fatalBoxFromAPoolThread_data()
