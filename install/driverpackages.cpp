@@ -12,8 +12,7 @@ using namespace platform;
 
 namespace {
 
-/// Where the delivered files lie, with the separators that the system's
-/// installation functions want.
+/// The path with the separators that the system's installation functions want.
 QString nativePath(QString path)
 {
     return path.replace('/', '\\');
@@ -131,6 +130,8 @@ bool RunDriverInstaller()
     ProcessInformation process{};
     const bool created = current().CreateProcessW(application, commandLine, nullptr, nullptr, false,
                                                   0, nullptr, nullptr, &startup, &process);
+    // When nothing was started there is nothing to close, and closing does no
+    // harm.
     current().CloseHandle(process.hProcess);
     current().CloseHandle(process.hThread);
     return created;
@@ -152,6 +153,7 @@ int GetWindowsVersionCode()
 {
     OsVersionInfoEx version{};
     version.dwOSVersionInfoSize = sizeof version;
+    // When it fails the record stays clear, which is a release not known.
     current().GetVersionExW(&version);
     const WORD architecture = nativeArchitecture();
     const int code = baseCode(version, architecture);

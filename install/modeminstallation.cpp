@@ -152,11 +152,13 @@ bool InstallModem()
     GetModemINFLocation(infPath);
 
     const QSettings settings;
+    // Without a port the modem is attached to COM0 and the set-up goes on.
     SetCurrentPortSettings();
     const int port = settings.value(settingskeys::CurrentPort).toInt();
     WCHAR portName[PortNameSize] = {};
     copyToBuffer(QString("COM%1").arg(port), portName, PortNameSize);
 
+    // Not looked at afterwards: the set-up goes on without a restart.
     BOOL rebootRequired = false;
     const bool installed =
         InstallRootEnumeratedDriver(hardwareId, infPath, portName, &rebootRequired);
@@ -278,6 +280,7 @@ BOOL UpdateDriverForPlugAndPlayDevicesLoader(HWND parent, const WCHAR *hardwareI
     const HMODULE library = current().LoadLibraryW(wide(file));
     if (!library)
         ShowFatalError("newdev.dll", "Error, newdev.dll not found\n");
+    // Every release that has the library has the function.
     const auto update = reinterpret_cast<UpdateDriverFunction>(
         current().GetProcAddress(library, "UpdateDriverForPlugAndPlayDevicesW"));
     const BOOL updated = update(parent, hardwareId, infPath, flags, rebootRequired);

@@ -52,6 +52,8 @@ std::optional<int> portNumber(const QString &name)
         ++i;
     if (i == name.size())
         return std::nullopt;
+    // A run that is too long for a number wraps around; unsigned, because a
+    // signed one must not.
     unsigned number = 0;
     for (; i < name.size() && isDigit(name.at(i)); ++i)
         number = number * 10 + (name.at(i).unicode() - '0');

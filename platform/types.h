@@ -42,6 +42,7 @@ inline HANDLE invalidHandle()
     return reinterpret_cast<HANDLE>(~ULONG_PTR{0});
 }
 
+/// GUID: an identifier of a device class or an interface.
 struct Guid {
     DWORD Data1;
     WORD Data2;

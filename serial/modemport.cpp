@@ -14,12 +14,31 @@ constexpr int PortPathSize = 100;   // UTF-16 units
 constexpr DWORD ResponseSize = 100; // bytes
 
 /// An overlapped record with a new manual-reset event; hEvent is null when
-/// none could be made.
+/// none could be made. The event is never closed; the system takes it back
+/// with the process.
 Overlapped makeOverlapped()
 {
     Overlapped overlapped{};
     overlapped.hEvent = current().CreateEventW(nullptr, true, false, nullptr);
     return overlapped;
+}
+
+/// What the system writes to while the port's next event is waited for.
+struct EventWait {
+    DWORD events;
+    Overlapped overlapped;
+};
+
+/// The record of one wait. It outlives its caller: after a wait that failed the
+/// port's event is still due, and the system writes to the record when the port
+/// is closed. A port is waited for twice before it is closed, hence two.
+EventWait *newEventWait()
+{
+    static EventWait waits[2];
+    static int latest = 0;
+    latest = 1 - latest;
+    waits[latest] = {0, makeOverlapped()};
+    return &waits[latest];
 }
 
 // The handle stays open on these paths, as it does on every path but the
@@ -72,7 +91,6 @@ ModemPort openModemPort(int portNumber)
 
 bool writeCommand(HANDLE port, const char *command)
 {
-    // The event is not closed; the system takes it back with the process.
     Overlapped overlapped = makeOverlapped();
     if (!overlapped.hEvent)
         return false;
@@ -99,19 +117,20 @@ int waitForResponse(HANDLE port)
     static const char okAnswer[] = "\r\nOK\r\n";
     static const char errorAnswer[] = "\r\nERROR\r\n";
 
-    Overlapped overlapped = makeOverlapped();
-    if (!overlapped.hEvent)
+    EventWait *wait = newEventWait();
+    Overlapped *overlapped = &wait->overlapped;
+    if (!overlapped->hEvent)
         return ResponseNoEvent;
 
     for (;;) {
-        DWORD events = 0;
-        current().WaitCommEvent(port, &events, &overlapped);
-        if (current().WaitForSingleObject(overlapped.hEvent, WaitInfinite) != WaitObject0)
+        wait->events = 0;
+        current().WaitCommEvent(port, &wait->events, overlapped);
+        if (current().WaitForSingleObject(overlapped->hEvent, WaitInfinite) != WaitObject0)
             break;
         for (;;) {
             char response[ResponseSize] = {};
             DWORD read = 0;
-            current().ReadFile(port, response, ResponseSize, &read, &overlapped);
+            current().ReadFile(port, response, ResponseSize, &read, overlapped);
             if (read == 0)
                 break;
             // A full chunk leaves no terminator, so printing stops at its end.

@@ -106,6 +106,8 @@ void DriverPackagesTest::versionCode_data()
     row("Storage Server 2003 R2", 5, 2, server, storage, 1, 6);
     row("Server 2003 R2, other metric value", 5, 2, server, 0, -7, 6);
     row("R2 metric on XP x64", 5, 2, workstation, 0, 1, 6);
+    // Both the suite and the product type name it; the suite is asked first.
+    row("storage suite on XP x64", 5, 2, workstation, storage, 0, 4);
     row("Vista", 6, 0, workstation, 0, 0, 7);
     row("Server 2008", 6, 0, server, 0, 0, 8);
     row("Server 2008, controller", 6, 0, controller, 0, 0, 8);

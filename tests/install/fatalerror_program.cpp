@@ -21,6 +21,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <functional>
 
 namespace {
 
@@ -30,20 +31,23 @@ void say(const QString &line)
     std::fflush(stdout);
 }
 
-/// Describes each message box when it shows, then presses its button.
+/// Describes each message box when it shows, and what the test wants to know
+/// besides, then presses its button.
 class BoxWatcher : public QObject
 {
 public:
+    std::function<void()> describeMore = [] {};
+
     bool eventFilter(QObject *object, QEvent *event) override
     {
         auto *box = qobject_cast<QMessageBox *>(object);
         if (box && event->type() == QEvent::Show)
-            QTimer::singleShot(0, box, [box] { describeAndPress(box); });
+            QTimer::singleShot(0, box, [this, box] { describeAndPress(box); });
         return false;
     }
 
 private:
-    static void describeAndPress(QMessageBox *box)
+    void describeAndPress(QMessageBox *box)
     {
         say("title " + box->windowTitle());
         say("text " + box->text());
@@ -59,6 +63,7 @@ private:
                                  QMessageBox::Ok
                              ? "Ok"
                              : "other"));
+        describeMore();
         say("pressing");
         box->button(QMessageBox::Ok)->click();
     }
@@ -163,6 +168,10 @@ int main(int argc, char *argv[])
             });
             loop = false;
         } else if (way == "devices 1" || way == "devices 2" || way == "devices 3") {
+            watcher.describeMore = [&injector] {
+                say("operations " + injector.operations().join(' '));
+                say("settings " + QSettings().allKeys().join(' '));
+            };
             if (way == "devices 1")
                 injector.inject({"RasEnumDevicesW", 1, 632, false});
             if (way == "devices 2")

@@ -68,11 +68,13 @@ private:
         QCOMPARE(m_process->readAllStandardOutput(), QByteArray());
     }
 
-    static QByteArray box(const QByteArray &function, const QByteArray &message)
+    static QByteArray box(const QByteArray &function, const QByteArray &message,
+                          const QByteArray &more = {})
     {
         return "title Error in Function " + function + "\ntext " + message +
                "\nicon warning\nmodal 1, visible 1, parent 0, on the GUI thread 1\n"
-               "button Ok\npressing\n";
+               "button Ok\n" +
+               more + "pressing\n";
     }
 
     QTemporaryDir m_settings;
@@ -103,21 +105,33 @@ void FatalErrorTest::messages_data()
 {
     QTest::addColumn<QByteArray>("function");
     QTest::addColumn<QByteArray>("message");
+    QTest::addColumn<QByteArray>("more"); // what is said besides
+    // Nothing was logged or stored before the box.
+    const QByteArray operations = "operations RasGetEntryPropertiesW GetProcessHeap HeapAlloc "
+                                  "RasGetEntryPropertiesW RasEnumDevicesW";
+    const QByteArray noSettings = "\nsettings \n";
     QTest::newRow("devices 1") << QByteArray("GetRasDevices")
-                               << QByteArray("Small Buffer Small Error Not Found.");
-    QTest::newRow("devices 2") << QByteArray("GetRasDevices") << QByteArray("HeapAlloc failed!");
-    QTest::newRow("devices 3") << QByteArray("GetRasDevices") << QByteArray("An Error Occured.");
+                               << QByteArray("Small Buffer Small Error Not Found.")
+                               << operations + noSettings;
+    QTest::newRow("devices 2") << QByteArray("GetRasDevices") << QByteArray("HeapAlloc failed!")
+                               << operations + " GetProcessHeap HeapAlloc" + noSettings;
+    QTest::newRow("devices 3") << QByteArray("GetRasDevices") << QByteArray("An Error Occured.")
+                               << operations + " GetProcessHeap HeapAlloc RasEnumDevicesW" +
+                                      noSettings;
     QTest::newRow("newdev.dll") << QByteArray("newdev.dll")
-                                << QByteArray("Error, newdev.dll not found\n");
+                                << QByteArray("Error, newdev.dll not found\n") << QByteArray();
 }
 
 void FatalErrorTest::messages()
 {
     QFETCH(const QByteArray, function);
     QFETCH(const QByteArray, message);
+    QFETCH(const QByteArray, more);
     start(QTest::currentDataTag());
-    QCOMPARE(untilPress(), box(function, message));
+    QCOMPARE(untilPress(), box(function, message, more));
     expectEnd(1000);
+    if (!more.isEmpty())
+        QCOMPARE(m_errors, QString());
 }
 
 // With the event loop gone nobody can show a box, and the destruction of the

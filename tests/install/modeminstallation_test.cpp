@@ -148,6 +148,30 @@ public:
     }
 };
 
+/// Keeps the codes that the thread's last error is set to. Destroying the
+/// device set leaves a code of its own.
+class ErrorKeepingMachine : public ScriptedMachine
+{
+public:
+    QList<DWORD> codes;
+    int codesAtDestruction = -1;
+    static constexpr DWORD destructionError = 77;
+
+    void SetLastError(DWORD dwErrCode) override
+    {
+        codes.append(dwErrCode);
+        ScriptedMachine::SetLastError(dwErrCode);
+    }
+
+    BOOL SetupDiDestroyDeviceInfoList(HDEVINFO DeviceInfoSet) override
+    {
+        codesAtDestruction = static_cast<int>(codes.size());
+        const BOOL destroyed = ScriptedMachine::SetupDiDestroyDeviceInfoList(DeviceInfoSet);
+        ScriptedMachine::SetLastError(destructionError);
+        return destroyed;
+    }
+};
+
 } // namespace
 
 class ModemInstallationTest : public QObject
@@ -182,6 +206,7 @@ private slots:
     void loaderPassesArgumentsAndErrorOn();
 
     void stepInstallsOnTheFoundPort();
+    void secondRunAddsASecondDevice();
     void stepWithoutAPort();
     void stepReadsThePortJustFound();
     void stepFails_data();
@@ -539,14 +564,18 @@ void ModemInstallationTest::realErrorIsKeptOverTheRemoval()
     QCOMPARE(bench.machine.removals, 0);
 }
 
+// The write's result becomes the thread's error; the kept one is restored
+// behind the destruction of the set.
 void ModemInstallationTest::failedWriteIsCarriedOn()
 {
-    Bench<> bench;
+    Bench<ErrorKeepingMachine> bench;
     bench.fail("RegSetValueExW", ErrorAccessDenied);
     bench.fail("SetupDiRegisterDeviceInfo", 0xE0000217, 2);
     QVERIFY(!install());
     QCOMPARE(bench.log.lines().last(), lastErrorLine(0xE0000217));
     QCOMPARE(bench.machine.registryWrites.size(), 0);
+    QVERIFY(bench.machine.codes.contains(ErrorAccessDenied));
+    QCOMPARE(bench.machine.codes.mid(bench.machine.codesAtDestruction), QList<DWORD>({0xE0000217}));
     QCOMPARE(bench.leftOpen(), QString());
 }
 
@@ -611,6 +640,22 @@ void ModemInstallationTest::stepInstallsOnTheFoundPort()
                             quoted(inf) + ", 1, &)"));
     QCOMPARE(bench.machine.hardwareId.size(), 28);
     QCOMPARE(QSettings().allKeys(), QStringList({"CurrentPort"}));
+    QCOMPARE(bench.leftOpen(), QString());
+}
+
+// Nothing looks for the device of an earlier run.
+void ModemInstallationTest::secondRunAddsASecondDevice()
+{
+    Bench<> bench;
+    bench.machine.ports = {{"USB Modem Driver (COM5)"}};
+    for (int run = 1; run <= 2; ++run) {
+        QVERIFY(InstallModem());
+        QCOMPARE(bench.injector.operations().count("SetupDiCreateDeviceInfoW"), run);
+        // Each device is registered twice.
+        QCOMPARE(bench.machine.registrations, 2 * run);
+        QCOMPARE(bench.machine.registryWrites.size(), run);
+    }
+    QCOMPARE(bench.machine.removals, 0);
     QCOMPARE(bench.leftOpen(), QString());
 }
 

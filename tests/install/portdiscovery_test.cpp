@@ -143,6 +143,8 @@ void PortDiscoveryTest::names_data()
     QTest::newRow("number in two runs") << "USB Modem Driver 1 2" << 1;
     QTest::newRow("leading zeros") << "USB Modem Driver (COM007)" << 7;
     QTest::newRow("zero") << "USB Modem Driver (COM0)" << 0;
+    // 2^32 + 5
+    QTest::newRow("longer than a number") << "USB Modem Driver (COM4294967301)" << 5;
     QTest::newRow("surrogates") << QString::fromUtf8(
                                        "\U0001F4F1 USB Modem Driver \U0001F4F1 (COM6)")
                                 << 6;
@@ -263,31 +265,48 @@ void PortDiscoveryTest::operationFails_data()
     QTest::addColumn<DWORD>("code");
     QTest::addColumn<int>("port");
     QTest::addColumn<QStringList>("lines");
+    QTest::addColumn<QStringList>("calls");
     QTest::addColumn<QString>("leftOpen");
     const QString none = errorLine(function, "No ports available");
     const QString name = device("USB Modem Driver (COM5)");
     const QString found = messageLine(function, quoted("port 5 available"));
+    const QString set = "SetupDiGetClassDevsW(&, null, null, 2)";
+    const QString firstDevice = "SetupDiEnumDeviceInfo(0x10, 0, &)";
+    const QString secondDevice = "SetupDiEnumDeviceInfo(0x10, 1, &)";
+    const QString sizeQuery = "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, null, 0, &)";
+    const QStringList block = {"LocalFree(null)", "LocalAlloc(64, 96)"};
+    const QString nameQuery = "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, &, 48, &)";
+    const QString freed = "LocalFree(@)";
+    const QString nothingFreed = "LocalFree(null)";
+    const QString destroyed = "SetupDiDestroyDeviceInfoList(0x10)";
+    const QStringList untilName =
+        QStringList{set, firstDevice, sizeQuery} + block + QStringList{nameQuery};
+    const QStringList all = untilName + QStringList{freed, secondDevice, destroyed};
     QTest::newRow("no set") << "SetupDiGetClassDevsW" << 1 << ErrorInvalidParameter << 0
                             << QStringList{"Got Invalid Handle Value on SetupDiGetClassDevs", none}
-                            << "";
+                            << QStringList{set} << "";
     QTest::newRow("first device") << "SetupDiEnumDeviceInfo" << 1 << ErrorAccessDenied << 0
                                   << QStringList{"Error occured after enumaration", none}
-                                  << "1 device set";
+                                  << QStringList{set, firstDevice} << "1 device set";
     QTest::newRow("second device")
         << "SetupDiEnumDeviceInfo" << 2 << ErrorAccessDenied << 0
         << QStringList{name, "Got Port  5", "Error occured after enumaration", none}
-        << "1 device set";
+        << untilName + QStringList{freed, secondDevice} << "1 device set";
     QTest::newRow("size of the name")
         << "SetupDiGetDeviceRegistryPropertyW" << 1 << ErrorInvalidData << 0
-        << QStringList{device(""), none} << "";
+        << QStringList{device(""), none}
+        << QStringList{set, firstDevice, sizeQuery, nothingFreed, secondDevice, destroyed} << "";
     QTest::newRow("name") << "SetupDiGetDeviceRegistryPropertyW" << 2 << ErrorInvalidData << 0
-                          << QStringList{device(""), none} << "";
+                          << QStringList{device(""), none} << all << "";
     QTest::newRow("no memory") << "LocalAlloc" << 1 << ErrorNotEnoughMemory << 0
-                               << QStringList{device(""), none} << "";
+                               << QStringList{device(""), none}
+                               << QStringList{set, firstDevice, sizeQuery} + block +
+                                      QStringList{nothingFreed, secondDevice, destroyed}
+                               << "";
     QTest::newRow("free") << "LocalFree" << 2 << ErrorInvalidHandle << 5
-                          << QStringList{name, "Got Port  5", found} << "1 block";
+                          << QStringList{name, "Got Port  5", found} << all << "1 block";
     QTest::newRow("destroy") << "SetupDiDestroyDeviceInfoList" << 1 << ErrorInvalidHandle << 5
-                             << QStringList{name, "Got Port  5", found} << "1 device set";
+                             << QStringList{name, "Got Port  5", found} << all << "1 device set";
 }
 
 void PortDiscoveryTest::operationFails()
@@ -297,6 +316,7 @@ void PortDiscoveryTest::operationFails()
     QFETCH(const DWORD, code);
     QFETCH(const int, port);
     QFETCH(const QStringList, lines);
+    QFETCH(const QStringList, calls);
     QFETCH(const QString, leftOpen);
     Bench<> bench;
     bench.machine.ports = {{"USB Modem Driver (COM5)"}};
@@ -304,6 +324,7 @@ void PortDiscoveryTest::operationFails()
     QCOMPARE(SetCurrentPortSettings(), port != 0);
     QCOMPARE(bench.injector.firedFaults(), 1);
     QCOMPARE(bench.log.lines(), lines);
+    QCOMPARE(bench.calls(), calls);
     QCOMPARE(QSettings().value("CurrentPort"), QVariant(port));
     QCOMPARE(bench.leftOpen(), leftOpen);
 }

@@ -127,55 +127,78 @@ void ApnConfigurationTest::modemAnswers()
     QCOMPARE(bench.leftOpen(), QString("4 events"));
 }
 
+// Each operation in turn: what is still called behind it, everything that is
+// logged and printed, and what is left open.
 void ApnConfigurationTest::operationFails_data()
 {
     QTest::addColumn<QString>("operation");
     QTest::addColumn<int>("call");
     QTest::addColumn<bool>("result");
     QTest::addColumn<QByteArray>("sent");
-    QTest::addColumn<QString>("lastLine");
+    QTest::addColumn<QStringList>("following");
+    QTest::addColumn<QStringList>("lines");
+    QTest::addColumn<QByteArray>("printed");
     QTest::addColumn<QString>("leftOpen");
-    const QByteArray none;
     const QByteArray both = "AT\rAT+CGDCONT=1,\"IP\",\"web\"\r";
+    const QByteArray first = "AT\r";
     const QByteArray second = "AT+CGDCONT=1,\"IP\",\"web\"\r";
-    const QString opened = openedLines.last();
+    const QByteArray answer = ok + '\n';
+    const QByteArray waitFailed = "Waiting for single object failed with error no 5\n";
+    const QByteArray writeFailed = "\nWriteFile failed with error 5.\n";
+    const QStringList write = {"CreateEventW", "WriteFile"};
+    const QStringList waitAndRead = {"WaitCommEvent", "WaitForSingleObject", "ReadFile"};
+    const QStringList wait = QStringList{"CreateEventW"} + waitAndRead;
+    const QStringList end = {"CloseHandle"};
+    const QStringList secondCommand = write + wait + end;
+    const QStringList path = {openedLines.first()};
 
-    QTest::newRow("CreateFileW") << "CreateFileW" << 1 << false << none
-                                 << "CreateFile failed with error  5"
-                                 << "";
-    QTest::newRow("GetCommState") << "GetCommState" << 1 << false << none
-                                  << "GetCommState failed with error 5"
-                                  << "1 port";
-    QTest::newRow("SetCommState") << "SetCommState" << 1 << false << none
-                                  << "SetCommState failed with error 5"
-                                  << "1 port";
+    // Nothing more is done, the port is not closed.
+    const QStringList none;
+    QTest::newRow("CreateFileW") << "CreateFileW" << 1 << false << QByteArray() << none
+                                 << path + QStringList{"CreateFile failed with error  5"}
+                                 << QByteArray() << "";
+    QTest::newRow("GetCommState") << "GetCommState" << 1 << false << QByteArray() << none
+                                  << path + QStringList{"GetCommState failed with error 5"}
+                                  << QByteArray() << "1 port";
+    QTest::newRow("SetCommState") << "SetCommState" << 1 << false << QByteArray() << none
+                                  << path + QStringList{"SetCommState failed with error 5"}
+                                  << QByteArray() << "1 port";
     QTest::newRow("SetCommTimeouts")
-        << "SetCommTimeouts" << 1 << false << none << "Error setting time-outs 5"
-        << "1 port";
+        << "SetCommTimeouts" << 1 << false << QByteArray() << none
+        << openedLines + QStringList{"Error setting time-outs 5"} << QByteArray() << "1 port";
     // True without a command sent, and the port stays open.
-    QTest::newRow("SetCommMask") << "SetCommMask" << 1 << true << none
-                                 << "SetCommMask failed with error 5"
-                                 << "1 port";
+    QTest::newRow("SetCommMask") << "SetCommMask" << 1 << true << QByteArray() << none
+                                 << openedLines + QStringList{"SetCommMask failed with error 5"}
+                                 << QByteArray() << "1 port";
     // From here on nothing stops the sequence.
-    QTest::newRow("event of the first write")
-        << "CreateEventW" << 1 << true << second << opened << "3 events";
-    QTest::newRow("event of the first wait")
-        << "CreateEventW" << 2 << true << both << opened << "3 events";
-    QTest::newRow("event of the second write")
-        << "CreateEventW" << 3 << true << QByteArray("AT\r") << opened << "3 events";
-    QTest::newRow("event of the second wait")
-        << "CreateEventW" << 4 << true << both << opened << "3 events";
-    QTest::newRow("first write") << "WriteFile" << 1 << true << second << opened << "4 events";
-    QTest::newRow("second write") << "WriteFile" << 2 << true << QByteArray("AT\r") << opened
-                                  << "4 events";
-    QTest::newRow("first wait") << "WaitForSingleObject" << 1 << true << both << opened
-                                << "4 events";
-    QTest::newRow("second wait") << "WaitForSingleObject" << 2 << true << both << opened
-                                 << "4 events";
-    QTest::newRow("WaitCommEvent") << "WaitCommEvent" << 1 << true << both << opened << "4 events";
-    QTest::newRow("ReadFile") << "ReadFile" << 1 << true << both << opened << "4 events";
-    QTest::newRow("CloseHandle") << "CloseHandle" << 1 << true << both << opened
-                                 << "1 port, 4 events";
+    const auto row = [](const char *name, const char *operation, int call, const QByteArray &sent,
+                        const QStringList &following, const QByteArray &printed,
+                        const char *leftOpen) {
+        QTest::newRow(name) << operation << call << true << sent << following << openedLines
+                            << printed << leftOpen;
+    };
+    row("event of the first write", "CreateEventW", 1, second, wait + secondCommand,
+        answer + written + answer, "3 events");
+    row("event of the first wait", "CreateEventW", 2, both, secondCommand,
+        written + written + answer, "3 events");
+    row("event of the second write", "CreateEventW", 3, first, wait + end,
+        written + answer + answer, "3 events");
+    row("event of the second wait", "CreateEventW", 4, both, end, written + answer + written,
+        "3 events");
+    row("first write", "WriteFile", 1, second, wait + secondCommand,
+        writeFailed + answer + written + answer, "4 events");
+    row("second write", "WriteFile", 2, first, wait + end, written + answer + writeFailed + answer,
+        "4 events");
+    row("first wait", "WaitForSingleObject", 1, both, secondCommand,
+        written + waitFailed + written + answer, "4 events");
+    row("second wait", "WaitForSingleObject", 2, both, end, written + answer + written + waitFailed,
+        "4 events");
+    row("WaitCommEvent", "WaitCommEvent", 1, both, waitAndRead.mid(1) + secondCommand,
+        written + answer + written + answer, "4 events");
+    row("ReadFile", "ReadFile", 1, both, waitAndRead + secondCommand,
+        written + answer + written + answer, "4 events");
+    row("CloseHandle", "CloseHandle", 1, both, none, written + answer + written + answer,
+        "1 port, 4 events");
 }
 
 void ApnConfigurationTest::operationFails()
@@ -184,15 +207,24 @@ void ApnConfigurationTest::operationFails()
     QFETCH(const int, call);
     QFETCH(const bool, result);
     QFETCH(const QByteArray, sent);
-    QFETCH(const QString, lastLine);
+    QFETCH(const QStringList, following);
+    QFETCH(const QStringList, lines);
+    QFETCH(const QByteArray, printed);
     QFETCH(const QString, leftOpen);
     Bench<> bench;
     bench.machine.chunks = {ok, ok};
     bench.fail(operation, 5, call);
-    QCOMPARE(configure("web").result, result);
+    const Outcome outcome = configure("web");
+    QCOMPARE(outcome.result, result);
     QCOMPARE(bench.injector.firedFaults(), 1);
     QCOMPARE(bench.machine.written, sent);
-    QCOMPARE(bench.log.lines().last(), lastLine);
+    const QStringList operations = bench.injector.operations();
+    const auto upToFailure = operations.size() - following.size();
+    QCOMPARE(QStringList(operations.mid(upToFailure)), following);
+    QCOMPARE(operations.at(upToFailure - 1), operation);
+    QCOMPARE(QStringList(operations.mid(0, upToFailure)).count(operation), call);
+    QCOMPARE(bench.log.lines(), lines);
+    QCOMPARE(outcome.printed, printed);
     QCOMPARE(bench.leftOpen(), leftOpen);
 }
 

@@ -169,6 +169,51 @@ public:
     }
 };
 
+/// A wait that ends otherwise than signalled, with a result of the test's
+/// choosing.
+class UnsignalledMachine : public ScriptedMachine
+{
+public:
+    DWORD waitResult = 0;
+
+    DWORD WaitForSingleObject(HANDLE, DWORD) override
+    {
+        SetLastError(ErrorInvalidHandle);
+        return waitResult;
+    }
+};
+
+/// Ends what is pending when the port is closed, as the system does: it writes
+/// to the records that it was handed.
+class LateMachine : public ScriptedMachine
+{
+public:
+    struct Pending {
+        DWORD *events;
+        Overlapped *overlapped;
+        HANDLE event; ///< that the record named when it was handed in
+    };
+    QList<Pending> pending;
+    int recordsThatLived = 0;
+
+    BOOL WaitCommEvent(HANDLE hFile, DWORD *lpEvtMask, Overlapped *lpOverlapped) override
+    {
+        pending.append({lpEvtMask, lpOverlapped, lpOverlapped->hEvent});
+        return ScriptedMachine::WaitCommEvent(hFile, lpEvtMask, lpOverlapped);
+    }
+
+    BOOL CloseHandle(HANDLE hObject) override
+    {
+        for (const Pending &wait : std::as_const(pending)) {
+            recordsThatLived += wait.overlapped->hEvent == wait.event ? 1 : 0;
+            *wait.events = 0;
+            wait.overlapped->Internal = ErrorOperationAborted;
+        }
+        pending.clear();
+        return ScriptedMachine::CloseHandle(hObject);
+    }
+};
+
 } // namespace
 
 class ModemPortTest : public QObject
@@ -200,6 +245,9 @@ private slots:
     void noEventObject();
     void waitFails_data();
     void waitFails();
+    void waitEndsUnsignalled_data();
+    void waitEndsUnsignalled();
+    void recordsOutliveAFailedWait();
     void silentModemIsWaitedFor();
 };
 
@@ -299,7 +347,9 @@ void ModemPortTest::openingFails()
     QFETCH(const QString, leftOpen);
     Bench<> bench;
     bench.fail(operation, code);
-    QCOMPARE(openModemPort(7).state, ModemPortState::Failed);
+    ModemPort port{};
+    QCOMPARE(printedBy([&] { port = openModemPort(7); }), QByteArray());
+    QCOMPARE(port.state, ModemPortState::Failed);
 
     const QStringList all = {"CreateFileW", "GetCommState", "SetCommState", "SetCommTimeouts",
                              "SetCommMask"};
@@ -316,9 +366,15 @@ void ModemPortTest::failureOfTheMaskIsReportedApart()
 {
     Bench<> bench;
     bench.fail("SetCommMask", 31);
-    const ModemPort port = openModemPort(7);
+    ModemPort port{};
+    QCOMPARE(printedBy([&] { port = openModemPort(7); }), QByteArray());
     QCOMPARE(port.state, ModemPortState::NoEventMask);
-    QCOMPARE(bench.log.lines().last(), QString("SetCommMask failed with error 31"));
+    QCOMPARE(bench.injector.operations(),
+             QStringList({"CreateFileW", "GetCommState", "SetCommState", "SetCommTimeouts",
+                          "SetCommMask"}));
+    QCOMPARE(bench.log.lines(),
+             QStringList({"\"\\\\.\\COM7\" \n", "Serial port  7  is successfully reconfigured.",
+                          "SetCommMask failed with error 31"}));
     QCOMPARE(bench.leftOpen(), QString("1 port"));
 }
 
@@ -604,6 +660,47 @@ void ModemPortTest::waitFails()
              printed + "Waiting for single object failed with error no 6\n");
     QCOMPARE(result, 2);
     QCOMPARE(bench.leftOpen(), QString("1 port, 1 event"));
+}
+
+// Anything but signalled counts as failed: a time-out, an abandoned object.
+void ModemPortTest::waitEndsUnsignalled_data()
+{
+    QTest::addColumn<DWORD>("waitResult");
+    QTest::newRow("time-out") << DWORD{0x102};
+    QTest::newRow("abandoned") << DWORD{0x80};
+    QTest::newRow("failed") << WaitFailed;
+}
+
+void ModemPortTest::waitEndsUnsignalled()
+{
+    QFETCH(const DWORD, waitResult);
+    Bench<UnsignalledMachine> bench;
+    bench.machine.waitResult = waitResult;
+    const HANDLE port = openModemPort(7).handle;
+    bench.injector.reset();
+    bench.machine.chunks = {ok};
+    int result = -1;
+    QCOMPARE(printedBy([&] { result = waitForResponse(port); }),
+             QByteArray("Waiting for single object failed with error no 6\n"));
+    QCOMPARE(result, 2);
+    QCOMPARE(bench.injector.operations(),
+             QStringList({"CreateEventW", "WaitCommEvent", "WaitForSingleObject"}));
+}
+
+// The port's event stays due then: what it is written to must still be there
+// when the port is closed, for each of the two waits.
+void ModemPortTest::recordsOutliveAFailedWait()
+{
+    Bench<LateMachine> bench;
+    const HANDLE port = openModemPort(7).handle;
+    printedBy([&] {
+        QCOMPARE(waitForResponse(port), 2);
+        QCOMPARE(waitForResponse(port), 2);
+    });
+    QCOMPARE(bench.machine.pending.size(), 2);
+    QVERIFY(bench.machine.pending.at(0).overlapped != bench.machine.pending.at(1).overlapped);
+    QVERIFY(current().CloseHandle(port));
+    QCOMPARE(bench.machine.recordsThatLived, 2);
 }
 
 // Nothing has a time-out: the wait lasts as long as the modem says nothing,
