@@ -10,8 +10,8 @@
 
 /// What a phone says to each command line it gets.
 struct Said {
-    const char *command;
-    const char *answer;
+    QByteArray command;
+    QByteArray answer;
 };
 Q_DECLARE_METATYPE(QList<Said>)
 
@@ -85,7 +85,7 @@ void PhoneLineTest::dials_data()
     QTest::addColumn<QList<Said>>("script");
     QTest::addColumn<QString>("result");
     const Said ready = {"AT", "\r\nOK\r\n"};
-    const auto dialled = [&ready](const char *answer) {
+    const auto dialled = [&ready](const QByteArray &answer) {
         return QList<Said>{ready, {"ATD*99#", answer}};
     };
     QTest::newRow("connect") << dialled("\r\nCONNECT\r\n") << "CONNECT";
@@ -98,8 +98,7 @@ void PhoneLineTest::dials_data()
                            << "CONNECT";
     for (const char *answer : {"NO CARRIER", "BUSY", "NO ANSWER", "NO DIALTONE", "ERROR",
                                "+CME ERROR: 30", "+CMS ERROR: 500"}) {
-        const QByteArray line = QByteArray("\r\n") + answer + "\r\n";
-        QTest::newRow(answer) << dialled(qstrdup(line.constData())) << answer;
+        QTest::newRow(answer) << dialled(QByteArray("\r\n") + answer + "\r\n") << answer;
     }
     QTest::newRow("ended at once") << dialled("\r\nOK\r\n") << "NO CARRIER";
     QTest::newRow("AT refused") << QList<Said>{{"AT", "\r\nERROR\r\n"}} << "NOT READY";
