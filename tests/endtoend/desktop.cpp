@@ -4,6 +4,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QPainter>
+#include <QRegion>
 #include <QRegularExpression>
 #include <QtEndian>
 
@@ -235,10 +237,20 @@ QImage Desktop::picture(const WindowId &window, const QRect &part) const
     return screen().copy(scaled.translated(geometry(window).topLeft()));
 }
 
+QRect Desktop::frame(const WindowId &window) const
+{
+    static const QRegularExpression pattern("= (\\d+), (\\d+), (\\d+), (\\d+)");
+    const QRect inside = geometry(window);
+    // Left, right, top, bottom; menus and lists have none.
+    const auto match = pattern.match(property(window, "_NET_FRAME_EXTENTS"));
+    if (!match.hasMatch())
+        return inside;
+    const auto width = [&match](int side) { return match.captured(side).toInt(); };
+    return inside.adjusted(-width(1), -width(3), width(2), width(4));
+}
+
 QString Desktop::keepPicture(const QString &what)
 {
-    constexpr int Margin = 24; // room for the window manager's frame, in screen pixels
-
     // A countdown never stands still for long: what is there then is taken.
     QImage now = screen();
     comesTrue(
@@ -249,17 +261,23 @@ QString Desktop::keepPicture(const QString &what)
         },
         1000);
 
-    QRect shown;
+    QRegion shown;
     const QStringList windows = visibleWindows();
     for (const WindowId &window : windows) {
-        const QRect place = geometry(window);
+        const QRect place = frame(window);
         // The window manager's own helpers lie outside or are a pixel wide.
         if (place.width() > 1 && place.size() != now.size())
-            shown |= place.adjusted(-Margin, -Margin, Margin, Margin);
+            shown += place & now.rect();
     }
-    shown &= now.rect();
-    if (!shown.isEmpty())
-        now = now.copy(shown);
+    if (!shown.isEmpty()) {
+        QImage cut(shown.boundingRect().size(), QImage::Format_ARGB32);
+        cut.fill(Qt::transparent);
+        QPainter painter(&cut);
+        for (const QRect &part : shown)
+            painter.drawImage(part.topLeft() - shown.boundingRect().topLeft(), now, part);
+        painter.end();
+        now = cut;
+    }
     const QString name =
         QString("%1/%2-%3.png").arg(m_artefacts).arg(++m_pictures, 2, 10, QChar('0')).arg(what);
     expect(now.save(name), "Cannot write " + name);

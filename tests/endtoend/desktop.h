@@ -62,12 +62,15 @@ public:
     QImage picture(const WindowId &window) const;
     /// A part of that, given in the window's own pixels.
     QImage picture(const WindowId &window, const QRect &part) const;
-    /// Leaves the screen in the artefact folder as NN-<what>.png, numbered in
-    /// order, cut to the visible windows. Waits until the picture stands
-    /// still. Returns the file's name.
+    /// Leaves the visible windows with their frames, and nothing of the desktop
+    /// between them, in the artefact folder as NN-<what>.png, numbered in order.
+    /// Waits until the picture stands still. Returns the file's name.
     QString keepPicture(const QString &what);
 
 private:
+    /// The window with the frame that the window manager put around it, on the
+    /// screen.
+    QRect frame(const WindowId &window) const;
     QString run(const QString &program, const QStringList &arguments) const;
     QString xdotool(const QStringList &arguments) const;
 

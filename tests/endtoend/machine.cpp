@@ -200,6 +200,15 @@ qint64 Machine::programWakeUps() const
     return sum;
 }
 
+qint64 Machine::programDelay() const
+{
+    // Nanoseconds on a processor, nanoseconds waiting for one, time slices.
+    const QList<QByteArray> times =
+        content(QString("/proc/%1/schedstat").arg(m_program->processId())).split(' ');
+    expect(times.size() == 3, "The program does not run");
+    return times.at(1).toLongLong() / 1000000;
+}
+
 QByteArray Machine::log(qsizetype from) const
 {
     return content(artefact("program.log")).mid(static_cast<int>(m_logStart + from));

@@ -50,6 +50,9 @@ public:
     /// How often the program's threads gave up the processor by themselves,
     /// which is how often they were woken up.
     qint64 programWakeUps() const;
+    /// For how many milliseconds the program's first thread could have run but
+    /// got no processor.
+    qint64 programDelay() const;
     /// Time since startProgram(), in milliseconds.
     qint64 timeSinceStart() const { return m_sinceStart.elapsed(); }
 
