@@ -270,6 +270,8 @@ QString Desktop::keepPicture(const QString &what)
             shown += place & now.rect();
     }
     if (!shown.isEmpty()) {
+        // What the display leaves in the unused byte would be read as transparency.
+        now = now.convertToFormat(QImage::Format_ARGB32);
         QImage cut(shown.boundingRect().size(), QImage::Format_ARGB32);
         cut.fill(Qt::transparent);
         QPainter painter(&cut);
