@@ -58,6 +58,7 @@ private slots:
     void runningProgramIsNotOverwritten();
     void removalAsksForTheSettings();
     void silentRemovalOfTheSettings();
+    void silentlyInstalledElsewhere();
 
 private:
     int install(const QStringList &arguments = {"/S"});
@@ -255,6 +256,21 @@ void PackageTest::silentRemovalOfTheSettings()
     m_machine->setSettings({{"NoOfDialups", "1"}});
     QCOMPARE(uninstall({"/S", "/REMOVESETTINGS"}), 0);
     QVERIFY(QTest::qWaitFor([&] { return added().isEmpty(); }, 10000));
+}
+
+void PackageTest::silentlyInstalledElsewhere()
+{
+    const QString elsewhere = m_machine->driveC() + "/Phone";
+    QCOMPARE(install({"/S", "/D=C:\\Phone"}), 0);
+    QVERIFY(QFile::exists(elsewhere + "/TolvaneDialler.exe"));
+    QVERIFY(!QFile::exists(m_folder));
+    // An upgrade finds the place by itself.
+    QVERIFY(QFile::remove(elsewhere + "/QuickStart.txt"));
+    QCOMPARE(install(), 0);
+    QVERIFY(QFile::exists(elsewhere + "/QuickStart.txt"));
+
+    QCOMPARE(m_machine->run("C:\\Phone\\Uninstall.exe", {"/S"}), 0);
+    QVERIFY(QTest::qWaitFor([&] { return !isRegistered() && added().isEmpty(); }, 30000));
 }
 
 QTEST_GUILESS_MAIN(PackageTest)

@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
+#include <QSize>
 #include <QTest>
 
 #include <memory>
@@ -40,6 +41,8 @@ private slots:
     void noPhoneInTheWizard();
     void unpluggedAndWaiting();
     void wizardCancelled();
+    void scaledDisplay_data();
+    void scaledDisplay();
     void iconOfTheWindow_data();
     void iconOfTheWindow();
     void fatalBoxFromAPoolThread_data();
@@ -341,6 +344,35 @@ void WindowTest::wizardCancelled()
              QStringList({"exit sets none",
                           "exit ports none events none processes none threads none blocks none"}));
     QCOMPARE(m_machine->settingsText(), QString());
+}
+
+void WindowTest::scaledDisplay_data()
+{
+    QTest::addColumn<int>("percent");
+    for (int percent : {100, 125, 150, 200})
+        QTest::newRow(qPrintable(QString::number(percent))) << percent;
+}
+
+void WindowTest::scaledDisplay()
+{
+    QFETCH(int, percent);
+    m_machine->setScaling(percent);
+    setUpBefore(*m_machine);
+    QVERIFY(m_machine->start());
+    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    m_machine->setScaling(100);
+    QVERIFY(!window.isEmpty());
+
+    // The form's size and a frame around it.
+    const QSize form = QSize(522, 288) * percent / 100;
+    const QSize frame = QSize(40, 80) * percent / 100;
+    const QSize size = m_machine->sizeOf(window);
+    QVERIFY2(size.expandedTo(form) == size && size.boundedTo(form + frame) == size,
+             qPrintable(QString("%1 x %2").arg(size.width()).arg(size.height())));
+    m_machine->screenshot(QString("scaled-%1-window").arg(percent), WineMachine::Moving);
+    m_machine->press(window, "ctrl+n");
+    QVERIFY(!m_machine->waitForWindow(wizardTitle).isEmpty());
+    m_machine->screenshot(QString("scaled-%1-wizard").arg(percent));
 }
 
 void WindowTest::iconOfTheWindow_data()

@@ -169,6 +169,13 @@ void WineMachine::setWindowsVersion(const QString &version)
         run("reg", {"add", key, "/v", "Version", "/d", version, "/f"});
 }
 
+void WineMachine::setScaling(int percent)
+{
+    constexpr int fullScale = 96; // dots per inch
+    run("reg", {"add", "HKCU\\Control Panel\\Desktop", "/v", "LogPixels", "/t", "REG_DWORD", "/d",
+                QString::number(fullScale * percent / 100), "/f"});
+}
+
 void WineMachine::setMissingLibraries(const QStringList &names)
 {
     m_missing = names;
@@ -322,6 +329,17 @@ bool WineMachine::waitForNoWindow(const QString &title, int milliseconds)
             return runOnHost("xdotool", {"search", "--onlyvisible", "--name", name}).isEmpty();
         },
         milliseconds);
+}
+
+QSize WineMachine::sizeOf(const QString &window) const
+{
+    const QString geometry = runOnHost("xdotool", {"getwindowgeometry", "--shell", window});
+    const auto value = [&geometry](const char *name) {
+        const QRegularExpression line(QString("^%1=(\\d+)$").arg(name),
+                                      QRegularExpression::MultilineOption);
+        return line.match(geometry).captured(1).toInt();
+    };
+    return {value("WIDTH"), value("HEIGHT")};
 }
 
 void WineMachine::press(const QString &window, const QString &key)

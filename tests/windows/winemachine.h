@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QMap>
 #include <QProcess>
+#include <QSize>
 #include <QString>
 #include <QStringList>
 
@@ -39,6 +40,8 @@ public:
     void setPort(int number, const QString &target);
     /// winxp64, win7, win10 ... as Wine names them; "" is Wine's default.
     void setWindowsVersion(const QString &version);
+    /// The display's scaling for the next start.
+    void setScaling(int percent);
     /// Libraries that do not exist on this machine, for the next start.
     void setMissingLibraries(const QStringList &names);
 
@@ -75,6 +78,8 @@ public:
     /// none in time.
     QString waitForWindow(const QString &title, int milliseconds = 20000);
     bool waitForNoWindow(const QString &title, int milliseconds = 10000);
+    /// Size on the screen in pixels, the frame that Wine draws included.
+    QSize sizeOf(const QString &window) const;
     /// Presses a key in the window, in xdotool's notation.
     void press(const QString &window, const QString &key);
     /// Presses it again every few seconds until `done`, as a person does whose
