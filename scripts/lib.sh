@@ -26,13 +26,18 @@ need_packages() {
     fi
     local log
     log=$(mktemp)
+    # One at a time: what runs beside may need packages, too.
+    mkdir -p build
+    exec 9>build/packages.lock
+    flock 9
     if ! { "${sudo[@]}" apt-get update -q &&
         "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
-            apt-get install -q -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+            apt-get install -q -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1 9>&-; then
         tail -n 20 "$log" >&2
         die "The packages could not be installed; the whole log is $log"
     fi
     rm -f "$log"
+    exec 9>&-
 }
 
 need_build_packages() {
