@@ -31,6 +31,7 @@ private slots:
     void init();
     void cleanup();
 
+    void firstRunToFinish_data();
     void firstRunToFinish();
     void secondStartDialsAndHangsUp();
     void connectionThatIsUpAlready();
@@ -109,26 +110,38 @@ void WindowTest::startAndWaitForDialog()
     QVERIFY(!m_machine->waitForWindow(dialTitle).isEmpty());
 }
 
+void WindowTest::firstRunToFinish_data()
+{
+    QTest::addColumn<bool>("themed");
+    QTest::newRow("themed") << true;
+    // Here the toolkit draws all of the wizard, its buttons included.
+    QTest::newRow("classic") << false;
+}
+
 void WindowTest::firstRunToFinish()
 {
+    QFETCH(bool, themed);
+    const QString picture = QString("first-run-") + QTest::currentDataTag();
+    m_machine->setThemed(themed);
     m_machine->setMachine(machineWithPhone());
     QVERIFY(m_machine->start());
     const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
     QVERIFY(!wizard.isEmpty());
-    m_machine->screenshot("first-run-1-welcome");
+    m_machine->setThemed(true);
+    m_machine->screenshot(picture + "-1-welcome");
     QCOMPARE(openWizardPage(), wizard);
 
     QVERIFY(m_machine->waitForDebug("Successfully created the DIALUP CONNECTION :D :D\n"));
     QVERIFY(m_machine->waitForCall("^InstallDriver.exe "));
     // Finish is the default button now, and only now.
     QVERIFY(QTest::qWaitFor([&] { return m_machine->setting("ports/7") == "TolvaneModem 1"; }));
-    m_machine->screenshot("first-run-2-successful");
+    m_machine->screenshot(picture + "-2-successful");
     m_machine->press(wizard, "Return");
 
     const QString window = m_machine->waitForWindow(mainTitle);
     QVERIFY(!window.isEmpty());
     QVERIFY(m_machine->waitForNoWindow(wizardTitle));
-    m_machine->screenshot("first-run-3-main-window");
+    m_machine->screenshot(picture + "-3-main-window");
 
     const QString difference =
         firstDifference(setupOnly(m_machine->calls()), setupCalls(*m_machine));

@@ -169,6 +169,12 @@ void WineMachine::setWindowsVersion(const QString &version)
         run("reg", {"add", key, "/v", "Version", "/d", version, "/f"});
 }
 
+void WineMachine::setThemed(bool themed)
+{
+    run("reg", {"add", "HKCU\\Software\\Microsoft\\Windows\\CurrentVersion\\ThemeManager", "/v",
+                "ThemeActive", "/d", themed ? "1" : "0", "/f"});
+}
+
 void WineMachine::setScaling(int percent)
 {
     constexpr int fullScale = 96; // dots per inch

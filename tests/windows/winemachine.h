@@ -40,6 +40,8 @@ public:
     void setPort(int number, const QString &target);
     /// winxp64, win7, win10 ... as Wine names them; "" is Wine's default.
     void setWindowsVersion(const QString &version);
+    /// Whether windows have a theme or the classic look, for the next start.
+    void setThemed(bool themed);
     /// The display's scaling for the next start.
     void setScaling(int percent);
     /// Libraries that do not exist on this machine, for the next start.
