@@ -162,11 +162,14 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry) const
             "modem\n"
             "crtscts\n"
             "lock\n"
-            // The network knows the phone by its card and asks for no name.
+            // The network knows the phone by its card. Some phones ask for a
+            // name and a password all the same and take any, but pppd ends a
+            // connection for which it has no password to give.
             "noauth\n"
-            "user \"\"\n"
-            "password \"\"\n"
+            "user gprs\n"
+            "password gprs\n"
             "hide-password\n"
+            "refuse-eap\n"
             "noipdefault\n"
             "ipcp-accept-local\n"
             "ipcp-accept-remote\n"

@@ -141,7 +141,8 @@ void PhoneBookTest::theFileTellsPppdWhatToDo()
     // One word for pppd, and within it one word for the shell.
     QVERIFY(lines.contains("connect \"'/opt/it'\\\\''s here/DialPhone'\""));
     QVERIFY(lines.contains("set \"DIAL_ENTRY_NUMBER=*99#\""));
-    for (const char *option : {"noauth", "lock", "modem", "defaultroute", "usepeerdns"})
+    for (const char *option :
+         {"noauth", "user gprs", "password gprs", "lock", "modem", "defaultroute", "usepeerdns"})
         QVERIFY2(lines.contains(option), option);
     const QFile::Permissions permissions =
         QFile(m_folder->filePath("tolvane-TolvaneModem_1")).permissions();
