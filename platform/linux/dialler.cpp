@@ -42,8 +42,9 @@ void Dialler::start(const QString &peer, const QString &device, const QString &n
 {
     m_lastAnswer.clear();
     emit progressed(tr("Opening the phone's port..."));
+    // In the order in which poff looks for a connection.
     m_process.start(
-        m_pppd, {device, "call", peer, "set", "DIAL_NUMBER=" + number, "logfd", "1", "updetach"});
+        m_pppd, {"call", peer, device, "set", "DIAL_NUMBER=" + number, "logfd", "1", "updetach"});
 }
 
 void Dialler::stop()

@@ -250,7 +250,7 @@ void DiallingTest::pppdGetsEachTextAsOneArgument()
     dialler.start("tolvane-%24%28reboot%29", "/dev/tty ACM0", "*99#");
     QVERIFY(connected.wait());
     QCOMPARE(contentOf(m_folder->filePath("arguments")),
-             QByteArray("/dev/tty ACM0\ncall\ntolvane-%24%28reboot%29\nset\nDIAL_NUMBER=*99#\n"
+             QByteArray("call\ntolvane-%24%28reboot%29\n/dev/tty ACM0\nset\nDIAL_NUMBER=*99#\n"
                         "logfd\n1\nupdetach\n"));
 }
 
