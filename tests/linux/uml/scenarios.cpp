@@ -8,13 +8,14 @@
 #include <QDir>
 #include <QFile>
 #include <QSettings>
-#include <QTextStream>
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <functional>
+#include <ifaddrs.h>
 #include <memory>
 #include <poll.h>
 #include <unistd.h>
@@ -31,11 +32,24 @@ const char phoneRule[] = "/etc/udev/rules.d/99-phone-on-serial-line.rules";
 const QRect mainButton(250, 101, 91, 81);
 
 constexpr int GuestPatience = 180000; // ms; user-mode Linux is slow, and slower on a busy system
+constexpr int GuestPause = 200; // ms between two looks: a look takes time from what is waited for
 
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// Waits until the condition holds.
+void waitInGuest(const QString &what, const std::function<bool()> &condition)
+{
+    const auto look = [&condition] {
+        if (condition())
+            return true;
+        QThread::msleep(GuestPause);
+        return false;
+    };
+    waitFor(what, look, GuestPatience);
 }
 
 /// Runs a command to its end and returns what it printed.
@@ -73,9 +87,8 @@ QString phone(const QString &command)
 /// lose it.
 void letLineSettle()
 {
-    waitFor(
-        "The end of the phone's call", [] { return phone("status").contains("carrier=no"); },
-        GuestPatience);
+    waitInGuest("The end of the phone's call",
+                [] { return phone("status").contains("carrier=no"); });
     const int line = ::open("/dev/ttyS0", O_RDWR | O_NOCTTY | O_NONBLOCK);
     expect(line >= 0, "Cannot open the line");
     char bytes[256];
@@ -85,14 +98,32 @@ void letLineSettle()
     ::close(line);
 }
 
-QString addresses()
-{
-    return run("ip", {"-4", "-o", "addr", "show"});
-}
-
 bool isLinkUp()
 {
-    return addresses().contains("10.9.0.2");
+    ifaddrs *addresses = nullptr;
+    expect(::getifaddrs(&addresses) == 0, "Cannot list the addresses");
+    bool found = false;
+    for (const ifaddrs *entry = addresses; entry; entry = entry->ifa_next) {
+        if (!entry->ifa_addr || entry->ifa_addr->sa_family != AF_INET)
+            continue;
+        in_addr address = {};
+        ::inet_pton(AF_INET, "10.9.0.2", &address);
+        const auto *own = reinterpret_cast<const sockaddr_in *>(entry->ifa_addr);
+        found = found || own->sin_addr.s_addr == address.s_addr;
+    }
+    ::freeifaddrs(addresses);
+    return found;
+}
+
+/// The process whose command line begins like this; 0 when there is none.
+pid_t processOf(const QByteArray &commandLine)
+{
+    const QStringList entries = QDir("/proc").entryList({"[0-9]*"}, QDir::Dirs);
+    for (const QString &entry : entries) {
+        if (contentOf("/proc/" + entry + "/cmdline").replace('\0', ' ').startsWith(commandLine))
+            return entry.toInt();
+    }
+    return 0;
 }
 
 void fetchPage()
@@ -111,7 +142,7 @@ pid_t linkProcess()
 /// The network's side of the link.
 pid_t networkProcess()
 {
-    return run("pgrep", {"-f", "^pppd notty"}).split('\n').first().toInt();
+    return processOf("pppd notty");
 }
 
 class Person
@@ -139,9 +170,8 @@ public:
 
     void waitForProgramEnd()
     {
-        waitFor(
-            "The program's end", [this] { return m_program->state() == QProcess::NotRunning; },
-            GuestPatience);
+        waitInGuest("The program's end",
+                    [this] { return m_program->state() == QProcess::NotRunning; });
     }
 
     /// What the program wrote to its debug stream since it was started.
@@ -149,14 +179,17 @@ public:
 
     void waitForLog(const QByteArray &text, qsizetype from = 0) const
     {
-        waitFor(
-            "In the log: " + QString::fromUtf8(text),
-            [&] { return log().indexOf(text, int(from)) >= 0; }, GuestPatience);
+        waitInGuest("In the log: " + QString::fromUtf8(text),
+                    [&] { return log().indexOf(text, int(from)) >= 0; });
     }
 
     WindowId waitForWindow(const char *title) const
     {
-        const WindowId window = desktop.waitForWindow(title, GuestPatience);
+        WindowId window;
+        waitInGuest(QString("The window \"%1\"").arg(title), [&] {
+            window = desktop.window(title);
+            return !window.isEmpty();
+        });
         desktop.waitForFocus(window);
         return window;
     }
@@ -173,8 +206,7 @@ public:
     void waitForOtherFace(const QImage &before, const QString &what) const
     {
         desktop.moveMouseAway();
-        waitFor(
-            what, [&] { return face() != before; }, GuestPatience);
+        waitInGuest(what, [&] { return face() != before; });
     }
 
     /// Dials in the dialog that is to come; the link is up afterwards.
@@ -183,10 +215,8 @@ public:
         waitForWindow(dialTitle);
         desktop.keepPicture("dial-dialog");
         desktop.press("Return");
-        waitFor(
-            "The dialog's end", [this] { return desktop.window(dialTitle).isEmpty(); },
-            GuestPatience);
-        expect(isLinkUp(), "The dialog has gone without a link: " + addresses());
+        waitInGuest("The dialog's end", [this] { return desktop.window(dialTitle).isEmpty(); });
+        expect(isLinkUp(), "The dialog has gone without a link");
     }
 
     /// Dials in the dialog that is to come; it fails and stays.
@@ -196,19 +226,11 @@ public:
         const QImage before = desktop.picture(window);
         const qsizetype heard = contentOf(phoneTranscript).size();
         desktop.press("Return");
-        waitFor(
-            "The phone's refusal",
-            [&] { return contentOf(phoneTranscript).mid(int(heard)).contains("NO CARRIER"); },
-            GuestPatience);
-        waitFor(
-            "The end of pppd",
-            [] {
-                return run("pgrep", {"-f", "^/usr/sbin/pppd"}).isEmpty();
-            },
-            GuestPatience);
-        waitFor(
-            "The reason in the dialog", [&] { return desktop.picture(window) != before; },
-            GuestPatience);
+        waitInGuest("The phone's refusal", [&] {
+            return contentOf(phoneTranscript).mid(int(heard)).contains("NO CARRIER");
+        });
+        waitInGuest("The end of pppd", [] { return processOf("/usr/sbin/pppd") == 0; });
+        waitInGuest("The reason in the dialog", [&] { return desktop.picture(window) != before; });
         desktop.keepPicture(picture);
         expect(!desktop.window(dialTitle).isEmpty(), "The dialog has gone");
         expect(!isLinkUp(), "There is a link");
@@ -224,11 +246,62 @@ private:
     std::unique_ptr<ChildProcess> m_program;
 };
 
-QVariant setting(const QString &key)
+/// The settings below that folder, which stands for a user's ~/.config.
+QString settingsFile(const QString &folder)
 {
-    return QSettings("/root/.config/Brantiq Developer Network/Tolvane Modem Connector.ini",
-                     QSettings::IniFormat)
-        .value(key);
+    return folder + "/Brantiq Developer Network/Tolvane Modem Connector.ini";
+}
+
+QVariant setting(const QString &key, const QString &folder = "/root/.config")
+{
+    return QSettings(settingsFile(folder), QSettings::IniFormat).value(key);
+}
+
+/// The settings while tolvane-dialler-setup runs; empty when there are none.
+QString setUpFolder()
+{
+    for (const QString &folder : QDir("/tmp").entryList({"tmp.*"}, QDir::Dirs)) {
+        if (QFile::exists(settingsFile("/tmp/" + folder)))
+            return "/tmp/" + folder;
+    }
+    return {};
+}
+
+/// Every file that was written or made in the guest, except below the folders
+/// that are not the package's.
+QStringList changedFiles()
+{
+    const QString output = run("find", {"/changes",
+                                        "-path",
+                                        "/changes/root",
+                                        "-prune",
+                                        "-o",
+                                        "-path",
+                                        "/changes/home",
+                                        "-prune",
+                                        "-o",
+                                        "-path",
+                                        "/changes/var/lib/dpkg",
+                                        "-prune",
+                                        "-o",
+                                        "-path",
+                                        "/changes/var/cache",
+                                        "-prune",
+                                        "-o",
+                                        "-path",
+                                        "/changes/var/log",
+                                        "-prune",
+                                        "-o",
+                                        "(",
+                                        "!",
+                                        "-type",
+                                        "d",
+                                        "-o",
+                                        "-name",
+                                        "*olvane*",
+                                        ")",
+                                        "-print"});
+    return output.split('\n', Qt::SkipEmptyParts);
 }
 
 /// The routes and the name servers.
@@ -252,10 +325,12 @@ public:
         step("Disconnect gives interface, route and name servers back", [this] { disconnect(); });
         step("the network ends the connection", [this] { dropByNetwork(); });
         step("pppd is killed", [this] { killPppd(); });
+        step("a connection made and ended by hand is seen", [this] { byHand(); });
         step("a wrong access point", [this] { wrongAccessPoint(); });
+        step("the network asks for a name and a password", [this] { signIn(); });
         step("the port is in use by another program", [this] { portInUse(); });
         step("the phone is plugged out and in", [this] { phoneAbsent(); });
-        step("an ordinary user with the rights to dial", [this] { ordinaryUser(); });
+        step("an ordinary user, set up with sudo, dials without", [this] { ordinaryUser(); });
         step("an ordinary user without rights", [this] { noRights(); });
         step("the line is pulled", [this] { pullLine(); });
         step("the package is purged", [this] { purge(); });
@@ -285,8 +360,7 @@ private:
         m_person.waitForWindow(wizardTitle);
         m_person.desktop.keepPicture("wizard");
         m_person.desktop.press("Return"); // Next
-        waitFor(
-            "The set-up", [] { return setting("NoOfDialups").toInt() == 1; }, GuestPatience);
+        waitInGuest("The set-up", [] { return setting("NoOfDialups").toInt() == 1; });
         m_person.desktop.keepPicture("set-up-done");
         m_person.desktop.press("Return"); // Finish
         m_person.desktop.waitForNoWindow(wizardTitle);
@@ -310,8 +384,8 @@ private:
         expect(contentOf(phoneTranscript).contains(R"(AT+CGDCONT=1,\"IP\",\"blweb\"\r)"),
                "The phone was told no access point");
         fetchPage();
-        waitFor("The name server",
-                [] { return contentOf("/etc/resolv.conf").contains("10.9.0.53"); });
+        waitInGuest("The name server",
+                    [] { return contentOf("/etc/resolv.conf").contains("10.9.0.53"); });
         expect(::run("ip", {"route"}).contains("default dev ppp0"), "No route");
         m_person.desktop.moveMouseAway();
         m_person.desktop.keepPicture("connected");
@@ -324,11 +398,9 @@ private:
     void disconnect()
     {
         m_person.pressMainButton();
-        waitFor(
-            "The link's end", [] { return !isLinkUp(); }, GuestPatience);
-        waitFor(
-            "Route and name servers as before", [this] { return networkState() == m_before; },
-            GuestPatience);
+        waitInGuest("The link's end", [] { return !isLinkUp(); });
+        waitInGuest("Route and name servers as before",
+                    [this] { return networkState() == m_before; });
         m_person.waitForOtherFace(m_disconnectFace, "Disconnected");
         m_person.desktop.keepPicture("disconnected");
         expect(!QFile::exists(linkFile), "The link's file is still there");
@@ -340,15 +412,13 @@ private:
         m_person.pressMainButton();
         m_person.dial();
         m_person.desktop.moveMouseAway();
-        waitFor(
-            "Connected", [this] { return m_person.face() == m_disconnectFace; }, GuestPatience);
+        waitInGuest("Connected", [this] { return m_person.face() == m_disconnectFace; });
         fetchPage();
     }
 
     void waitForDisconnected(const QString &picture)
     {
-        waitFor(
-            "The link's end", [] { return !isLinkUp(); }, GuestPatience);
+        waitInGuest("The link's end", [] { return !isLinkUp(); });
         const qsizetype from = m_person.log().size();
         m_person.waitForLog("No of Connections = 0", from);
         m_person.waitForOtherFace(m_disconnectFace, "Disconnected");
@@ -375,6 +445,29 @@ private:
         phone("drop");
     }
 
+    void byHand()
+    {
+        m_person.endProgram();
+        letLineSettle();
+        int status = 0;
+        const QString output =
+            ::run("pppd", {"call", "tolvane-TolvaneModem_1", "/dev/ttyS0", "updetach"}, &status);
+        expect(status == 0, "pppd: " + output);
+        m_person.startProgram();
+        m_person.waitForWindow(mainTitle);
+        m_person.desktop.moveMouseAway();
+        waitInGuest("Connected", [this] { return m_person.face() == m_disconnectFace; });
+        fetchPage();
+        const QString end = ::run("poff", {"tolvane-TolvaneModem_1"}, &status);
+        expect(status == 0, "poff: " + end);
+        waitForDisconnected("ended-by-hand");
+        // The same tool ends what the program dialled.
+        reconnect();
+        ::run("poff", {"tolvane-TolvaneModem_1"}, &status);
+        expect(status == 0, "poff does not find the program's connection");
+        waitForDisconnected("ended-by-poff");
+    }
+
     void wrongAccessPoint()
     {
         letLineSettle();
@@ -386,18 +479,36 @@ private:
         disconnect();
     }
 
+    /// Phones ask for a name and a password of their own and take any.
+    void signIn()
+    {
+        for (const char *way : {"require-pap", "require-chap"}) {
+            QFile options("/tmp/network-options");
+            expect(options.open(QIODevice::WriteOnly), "Cannot write the network's options");
+            options.write(way);
+            options.close();
+            reconnect();
+            disconnect();
+        }
+        QFile::remove("/tmp/network-options");
+    }
+
     void portInUse()
     {
         letLineSettle();
-        QProcess other;
+        ChildProcess other;
         other.start("flock", {"--no-fork", "/dev/ttyS0", "sleep", "1000"});
         expect(other.waitForStarted(), "flock does not start");
+        waitInGuest("The port's lock", [] {
+            int status = 0;
+            ::run("flock", {"--nonblock", "/dev/ttyS0", "true"}, &status);
+            return status == 1;
+        });
         const qsizetype from = m_person.log().size();
         m_person.pressMainButton();
         m_person.waitForLog("CreateFile failed with error  5", from);
         expect(m_person.desktop.window(dialTitle).isEmpty(), "There is a dial dialog");
-        other.terminate();
-        other.waitForFinished();
+        other.end();
         m_person.endProgram();
     }
 
@@ -426,20 +537,42 @@ private:
     }
 
     /// The program as that user, on a display that is open to all.
-    void startAs(const QString &user)
+    void startAs(const QString &user, const QStringList &command = {"tolvane-dialler"})
     {
         m_person.startProgram(
-            {"runuser", "-u", user, "--", "env", "HOME=/home/" + user, "tolvane-dialler"});
+            QStringList{"runuser", "-u", user, "--", "env", "HOME=/home/" + user} + command);
+    }
+
+    /// By the administrator's tool, on the settings of the user who asked.
+    void setUpFor(const QString &user)
+    {
+        const QString folder = "/home/" + user + "/.config";
+        QFile rights("/etc/sudoers.d/" + user);
+        expect(rights.open(QIODevice::WriteOnly), "Cannot write sudo's rights");
+        rights.write("Defaults env_keep += QT_FORCE_STDERR_LOGGING\n" + user.toLatin1() +
+                     " ALL=(root) NOPASSWD: /usr/sbin/tolvane-dialler-setup\n");
+        rights.close();
+        startAs(user, {"sudo", "/usr/sbin/tolvane-dialler-setup"});
+        m_person.waitForWindow(wizardTitle);
+        m_person.desktop.press("Return"); // Next
+        waitInGuest("The set-up",
+                    [] { return setting("NoOfDialups", setUpFolder()).toInt() == 1; });
+        m_person.desktop.press("Return"); // Finish
+        const WindowId window = m_person.waitForWindow(mainTitle);
+        m_person.desktop.keepPicture("set-up-for-a-user");
+        expect(!QFile::exists(settingsFile(folder)), "The settings are there already");
+        m_person.desktop.close(window);
+        m_person.waitForProgramEnd();
+        expect(QFileInfo(settingsFile(folder)).owner() == user, "Whose are the settings?");
+        expect(setting("NoOfDialups", folder).toInt() == 1, "No settings for the user");
+        expect(setUpFolder().isEmpty(), "Left behind: " + setUpFolder());
+        QFile::remove(rights.fileName());
     }
 
     void ordinaryUser()
     {
         addUser("anna", "dip,dialout");
-        const QString folder = "/home/anna/.config/Brantiq Developer Network";
-        ::run("mkdir", {"-p", folder});
-        ::run("cp",
-              {"/root/.config/Brantiq Developer Network/Tolvane Modem Connector.ini", folder});
-        ::run("chown", {"-R", "anna:", "/home/anna"});
+        setUpFor("anna");
         letLineSettle();
         startAs("anna");
         m_person.dial();
@@ -479,9 +612,37 @@ private:
         int status = 0;
         const QString output = ::run("dpkg", {"--purge", "tolvane-modem-connector"}, &status);
         expect(status == 0, output);
-        const QString left = ::run("find", {"/etc", "/usr", "/var/lib", "-name", "*olvane*", "-not",
-                                            "-path", "/var/lib/dpkg/*"});
-        expect(left.isEmpty(), "Left behind: " + left);
+        for (const char *owner : {"/root", "/home/anna"})
+            expect(QFile::exists(settingsFile(QString(owner) + "/.config")),
+                   QString("The settings in %1 are gone").arg(owner));
+        const QStringList atStart =
+            QString::fromLocal8Bit(contentOf("/share/changed-before-the-package")).split('\n');
+        // What these scenarios, user management and other packages wrote: the
+        // network's options, the indexes of icons and of file types, and the
+        // name servers that pppd was told.
+        const QStringList others = {phoneRule,
+                                    "/etc/netns/",
+                                    "/etc/passwd",
+                                    "/etc/shadow",
+                                    "/etc/group",
+                                    "/etc/gshadow",
+                                    "/etc/subuid",
+                                    "/etc/subgid",
+                                    "/etc/.pwd.lock",
+                                    "/etc/ppp/resolv.conf",
+                                    "/var/mail/",
+                                    "/usr/share/icons/hicolor/icon-theme.cache",
+                                    "/usr/share/applications/mimeinfo.cache"};
+        QStringList left;
+        for (const QString &file : changedFiles()) {
+            const bool isOthers =
+                std::any_of(others.begin(), others.end(), [&file](const QString &start) {
+                    return file.startsWith("/changes" + start);
+                });
+            if (!isOthers && !atStart.contains(file))
+                left.append(file);
+        }
+        expect(left.isEmpty(), "Left behind: " + left.join(' '));
     }
 
     Person m_person;
