@@ -226,12 +226,18 @@ Line &Line::arrow()
 void Line::write() const
 {
     const std::string line = m_text + '\n';
+    // The started installer writes into the same file, and Wine appends in two
+    // steps.
+    const HANDLE turn = CreateMutexW(nullptr, FALSE, L"doubles' calls");
+    WaitForSingleObject(turn, INFINITE);
     const HANDLE handle =
         CreateFileW(file(L"calls.log").c_str(), FILE_APPEND_DATA,
                     FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, 0, nullptr);
     DWORD written = 0;
     WriteFile(handle, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
     CloseHandle(handle);
+    ReleaseMutex(turn);
+    CloseHandle(turn);
     SetLastError(m_error);
 }
 
