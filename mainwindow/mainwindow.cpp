@@ -202,10 +202,10 @@ void MainWindow::StopDialling()
     showBusy();
     const bool hungUp = hangUpDialupConnection(connectionName);
     deliverPendingInput();
+    // Connected also when nothing was: File offers Disconnect during the first
+    // countdown. The next status poll puts it right.
     if (hungUp)
         showDisconnected();
-    // Connected although nothing was: File offers Disconnect during the first
-    // countdown. The next status poll puts it right.
     else
         showConnected();
 }
