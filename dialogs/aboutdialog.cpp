@@ -7,9 +7,6 @@
 AboutDialog::AboutDialog(QWidget *parent) : QDialog(parent), ui(std::make_unique<Ui::AboutDialog>())
 {
     ui->setupUi(this);
-    // Closing it ends nothing: the wizard may be all that is left, and does not
-    // count.
-    setAttribute(Qt::WA_QuitOnClose, false);
 }
 
 AboutDialog::~AboutDialog() = default;

@@ -16,9 +16,6 @@ CreditDialog::CreditDialog(QWidget *parent)
     : QDialog(parent), ui(std::make_unique<Ui::CreditDialog>())
 {
     ui->setupUi(this);
-    // Closing it ends nothing: the wizard may be all that is left, and does not
-    // count.
-    setAttribute(Qt::WA_QuitOnClose, false);
     // The label comes first, and Enter on its link would open the browser; the
     // form cannot name the button inside the box.
     ui->buttonBox->button(QDialogButtonBox::Ok)->setFocus();

@@ -51,6 +51,14 @@ void deliverPendingInput()
     QCoreApplication::processEvents();
 }
 
+/// Closing the dialog ends nothing: the wizard may be all that is left beside
+/// it, and does not count.
+void showDialog(QDialog *dialog)
+{
+    dialog->setAttribute(Qt::WA_QuitOnClose, false);
+    dialog->show();
+}
+
 /// The phone-book entry that belongs to a port; "" when there is none.
 QString entryName(int port)
 {
@@ -248,12 +256,12 @@ void MainWindow::CheckPortAvailability()
 
 void MainWindow::ShowCreditDialog()
 {
-    (new CreditDialog(this))->show();
+    showDialog(new CreditDialog(this));
 }
 
 void MainWindow::ShowAboutDialog()
 {
-    (new AboutDialog(this))->show();
+    showDialog(new AboutDialog(this));
 }
 
 void MainWindow::showWaitingForPort()
