@@ -45,6 +45,16 @@ need_build_packages() {
     need_packages "the Qt 5 toolkit" qtbase5-dev
 }
 
+need_linux_build_packages() {
+    need_build_packages
+    need_packages "what the Linux backend is built with" libudev-dev pkg-config
+}
+
+need_linux_test_packages() {
+    need_linux_build_packages
+    need_packages "machines with the test's devices" umockdev libumockdev-dev
+}
+
 need_display_packages() {
     need_packages "a virtual display, a window manager and what clicks and takes pictures" \
         xvfb openbox xdotool x11-utils imagemagick
