@@ -2,7 +2,8 @@
 #include "platform/newdev.h"
 #include "platform/posix/lasterror.h"
 #include "platform/text.h"
-#include "tests/linux/withoutrights.h"
+#include "tests/linux/filemode.h"
+#include "tests/support/ordinaryuser.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -411,7 +412,7 @@ void DevicesTest::withoutRightsNothingIsChanged()
     setMode(m_folder->path(), 0755);
     setMode(m_store->folder(), 0555);
     {
-        const WithoutRights nobody;
+        const OrdinaryUser user;
         DeviceInstallation devices(m_store.get());
         FAILS_WITH(ErrorAccessDenied, devices.SetupCopyOEMInfW(wide(deliveredInf), nullptr, 0, 0,
                                                                nullptr, 0, nullptr, nullptr));

@@ -1,6 +1,7 @@
 #include "platform/linux/phonebook.h"
 #include "platform/text.h"
-#include "tests/linux/withoutrights.h"
+#include "tests/linux/filemode.h"
+#include "tests/support/ordinaryuser.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -228,14 +229,14 @@ void PhoneBookTest::missingRights()
     setMode(m_folder->path(), 0555);
     setMode(m_folder->filePath("tolvane-a"), 0);
     {
-        const WithoutRights nobody;
+        const OrdinaryUser user;
         RasEntry entry;
         QCOMPARE(book().read("a", &entry), ErrorAccessDenied);
         QCOMPARE(book().write("b", entryWith("1")), ErrorAccessDenied);
     }
     setMode(m_folder->path(), 0);
     {
-        const WithoutRights nobody;
+        const OrdinaryUser user;
         RasEntry entry;
         QCOMPARE(book().read("a", &entry), ErrorAccessDenied);
         QCOMPARE(book().write("b", entryWith("1")), ErrorAccessDenied);

@@ -5,7 +5,8 @@
 #include "platform/linux/serialports.h"
 #include "platform/posix/lasterror.h"
 #include "platform/text.h"
-#include "tests/linux/withoutrights.h"
+#include "tests/linux/filemode.h"
+#include "tests/support/ordinaryuser.h"
 
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -325,7 +326,7 @@ void PortsTest::withoutRightsNumbersAreFoundAnew()
     g_free(machine);
     addPhone("1-2", "ABC123", 0);
     {
-        const WithoutRights nobody;
+        const OrdinaryUser user;
         QCOMPARE(names().first(), QString("USB Modem Driver (COM5) /dev/ttyACM0"));
         QCOMPARE(names().first(), QString("USB Modem Driver (COM5) /dev/ttyACM0"));
     }

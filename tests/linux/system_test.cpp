@@ -5,7 +5,8 @@
 #include "platform/newdev.h"
 #include "platform/posix/lasterror.h"
 #include "platform/text.h"
-#include "tests/linux/withoutrights.h"
+#include "tests/linux/filemode.h"
+#include "tests/support/ordinaryuser.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -13,6 +14,8 @@
 
 #include <memory>
 #include <thread>
+
+#include <unistd.h>
 
 using namespace platform;
 
@@ -137,7 +140,7 @@ void SystemTest::reenumerationIsRefused()
     QCOMPARE(reenumerate(RootDevNode, ReenumerateNormal, this), ConfigFailure);
     {
         // Without udev's daemon, or without the rights to ask it.
-        const WithoutRights nobody;
+        const OrdinaryUser user;
         const ConfigRet result = reenumerate(RootDevNode, ReenumerateNormal, nullptr);
         const bool hasDaemon = QFile::exists("/run/udev/control");
         QCOMPARE(result, hasDaemon ? DWORD(ConfigAccessDenied) : DWORD(ConfigFailure));
