@@ -331,7 +331,8 @@ void VirtualPhoneTest::readerThatDoesNotReadIsNotWaitedForForEver()
     QVERIFY(m_line->write("AT\rAT\r"));
     QTRY_COMPARE(statusField("sent"), QString("12"));
     QVERIFY(clock.elapsed() >= 1900);
-    QCOMPARE(m_line->readChunk(), ok + ok);
+    // The kernel hands each answer on in its own time.
+    QCOMPARE(m_line->readBytes(2 * ok.size()), ok + ok);
 }
 
 void VirtualPhoneTest::bytesWrittenRightAfterOpeningAreNotLost()
