@@ -8,9 +8,24 @@ cd "$top"
 say() { printf '==> %s\n' "$*"; }
 die() { printf '%s\n' "$*" >&2; exit 1; }
 
+# find_root ARGUMENT...: how to become root for apt-get with these arguments.
+find_root() {
+    as_root=()
+    [ "$(id -u)" -ne 0 ] || return 0
+    command -v sudo >/dev/null || die "Installing packages needs root. As root: apt-get $*"
+    as_root=(sudo)
+}
+
+# apt_get ARGUMENT...: after find_root; one at a time, since what runs beside
+# may need packages, too.
+apt_get() {
+    mkdir -p build
+    flock build/packages.lock "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q "$@"
+}
+
 # need_packages REASON PACKAGE...: installs what is missing of Debian's packages.
 need_packages() {
-    local reason=$1 missing=() package sudo=()
+    local reason=$1 missing=() package
     shift
     for package in "$@"; do
         dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
@@ -19,25 +34,15 @@ need_packages() {
     [ ${#missing[@]} -gt 0 ] || return 0
     command -v apt-get >/dev/null || die "Needed $reason, and not installed: ${missing[*]}"
     say "Installing $reason: ${missing[*]}"
-    if [ "$(id -u)" -ne 0 ]; then
-        command -v sudo >/dev/null ||
-            die "Installing packages needs root. As root: apt-get install ${missing[*]}"
-        sudo=(sudo)
-    fi
+    find_root install "${missing[@]}"
     local log
     log=$(mktemp)
-    # One at a time: what runs beside may need packages, too.
-    mkdir -p build
-    exec 9>build/packages.lock
-    flock 9
-    if ! { "${sudo[@]}" apt-get update -q &&
-        "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
-            apt-get install -q -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1 9>&-; then
+    if ! { apt_get update && apt_get install -y --no-install-recommends "${missing[@]}"; } \
+        >"$log" 2>&1; then
         tail -n 20 "$log" >&2
         die "The packages could not be installed; the whole log is $log"
     fi
     rm -f "$log"
-    exec 9>&-
 }
 
 need_build_packages() {
