@@ -1,5 +1,6 @@
 #include "platform/linux/deviceinstallation.h"
 
+#include "platform/linux/storedfiles.h"
 #include "platform/linux/systempath.h"
 #include "platform/newdev.h"
 #include "platform/posix/guid.h"
@@ -9,7 +10,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <cstring>
 
@@ -101,10 +101,9 @@ BOOL DeviceInstallation::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const 
     DWORD outcome = Success;
     const DWORD code = m_store->change([&](QJsonObject *) {
         const QDir folder(m_store->folder() + "/inf");
-        if (!QDir().mkpath(folder.path())) {
-            outcome = ErrorAccessDenied;
+        outcome = makeFolder(folder.path());
+        if (outcome != Success)
             return false;
-        }
         for (int number = 0;; ++number) {
             stored = folder.filePath(QString("oem%1.inf").arg(number));
             QFile existing(stored);
@@ -113,10 +112,7 @@ BOOL DeviceInstallation::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const 
             if (existing.open(QIODevice::ReadOnly) && existing.readAll() == content)
                 return false;
         }
-        QSaveFile copy(stored);
-        const bool copied = copy.open(QIODevice::WriteOnly) &&
-                            copy.write(content) == content.size() && copy.commit();
-        outcome = copied ? Success : ErrorAccessDenied;
+        outcome = replaceFile(stored, content, 0644);
         return false;
     });
     if (code != Success || outcome != Success)

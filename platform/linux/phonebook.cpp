@@ -1,11 +1,11 @@
 #include "platform/linux/phonebook.h"
 
+#include "platform/linux/storedfiles.h"
 #include "platform/text.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <cstring>
 
@@ -145,7 +145,8 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry) const
     const QDir folder(m_folder);
     for (const QString &other : folder.entryList({QString(filePrefix) + '*'}, QDir::Files)) {
         RasEntry ignored;
-        if (readFile(folder.filePath(other), &ignored) == RasErrorCannotOpenPhonebook)
+        if (PhoneBook::entryName(other) &&
+            readFile(folder.filePath(other), &ignored) == RasErrorCannotOpenPhonebook)
             return RasErrorCannotOpenPhonebook;
     }
 
@@ -188,13 +189,8 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry) const
             "nopersist\n";
     text += recordMark + qCompress(record, 9).toBase64() + '\n';
 
-    QSaveFile file(m_folder + '/' + name);
-    if (!file.open(QIODevice::WriteOnly))
-        return ErrorAccessDenied;
     // The folder's group may dial: it reads the entries, and nobody else does.
-    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
-    file.write(text);
-    return file.commit() ? Success : ErrorAccessDenied;
+    return replaceFile(m_folder + '/' + name, text, 0640);
 }
 
 } // namespace platform

@@ -1,12 +1,10 @@
 #include "platform/linux/statestore.h"
 
+#include "platform/linux/storedfiles.h"
 #include "platform/posix/lasterror.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonDocument>
-#include <QSaveFile>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -17,13 +15,14 @@ namespace platform {
 
 namespace {
 
-/// A file that is locked for as long as the object lives.
+/// A file that is locked for as long as the object lives. Nobody else can open
+/// it: whoever could would be able to hold the lock for ever.
 class FileLock
 {
 public:
     explicit FileLock(const QString &path)
         : m_descriptor(
-              ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
+              ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
     {
         int result = m_descriptor;
         while (result >= 0) {
@@ -50,19 +49,6 @@ private:
     DWORD m_code = Success;
 };
 
-DWORD codeOf(QFileDevice::FileError error)
-{
-    switch (error) {
-    case QFileDevice::NoError:
-        return Success;
-    case QFileDevice::OpenError:
-    case QFileDevice::PermissionsError:
-        return ErrorAccessDenied;
-    default:
-        return ErrorGenFailure;
-    }
-}
-
 } // namespace
 
 StateStore::StateStore(const QString &folder) : m_folder(folder) {}
@@ -75,9 +61,14 @@ QString StateStore::folder() const
 DWORD StateStore::read(QJsonObject *content) const
 {
     *content = {};
-    QFile file(m_folder + "/state.json");
-    if (!file.open(QIODevice::ReadOnly))
-        return QFileInfo::exists(file.fileName()) ? DWORD(ErrorAccessDenied) : DWORD(Success);
+    const QByteArray name = QFile::encodeName(m_folder + "/state.json");
+    const int descriptor = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
+    // Only a store that is not there is empty: what may not be read is no
+    // reason to install everything once more.
+    if (descriptor < 0)
+        return errno == ENOENT ? DWORD(Success) : errorFromErrno(errno);
+    QFile file;
+    file.open(descriptor, QIODevice::ReadOnly, QFile::AutoCloseHandle);
     const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
     if (!document.isObject())
         return ErrorInvalidData;
@@ -87,24 +78,20 @@ DWORD StateStore::read(QJsonObject *content) const
 
 DWORD StateStore::change(const std::function<bool(QJsonObject *)> &function)
 {
-    if (!QDir().mkpath(m_folder))
-        return ErrorAccessDenied;
+    DWORD code = makeFolder(m_folder);
+    if (code != Success)
+        return code;
     const FileLock lock(m_folder + "/state.lock");
     if (lock.code() != Success)
         return lock.code();
     QJsonObject content;
-    const DWORD code = read(&content);
+    code = read(&content);
     if (code != Success)
         return code;
     if (!function(&content))
         return Success;
 
-    QSaveFile file(m_folder + "/state.json");
-    if (!file.open(QIODevice::WriteOnly))
-        return codeOf(file.error());
-    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
-    file.write(QJsonDocument(content).toJson());
-    return file.commit() ? DWORD(Success) : codeOf(file.error());
+    return replaceFile(m_folder + "/state.json", QJsonDocument(content).toJson(), 0644);
 }
 
 } // namespace platform

@@ -19,13 +19,13 @@ public:
     explicit StateStore(const QString &folder);
 
     /// The content; empty when nothing was ever stored. Success, 5 when it may
-    /// not be read, 13 when it is damaged.
+    /// not be read, 13 when it is damaged, 31 or 1167 when the disk fails.
     DWORD read(QJsonObject *content) const;
 
     /// Changes the content: the function gets what is there and answers
     /// whether to store what it left. Success (also when there is nothing to
-    /// store), 5 without the rights, 13 when the file is damaged: it is then
-    /// left as it is.
+    /// store), 5 without the rights, 31 for a disk that is full or read-only,
+    /// 13 when the file is damaged: it is then left as it is.
     DWORD change(const std::function<bool(QJsonObject *content)> &function);
 
     QString folder() const;

@@ -3,6 +3,7 @@
 #include "platform/posix/lasterror.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
+#include "tests/linux/fulldisk.h"
 #include "tests/support/ordinaryuser.h"
 
 #include <QDir>
@@ -55,6 +56,7 @@ private slots:
     void updatingADriverIsRefused();
     void withoutRightsNothingIsChanged();
     void aDamagedStoreIsKept();
+    void aFullDiskIsTold();
 
 private:
     QList<ModemDevice> stored() const
@@ -442,6 +444,26 @@ void DevicesTest::aDamagedStoreIsKept()
     FAILS_WITH(ErrorInvalidData, devices.updateDriver(hardwareId, wide(deliveredInf), 1, nullptr));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), QByteArray("[]"));
+}
+
+void DevicesTest::aFullDiskIsTold()
+{
+    DeviceInstallation devices(m_store.get());
+    NewModem modem(devices);
+    QVERIFY(modem.registerIt());
+    DWORD copied = Success;
+    DWORD created = Success;
+    {
+        const FullDisk disk;
+        devices.SetupCopyOEMInfW(wide(deliveredInf), nullptr, 0, 0, nullptr, 0, nullptr, nullptr);
+        copied = lastError();
+        modem.createKey();
+        created = lastError();
+    }
+    QCOMPARE(copied, ErrorGenFailure);
+    QCOMPARE(created, ErrorGenFailure);
+    QVERIFY(QDir(m_store->folder() + "/inf").isEmpty());
+    QVERIFY(!stored().first().hasDriverKey);
 }
 
 QTEST_APPLESS_MAIN(DevicesTest)

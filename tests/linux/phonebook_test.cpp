@@ -1,6 +1,7 @@
 #include "platform/linux/phonebook.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
+#include "tests/linux/fulldisk.h"
 #include "tests/support/ordinaryuser.h"
 
 #include <QDir>
@@ -8,6 +9,9 @@
 #include <QtTest>
 
 #include <cstring>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace platform;
 
@@ -47,6 +51,9 @@ private slots:
     void damagedEntries_data();
     void damagedEntries();
     void missingRights();
+    void aFullDiskIsToldAndLosesNothing();
+    void aWriterThatIsKilledLeavesNoEntry();
+    void filesThatAreNoEntriesDoNoHarm();
 
 private:
     QByteArray contentOf(const QString &name) const
@@ -242,6 +249,47 @@ void PhoneBookTest::missingRights()
         QCOMPARE(book().write("b", entryWith("1")), ErrorAccessDenied);
     }
     setMode(m_folder->path(), 0755);
+}
+
+void PhoneBookTest::aFullDiskIsToldAndLosesNothing()
+{
+    QCOMPARE(book().write("a", entryWith("1")), Success);
+    const QByteArray before = contentOf("tolvane-a");
+    DWORD code = Success;
+    {
+        const FullDisk disk;
+        code = book().write("a", entryWith("2"));
+    }
+    QCOMPARE(code, ErrorGenFailure);
+    QCOMPARE(contentOf("tolvane-a"), before);
+    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden),
+             QStringList("tolvane-a"));
+}
+
+void PhoneBookTest::aWriterThatIsKilledLeavesNoEntry()
+{
+    const pid_t writer = ::fork();
+    if (writer == 0) {
+        const FullDisk disk;
+        std::signal(SIGXFSZ, SIG_DFL); // in the middle of the writing
+        rlimit none = {};
+        ::setrlimit(RLIMIT_CORE, &none);
+        book().write("a", entryWith("1"));
+        ::_exit(0);
+    }
+    int status = 0;
+    QCOMPARE(::waitpid(writer, &status, 0), writer);
+    QVERIFY(WIFSIGNALED(status));
+    const QStringList left = QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden);
+    QCOMPARE(left.size(), 1);
+    QVERIFY2(!PhoneBook::entryName(left.first()), qPrintable(left.first()));
+    QCOMPARE(book().write("b", entryWith("1")), Success);
+}
+
+void PhoneBookTest::filesThatAreNoEntriesDoNoHarm()
+{
+    put("tolvane-a~", "an editor's copy");
+    QCOMPARE(book().write("a", entryWith("1")), Success);
 }
 
 QTEST_APPLESS_MAIN(PhoneBookTest)
