@@ -4,15 +4,27 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace platform {
 
 bool isLineLocked(const QString &locksFolder, const QString &kernelName)
 {
-    QFile file(locksFolder + "/LCK.." + kernelName);
-    if (!file.open(QIODevice::ReadOnly))
+    const QByteArray name = QFile::encodeName(locksFolder + "/LCK.." + kernelName);
+    // Anyone may put something into that folder: a pipe must not stop this
+    // program, nor a link lead it elsewhere.
+    const int file = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    if (file < 0)
         return false;
-    const int process = file.readAll().trimmed().toInt();
+    struct stat facts = {};
+    char content[32] = {};
+    const bool isRead = ::fstat(file, &facts) == 0 && S_ISREG(facts.st_mode) &&
+                        ::read(file, content, sizeof content - 1) > 0;
+    ::close(file);
+    const int process = isRead ? std::atoi(content) : 0;
     return process > 0 && (::kill(process, 0) == 0 || errno == EPERM);
 }
 

@@ -95,11 +95,11 @@ QString friendlyName(const SerialPortDevice &port)
     QString name = "Communications Port";
     if (port.isPhoneModem)
         name = "USB Modem Driver";
-    else if (!port.product.isEmpty())
-        name = port.product;
+    else if (!port.product.isEmpty() && !port.product.contains("Modem Driver"))
+        name = port.product; // not with the words by which the program knows the phone
     else if (port.identity.startsWith("usb:"))
         name = "USB Serial Port";
-    return QString("%1 (COM%2)").arg(name).arg(port.number);
+    return QString("%1 (COM%2)").arg(name, QString::number(port.number));
 }
 
 bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers)
@@ -152,7 +152,9 @@ DWORD presentSerialPorts(StateStore *store, QList<SerialPortDevice> *ports)
             return added;
         };
         code = store->change(number);
-        if (code != Success && code != ErrorAccessDenied)
+        // Numbers that cannot be stored, for want of rights or of room, are
+        // found anew; damage is to be told.
+        if (code == ErrorInvalidData)
             return code;
     }
     std::sort(

@@ -30,8 +30,8 @@ QString friendlyName(const SerialPortDevice &port);
 bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers);
 
 /// The serial lines of this machine as udev knows them, in the order of their
-/// numbers. New numbers are stored when the rights allow it; without them they
-/// are found anew each time, by the same rule. Success, or 5 or 13 when the
+/// numbers. New numbers are stored when rights and disk allow it; else they are
+/// found anew each time, by the same rule. Success, or 5 or 13 when the
 /// store cannot be read. Any thread.
 DWORD presentSerialPorts(StateStore *store, QList<SerialPortDevice> *ports);
 

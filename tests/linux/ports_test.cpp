@@ -51,7 +51,9 @@ private slots:
     void pluggingIsSeenAtTheNextLook();
     void numbersGoBeyondNine();
     void withoutRightsNumbersAreFoundAnew();
+    void aStoreThatCannotBeWrittenHidesNoPort();
     void aDamagedStoreIsToldAndKept();
+    void aProductsNameIsOnlyText();
     void aMarkedLineWithoutHardwareCounts();
     void theDeviceSetHoldsThePorts();
 
@@ -332,6 +334,22 @@ void PortsTest::withoutRightsNumbersAreFoundAnew()
     }
     QVERIFY(!QFile::exists(m_store->folder() + "/state.json"));
     setMode(m_store->folder(), 0755);
+}
+
+void PortsTest::aStoreThatCannotBeWrittenHidesNoPort()
+{
+    // Any reason but missing rights, such as a full or a read-only disk.
+    QVERIFY(QDir().mkpath(m_store->folder() + "/state.lock"));
+    addPhone("1-2", "ABC123", 0);
+    QCOMPARE(names().first(), QString("USB Modem Driver (COM5) /dev/ttyACM0"));
+}
+
+void PortsTest::aProductsNameIsOnlyText()
+{
+    addLine(addUsb({"1-1", "0403", "6001", "%1 %2", "A1"}), 0, "ttyUSB0", false);
+    addLine(addUsb({"1-2", "0403", "6001", "My USB Modem Driver", "A2"}), 0, "ttyUSB1", false);
+    QCOMPARE(names(),
+             QStringList({"%1 %2 (COM5) /dev/ttyUSB0", "USB Serial Port (COM6) /dev/ttyUSB1"}));
 }
 
 void PortsTest::aDamagedStoreIsToldAndKept()

@@ -15,6 +15,7 @@
 #include <memory>
 #include <thread>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace platform;
@@ -39,7 +40,10 @@ private slots:
     void portsThatAreNotThere();
     void announcedLinesAreInUse_data();
     void announcedLinesAreInUse();
+    void whatIsNoLockFileIsNoLock();
     void twoChangesAtOnceBothLast();
+    void theStoreIsEveryonesToRead();
+    void aStoreThatMayNotBeReadIsNotEmpty();
 
 private:
     void write(const QString &name, const QByteArray &content, bool executable = false)
@@ -269,6 +273,16 @@ void SystemTest::announcedLinesAreInUse()
     QVERIFY(!isLineLocked(m_folder->path(), "ttyACM1"));
 }
 
+/// Anyone may put things into the folder of locks.
+void SystemTest::whatIsNoLockFileIsNoLock()
+{
+    QCOMPARE(::mkfifo(m_folder->filePath("LCK..ttyACM0").toLocal8Bit().constData(), 0666), 0);
+    QVERIFY(!isLineLocked(m_folder->path(), "ttyACM0"));
+    write("elsewhere", QByteArray::number(::getpid()) + '\n');
+    QVERIFY(QFile::link(m_folder->filePath("elsewhere"), m_folder->filePath("LCK..ttyACM1")));
+    QVERIFY(!isLineLocked(m_folder->path(), "ttyACM1"));
+}
+
 void SystemTest::twoChangesAtOnceBothLast()
 {
     const QString folder = m_folder->filePath("state");
@@ -287,6 +301,45 @@ void SystemTest::twoChangesAtOnceBothLast()
     QJsonObject content;
     QCOMPARE(StateStore(folder).read(&content), DWORD(Success));
     QCOMPARE(content.size(), 100);
+}
+
+void SystemTest::theStoreIsEveryonesToRead()
+{
+    setMode(m_folder->path(), 0755);
+    StateStore store(m_folder->filePath("state"));
+    const mode_t before = ::umask(077); // of a careful administrator
+    const DWORD code = store.change([](QJsonObject *content) {
+        content->insert("key", 1);
+        return true;
+    });
+    ::umask(before);
+    QCOMPARE(code, DWORD(Success));
+    {
+        const OrdinaryUser user;
+        QJsonObject content;
+        QCOMPARE(store.read(&content), DWORD(Success));
+        QCOMPARE(content.size(), 1);
+    }
+    // Whoever can open the lock can hold it for ever.
+    const QFile::Permissions permissions =
+        QFile(m_folder->filePath("state/state.lock")).permissions();
+    QVERIFY(!(permissions & (QFile::ReadGroup | QFile::ReadOther)));
+}
+
+void SystemTest::aStoreThatMayNotBeReadIsNotEmpty()
+{
+    setMode(m_folder->path(), 0755);
+    StateStore store(m_folder->filePath("state"));
+    QCOMPARE(store.change([](QJsonObject *) { return true; }), DWORD(Success));
+    setMode(store.folder(), 0);
+    DWORD code = Success;
+    {
+        const OrdinaryUser user;
+        QJsonObject content;
+        code = store.read(&content);
+    }
+    setMode(store.folder(), 0755);
+    QCOMPARE(code, DWORD(ErrorAccessDenied));
 }
 
 QTEST_GUILESS_MAIN(SystemTest)
