@@ -17,8 +17,6 @@ namespace platform {
 
 namespace {
 
-constexpr int HangUpPatience = 5000; // ms; pppd asks its peer twice, three seconds apart
-
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);
@@ -91,7 +89,7 @@ QList<ActiveLink> activeLinks(const QString &runFolder)
     return links;
 }
 
-DWORD endLink(const ActiveLink &link)
+DWORD endLink(const ActiveLink &link, int patience)
 {
     // The descriptor stands for this process alone, even when it ends and its
     // number is given away before the signal is sent.
@@ -110,7 +108,7 @@ DWORD endLink(const ActiveLink &link)
         return code;
     }
     pollfd ended = {process, POLLIN, 0};
-    while (::poll(&ended, 1, HangUpPatience) < 0 && errno == EINTR) {
+    while (::poll(&ended, 1, patience) < 0 && errno == EINTR) {
     }
     ::close(process);
     return Success;

@@ -9,6 +9,10 @@
 
 namespace platform {
 
+/// How long a pppd that was told to end may take: it asks its peer twice, three
+/// seconds apart, before it puts the line back. Milliseconds.
+inline constexpr int PppdEndPatience = 8000;
+
 /// A PPP link of the phone book that is up: its pppd lives and its interface
 /// carries an address.
 struct ActiveLink {
@@ -24,9 +28,9 @@ struct ActiveLink {
 /// name. Any thread.
 QList<ActiveLink> activeLinks(const QString &runFolder);
 
-/// Ends the link's pppd and waits until it has taken the interface down, five
-/// seconds at most. Success, 5 for a link of another user, 6 when the process
-/// is gone already.
-DWORD endLink(const ActiveLink &link);
+/// Ends the link's pppd and waits until it has taken the interface down, that
+/// many milliseconds at most. Success, also for one that is not done by then;
+/// 5 for a link of another user, 6 when the process is gone already.
+DWORD endLink(const ActiveLink &link, int patience = PppdEndPatience);
 
 } // namespace platform

@@ -1,16 +1,11 @@
 #include "platform/linux/dialler.h"
 
-#include "platform/ras.h"
+#include "platform/linux/activelinks.h"
 
+#include <QFileInfo>
 #include <QTimer>
 
 namespace platform {
-
-namespace {
-
-constexpr int StopPatience = 8000; // ms; pppd itself gives its peer six seconds
-
-} // namespace
 
 Dialler::Dialler(const QString &pppd, QObject *parent) : QObject(parent), m_pppd(pppd)
 {
@@ -29,7 +24,7 @@ Dialler::~Dialler()
     if (!isRunning())
         return;
     m_process.terminate();
-    if (!m_process.waitForFinished(StopPatience))
+    if (!m_process.waitForFinished(PppdEndPatience))
         m_process.kill();
 }
 
@@ -53,7 +48,7 @@ void Dialler::stop()
         return;
     emit progressed(tr("Hanging up..."));
     m_process.terminate();
-    QTimer::singleShot(StopPatience, &m_process, &QProcess::kill);
+    QTimer::singleShot(PppdEndPatience, &m_process, &QProcess::kill);
 }
 
 void Dialler::readMessages()
@@ -90,7 +85,8 @@ void Dialler::onError(QProcess::ProcessError error)
 {
     // Every other error ends in finished().
     if (error == QProcess::FailedToStart)
-        emit failed(pppdFailure(3, {}));
+        emit failed(QFileInfo::exists(m_pppd) ? pppdFailure(StatusNotPermitted, {})
+                                              : failureOf(ErrorServiceMissing));
 }
 
 } // namespace platform

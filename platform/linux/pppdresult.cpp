@@ -9,21 +9,19 @@ namespace platform {
 namespace {
 
 // Numbers of RAS that only this backend answers with.
-constexpr DWORD ErrorInvalidEntry = 625;       // ERROR_INVALID_INFO_IN_PHONEBOOK
-constexpr DWORD ErrorPortDisconnected = 629;   // ERROR_REMOTE_DISCONNECTION
-constexpr DWORD ErrorUserDisconnected = 631;   // ERROR_USER_DISCONNECTION
-constexpr DWORD ErrorUnknownFailure = 635;     // ERROR_UNKNOWN
-constexpr DWORD ErrorTimedOut = 638;           // ERROR_REQUEST_TIMEOUT
-constexpr DWORD ErrorFromDevice = 651;         // ERROR_FROM_DEVICE
-constexpr DWORD ErrorDeviceNotReady = 666;     // ERROR_DEVICE_NOT_READY
-constexpr DWORD ErrorLineBusy = 676;           // ERROR_LINE_BUSY
-constexpr DWORD ErrorNoCarrier = 679;          // ERROR_NO_CARRIER
-constexpr DWORD ErrorNoDialtone = 680;         // ERROR_NO_DIALTONE
-constexpr DWORD ErrorAuthentication = 691;     // ERROR_AUTHENTICATION_FAILURE
-constexpr DWORD ErrorCannotStartService = 711; // ERROR_RASMAN_CANNOT_INITIALIZE
-constexpr DWORD ErrorPppTimeout = 718;         // ERROR_PPP_TIMEOUT
-constexpr DWORD ErrorNoProtocols = 720;        // ERROR_PPP_NO_PROTOCOLS_CONFIGURED
-constexpr DWORD ErrorLinkTerminated = 734;     // ERROR_PPP_LCP_TERMINATED
+constexpr DWORD ErrorInvalidEntry = 625;     // ERROR_INVALID_INFO_IN_PHONEBOOK
+constexpr DWORD ErrorPortDisconnected = 629; // ERROR_REMOTE_DISCONNECTION
+constexpr DWORD ErrorUserDisconnected = 631; // ERROR_USER_DISCONNECTION
+constexpr DWORD ErrorUnknownFailure = 635;   // ERROR_UNKNOWN
+constexpr DWORD ErrorTimedOut = 638;         // ERROR_REQUEST_TIMEOUT
+constexpr DWORD ErrorFromDevice = 651;       // ERROR_FROM_DEVICE
+constexpr DWORD ErrorDeviceNotReady = 666;   // ERROR_DEVICE_NOT_READY
+constexpr DWORD ErrorLineBusy = 676;         // ERROR_LINE_BUSY
+constexpr DWORD ErrorNoCarrier = 679;        // ERROR_NO_CARRIER
+constexpr DWORD ErrorNoDialtone = 680;       // ERROR_NO_DIALTONE
+constexpr DWORD ErrorAuthentication = 691;   // ERROR_AUTHENTICATION_FAILURE
+constexpr DWORD ErrorPppTimeout = 718;       // ERROR_PPP_TIMEOUT
+constexpr DWORD ErrorNoProtocols = 720;      // ERROR_PPP_NO_PROTOCOLS_CONFIGURED
 
 QString text(const char *sentence)
 {
@@ -60,11 +58,11 @@ DialFailure pppdFailure(int exitStatus, const QString &lastAnswer)
     switch (exitStatus) {
     case 2:
         return {ErrorInvalidEntry, text("The dial-up entry is damaged.")};
-    case 3:
+    case StatusNotPermitted:
         return {ErrorAccessDenied, text("You may not make dial-up connections on this computer. "
                                         "An administrator can add you to the group \"dip\".")};
     case 4:
-        return {ErrorCannotStartService,
+        return {ErrorServiceMissing,
                 text("This computer's system kernel cannot make dial-up connections.")};
     case 5:
         return {ErrorUserDisconnected, text("Dialling was stopped.")};
@@ -76,11 +74,10 @@ DialFailure pppdFailure(int exitStatus, const QString &lastAnswer)
         return modemFailure(lastAnswer);
     case 10:
         return {ErrorNoProtocols, text("The network gave no address.")};
-    case 11:
-        return {ErrorLinkTerminated, text("The network ended the connection.")};
     case 15:
         return {ErrorPppTimeout, text("The network stopped answering.")};
     case 16:
+    case 17: // the phone is back at its command line, which repeats what it hears
         return {ErrorPortDisconnected, text("The phone ended the connection.")};
     case 19:
         return {ErrorAuthentication, text("The network did not accept the sign-in.")};
@@ -96,6 +93,9 @@ DialFailure failureOf(DWORD code)
     case ErrorAccessDenied:
         return {code, text("You may not use the phone book of this computer. An administrator "
                            "can add you to the group \"dip\".")};
+    case ErrorServiceMissing:
+        return {code, text("The program \"pppd\" is missing. An administrator can install the "
+                           "package \"ppp\".")};
     case RasErrorCannotOpenPhonebook:
         return {code, text("The phone book is damaged or missing.")};
     case RasErrorEntryNotFound:

@@ -17,6 +17,12 @@ struct DialFailure {
 /// dialMessagePrefix.
 inline constexpr char dialMessagePrefix[] = "tolvane-dial: ";
 
+/// The exit status of a pppd that the user may not run.
+inline constexpr int StatusNotPermitted = 3;
+
+/// There is no pppd (ERROR_RASMAN_CANNOT_INITIALIZE).
+inline constexpr DWORD ErrorServiceMissing = 711;
+
 /// The failure behind an exit status of pppd (8 when the dialling program
 /// failed, see pppd(8)). lastAnswer is what the phone answered last, or empty.
 DialFailure pppdFailure(int exitStatus, const QString &lastAnswer);

@@ -18,7 +18,7 @@ public:
 
     DWORD RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb,
                               DWORD *lpcConnections) override;
-    /// Returns when the link is down, after five seconds at most; 5 for a link
+    /// Returns when the link is down, after eight seconds at most; 5 for a link
     /// that another user made.
     DWORD RasHangUpW(RasConnectionHandle hrasconn) override;
     BOOL RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,

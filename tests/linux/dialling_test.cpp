@@ -4,6 +4,7 @@
 #include "platform/linux/remoteaccess.h"
 #include "platform/posix/lasterror.h"
 #include "platform/text.h"
+#include "tests/linux/filemode.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -43,6 +44,7 @@ private slots:
     void aDialFails_data();
     void aDialFails();
     void aMissingPppdIsAFailure();
+    void aPppdThatMayNotBeRunIsAFailure();
     void aDialIsStopped();
     void pppdGetsEachTextAsOneArgument();
 
@@ -55,6 +57,7 @@ private slots:
     void whatIsNoLinkIsNotFound_data();
     void whatIsNoLinkIsNotFound();
     void aLinkIsEnded();
+    void aLinkThatDoesNotEndCountsAsEnded();
 
     void connectionsAreListed();
     void listsTellTheSizeTheyNeed();
@@ -67,7 +70,8 @@ private slots:
 
 private:
     void plan(const QByteArray &steps) { qputenv("STANDIN_PPPD", steps); }
-    pid_t startLink(const QByteArray &interface, const QString &name = linkName);
+    pid_t startLink(const QByteArray &interface, const QString &name = linkName,
+                    const QByteArray &first = {});
     void addModem(const QString &name, const QString &port);
     RasEntry entryFor(const QString &modem) const;
     RemoteAccess ras() { return RemoteAccess(m_paths, m_store.get()); }
@@ -102,9 +106,10 @@ void DiallingTest::cleanup()
         ::kill(link.process, SIGKILL);
 }
 
-pid_t DiallingTest::startLink(const QByteArray &interface, const QString &name)
+pid_t DiallingTest::startLink(const QByteArray &interface, const QString &name,
+                              const QByteArray &first)
 {
-    plan("link:" + interface);
+    plan(first + "link:" + interface);
     QProcess process;
     process.start(m_paths.pppd, {"call", name});
     if (!process.waitForFinished())
@@ -194,9 +199,10 @@ void DiallingTest::aDialFails_data()
     QTest::newRow("unplugged") << answer("HANGUP") << 692 << "unplugged";
     QTest::newRow("dialler broken") << QByteArray("exit:8") << 651 << "refused";
     QTest::newRow("negotiation") << QByteArray("exit:10") << 720 << "address";
-    QTest::newRow("peer") << QByteArray("exit:11") << 734 << "ended";
+    QTest::newRow("sign-in of the network") << QByteArray("exit:11") << 635 << "log";
     QTest::newRow("echo") << QByteArray("exit:15") << 718 << "answering";
     QTest::newRow("hang-up") << QByteArray("exit:16") << 629 << "ended";
+    QTest::newRow("loopback") << QByteArray("exit:17") << 629 << "ended";
     QTest::newRow("sign-in") << QByteArray("exit:19") << 691 << "sign-in";
     QTest::newRow("unknown") << QByteArray("exit:99") << 635 << "log";
     QTest::newRow("killed") << QByteArray("die") << 635 << "log";
@@ -225,7 +231,22 @@ void DiallingTest::aMissingPppdIsAFailure()
     connect(&dialler, &Dialler::failed, this,
             [&seen](const DialFailure &failure) { seen = failure; });
     dialler.start(linkName, "/dev/ttyACM0", "*99#");
+    QTRY_COMPARE(seen.code, DWORD(711));
+    QVERIFY2(seen.text.contains("package \"ppp\""), qPrintable(seen.text));
+}
+
+void DiallingTest::aPppdThatMayNotBeRunIsAFailure()
+{
+    const QString pppd = m_folder->filePath("pppd");
+    QVERIFY(QFile::copy(m_paths.pppd, pppd));
+    setMode(pppd, 0);
+    DialFailure seen;
+    Dialler dialler(pppd);
+    connect(&dialler, &Dialler::failed, this,
+            [&seen](const DialFailure &failure) { seen = failure; });
+    dialler.start(linkName, "/dev/ttyACM0", "*99#");
     QTRY_COMPARE(seen.code, DWORD(ErrorAccessDenied));
+    QVERIFY2(seen.text.contains("group \"dip\""), qPrintable(seen.text));
 }
 
 void DiallingTest::aDialIsStopped()
@@ -373,6 +394,14 @@ void DiallingTest::aLinkIsEnded()
     ActiveLink own = link;
     own.process = ::getpid(); // the number came round
     QCOMPARE(endLink(own), DWORD(ErrorInvalidHandle));
+}
+
+void DiallingTest::aLinkThatDoesNotEndCountsAsEnded()
+{
+    startLink("lo", linkName, "deaf ");
+    const ActiveLink link = activeLinks(m_paths.run).first();
+    QCOMPARE(endLink(link, 50), DWORD(Success));
+    QCOMPARE(activeLinks(m_paths.run).size(), 1);
 }
 
 void DiallingTest::connectionsAreListed()

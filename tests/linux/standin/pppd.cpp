@@ -5,6 +5,7 @@
 //   wait        waits for a signal; SIGTERM ends it with status 5
 //   link:IF     writes the link's process file below STANDIN_RUN, with the
 //               interface, in a process of its own that lives on
+//   deaf        takes no notice of SIGTERM from then on
 //   exit:N      ends with that status
 //   die         is killed
 
@@ -81,6 +82,8 @@ int main(int argc, char **argv)
             makeLink(argumentAfter(argc, argv, "call"), value);
         } else if (step.rfind("exit:", 0) == 0) {
             return std::atoi(value.c_str());
+        } else if (step == "deaf") {
+            std::signal(SIGTERM, SIG_IGN);
         } else if (step == "die") {
             ::kill(::getpid(), SIGKILL);
         }
