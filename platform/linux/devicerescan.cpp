@@ -6,7 +6,6 @@
 #include <QString>
 
 #include <cerrno>
-#include <chrono>
 #include <poll.h>
 #include <unistd.h>
 
@@ -15,7 +14,6 @@ namespace platform {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds Patience{10};
 
 /// Consoles and pseudo-terminals are never ports, and there are hundreds.
 bool isConsole(const QString &path)
@@ -23,10 +21,11 @@ bool isConsole(const QString &path)
     return path.contains("/devices/virtual/") && !path.contains("/ttyS");
 }
 
-/// Asks for the event of a newly plugged-in device once more; the lines that
-/// were asked for are added to the set.
+/// Asks for the event of a newly plugged-in device once more; the set becomes
+/// the lines that were asked for.
 ConfigRet triggerAll(udev *context, QSet<QString> *waiting)
 {
+    waiting->clear();
     const UdevPointer<udev_enumerate> list(udev_enumerate_new(context));
     if (!list)
         return ConfigFailure;
@@ -53,7 +52,7 @@ ConfigRet triggerAll(udev *context, QSet<QString> *waiting)
 
 } // namespace
 
-ConfigRet rescanSerialDevices()
+ConfigRet rescanSerialDevices(std::chrono::milliseconds patience)
 {
     // Without its daemon nothing would ever answer.
     if (::access("/run/udev/control", F_OK) != 0)
@@ -69,26 +68,30 @@ ConfigRet rescanSerialDevices()
         return ConfigFailure;
 
     QSet<QString> waiting;
-    const ConfigRet triggered = triggerAll(context.get(), &waiting);
-    if (triggered != ConfigSuccess)
-        return triggered;
-
-    const auto deadline = Clock::now() + Patience;
-    while (!waiting.isEmpty()) {
+    ConfigRet triggered = triggerAll(context.get(), &waiting);
+    const auto deadline = Clock::now() + patience;
+    while (triggered == ConfigSuccess && !waiting.isEmpty()) {
         const auto left =
             std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
         if (left.count() <= 0)
             return ConfigFailure;
         pollfd descriptor = {udev_monitor_get_fd(monitor.get()), POLLIN, 0};
-        if (::poll(&descriptor, 1, static_cast<int>(left.count())) < 0 && errno != EINTR)
+        const int ready = ::poll(&descriptor, 1, static_cast<int>(left.count()));
+        if (ready < 0 && errno != EINTR)
             return ConfigFailure;
-        if (!(descriptor.revents & POLLIN))
+        if (ready <= 0)
             continue;
+        // Reading takes a pending error off the socket, too.
+        errno = 0;
         const UdevPointer<udev_device> device(udev_monitor_receive_device(monitor.get()));
         if (device)
             waiting.remove(QString::fromUtf8(udev_device_get_syspath(device.get())));
+        else if (errno == ENOBUFS) // answers were lost: ask once more
+            triggered = triggerAll(context.get(), &waiting);
+        else if (descriptor.revents & ~POLLIN)
+            return ConfigFailure;
     }
-    return ConfigSuccess;
+    return triggered;
 }
 
 } // namespace platform

@@ -2,6 +2,8 @@
 
 #include "platform/configmanager.h"
 
+#include <chrono>
+
 namespace platform {
 
 inline constexpr ConfigRet ConfigAccessDenied = 0x33; ///< CR_ACCESS_DENIED
@@ -11,9 +13,9 @@ inline constexpr ConfigRet ConfigInvalidDevNode = 5;  ///< CR_INVALID_DEVNODE
 inline constexpr DEVINST RootDevNode = 1;
 
 /// Lets udev look at every serial line again with the rules as they are now,
-/// and returns when it has done so, after ten seconds at most. ConfigSuccess,
+/// and returns when it has done so, after that time at most. ConfigSuccess,
 /// ConfigAccessDenied without administrator rights, ConfigFailure when udev
 /// is not there or not done in time. Any thread.
-ConfigRet rescanSerialDevices();
+ConfigRet rescanSerialDevices(std::chrono::milliseconds patience = std::chrono::seconds(10));
 
 } // namespace platform
