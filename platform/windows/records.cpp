@@ -27,6 +27,14 @@ SAME_SIZE(DWORD, DWORD);
 SAME_SIZE(WCHAR, WCHAR);
 SAME_SIZE(HANDLE, HANDLE);
 SAME_SIZE(Guid, GUID);
+SAME_OFFSET(Guid, GUID, Data1);
+SAME_OFFSET(Guid, GUID, Data2);
+SAME_OFFSET(Guid, GUID, Data3);
+SAME_OFFSET(Guid, GUID, Data4);
+
+SAME_SIZE(FileTime, FILETIME);
+SAME_OFFSET(FileTime, FILETIME, dwLowDateTime);
+SAME_OFFSET(FileTime, FILETIME, dwHighDateTime);
 
 SAME_SIZE(OsVersionInfoEx, OSVERSIONINFOEXW);
 SAME_OFFSET(OsVersionInfoEx, OSVERSIONINFOEXW, dwOSVersionInfoSize);
@@ -42,6 +50,8 @@ SAME_OFFSET(OsVersionInfoEx, OSVERSIONINFOEXW, wProductType);
 SAME_OFFSET(OsVersionInfoEx, OSVERSIONINFOEXW, wReserved);
 
 SAME_SIZE(SystemInfo, SYSTEM_INFO);
+SAME_OFFSET(SystemInfo, SYSTEM_INFO, wProcessorArchitecture);
+SAME_OFFSET(SystemInfo, SYSTEM_INFO, wReserved);
 SAME_OFFSET(SystemInfo, SYSTEM_INFO, dwPageSize);
 SAME_OFFSET(SystemInfo, SYSTEM_INFO, lpMinimumApplicationAddress);
 SAME_OFFSET(SystemInfo, SYSTEM_INFO, lpMaximumApplicationAddress);
