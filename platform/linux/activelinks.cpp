@@ -58,14 +58,7 @@ bool readLink(const QString &path, const QString &linkName, ActiveLink *link)
     link->interface = QString::fromLatin1(lines.at(1));
     // A process number comes round again: only a pppd that was told this very
     // link is the one.
-    const QList<QByteArray> arguments = pppdArguments(link->process);
-    if (!arguments.contains(linkName.toLatin1()))
-        return false;
-    for (const QByteArray &argument : arguments) {
-        if (argument.startsWith("/dev/"))
-            link->device = QFile::decodeName(argument);
-    }
-    return true;
+    return pppdArguments(link->process).contains(linkName.toLatin1());
 }
 
 } // namespace
@@ -73,18 +66,21 @@ bool readLink(const QString &path, const QString &linkName, ActiveLink *link)
 QList<ActiveLink> activeLinks(const QString &runFolder)
 {
     QList<ActiveLink> links;
-    const QDir folder(runFolder);
     const QString prefix = "ppp-";
     const QString suffix = ".pid";
-    for (const QString &file : folder.entryList({prefix + '*' + suffix}, QDir::Files, QDir::Name)) {
-        const QString linkName =
-            file.mid(prefix.size(), file.size() - prefix.size() - suffix.size());
-        const std::optional<QString> entry = PhoneBook::entryName(linkName);
-        ActiveLink link;
-        if (!entry || !readLink(folder.filePath(file), linkName, &link))
-            continue;
-        link.entryName = *entry;
-        links.append(link);
+    // As it was built, pppd has a folder of its own there.
+    for (const QString &path : {runFolder, runFolder + "/pppd"}) {
+        const QDir folder(path);
+        for (const QString &file : folder.entryList({prefix + '*' + suffix}, QDir::Files)) {
+            const QString linkName =
+                file.mid(prefix.size(), file.size() - prefix.size() - suffix.size());
+            const std::optional<QString> entry = PhoneBook::entryName(linkName);
+            ActiveLink link;
+            if (!entry || !readLink(folder.filePath(file), linkName, &link))
+                continue;
+            link.entryName = *entry;
+            links.append(link);
+        }
     }
     return links;
 }

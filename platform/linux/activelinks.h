@@ -19,13 +19,11 @@ struct ActiveLink {
     QString entryName;
     QString interface; ///< "ppp0"
     pid_t process = 0;
-    QString device; ///< the line, "/dev/ttyACM0"; empty when pppd was not told one
 };
 
 /// The links as the system has them now, whoever made them: found from the
 /// process numbers that pppd leaves below the run folder. Left-over files of a
-/// process that is gone or is another program do not count. Sorted by entry
-/// name. Any thread.
+/// process that is gone or is another program do not count. Any thread.
 QList<ActiveLink> activeLinks(const QString &runFolder);
 
 /// Ends the link's pppd and waits until it has taken the interface down, that

@@ -17,14 +17,14 @@ namespace platform {
 
 namespace {
 
-constexpr DWORD ErrorNoSuchDevInfo = 0xE000020B; // ERROR_NO_SUCH_DEVINST of a set
+constexpr DWORD ErrorInvalidUserBuffer = 1784;   // ERROR_INVALID_USER_BUFFER
 constexpr DWORD ErrorNotRegistered = 0xE0000208; // ERROR_DEVINFO_NOT_REGISTERED
 constexpr DWORD ErrorClassMismatch = 0xE0000201; // ERROR_CLASS_MISMATCH
 constexpr DWORD RegistryMultiString = 7;         // REG_MULTI_SZ
 constexpr DWORD CopyNoOverwrite = 0x8;           // SP_COPY_NOOVERWRITE
 constexpr DWORD KnownUpdateFlags = 0x7;          // INSTALLFLAG_FORCE and its two companions
 
-/// Reads an INF; false with the last error set: 2, 5, or one of the INF's own.
+/// Reads an INF; none with the last error set: 2, 5 or 0xE0000100.
 std::optional<InfFile> readInf(const QString &path)
 {
     const QFileInfo file(path);
@@ -186,7 +186,7 @@ BOOL DeviceInstallation::SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD Mem
     if (!set)
         return fail(ErrorInvalidHandle);
     if (!deviceInfoData || deviceInfoData->cbSize != sizeof *deviceInfoData)
-        return fail(ErrorInvalidParameter);
+        return fail(ErrorInvalidUserBuffer);
     if (MemberIndex >= static_cast<DWORD>(set->members.size()))
         return fail(ErrorNoMoreItems);
     const Member &member = set->members.at(static_cast<int>(MemberIndex));
@@ -261,9 +261,10 @@ BOOL DeviceInstallation::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const 
     const auto set = m_sets.find(DeviceInfoSet);
     if (!set)
         return fail(ErrorInvalidHandle);
-    if (!DeviceName || DeviceName[0] == 0 || !ClassGuid ||
-        (deviceInfoData && deviceInfoData->cbSize != sizeof *deviceInfoData))
+    if (!DeviceName || DeviceName[0] == 0 || !ClassGuid)
         return fail(ErrorInvalidParameter);
+    if (deviceInfoData && deviceInfoData->cbSize != sizeof *deviceInfoData)
+        return fail(ErrorInvalidUserBuffer);
     if (!(*ClassGuid == set->classGuid))
         return fail(ErrorClassMismatch);
     if (CreationFlags != GenerateDeviceId)
@@ -384,7 +385,7 @@ HKEY DeviceInstallation::SetupDiOpenDevRegKey(HDEVINFO DeviceInfoSet,
     const QList<ModemDevice> devices = readDevices(state);
     const int index = indexOfDevice(devices, device->device.instanceId);
     if (index < 0)
-        return failedKey(ErrorNoSuchDevInfo);
+        return failedKey(ErrorNoSuchDevInst);
     if (!devices.at(index).hasDriverKey)
         return failedKey(ErrorKeyDoesNotExist);
     auto key = std::make_shared<DriverKeyHandle>();
@@ -489,7 +490,6 @@ BOOL DeviceInstallation::updateDriver(const WCHAR *hardwareId, const WCHAR *infP
             outcome = Success;
             if (device.name.isEmpty())
                 device.name = uniqueName(devices, model->description);
-            device.inf = QFileInfo(path).fileName();
         }
         writeDevices(state, devices);
         return outcome == Success;
@@ -510,14 +510,14 @@ DeviceInstallation::Member *DeviceInstallation::member(HDEVINFO set, const Devic
         return nullptr;
     }
     if (!data || data->cbSize != sizeof *data) {
-        fail(ErrorInvalidParameter);
+        fail(ErrorInvalidUserBuffer);
         return nullptr;
     }
     for (Member &candidate : (*held)->members) {
         if (candidate.devInst == data->DevInst)
             return &candidate;
     }
-    fail(ErrorNoSuchDevInfo);
+    fail(ErrorNoSuchDevInst);
     return nullptr;
 }
 
@@ -548,7 +548,7 @@ BOOL DeviceInstallation::changeDevice(const QString &instanceId,
     });
     if (code != Success)
         return fail(code);
-    return found ? 1 : fail(ErrorNoSuchDevInfo);
+    return found ? 1 : fail(ErrorNoSuchDevInst);
 }
 
 } // namespace platform

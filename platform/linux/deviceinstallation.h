@@ -21,7 +21,8 @@ public:
 
     /// Copies the file to the INF store as oemN.inf; one that is there already
     /// is not copied again. No catalogue exists here, so a style that asks for
-    /// it alone copies the INF as well. 13 for a file that is no INF.
+    /// it alone copies the INF as well. 0xE0000100 for a file
+    /// that is no INF.
     BOOL SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const WCHAR *OEMSourceMediaLocation,
                           DWORD OEMSourceMediaType, DWORD CopyStyle, WCHAR *DestinationInfFileName,
                           DWORD DestinationInfFileNameSize, DWORD *RequiredSize,

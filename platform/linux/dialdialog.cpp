@@ -11,7 +11,7 @@ namespace platform {
 namespace {
 
 constexpr int StatusWidth = 320;
-constexpr int StatusHeight = 80; // four lines, so that a long reason does not move the buttons
+constexpr int StatusLines = 5; // so that a long reason does not move the buttons
 
 QLabel *plainLabel(const QString &text)
 {
@@ -40,7 +40,9 @@ DialDialog::DialDialog(const QString &entryName, const QString &number, const QS
     m_status->setObjectName("statusLabel");
     m_status->setAccessibleName(tr("State of the connection"));
     m_status->setWordWrap(true);
-    m_status->setMinimumSize(StatusWidth, StatusHeight);
+    // So that a reason can be copied for whoever is asked for help.
+    m_status->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_status->setMinimumSize(StatusWidth, StatusLines * m_status->fontMetrics().lineSpacing());
     m_status->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     m_status->setText(tr("Press Dial to connect."));
 

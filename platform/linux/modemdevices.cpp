@@ -17,7 +17,6 @@ ModemDevice fromJson(const QJsonObject &object)
     for (const auto &id : object.value("hardwareIds").toArray())
         device.hardwareIds.append(id.toString());
     device.name = object.value("name").toString();
-    device.inf = object.value("inf").toString();
     device.hasDriverKey = object.contains("driverKey");
     const QJsonObject values = object.value("driverKey").toObject();
     for (auto value = values.begin(); value != values.end(); ++value)
@@ -33,7 +32,6 @@ QJsonObject toJson(const ModemDevice &device)
     object.insert("classGuid", device.classGuid);
     object.insert("hardwareIds", QJsonArray::fromStringList(device.hardwareIds));
     object.insert("name", device.name);
-    object.insert("inf", device.inf);
     if (device.hasDriverKey) {
         QJsonObject values;
         for (auto value = device.driverKey.begin(); value != device.driverKey.end(); ++value)

@@ -16,7 +16,6 @@ struct ModemDevice {
     QString classGuid; ///< in braces and capitals
     QStringList hardwareIds;
     QString name; ///< given by its driver; empty without one
-    QString inf;  ///< the installed driver's file in the INF store
     bool hasDriverKey = false;
     QMap<QString, QString> driverKey; ///< its text values
 };

@@ -1,5 +1,6 @@
 #include "platform/linux/phonebook.h"
 
+#include "platform/linux/dialphone/phoneline.h"
 #include "platform/linux/storedfiles.h"
 #include "platform/text.h"
 
@@ -17,7 +18,6 @@ const char filePrefix[] = "tolvane-";
 const char signature[] = "# Dial-up entry of Tolvane Modem Connector\n";
 const char recordMark[] = "# record ";
 constexpr int LongestFileName = 240; // "ppp-" and ".pid" go around it
-constexpr int LongestNumber = 80;
 
 bool isPlain(char character)
 {
@@ -55,13 +55,7 @@ QByteArray numberOf(const RasEntry &entry)
 
 bool isDialable(const QString &number)
 {
-    if (number.isEmpty() || number.size() > LongestNumber)
-        return false;
-    for (const QChar character : number) {
-        if (!QString("0123456789*#+,ABCDPTWabcdptw").contains(character))
-            return false;
-    }
-    return true;
+    return isDialableNumber(number.toStdString());
 }
 
 PhoneBook::PhoneBook(const QString &peersFolder, const QString &dialProgram)

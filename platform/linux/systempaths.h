@@ -17,7 +17,7 @@ struct SystemPaths {
     /// Where programs that use a serial line announce it (LCK..ttyS0).
     QString locks = "/run/lock";
     QString pppd = "/usr/sbin/pppd";
-    /// The program that pppd runs to dial, and the drivers folder it lies in.
+    /// The drivers folder, in which the program lies that pppd runs to dial.
     QString drivers;
 
     /// The paths of the running system; the drivers folder is the one beside

@@ -55,6 +55,7 @@ private slots:
     void propertiesAreRefused();
     void updatingADriverIsRefused();
     void withoutRightsNothingIsChanged();
+    void withoutRightsAKeyIsOnlyRead();
     void aDamagedStoreIsKept();
     void aFullDiskIsTold();
 
@@ -240,7 +241,6 @@ void DevicesTest::aModemIsInstalled()
     QCOMPARE(device.hardwareIds, QStringList("mtkgprsmodem"));
     QCOMPARE(device.driverKey.value("AttachedTo"), QString("COM5"));
     QCOMPARE(device.name, QString("Tolvane GPRS Modem"));
-    QCOMPARE(device.inf, QString("modem_inf_64.inf"));
 }
 
 void DevicesTest::aSecondModemHasItsOwnName()
@@ -345,7 +345,7 @@ void DevicesTest::setsAreRefused()
     QVERIFY(devices.SetupDiCreateDeviceInfoList(nullptr, nullptr) == invalidHandle());
 
     NewModem modem(devices);
-    FAILS_WITH(ErrorInvalidParameter, devices.SetupDiEnumDeviceInfo(modem.set, 0, &data));
+    FAILS_WITH(1784, devices.SetupDiEnumDeviceInfo(modem.set, 0, &data));
     data.cbSize = sizeof data;
     FAILS_WITH(ErrorNoMoreItems, devices.SetupDiEnumDeviceInfo(modem.set, 1, &data));
     data.DevInst = 4711;
@@ -353,6 +353,11 @@ void DevicesTest::setsAreRefused()
                devices.SetupDiRegisterDeviceInfo(modem.set, &data, 0, nullptr, nullptr, nullptr));
     FAILS_WITH(ErrorNotSupported, devices.SetupDiRegisterDeviceInfo(modem.set, &modem.data, 0,
                                                                     &data, nullptr, nullptr));
+    // A record whose size is wrong, as each call meets it.
+    DeviceInfoData unsized = {};
+    FAILS_WITH(1784, devices.SetupDiCallClassInstaller(FunctionRemove, modem.set, &unsized));
+    FAILS_WITH(1784, devices.SetupDiCreateDeviceInfoW(modem.set, u"Modem", &modemClass, nullptr,
+                                                      nullptr, GenerateDeviceId, &unsized));
     const auto create = [&](const WCHAR *name, const Guid *guid, DWORD flags) {
         return devices.SetupDiCreateDeviceInfoW(modem.set, name, guid, nullptr, nullptr, flags,
                                                 &data);
@@ -428,6 +433,29 @@ void DevicesTest::withoutRightsNothingIsChanged()
     }
     setMode(m_store->folder(), 0755);
     QVERIFY(QDir(m_store->folder()).isEmpty());
+}
+
+void DevicesTest::withoutRightsAKeyIsOnlyRead()
+{
+    DeviceInstallation devices(m_store.get());
+    NewModem modem(devices);
+    QVERIFY(modem.registerIt());
+    HKEY key = modem.createKey();
+    QCOMPARE(modem.writePort(key, "COM5"), LONG(0));
+    setMode(m_folder->path(), 0755);
+    setMode(m_store->folder() + "/state.lock", 0);
+    {
+        const OrdinaryUser user;
+        QCOMPARE(DWORD(modem.writePort(key, "COM6")), ErrorAccessDenied);
+        setLastError(Success);
+        QVERIFY(modem.createKey() == invalidHandle());
+        QCOMPARE(lastError(), ErrorAccessDenied);
+        const HKEY again = modem.openKey();
+        QVERIFY(again != invalidHandle());
+        QCOMPARE(devices.RegCloseKey(again), LONG(0));
+    }
+    QCOMPARE(devices.RegCloseKey(key), LONG(0));
+    QCOMPARE(stored().first().driverKey.value("AttachedTo"), QString("COM5"));
 }
 
 void DevicesTest::aDamagedStoreIsKept()

@@ -7,9 +7,6 @@
 
 namespace {
 
-const char late[] = "\x01late";
-const char gone[] = "\x01gone";
-
 long long now()
 {
     using namespace std::chrono;
@@ -74,14 +71,13 @@ bool PhoneLine::send(const std::string &command)
     return true;
 }
 
-/// One line without its end; late or gone when there is none.
-std::string PhoneLine::readLine(long long deadline)
+PhoneLine::Reading PhoneLine::readLine(long long deadline, std::string *line)
 {
-    std::string line;
+    line->clear();
     for (;;) {
         const long long left = deadline - now();
         if (left <= 0)
-            return late;
+            return Reading::Late;
         pollfd waiting = {m_input, POLLIN, 0};
         if (::poll(&waiting, 1, static_cast<int>(left)) <= 0)
             continue;
@@ -90,24 +86,25 @@ std::string PhoneLine::readLine(long long deadline)
         if (count < 0 && (errno == EINTR || errno == EAGAIN))
             continue;
         if (count <= 0)
-            return gone;
+            return Reading::Gone;
         if (character == '\n')
-            return line;
+            return Reading::Line;
         if (character != '\r')
-            line += character;
-        else if (startsWith(line, "AT"))
-            line.clear(); // the command's echo
+            *line += character;
+        else if (startsWith(*line, "AT"))
+            line->clear(); // the command's echo
     }
 }
 
 std::string PhoneLine::waitForResult(int seconds, const char *whenLate)
 {
     const long long deadline = now() + seconds * 1000LL;
+    std::string line;
     for (;;) {
-        const std::string line = readLine(deadline);
-        if (line == late)
+        const Reading reading = readLine(deadline, &line);
+        if (reading == Reading::Late)
             return whenLate;
-        if (line == gone)
+        if (reading == Reading::Gone)
             return "HANGUP";
         if (line == "OK" || isFailure(line) || startsWith(line, "CONNECT"))
             return line;

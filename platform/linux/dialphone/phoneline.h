@@ -20,7 +20,9 @@ public:
 
 private:
     bool send(const std::string &command);
-    std::string readLine(long long deadline);
+    enum class Reading { Line, Late, Gone };
+    /// One line without its end; Late and Gone when there is none.
+    Reading readLine(long long deadline, std::string *line);
     std::string waitForResult(int seconds, const char *whenLate);
 
     int m_input;
