@@ -35,9 +35,9 @@ const QMap<QString, QStringList> &forms()
           "fieldEnds=zero others=default deviceInfo=null deviceInfoSize=0 %C"}},
         // Serial port
         {"CreateFileW",
-         {"name=\"\\\\\\\\\\.\\\\COM\\d+\" access=0xC0000000 share=0 security=null "
+         {"name=\"\\\\\\\\\\.\\\\COM\\d+\" behind=zero access=0xC0000000 share=0 security=null "
           "disposition=3 flags=0x40000000 template=null "
-          "-> (port\\d+|result=(invalid|0) error=\\d+)"}},
+          "-> (port\\d+|result=invalid error=\\d+)"}},
         {"GetCommState", {"port\\d+ record=zero %R"}},
         {"SetCommState",
          {"port\\d+ BaudRate=9600 ByteSize=8 Parity=0 StopBits=0 others=as-reported %R"}},
@@ -51,16 +51,18 @@ const QMap<QString, QStringList> &forms()
          {"port\\d+ data=\"AT\\\\r\" count=3 record=zero event\\d+ %R",
           "port\\d+ data=\"AT\\+CGDCONT=1,\"IP\",\".*\"\\\\r\" count=\\d+ record=zero event\\d+ "
           "%R"}},
-        {"GetOverlappedResult", {"port\\d+ event\\d+ wait=1 %R"}},
-        {"WaitCommEvent", {"port\\d+ event\\d+ mask=set %R"}},
+        {"GetOverlappedResult", {"port\\d+ offset=zero event\\d+ wait=1 %R"}},
+        {"WaitCommEvent", {"port\\d+ (record|offset)=zero event\\d+ mask=set %R"}},
         {"WaitForSingleObject",
          {"event\\d+ milliseconds=0xFFFFFFFF -> result=(0|0xFFFFFFFF error=\\d+)"}},
-        {"ReadFile", {"port\\d+ bytes=100 buffer=zero read=0 event\\d+ (-> got=\".*\"|%R)"}},
+        {"ReadFile",
+         {"port\\d+ bytes=100 buffer=zero read=0 offset=zero event\\d+ (-> got=\".*\"|%R)"}},
         // The events of the port are left to the end of the process.
-        {"CloseHandle", {"(port|process|thread)\\d+ -> result=1"}},
+        {"CloseHandle", {"(port|process|thread)\\d+ -> result=1", "null -> result=0 error=6"}},
         // Processes, system information, libraries bound at run time
         {"CreateProcessW",
-         {"application=%P commandLine=\"InstallDriver -a\" processSecurity=null "
+         {"application=%P behind=zero commandLine=\"InstallDriver -a\" behind=zero "
+          "processSecurity=null "
           "threadSecurity=null inherit=0 flags=0 environment=null directory=null cb=104 "
           "rest=zero %R"}},
         {"InstallDriver.exe",
@@ -78,11 +80,12 @@ const QMap<QString, QStringList> &forms()
         {"CM_Locate_DevNode_ExA", {"id=null flags=0 machine=null %C"}},
         {"CM_Reenumerate_DevNode_Ex", {"node=root flags=0 machine=null %C"}},
         {"UpdateDriverForPlugAndPlayDevicesW",
-         {"parent=null hardwareId=\"mtkgprsmodem\" behind=zero inf=%P flags=1 reboot=false "
-          "%R"}},
+         {"parent=null hardwareId=\"mtkgprsmodem\" behind=zero inf=%P behind=zero flags=1 "
+          "reboot=false %R( reboot=true)?"}},
         // Device installation
         {"SetupCopyOEMInfW",
-         {"source=(%P) location=\\1 media=0 style=0x40000 destination=null destinationSize=0 "
+         {"source=(%P) behind=zero location=\\1 behind=zero media=0 style=0x40000 destination=null "
+          "destinationSize=0 "
           "required=null component=null %R"}},
         {"SetupDiGetClassDevsW",
          {"class=Ports enumerator=null parent=null flags=2 "
@@ -94,7 +97,7 @@ const QMap<QString, QStringList> &forms()
         {"SetupDiGetDeviceRegistryPropertyW",
          {"set\\d+ device=\\d+ cbSize=32 property=12 type=set size=0 buffer=null %R",
           "set\\d+ device=\\d+ cbSize=32 property=12 type=set size=[1-9]\\d* buffer=zero %R"}},
-        {"SetupDiGetINFClassW", {"inf=%P name=zero nameSize=200 required=null %R"}},
+        {"SetupDiGetINFClassW", {"inf=%P behind=zero name=zero nameSize=200 required=null %R"}},
         {"SetupDiCreateDeviceInfoW",
          {"set\\d+ name=\"Modem\" class=Modem description=null parent=null flags=1 cbSize=32 "
           "%R"}},

@@ -14,11 +14,11 @@
 
 namespace {
 
-const char mainTitle[] = "Tolvane Modem Connector";
 const char entry[] = "TolvaneModem 1";
 
-const QString create = "CreateFileW name=\"\\\\.\\COM7\" access=0xC0000000 share=0 security=null "
-                       "disposition=3 flags=0x40000000 template=null -> ";
+const QString create =
+    "CreateFileW name=\"\\\\.\\COM7\" behind=zero access=0xC0000000 share=0 security=null "
+    "disposition=3 flags=0x40000000 template=null -> ";
 const QString getState = "GetCommState port1 record=zero -> ";
 const QString setState =
     "SetCommState port1 BaudRate=9600 ByteSize=8 Parity=0 StopBits=0 others=as-reported -> ";
@@ -57,7 +57,7 @@ QString writeApn(const QString &outcome)
 
 QString read(int event, const QString &outcome)
 {
-    return QString("ReadFile port1 bytes=100 buffer=zero read=0 event%1 -> %2")
+    return QString("ReadFile port1 bytes=100 buffer=zero read=0 offset=zero event%1 -> %2")
         .arg(QString::number(event), outcome);
 }
 
@@ -66,11 +66,6 @@ const QString okRead = "got=\"\\r\\nOK\\r\\n\"";
 QString waitFailed(int code)
 {
     return QString("Waiting for single object failed with error no %1\n").arg(code);
-}
-
-QString leftOpen(const QString &ports, const QString &events)
-{
-    return "exit ports " + ports + " events " + events + " processes none threads none blocks none";
 }
 
 } // namespace
@@ -153,16 +148,16 @@ void DialFailureTest::dial_data()
     QTest::addColumn<bool>("dials");
     QTest::addColumn<QString>("left");
 
-    const QString nothing = leftOpen("none", "none");
+    const QString nothing = leftOpen();
     // Where opening fails half-way the port stays open to the program's end.
-    const QString portOnly = leftOpen("port1", "none");
+    const QString portOnly = leftOpen("port1");
     const QString allEvents = leftOpen("none", "event1,event2,event3,event4");
 
     QTest::newRow("no such port") << QStringList{} << QStringList{create + "result=invalid error=2"}
                                   << QStringList{} << pathLog + "CreateFile failed with error  2\n"
                                   << QString() << false << nothing;
     QTest::newRow("port in use") << QStringList{"fail CreateFileW 1 5"}
-                                 << QStringList{create + "result=0 error=5"} << QStringList{}
+                                 << QStringList{create + "result=invalid error=5"} << QStringList{}
                                  << pathLog + "CreateFile failed with error  5\n"
                                  << QString() << false << nothing;
     QTest::newRow("state unreadable")
@@ -205,7 +200,7 @@ void DialFailureTest::dial_data()
         << QStringList{"fail WriteFile 1 997"}
         << opened + QStringList{newEvent(1),
                                 writeAt("result=0 error=997"),
-                                "GetOverlappedResult port1 event1 wait=1 -> result=1",
+                                "GetOverlappedResult port1 offset=zero event1 wait=1 -> result=1",
                                 newEvent(2),
                                 read(2, okRead),
                                 newEvent(3),
@@ -218,24 +213,26 @@ void DialFailureTest::dial_data()
         << allEvents;
     QTest::newRow("pending write fails")
         << QStringList{"fail WriteFile 1 997", "fail GetOverlappedResult 1 1117"}
-        << opened + QStringList{newEvent(1),
-                                writeAt("result=0 error=997"),
-                                "GetOverlappedResult port1 event1 wait=1 -> result=0 error=1117",
-                                newEvent(2),
-                                read(2, okRead),
-                                newEvent(3),
-                                writeApn(done),
-                                newEvent(4),
-                                read(4, okRead),
-                                closed}
+        << opened +
+               QStringList{
+                   newEvent(1),
+                   writeAt("result=0 error=997"),
+                   "GetOverlappedResult port1 offset=zero event1 wait=1 -> result=0 error=1117",
+                   newEvent(2),
+                   read(2, okRead),
+                   newEvent(3),
+                   writeApn(done),
+                   newEvent(4),
+                   read(4, okRead),
+                   closed}
         << QStringList{} << configuredLog << okText + writtenText + okText << true << allEvents;
     const QStringList unread =
         opened + QStringList{newEvent(1),    writeAt(done), newEvent(2), newEvent(3),
                              writeApn(done), newEvent(4),   closed};
     QTest::newRow("wait not armed")
         << QStringList{"fail WaitCommEvent * 87", "fail WaitForSingleObject * 87"} << unread
-        << QStringList{"WaitCommEvent port1 event2 mask=set -> result=0 error=87",
-                       "WaitCommEvent port1 event4 mask=set -> result=0 error=87"}
+        << QStringList{"WaitCommEvent port1 record=zero event2 mask=set -> result=0 error=87",
+                       "WaitCommEvent port1 record=zero event4 mask=set -> result=0 error=87"}
         << configuredLog << writtenText + waitFailed(87) + writtenText + waitFailed(87) << true
         << allEvents;
     const QString wait = "WaitForSingleObject event%1 milliseconds=0xFFFFFFFF "

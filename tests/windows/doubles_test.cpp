@@ -45,8 +45,10 @@ void DoublesTest::findsTheBrokenCall_data()
                                        << "missing: |CloseHandle";
     QTest::newRow("a command line") << "command-line"
                                     << "commandLine=\"InstallDriver\"";
+    QTest::newRow("something behind a text") << "behind"
+                                             << "commandLine=\"InstallDriver -a\" behind=NOT-ZERO";
     QTest::newRow("the order") << "order"
-                               << "LoadLibraryW|line 1";
+                               << "line 1\n";
 }
 
 void DoublesTest::findsTheBrokenCall()

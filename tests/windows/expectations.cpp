@@ -32,6 +32,19 @@ QStringList versionCalls()
 
 } // namespace
 
+QString startSetup(WineMachine &machine)
+{
+    const QString wizard = machine.waitForWindow(wizardTitle, 60000);
+    const auto goesOn = [&machine] { return !machine.calls().isEmpty(); };
+    return !wizard.isEmpty() && machine.pressUntil(wizard, "Return", goesOn) ? wizard : QString();
+}
+
+QString leftOpen(const QString &ports, const QString &events, const QString &blocks)
+{
+    return QString("exit ports %1 events %2 processes none threads none blocks %3")
+        .arg(ports, events, blocks);
+}
+
 QStringList machineWithPhone()
 {
     return {
@@ -91,14 +104,16 @@ QStringList setupCalls(const WineMachine &machine)
     const QString inf = '"' + drivers + "modem_inf_64.inf\"";
     QStringList calls;
     calls.append("CreateProcessW application=\"" + drivers +
-                 "InstallDriver.exe\" commandLine=\"InstallDriver -a\" processSecurity=null "
+                 "InstallDriver.exe\" behind=zero commandLine=\"InstallDriver -a\" behind=zero "
+                 "processSecurity=null "
                  "threadSecurity=null inherit=0 flags=0 environment=null directory=null cb=104 "
                  "rest=zero -> result=1");
     calls += {"CloseHandle process1 -> result=1", "CloseHandle thread1 -> result=1"};
     calls += versionCalls();
-    calls.append("SetupCopyOEMInfW source=" + inf + " location=" + inf +
-                 " media=0 style=0x40000 destination=null destinationSize=0 required=null "
-                 "component=null -> result=1");
+    calls.append(
+        "SetupCopyOEMInfW source=" + inf + " behind=zero location=" + inf +
+        " behind=zero media=0 style=0x40000 destination=null destinationSize=0 required=null "
+        "component=null -> result=1");
 
     calls += rescanCalls("CM_Locate_DevNode_ExA",
                          "CM_Locate_DevNode_ExA id=null flags=0 machine=null -> result=0");
@@ -114,7 +129,8 @@ QStringList setupCalls(const WineMachine &machine)
     const QString registration = "SetupDiRegisterDeviceInfo" + newDevice +
                                  "flags=0 compare=null context=null duplicate=null ";
     calls += {
-        "SetupDiGetINFClassW inf=" + inf + " name=zero nameSize=200 required=null -> result=1",
+        "SetupDiGetINFClassW inf=" + inf +
+            " behind=zero name=zero nameSize=200 required=null -> result=1",
         "SetupDiCreateDeviceInfoList class=Modem parent=null -> set3",
         "SetupDiCreateDeviceInfoW set3 name=\"Modem\" class=Modem description=null parent=null "
         "flags=1 cbSize=32 -> result=1",
@@ -133,7 +149,7 @@ QStringList setupCalls(const WineMachine &machine)
         "GetProcAddress newdev.dll UpdateDriverForPlugAndPlayDevicesW -> result=address",
         "UpdateDriverForPlugAndPlayDevicesW parent=null hardwareId=\"mtkgprsmodem\" behind=zero "
         "inf=" +
-            inf + " flags=1 reboot=false -> result=1",
+            inf + " behind=zero flags=1 reboot=false -> result=1",
         "FreeLibrary newdev.dll",
         "newdev.dll freed",
         "SetupDiDestroyDeviceInfoList set3 -> result=1",

@@ -5,6 +5,18 @@
 
 class WineMachine;
 
+// Titles of the program's windows.
+inline constexpr char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
+inline constexpr char mainTitle[] = "Tolvane Modem Connector";
+
+/// Presses Next in the wizard of a program that was started without an entry
+/// and returns the wizard's window; "" when it does not come or does not go on.
+QString startSetup(WineMachine &machine);
+
+/// The line of calls.log that tells what the program's end finds open.
+QString leftOpen(const QString &ports = "none", const QString &events = "none",
+                 const QString &blocks = "none");
+
 /// The lines of machine.txt for a phone that is plugged in on COM7 and whose
 /// drivers install.
 QStringList machineWithPhone();

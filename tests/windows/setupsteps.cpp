@@ -75,6 +75,8 @@ public:
     {
         if (m_what == "command-line")
             lpCommandLine[13] = 0;
+        if (m_what == "behind")
+            lpCommandLine[31] = 'x';
         return WindowsPlatform::CreateProcessW(
             lpApplicationName, lpCommandLine, lpProcessAttributes, lpThreadAttributes,
             bInheritHandles, dwCreationFlags, lpEnvironment, lpCurrentDirectory, lpStartupInfo,

@@ -5,6 +5,7 @@
 #include "tests/windows/phoneonport.h"
 #include "tests/windows/winemachine.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
@@ -15,9 +16,23 @@
 
 namespace {
 
-const char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
-const char mainTitle[] = "Tolvane Modem Connector";
 const char dialTitle[] = "Connect TolvaneModem 1";
+
+/// The debug stream of one look at the active connections for the first of the
+/// program's own.
+QString statusDebug(const QStringList &active)
+{
+    const QString name = "\"TolvaneModem 1\"";
+    QString text = "in isDialupConnectionConnected, connName:  " + name +
+                   "\nMsg from  isDialupConnectionConnected  -  \"No of Connections = " +
+                   QString::number(active.size()) +
+                   "\" \n\nThe following RAS connections are currently active: \n\n";
+    for (const QString &connection : active) {
+        const QString listed = '"' + connection + '"';
+        text += listed + "\n " + (listed == name ? "==" : "!=") + "  " + name + " \n\n";
+    }
+    return text;
+}
 
 } // namespace
 
@@ -41,6 +56,9 @@ private slots:
     void modemThatAnswersError();
     void noPhoneInTheWizard();
     void unpluggedAndWaiting();
+    void phoneThatSaysNothing();
+    void menusAndDialogs();
+    void settingsOfAnotherAccount();
     void wizardCancelled();
     void scaledDisplay_data();
     void scaledDisplay();
@@ -52,7 +70,6 @@ private slots:
 private:
     /// Start, dial and come back with the dial dialog open.
     void startAndWaitForDialog();
-    QString openWizardPage();
 
     std::unique_ptr<WineMachine> m_machine;
     std::unique_ptr<PhoneOnPort> m_phone;
@@ -91,14 +108,6 @@ void WindowTest::cleanup()
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join('\n')));
 }
 
-QString WindowTest::openWizardPage()
-{
-    const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
-    if (!wizard.isEmpty())
-        m_machine->pressUntil(wizard, "Return", [this] { return !m_machine->calls().isEmpty(); });
-    return wizard;
-}
-
 void WindowTest::startAndWaitForDialog()
 {
     QVERIFY(m_machine->start());
@@ -129,7 +138,7 @@ void WindowTest::firstRunToFinish()
     QVERIFY(!wizard.isEmpty());
     m_machine->setThemed(true);
     m_machine->screenshot(picture + "-1-welcome");
-    QCOMPARE(openWizardPage(), wizard);
+    QCOMPARE(startSetup(*m_machine), wizard);
 
     QVERIFY(m_machine->waitForDebug("Successfully created the DIALUP CONNECTION :D :D\n"));
     QVERIFY(m_machine->waitForCall("^InstallDriver.exe "));
@@ -155,8 +164,7 @@ void WindowTest::firstRunToFinish()
     QCOMPARE(m_machine->waitForExit(), 0);
     // What the set-up opened it has closed.
     QVERIFY(m_machine->calls().contains("exit sets none"));
-    QVERIFY(m_machine->calls().contains(
-        "exit ports none events none processes none threads none blocks none"));
+    QVERIFY(m_machine->calls().contains(leftOpen()));
 }
 
 void WindowTest::secondStartDialsAndHangsUp()
@@ -178,6 +186,11 @@ void WindowTest::secondStartDialsAndHangsUp()
     m_machine->screenshot("second-start-2-dial-dialog");
     QCOMPARE(m_phone->bytesFromPc(),
              QStringList({"AT\\r", "AT+CGDCONT=1,\\\"IP\\\",\\\"gpinternet\\\"\\r"}));
+    const QString dialled = portSearchDebug() + "connection name in reg:  \"TolvaneModem 1\"\n" +
+                            statusDebug({}) + portSearchDebug() +
+                            "\"\\\\.\\COM7\" \n\n"
+                            "Serial port  7  is successfully reconfigured.\n";
+    QCOMPARE(m_machine->debug(), dialled);
     m_machine->press(dialog, "Return");
     QVERIFY(m_machine->waitForCall(
         "^RasDialDlgW phonebook=null entry=\"TolvaneModem 1\" behind=zero number=\"\\*99#\" "
@@ -186,13 +199,15 @@ void WindowTest::secondStartDialsAndHangsUp()
     QCOMPARE(m_machine->connections(), QStringList("TolvaneModem 1"));
     m_machine->screenshot("second-start-3-connected");
 
-    // The status is looked at every ten seconds while connected.
-    const int before = m_machine->calls().filter("RasEnumConnectionsW").size();
-    QVERIFY(QTest::qWaitFor(
-        [&] { return m_machine->calls().filter("RasEnumConnectionsW").size() > before; }, 15000));
-
+    // The status is looked at every ten seconds while connected; the hang-up
+    // looks for the connection in the same way.
+    const QString look = statusDebug({"TolvaneModem 1"});
+    QVERIFY(m_machine->waitForDebug(dialled + look, 15000));
     m_machine->press(window, "ctrl+d");
     QVERIFY(m_machine->waitForCall("^RasHangUpW connection=\"TolvaneModem 1\" -> result=0$"));
+    QVERIFY(m_machine->waitForDebug(dialled + look + look));
+    const int looks = (m_machine->debug().size() - dialled.size()) / look.size();
+    QCOMPARE(m_machine->debug(), dialled + look.repeated(looks));
     QVERIFY(m_machine->connections().isEmpty());
     m_machine->screenshot("second-start-4-disconnected");
     QCOMPARE(m_machine->setting("CurrentMobileOperator"), QString("GrameenPhone"));
@@ -200,7 +215,8 @@ void WindowTest::secondStartDialsAndHangsUp()
     const QStringList serial = withoutWaiting(m_machine->calls().filter(
         QRegularExpression("^(CreateFileW|GetComm|SetComm|event|WriteFile|ReadFile|CloseHandle)")));
     const QStringList expected = {
-        "CreateFileW name=\"\\\\.\\COM7\" access=0xC0000000 share=0 security=null disposition=3 "
+        "CreateFileW name=\"\\\\.\\COM7\" behind=zero access=0xC0000000 share=0 security=null "
+        "disposition=3 "
         "flags=0x40000000 template=null -> port1",
         "GetCommState port1 record=zero -> result=1",
         "SetCommState port1 BaudRate=9600 ByteSize=8 Parity=0 StopBits=0 others=as-reported "
@@ -211,12 +227,12 @@ void WindowTest::secondStartDialsAndHangsUp()
         "event event1 manual unsignalled unnamed",
         "WriteFile port1 data=\"AT\\r\" count=3 record=zero event1 -> result=1",
         "event event2 manual unsignalled unnamed",
-        "ReadFile port1 bytes=100 buffer=zero read=0 event2 -> got=\"\\r\\nOK\\r\\n\"",
+        "ReadFile port1 bytes=100 buffer=zero read=0 offset=zero event2 -> got=\"\\r\\nOK\\r\\n\"",
         "event event3 manual unsignalled unnamed",
         "WriteFile port1 data=\"AT+CGDCONT=1,\"IP\",\"gpinternet\"\\r\" count=31 record=zero "
         "event3 -> result=1",
         "event event4 manual unsignalled unnamed",
-        "ReadFile port1 bytes=100 buffer=zero read=0 event4 -> got=\"\\r\\nOK\\r\\n\"",
+        "ReadFile port1 bytes=100 buffer=zero read=0 offset=zero event4 -> got=\"\\r\\nOK\\r\\n\"",
         "CloseHandle port1 -> result=1",
     };
     const QString difference = firstDifference(serial, expected);
@@ -226,9 +242,7 @@ void WindowTest::secondStartDialsAndHangsUp()
 
     m_machine->press(window, "alt+F4");
     QCOMPARE(m_machine->waitForExit(), 0);
-    QVERIFY(m_machine->calls().contains(
-        "exit ports none events event1,event2,event3,event4 processes none threads none blocks "
-        "none"));
+    QVERIFY(m_machine->calls().contains(leftOpen("none", "event1,event2,event3,event4")));
 }
 
 void WindowTest::connectionThatIsUpAlready()
@@ -239,14 +253,9 @@ void WindowTest::connectionThatIsUpAlready()
     const QString window = m_machine->waitForWindow(mainTitle, 60000);
     QVERIFY(!window.isEmpty());
     m_machine->screenshot("already-connected");
-    QCOMPARE(m_machine->debug(),
-             portSearchDebug() + "connection name in reg:  \"TolvaneModem 1\"\n"
-                                 "in isDialupConnectionConnected, connName:  \"TolvaneModem 1\"\n"
-                                 "Msg from  isDialupConnectionConnected  -  \"No of Connections = "
-                                 "2\" \n\n"
-                                 "The following RAS connections are currently active: \n\n"
-                                 "\"Office\"\n !=  \"TolvaneModem 1\" \n\n"
-                                 "\"TolvaneModem 1\"\n ==  \"TolvaneModem 1\" \n\n");
+    QCOMPARE(m_machine->debug(), portSearchDebug() +
+                                     "connection name in reg:  \"TolvaneModem 1\"\n" +
+                                     statusDebug({"Office", "TolvaneModem 1"}));
     m_machine->press(window, "ctrl+d");
     QVERIFY(m_machine->waitForCall("^RasHangUpW connection=\"TolvaneModem 1\" -> result=0$"));
     QCOMPARE(m_machine->connections(), QStringList("Office"));
@@ -304,22 +313,16 @@ void WindowTest::noPhoneInTheWizard()
 {
     m_machine->setMachine({"rasdevice modem|MTK GPRS Modem"});
     QVERIFY(m_machine->start());
-    const QString wizard = openWizardPage();
+    const QString wizard = startSetup(*m_machine);
     QVERIFY(!wizard.isEmpty());
     QVERIFY(m_machine->waitForDebug("No ports available"));
     QVERIFY(QTest::qWaitFor([&] { return m_machine->setting("CurrentPort") == "0"; }));
     m_machine->screenshot("no-phone-1-retry");
 
-    // Plugged in, Retry goes on with the search for the port. Retry is the
-    // first control of the page, so Tab from the wizard's buttons reaches it.
+    // Plugged in, Retry goes on with the search for the port. The page has
+    // given it the focus.
     m_machine->setMachine(machineWithPhone());
     m_machine->press(wizard, "space");
-    if (!m_machine->waitForDebug("Successfully created", 3000)) {
-        for (int i = 0; i < 6 && !m_machine->debug().contains("Successfully created"); ++i) {
-            m_machine->press(wizard, "Tab");
-            m_machine->screenshot(QString("no-phone-tab-%1").arg(i));
-        }
-    }
     QVERIFY(m_machine->waitForDebug("Successfully created"));
     QCOMPARE(m_machine->calls().filter("SetupCopyOEMInfW").size(), 1);
     m_machine->screenshot("no-phone-2-finish");
@@ -338,11 +341,73 @@ void WindowTest::unpluggedAndWaiting()
     // The person does not wait for the next look: the button looks at once.
     QCOMPARE(m_phone->plugIn(), QString());
     m_machine->setMachine(machineWithPhone() + QStringList{"dial ask"});
+    // It spans 250 to 421 by 80 to 161 of the form, below title and menu.
     m_machine->click(window, 330, 141);
     QVERIFY(m_machine->waitForDebug("\"port 7 available\""));
     m_machine->screenshot("waiting-2-countdown", WineMachine::Moving);
     QVERIFY(!m_machine->waitForWindow(dialTitle, 20000).isEmpty());
     QCOMPARE(m_phone->bytesFromPc().size(), 2);
+}
+
+void WindowTest::phoneThatSaysNothing()
+{
+    setUpBefore(*m_machine);
+    QCOMPARE(m_phone->plugIn({"set silent on"}), QString());
+    QVERIFY(m_machine->start());
+    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    QVERIFY(!window.isEmpty());
+    QVERIFY(m_machine->pressUntil(
+        window, "ctrl+c", [this] { return m_phone->bytesFromPc() == QStringList("AT\\r"); }));
+    QVERIFY(m_machine->waitForCall("^WaitCommEvent "));
+    // The program waits without an end.
+    m_machine->screenshot("silent-phone");
+    QCOMPARE(m_phone->bytesFromPc().size(), 1);
+    QVERIFY(m_machine->calls().filter("RasDialDlgW").isEmpty());
+    QVERIFY(!m_machine->hasEnded());
+}
+
+void WindowTest::menusAndDialogs()
+{
+    setUpBefore(*m_machine);
+    // Connected, so that no countdown dials meanwhile.
+    m_machine->setConnections({"TolvaneModem 1"});
+    QVERIFY(m_machine->start());
+    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    QVERIFY(!window.isEmpty());
+    m_machine->press(window, "alt+f");
+    m_machine->screenshot("menu-file");
+    m_machine->press(window, "Right");
+    m_machine->screenshot("menu-help");
+    m_machine->press(window, "Return");
+    const QString about = m_machine->waitForWindow("About");
+    QVERIFY(!about.isEmpty());
+    m_machine->screenshot("dialog-about");
+    m_machine->press(about, "Escape");
+    QVERIFY(m_machine->waitForNoWindow("About"));
+
+    for (const char *key : {"alt+f", "Right", "Down", "Return"})
+        m_machine->press(window, key);
+    const QString credits = m_machine->waitForWindow("Credits");
+    QVERIFY(!credits.isEmpty());
+    m_machine->screenshot("dialog-credits");
+    m_machine->press(credits, "Escape");
+    QVERIFY(m_machine->waitForNoWindow("Credits"));
+    m_machine->press(window, "alt+F4");
+    QCOMPARE(m_machine->waitForExit(), 0);
+}
+
+// A set-up that another account did, copied to the place for presets.
+void WindowTest::settingsOfAnotherAccount()
+{
+    setUpBefore(*m_machine);
+    const QString folder = m_machine->hostFolder() + "/settings/Brantiq Developer Network";
+    QVERIFY(QDir().mkpath(folder));
+    QVERIFY(QFile::rename(m_machine->settingsFile(), folder + "/Tolvane Modem Connector.ini"));
+    const bool started = m_machine->start();
+    const QString window = started ? m_machine->waitForWindow(mainTitle, 60000) : QString();
+    QVERIFY(QDir(folder).removeRecursively());
+    QVERIFY(!window.isEmpty());
+    QVERIFY(m_machine->debug().contains("connection name in reg:  \"TolvaneModem 1\"\n"));
 }
 
 void WindowTest::wizardCancelled()
@@ -351,11 +416,9 @@ void WindowTest::wizardCancelled()
     QVERIFY(m_machine->start());
     const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
     QVERIFY(!wizard.isEmpty());
-    m_machine->pressUntil(wizard, "Escape", [this] { return m_machine->hasEnded(); });
+    QVERIFY(m_machine->pressUntil(wizard, "Escape", [this] { return m_machine->hasEnded(); }));
     QCOMPARE(m_machine->waitForExit(), 0);
-    QCOMPARE(m_machine->calls(),
-             QStringList({"exit sets none",
-                          "exit ports none events none processes none threads none blocks none"}));
+    QCOMPARE(m_machine->calls(), QStringList({"exit sets none", leftOpen()}));
     QCOMPARE(m_machine->settingsText(), QString());
 }
 
@@ -371,8 +434,8 @@ void WindowTest::scaledDisplay()
     QFETCH(int, percent);
     m_machine->setScaling(percent);
     setUpBefore(*m_machine);
-    QVERIFY(m_machine->start());
-    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    const bool started = m_machine->start();
+    const QString window = started ? m_machine->waitForWindow(mainTitle, 60000) : QString();
     m_machine->setScaling(100);
     QVERIFY(!window.isEmpty());
 
@@ -442,7 +505,7 @@ void WindowTest::fatalBoxFromAPoolThread()
     if (failures.isEmpty())
         m_machine->setMissingLibraries({"newdev"});
     QVERIFY(m_machine->start());
-    QVERIFY(!openWizardPage().isEmpty());
+    QVERIFY(!startSetup(*m_machine).isEmpty());
     const QString box = m_machine->waitForWindow(title);
     QVERIFY(!box.isEmpty());
     m_machine->screenshot(QString("fatal-") + QTest::currentDataTag());

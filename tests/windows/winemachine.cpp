@@ -10,6 +10,7 @@ namespace {
 
 const char packageFolder[] = "Program Files/TolvaneModemConnector";
 const char artefacts[] = WINDOWS_ARTEFACTS;
+const char *const doubledLibraries[] = {"rasapi32", "rasdlg", "setupapi", "newdev", "cfgmgr32"};
 
 QString environment(const char *name)
 {
@@ -51,6 +52,14 @@ void copyOver(const QString &from, const QString &to)
         qFatal("%s cannot be copied", qPrintable(from));
 }
 
+/// The ids of the visible windows of that title, one a line.
+QString visibleWindows(const QString &title)
+{
+    // The toolkit of the installer puts a blank behind some titles.
+    const QString name = '^' + QRegularExpression::escape(title) + " ?$";
+    return runOnHost("xdotool", {"search", "--onlyvisible", "--name", name});
+}
+
 } // namespace
 
 QString runOnHost(const QString &program, const QStringList &arguments)
@@ -78,7 +87,7 @@ WineMachine::WineMachine() : m_prefix(environment("WINEPREFIX")), m_wine(environ
     if (!QFile::exists(hostFolder() + "/TolvaneDialler.exe"))
         qFatal("the archive %s does not hold the program", WINDOWS_ARCHIVE);
     const QDir doubles(WINDOWS_DOUBLES);
-    for (const char *name : {"rasapi32", "rasdlg", "setupapi", "newdev", "cfgmgr32"})
+    for (const char *name : doubledLibraries)
         copyOver(doubles.filePath(QString(name) + ".dll"), hostFolder() + '/' + name + ".dll");
     copyOver(doubles.filePath("InstallDriver.exe"), hostFolder() + "/drivers/InstallDriver.exe");
     for (const char *name : {"modem_inf_32.inf", "modem_inf_64.inf"})
@@ -187,19 +196,26 @@ void WineMachine::setMissingLibraries(const QStringList &names)
     m_missing = names;
 }
 
-bool WineMachine::start(const QString &program)
+void WineMachine::prepare(QProcess &process, bool onDoubles) const
 {
     QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
     QStringList overrides = {variables.value("WINEDLLOVERRIDES")};
-    for (const char *name : {"rasapi32", "rasdlg", "setupapi", "newdev", "cfgmgr32"})
-        overrides.append(QString(name) + (m_missing.contains(name) ? "=" : "=n,b"));
+    if (onDoubles) {
+        for (const char *name : doubledLibraries)
+            overrides.append(QString(name) + (m_missing.contains(name) ? "=" : "=n,b"));
+    }
     variables.insert("WINEDLLOVERRIDES", overrides.join(';'));
     variables.insert("DOUBLES", "C:\\doubles");
     variables.insert("LD_PRELOAD", WINDOWS_SERIAL_PRELOAD);
-    m_program.setProcessEnvironment(variables);
+    process.setProcessEnvironment(variables);
     // Not the program's folder: where a process is started from and where it
     // lies are two things.
-    m_program.setWorkingDirectory(driveC());
+    process.setWorkingDirectory(driveC());
+}
+
+bool WineMachine::start(const QString &program)
+{
+    prepare(m_program, true);
     m_debug.clear();
     m_printed.clear();
     m_program.start(m_wine, {program.isEmpty() ? folder() + "\\TolvaneDialler.exe" : program});
@@ -209,17 +225,7 @@ bool WineMachine::start(const QString &program)
 int WineMachine::run(const QString &program, const QStringList &arguments, int milliseconds)
 {
     QProcess process;
-    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-    QStringList overrides = {variables.value("WINEDLLOVERRIDES")};
-    if (program.startsWith(folder())) {
-        for (const char *name : {"rasapi32", "rasdlg", "setupapi", "newdev", "cfgmgr32"})
-            overrides.append(QString(name) + "=n,b");
-    }
-    variables.insert("WINEDLLOVERRIDES", overrides.join(';'));
-    variables.insert("DOUBLES", "C:\\doubles");
-    variables.insert("LD_PRELOAD", WINDOWS_SERIAL_PRELOAD);
-    process.setProcessEnvironment(variables);
-    process.setWorkingDirectory(driveC());
+    prepare(process, program.startsWith(folder()));
     process.start(m_wine, QStringList{program} + arguments);
     if (!process.waitForFinished(milliseconds)) {
         process.kill();
@@ -314,12 +320,9 @@ QString WineMachine::doublesFolder() const
 QString WineMachine::waitForWindow(const QString &title, int milliseconds)
 {
     QString found;
-    // The toolkit of the installer puts a blank behind some titles.
-    const QString name = '^' + QRegularExpression::escape(title) + " ?$";
     const bool appeared = QTest::qWaitFor(
         [&] {
-            found =
-                runOnHost("xdotool", {"search", "--onlyvisible", "--name", name}).section('\n', -1);
+            found = visibleWindows(title).section('\n', -1);
             return !found.isEmpty();
         },
         milliseconds);
@@ -328,13 +331,7 @@ QString WineMachine::waitForWindow(const QString &title, int milliseconds)
 
 bool WineMachine::waitForNoWindow(const QString &title, int milliseconds)
 {
-    // The toolkit of the installer puts a blank behind some titles.
-    const QString name = '^' + QRegularExpression::escape(title) + " ?$";
-    return QTest::qWaitFor(
-        [&] {
-            return runOnHost("xdotool", {"search", "--onlyvisible", "--name", name}).isEmpty();
-        },
-        milliseconds);
+    return QTest::qWaitFor([&] { return visibleWindows(title).isEmpty(); }, milliseconds);
 }
 
 QSize WineMachine::sizeOf(const QString &window) const

@@ -32,7 +32,9 @@ public:
     QStringList connections() const;
     /// Writes the settings file, keys as they stand in it.
     void setSettings(const QMap<QString, QString> &values);
-    /// The settings file as it stands, read as text.
+    /// The settings file, as this test sees it.
+    QString settingsFile() const;
+    /// Its content as it stands, read as text.
     QString settingsText() const;
     /// The value of a key in that file, "" when it is not there.
     QString setting(const QString &key) const;
@@ -98,8 +100,9 @@ public:
     void keepLogs(const QString &name);
 
 private:
+    /// Environment and working directory of a process of this machine.
+    void prepare(QProcess &process, bool onDoubles) const;
     void readOutput();
-    QString settingsFile() const;
     QString doublesFolder() const;
 
     QString m_prefix;

@@ -57,6 +57,8 @@ bool isBoundLibrary(const wchar_t *name)
 
 std::map<HMODULE, std::string> boundLibraries;
 
+/// A record with its event. At its first use all of it is clear; later the
+/// system has written to it, but never to the offset.
 Line &overlapped(Line &line, const OVERLAPPED *record)
 {
     const Guard guard;
@@ -65,6 +67,9 @@ Line &overlapped(Line &line, const OVERLAPPED *record)
         events.opened(record->hEvent);
         Line("event").item(events.name(record->hEvent)).item(made->second).write();
         newEvents.erase(made);
+        line.zero("record", record, offsetof(OVERLAPPED, hEvent));
+    } else {
+        line.zero("offset", &record->Offset, sizeof record->Offset + sizeof record->OffsetHigh);
     }
     return line.item(events.name(record->hEvent));
 }
@@ -76,17 +81,18 @@ HANDLE WINAPI spyCreateFileW(LPCWSTR name, DWORD access, DWORD share,
     if (std::wcsncmp(name, L"\\\\.\\COM", 7) != 0)
         return CreateFileW(name, access, share, security, disposition, flags, pattern);
     Line line("CreateFileW");
-    line.text("name", name)
+    line.buffer("name", name, 100)
         .hex("access", access)
         .number("share", share)
         .pointer("security", security)
         .number("disposition", disposition)
         .hex("flags", flags)
         .pointer("template", pattern);
-    if (fails("CreateFileW", line))
-        return INVALID_HANDLE_VALUE;
-    const HANDLE port = CreateFileW(name, access, share, security, disposition, flags, pattern);
-    const DWORD error = GetLastError();
+    const auto code = scriptedFailure("CreateFileW");
+    const HANDLE port =
+        code ? INVALID_HANDLE_VALUE
+             : CreateFileW(name, access, share, security, disposition, flags, pattern);
+    const DWORD error = code.value_or(GetLastError());
     if (port == INVALID_HANDLE_VALUE) {
         line.arrow().word("result", "invalid").number("error", error).write();
     } else {
@@ -185,10 +191,7 @@ BOOL WINAPI spyWriteFile(HANDLE port, const void *buffer, DWORD bytes, DWORD *wr
     if (!ports.contains(port))
         return WriteFile(port, buffer, bytes, written, record);
     Line line("WriteFile");
-    line.item(ports.name(port))
-        .bytes("data", buffer, bytes)
-        .number("count", bytes)
-        .zero("record", record, sizeof *record - sizeof record->hEvent);
+    line.item(ports.name(port)).bytes("data", buffer, bytes).number("count", bytes);
     overlapped(line, record);
     const auto code = scriptedFailure("WriteFile");
     if (code == ERROR_IO_PENDING)
@@ -265,6 +268,10 @@ BOOL WINAPI spyCloseHandle(HANDLE handle)
         known->closed(handle);
         return went(line, CloseHandle(handle));
     }
+    if (!handle) {
+        Line line("CloseHandle");
+        return went(line.item("null"), CloseHandle(handle));
+    }
     {
         const Guard guard;
         newEvents.erase(handle);
@@ -279,8 +286,8 @@ BOOL WINAPI spyCreateProcessW(LPCWSTR application, LPWSTR commandLine,
                               PROCESS_INFORMATION *process)
 {
     Line line("CreateProcessW");
-    line.text("application", application)
-        .text("commandLine", commandLine)
+    line.buffer("application", application, 261)
+        .buffer("commandLine", commandLine, 32)
         .pointer("processSecurity", processSecurity)
         .pointer("threadSecurity", threadSecurity)
         .number("inherit", inherit)
@@ -464,10 +471,12 @@ struct Watched {
     void *spy;
 };
 
-#define WATCH(function)                                                                            \
-    {                                                                                              \
-#function, reinterpret_cast < void *>(&spy##function)                                      \
-    }
+template<typename Function> Watched watch(const char *name, Function *spy)
+{
+    return {name, reinterpret_cast<void *>(spy)};
+}
+
+#define WATCH(function) watch(#function, spy##function)
 
 const Watched watched[] = {
     WATCH(CreateFileW),     WATCH(GetCommState),        WATCH(SetCommState),

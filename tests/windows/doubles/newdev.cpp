@@ -3,8 +3,6 @@
 
 #include "tests/windows/doubles/recorder.h"
 
-#include <algorithm>
-
 using namespace doubles;
 
 extern "C" {
@@ -15,9 +13,8 @@ __declspec(dllexport) BOOL WINAPI
 {
     Line line("UpdateDriverForPlugAndPlayDevicesW");
     line.pointer("parent", parent)
-        .text("hardwareId", hardwareId)
-        .zero("behind", hardwareId + lstrlenW(hardwareId), 4)
-        .text("inf", infPath)
+        .buffer("hardwareId", hardwareId, 32)
+        .buffer("inf", infPath, 261)
         .number("flags", flags)
         .word("reboot", !rebootRequired   ? "null"
                         : *rebootRequired ? "true"
@@ -28,9 +25,12 @@ __declspec(dllexport) BOOL WINAPI
         SetLastError(*code);
         return FALSE;
     }
-    if (rebootRequired && machineText("reboot", L"no") == L"yes")
+    line.number("result", 1);
+    if (rebootRequired && machineText("reboot", L"no") == L"yes") {
         *rebootRequired = TRUE;
-    line.number("result", 1).write();
+        line.word("reboot", "true");
+    }
+    line.write();
     return TRUE;
 }
 

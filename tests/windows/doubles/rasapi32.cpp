@@ -1,6 +1,5 @@
 // Double of rasapi32.dll. Words of the machine file:
 //   rasdevice TYPE|NAME    a RAS-capable device
-//   entrysize BYTES        the record that this release of the system knows
 
 #include "tests/windows/doubles/importspy.h"
 #include "tests/windows/doubles/recorder.h"
@@ -157,7 +156,7 @@ __declspec(dllexport) DWORD WINAPI
     RasGetEntryPropertiesW(LPCWSTR phonebook, LPCWSTR entry, RasEntry *record, DWORD *bytes,
                            BYTE *deviceInfo, DWORD *deviceInfoSize)
 {
-    const DWORD needed = std::stoul(machineText("entrysize", L"5616"));
+    const DWORD needed = 5616;
     Line line("RasGetEntryPropertiesW");
     line.text("phonebook", phonebook).text("entry", entry);
     if (record)
@@ -185,12 +184,9 @@ __declspec(dllexport) DWORD WINAPI
     RasSetEntryPropertiesW(LPCWSTR phonebook, LPCWSTR entry, RasEntry *record, DWORD bytes,
                            BYTE *deviceInfo, DWORD deviceInfoSize)
 {
-    // The name comes in a buffer of 10000 units that is zero behind it.
-    const auto length = static_cast<size_t>(lstrlenW(entry));
     Line line("RasSetEntryPropertiesW");
     line.text("phonebook", phonebook)
-        .text("entry", entry)
-        .zero("behind", entry + length, (10000 - length) * 2)
+        .buffer("entry", entry, 10000)
         .number("size", bytes)
         .number("dwSize", record->dwSize)
         .hex("options", record->dwfOptions)

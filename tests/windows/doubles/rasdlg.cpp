@@ -7,20 +7,14 @@
 
 #include "platform/ras.h"
 
-#include <algorithm>
-
 using namespace doubles;
 
 extern "C" __declspec(dllexport) BOOL WINAPI
     RasDialDlgW(LPWSTR phonebook, LPWSTR entry, LPWSTR number, platform::RasDialDialog *info)
 {
-    // The entry's name comes in a buffer of 200 units that is zero behind it.
-    constexpr size_t entryUnits = 200;
-    const size_t length = static_cast<size_t>(lstrlenW(entry));
     Line line("RasDialDlgW");
     line.text("phonebook", phonebook)
-        .text("entry", entry)
-        .zero("behind", entry + length, (entryUnits - std::min(length, entryUnits)) * 2)
+        .buffer("entry", entry, 200)
         .text("number", number)
         .number("dwSize", info->dwSize)
         .zero("rest", reinterpret_cast<const BYTE *>(info) + 4, sizeof *info - 4);

@@ -183,6 +183,15 @@ Line &Line::text(const char *name, const wchar_t *value)
     return item(std::string(name) + '=' + (value ? '"' + narrow(value) + '"' : "null"));
 }
 
+Line &Line::buffer(const char *name, const wchar_t *value, size_t units)
+{
+    if (!value)
+        return text(name, value);
+    const size_t length = wcsnlen(value, units);
+    return item(std::string(name) + "=\"" + narrow(std::wstring(value, length).c_str()) + '"')
+        .zero("behind", value + length, (units - length) * 2);
+}
+
 Line &Line::bytes(const char *name, const void *value, size_t count)
 {
     std::string escaped;

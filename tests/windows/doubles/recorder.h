@@ -48,6 +48,8 @@ public:
     Line &hex(const char *name, unsigned long long value);
     /// In double quotes, or null.
     Line &text(const char *name, const wchar_t *value);
+    /// A text in a buffer of `units` UTF-16 units that has to be zero behind it.
+    Line &buffer(const char *name, const wchar_t *value, size_t units);
     /// As text(), bytes that are not printable written \r, \n or \xNN.
     Line &bytes(const char *name, const void *value, size_t count);
     Line &word(const char *name, const char *value);

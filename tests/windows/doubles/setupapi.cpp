@@ -141,8 +141,8 @@ EXPORT BOOL WINAPI SetupCopyOEMInfW(const WCHAR *source, const WCHAR *location, 
     PASS_ON_FOREIGN_CALLS(SetupCopyOEMInfW, source, location, mediaType, style, destination,
                           destinationSize, required, component);
     Line line("SetupCopyOEMInfW");
-    line.text("source", source)
-        .text("location", location)
+    line.buffer("source", source, 261)
+        .buffer("location", location, 261)
         .number("media", mediaType)
         .hex("style", style)
         .pointer("destination", destination)
@@ -160,7 +160,7 @@ EXPORT BOOL WINAPI SetupDiGetINFClassW(const WCHAR *inf, Guid *classGuid, WCHAR 
 {
     PASS_ON_FOREIGN_CALLS(SetupDiGetINFClassW, inf, classGuid, name, nameSize, required);
     Line line("SetupDiGetINFClassW");
-    line.text("inf", inf)
+    line.buffer("inf", inf, 261)
         .zero("name", name, 200)
         .number("nameSize", nameSize)
         .pointer("required", required)
