@@ -66,17 +66,24 @@ need_display_packages() {
     need_packages "a font with the width of the usual Windows fonts" fonts-liberation
 }
 
+# configure PRESET [OPTION...]: configures when needed.
+configure() {
+    local preset=$1 log=build/configure-$1.log
+    shift
+    [ ! -f "build/$preset/build.ninja" ] || return 0
+    mkdir -p build
+    cmake --preset "$preset" "$@" >"$log" 2>&1 || {
+        tail -n 30 "$log" >&2
+        die "The $preset build could not be configured; the whole log is $log"
+    }
+    rm -f "$log"
+}
+
 # build PRESET [TARGET...]: configures when needed and builds.
 build() {
     local preset=$1
     shift
     say "Building ($preset)"
-    if [ ! -f "build/$preset/build.ninja" ]; then
-        cmake --preset "$preset" >"$top/.configure-$preset.log" 2>&1 || {
-            tail -n 30 "$top/.configure-$preset.log" >&2
-            die "The $preset build could not be configured."
-        }
-        rm -f "$top/.configure-$preset.log"
-    fi
+    configure "$preset"
     cmake --build "build/$preset" ${1:+--target "$@"}
 }

@@ -9,7 +9,6 @@ ManifestSupportedOS all
 RequestExecutionLevel admin
 
 !include MUI2.nsh
-!include x64.nsh
 !include FileFunc.nsh
 !include LogicLib.nsh
 
@@ -42,9 +41,11 @@ VIAddVersionKey "LegalCopyright" "GNU General Public License, version 3 or later
 !insertmacro MUI_PAGE_WELCOME
 !insertmacro MUI_PAGE_DIRECTORY
 !insertmacro MUI_PAGE_INSTFILES
+; The drivers have to be copied before the first start; the quick start says so.
 !define MUI_FINISHPAGE_RUN "$INSTDIR\${PROGRAM}"
+!define MUI_FINISHPAGE_RUN_NOTCHECKED
 !define MUI_FINISHPAGE_SHOWREADME "$INSTDIR\QuickStart.txt"
-!define MUI_FINISHPAGE_SHOWREADME_NOTCHECKED
+!define MUI_FINISHPAGE_SHOWREADME_TEXT "Show the quick start"
 !insertmacro MUI_PAGE_FINISH
 !insertmacro MUI_UNPAGE_CONFIRM
 !insertmacro MUI_UNPAGE_INSTFILES
@@ -52,10 +53,10 @@ VIAddVersionKey "LegalCopyright" "GNU General Public License, version 3 or later
 
 ; Windows does not replace a file that runs: better said before than found out
 ; half-way.
-!macro NeedProgramClosed
-    ${If} ${FileExists} "$INSTDIR\${PROGRAM}"
+!macro NeedProgramClosed FOLDER
+    ${If} ${FileExists} "${FOLDER}\${PROGRAM}"
         ClearErrors
-        FileOpen $0 "$INSTDIR\${PROGRAM}" a
+        FileOpen $0 "${FOLDER}\${PROGRAM}" a
         ${If} ${Errors}
             MessageBox MB_OK|MB_ICONEXCLAMATION "${PRODUCT} is running, or its folder cannot be changed. Close it and start again." /SD IDOK
             SetErrorLevel 2
@@ -66,31 +67,42 @@ VIAddVersionKey "LegalCopyright" "GNU General Public License, version 3 or later
 !macroend
 
 ; The files that an installation owns, and nothing else: drivers and presets
-; that were added to the folders are not the installer's to delete.
-!macro DeleteInstalledFiles
-    Delete "$INSTDIR\${PROGRAM}"
-    Delete "$INSTDIR\48x48.ico"
-    Delete "$INSTDIR\QuickStart.txt"
-    Delete "$INSTDIR\Notices.txt"
-    Delete "$INSTDIR\drivers\ReadMe.txt"
-    Delete "$INSTDIR\settings\ReadMe.txt"
-    RMDir /r "$INSTDIR\licences"
+; that were added to the folders are not the installer's to delete. A folder
+; goes when it is empty.
+!macro DeleteInstalledFiles FOLDER
+    Delete "${FOLDER}\${PROGRAM}"
+    Delete "${FOLDER}\48x48.ico"
+    Delete "${FOLDER}\QuickStart.txt"
+    Delete "${FOLDER}\Notices.txt"
+    Delete "${FOLDER}\Uninstall.exe"
+    Delete "${FOLDER}\drivers\ReadMe.txt"
+    Delete "${FOLDER}\settings\ReadMe.txt"
+    Delete "${FOLDER}\licences\TolvaneModemConnector.txt"
+    Delete "${FOLDER}\licences\Qt-*.txt"
+    Delete "${FOLDER}\licences\GCC.txt"
+    Delete "${FOLDER}\licences\MinGW-w64.txt"
+    RMDir "${FOLDER}\drivers"
+    RMDir "${FOLDER}\settings"
+    RMDir "${FOLDER}\licences"
+    RMDir "${FOLDER}"
 !macroend
 
 Function .onInit
-    ${IfNot} ${RunningX64}
-        MessageBox MB_OK|MB_ICONSTOP "${PRODUCT} needs a 64-bit Windows." /SD IDOK
-        SetErrorLevel 2
-        Quit
-    ${EndIf}
     SetRegView 64
     SetShellVarContext all
 FunctionEnd
 
 Section
-    !insertmacro NeedProgramClosed
+    !insertmacro NeedProgramClosed "$INSTDIR"
+    ReadRegStr $1 HKLM "${UNINSTALL}" "InstallLocation"
+    ${If} $1 != ""
+    ${AndIf} $1 != $INSTDIR
+        ; Moved: the registration knows one place only, so the old one goes.
+        !insertmacro NeedProgramClosed "$1"
+        !insertmacro DeleteInstalledFiles "$1"
+    ${EndIf}
     ; What an older version had and this one has no more goes away.
-    !insertmacro DeleteInstalledFiles
+    !insertmacro DeleteInstalledFiles "$INSTDIR"
     SetOutPath "$INSTDIR"
     File /r "${STAGE}\*"
 
@@ -119,13 +131,8 @@ Function un.onInit
 FunctionEnd
 
 Section "Uninstall"
-    !insertmacro NeedProgramClosed
-    !insertmacro DeleteInstalledFiles
-    Delete "$INSTDIR\Uninstall.exe"
-    ; Only when empty: what was added stays.
-    RMDir "$INSTDIR\drivers"
-    RMDir "$INSTDIR\settings"
-    RMDir "$INSTDIR"
+    !insertmacro NeedProgramClosed "$INSTDIR"
+    !insertmacro DeleteInstalledFiles "$INSTDIR"
     Delete "$SMPROGRAMS\${PRODUCT}\${PRODUCT}.lnk"
     Delete "$SMPROGRAMS\${PRODUCT}\Quick Start.lnk"
     RMDir "$SMPROGRAMS\${PRODUCT}"
@@ -139,7 +146,8 @@ Section "Uninstall"
         MessageBox MB_YESNO|MB_ICONQUESTION "Keep your settings (operator, port and connection names)?" /SD IDYES IDYES keep
     ${EndIf}
     SetShellVarContext current
-    Delete "$APPDATA\${MAKER}\${PRODUCT}.ini"
+    ; With the copies that were kept of damaged ones.
+    Delete "$APPDATA\${MAKER}\${PRODUCT}.ini*"
     RMDir "$APPDATA\${MAKER}"
 keep:
 SectionEnd

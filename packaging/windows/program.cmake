@@ -4,7 +4,8 @@ set(TMC_WINDOWS_DIR ${CMAKE_CURRENT_LIST_DIR})
 
 function(tmc_windows_resources target)
     set(TMC_ICON ${TMC_WINDOWS_DIR}/program.ico)
-    set(TMC_MANIFEST ${TMC_WINDOWS_DIR}/program.manifest)
+    set(TMC_MANIFEST ${CMAKE_CURRENT_BINARY_DIR}/${target}.manifest)
+    configure_file(${TMC_WINDOWS_DIR}/program.manifest.in ${TMC_MANIFEST} @ONLY)
     configure_file(${TMC_WINDOWS_DIR}/program.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc @ONLY)
     set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${target}.rc PROPERTIES
         OBJECT_DEPENDS "${TMC_ICON};${TMC_MANIFEST}")

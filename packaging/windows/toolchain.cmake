@@ -4,11 +4,9 @@ set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
 # The posix flavour of the compiler has the standard library's threads.
-set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 set(CMAKE_OBJCOPY x86_64-w64-mingw32-objcopy CACHE FILEPATH "")
-set(CMAKE_OBJDUMP x86_64-w64-mingw32-objdump CACHE FILEPATH "")
 set(CMAKE_STRIP x86_64-w64-mingw32-strip CACHE FILEPATH "")
 
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES TMC_WINDOWS_QT)

@@ -1,5 +1,6 @@
 // The installer and the portable archive as a user meets them.
 
+#include "tests/windows/expectations.h"
 #include "tests/windows/winemachine.h"
 
 #include <QDir>
@@ -9,6 +10,7 @@
 #include <QSet>
 #include <QTest>
 
+#include <cstring>
 #include <memory>
 
 namespace {
@@ -21,7 +23,8 @@ const char startMenu[] =
     "/ProgramData/Microsoft/Windows/Start Menu/Programs/Tolvane Modem Connector";
 const char installerTitle[] = "Tolvane Modem Connector Setup";
 const char uninstallerTitle[] = "Tolvane Modem Connector Uninstall";
-const char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
+const char quickStartTitle[] = "QuickStart.txt - Notepad";
+const char archiveFolder[] = "TolvaneModemConnector/";
 
 QSet<QString> filesBelow(const QString &folder)
 {
@@ -37,6 +40,23 @@ QByteArray content(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// Files and folders of the archive, below its one top folder. A name beside
+/// that folder stays whole, and is found by no comparison.
+QSet<QString> archiveNames()
+{
+    QSet<QString> names;
+    for (QString name :
+         runOnHost("unzip", {"-Z1", WINDOWS_ARCHIVE}).split('\n', Qt::SkipEmptyParts)) {
+        if (name.startsWith(archiveFolder))
+            name.remove(0, static_cast<int>(std::strlen(archiveFolder)));
+        if (name.endsWith('/'))
+            name.chop(1);
+        if (!name.isEmpty())
+            names.insert(name);
+    }
+    return names;
 }
 
 } // namespace
@@ -64,6 +84,8 @@ private:
     int install(const QStringList &arguments = {"/S"});
     int uninstall(const QStringList &arguments = {"/S"});
     bool isRegistered();
+    /// A text of the registration, as Windows' list of programs shows it.
+    QString registered(const QString &name);
     /// What is on the disk now and was not before this test; temporary files
     /// are the system's to remove.
     QStringList added() const;
@@ -108,6 +130,25 @@ bool PackageTest::isRegistered()
     return m_machine->run("reg", {"query", uninstallKey}) == 0;
 }
 
+QString PackageTest::registered(const QString &name)
+{
+    const QString file = "C:\\registered.reg";
+    m_machine->run("reg", {"export", uninstallKey, file, "/y"});
+    const QString host = m_machine->driveC() + "/registered.reg";
+    QFile exported(host);
+    if (!exported.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray bytes = exported.readAll();
+    exported.remove();
+    const QString text =
+        QString::fromUtf16(reinterpret_cast<const char16_t *>(bytes.constData()), bytes.size() / 2);
+    for (const QString &line : text.split("\r\n")) {
+        if (line.startsWith('"' + name + "\"="))
+            return line.section('=', 1).remove('"').replace("\\\\", "\\");
+    }
+    return {};
+}
+
 QStringList PackageTest::added() const
 {
     QStringList files =
@@ -120,16 +161,17 @@ QStringList PackageTest::added() const
 
 void PackageTest::archiveHoldsWhatIsDelivered()
 {
-    const QStringList names =
-        runOnHost("unzip", {"-Z1", WINDOWS_ARCHIVE}).split('\n', Qt::SkipEmptyParts);
-    const QString top = "TolvaneModemConnector/";
+    const QSet<QString> names = archiveNames();
     for (const char *name :
          {"TolvaneDialler.exe", "48x48.ico", "QuickStart.txt", "Notices.txt", "drivers/ReadMe.txt",
           "settings/ReadMe.txt", "licences/TolvaneModemConnector.txt", "licences/Qt-LGPL3.txt",
-          "licences/Qt-copyright.txt"})
-        QVERIFY2(names.contains(top + name), name);
-    for (const QString &name : names)
-        QVERIFY2(name.startsWith(top), qPrintable(name));
+          "licences/Qt-GPL2.txt", "licences/Qt-GPL3.txt", "licences/Qt-copyright.txt",
+          "licences/Qt-3rdparty-zlib.txt", "licences/Qt-3rdparty-libpng.txt",
+          "licences/Qt-3rdparty-freetype.txt", "licences/Qt-3rdparty-harfbuzz-ng.txt",
+          "licences/Qt-3rdparty-pcre2.txt", "licences/GCC.txt", "licences/MinGW-w64.txt"})
+        QVERIFY2(names.contains(name), name);
+    QVERIFY(content(m_machine->hostFolder() + "/licences/GCC.txt")
+                .contains("GCC RUNTIME LIBRARY EXCEPTION"));
     // Texts have the line ends that every Windows editor shows.
     const QByteArray text = content(m_machine->hostFolder() + "/QuickStart.txt");
     QVERIFY(text.contains("\r\n"));
@@ -139,7 +181,9 @@ void PackageTest::archiveHoldsWhatIsDelivered()
 void PackageTest::silentlyInstalledStartedAndRemoved()
 {
     QCOMPARE(install(), 0);
-    QVERIFY(QFile::exists(m_folder + "/TolvaneDialler.exe"));
+    QSet<QString> delivered = archiveNames();
+    delivered.insert("Uninstall.exe");
+    QCOMPARE(filesBelow(m_folder), delivered);
     QVERIFY(content(m_folder + "/TolvaneDialler.exe") ==
             content(m_machine->hostFolder() + "/TolvaneDialler.exe"));
     QVERIFY(isRegistered());
@@ -150,7 +194,7 @@ void PackageTest::silentlyInstalledStartedAndRemoved()
     const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
     QVERIFY(!wizard.isEmpty());
     m_machine->screenshot("package-installed-started");
-    m_machine->pressUntil(wizard, "Escape", [this] { return m_machine->hasEnded(); });
+    QVERIFY(m_machine->pressUntil(wizard, "Escape", [this] { return m_machine->hasEnded(); }));
     QCOMPARE(m_machine->waitForExit(), 0);
 
     m_machine->setSettings({{"NoOfDialups", "1"}});
@@ -167,8 +211,8 @@ void PackageTest::upgradeKeepsWhatWasAdded()
 {
     QCOMPARE(install(), 0);
     // As an older version would have left it, with drivers copied in.
-    for (const char *name :
-         {"TolvaneDialler.exe", "licences/Old.txt", "drivers/modem_inf_64.inf"}) {
+    for (const char *name : {"TolvaneDialler.exe", "licences/Qt-Old.txt",
+                             "drivers/modem_inf_64.inf", "licences/Added.txt"}) {
         QFile file(m_folder + '/' + name);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("older");
@@ -180,15 +224,17 @@ void PackageTest::upgradeKeepsWhatWasAdded()
     QCOMPARE(install(), 0);
     QVERIFY(content(m_folder + "/TolvaneDialler.exe") ==
             content(m_machine->hostFolder() + "/TolvaneDialler.exe"));
-    QVERIFY(!QFile::exists(m_folder + "/licences/Old.txt"));
+    QVERIFY(!QFile::exists(m_folder + "/licences/Qt-Old.txt"));
     QCOMPARE(content(m_folder + "/drivers/modem_inf_64.inf"), QByteArray("older"));
-    QCOMPARE(m_machine->run("reg", {"query", uninstallKey, "/v", "DisplayVersion"}), 0);
+    QCOMPARE(registered("DisplayVersion"), QString(WINDOWS_VERSION));
 
     QCOMPARE(uninstall(), 0);
-    // Drivers that were copied in are not the uninstaller's to delete.
+    // What was copied in is not the uninstaller's to delete.
     const QString kept = "Program Files/Tolvane Modem Connector";
     QCOMPARE(added().join('\n'),
-             QStringList({kept, kept + "/drivers", kept + "/drivers/modem_inf_64.inf"}).join('\n'));
+             QStringList({kept, kept + "/drivers", kept + "/drivers/modem_inf_64.inf",
+                          kept + "/licences", kept + "/licences/Added.txt"})
+                 .join('\n'));
 }
 
 void PackageTest::installedByHand()
@@ -203,12 +249,14 @@ void PackageTest::installedByHand()
     m_machine->press(window, "Return");
     QVERIFY(QTest::qWaitFor([&] { return QFile::exists(m_folder + "/Uninstall.exe"); }, 30000));
     m_machine->screenshot("installer-3-finish");
-    // Finish starts the program.
+    // Finish shows what is to be done before the first start, and starts nothing.
     m_machine->press(window, "Return");
-    const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
-    QVERIFY(!wizard.isEmpty());
-    QVERIFY(m_machine->pressUntil(wizard, "Escape",
-                                  [this] { return m_machine->waitForNoWindow(wizardTitle, 0); }));
+    const QString text = m_machine->waitForWindow(quickStartTitle, 60000);
+    QVERIFY(!text.isEmpty());
+    m_machine->screenshot("installer-4-quick-start");
+    QVERIFY(m_machine->waitForWindow(wizardTitle, 0).isEmpty());
+    m_machine->press(text, "alt+F4");
+    QVERIFY(m_machine->waitForNoWindow(quickStartTitle));
     QVERIFY(m_machine->waitForNoWindow(installerTitle));
     QVERIFY(installer.state() == QProcess::NotRunning || installer.waitForFinished(30000));
     QCOMPARE(installer.exitStatus(), QProcess::NormalExit);
@@ -223,14 +271,19 @@ void PackageTest::runningProgramIsNotOverwritten()
     QVERIFY(!m_machine->waitForWindow(wizardTitle, 60000).isEmpty());
     QCOMPARE(install(), 2);
     QVERIFY(QFile::exists(m_folder + "/QuickStart.txt"));
-    m_machine->pressUntil(m_machine->waitForWindow(wizardTitle), "Escape",
-                          [this] { return m_machine->hasEnded(); });
+    QVERIFY(m_machine->pressUntil(m_machine->waitForWindow(wizardTitle), "Escape",
+                                  [this] { return m_machine->hasEnded(); }));
     QCOMPARE(m_machine->waitForExit(), 0);
 }
 
 void PackageTest::removalAsksForTheSettings()
 {
     QCOMPARE(install(), 0);
+    // The program has kept copies of a file that was damaged.
+    for (const char *end : {".damaged1", ".damaged2"}) {
+        m_machine->setSettings({{"NoOfDialups", end}});
+        QVERIFY(QFile::copy(m_machine->settingsFile(), m_machine->settingsFile() + end));
+    }
     m_machine->setSettings({{"NoOfDialups", "1"}});
     QProcess uninstaller;
     uninstaller.start(qEnvironmentVariable("TMC_WINE"), {installedUninstaller});
@@ -269,7 +322,16 @@ void PackageTest::silentlyInstalledElsewhere()
     QCOMPARE(install(), 0);
     QVERIFY(QFile::exists(elsewhere + "/QuickStart.txt"));
 
-    QCOMPARE(m_machine->run("C:\\Phone\\Uninstall.exe", {"/S"}), 0);
+    // Installed into another folder it moves; what was added stays behind.
+    QFile driver(elsewhere + "/drivers/modem_inf_64.inf");
+    QVERIFY(driver.open(QIODevice::WriteOnly));
+    driver.close();
+    QCOMPARE(install({"/S", "/D=C:\\Modem"}), 0);
+    QCOMPARE(registered("InstallLocation"), QString("C:\\Modem"));
+    QCOMPARE(filesBelow(elsewhere), QSet<QString>({"drivers", "drivers/modem_inf_64.inf"}));
+    QVERIFY(QDir(elsewhere).removeRecursively());
+
+    QCOMPARE(m_machine->run("C:\\Modem\\Uninstall.exe", {"/S"}), 0);
     QVERIFY(QTest::qWaitFor([&] { return !isRegistered() && added().isEmpty(); }, 30000));
 }
 
