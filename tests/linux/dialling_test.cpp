@@ -1,10 +1,15 @@
+// Before Qt: GLib has a member called "signals".
+#include <umockdev.h>
+
 #include "platform/linux/activelinks.h"
 #include "platform/linux/dialdialog.h"
 #include "platform/linux/modemdevices.h"
 #include "platform/linux/remoteaccess.h"
 #include "platform/posix/lasterror.h"
+#include "platform/posix/serialdevice.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
+#include "tests/support/ordinaryuser.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -13,7 +18,10 @@
 #include <QtTest>
 
 #include <csignal>
+#include <fcntl.h>
 #include <memory>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace platform;
 
@@ -22,6 +30,7 @@ namespace {
 const char entryName[] = "TolvaneModem 1";
 const char linkName[] = "tolvane-TolvaneModem_1";
 const char modemName[] = "Tolvane GPRS Modem";
+constexpr uid_t nobody = 65534;
 
 QByteArray contentOf(const QString &path)
 {
@@ -47,6 +56,7 @@ private slots:
     void aPppdThatMayNotBeRunIsAFailure();
     void aDialIsStopped();
     void pppdGetsEachTextAsOneArgument();
+    void pppdGetsNothingThatIsOpen();
 
     void theDialogConnects();
     void theDialogSaysWhyNot();
@@ -56,15 +66,19 @@ private slots:
     void linksAreFound();
     void whatIsNoLinkIsNotFound_data();
     void whatIsNoLinkIsNotFound();
+    void linksInPppdsOwnFolderAreFound();
     void aLinkIsEnded();
     void aLinkThatDoesNotEndCountsAsEnded();
 
     void connectionsAreListed();
     void listsTellTheSizeTheyNeed();
     void onlyThatLinkIsHungUp();
+    void anotherUsersLinkIsNotHungUp();
     void dialDialogRefusals();
     void dialDialogTellsItsError();
+    void dialDialogFindsThePhone();
     void devicesAreListed();
+    void listingDevicesIsRefused();
     void entryProperties();
     void settingAnEntryIsRefused();
 
@@ -96,6 +110,7 @@ void DiallingTest::init()
     m_store = std::make_unique<StateStore>(m_paths.state);
     qputenv("STANDIN_RUN", m_paths.run.toLocal8Bit());
     qputenv("STANDIN_ARGUMENTS", m_folder->filePath("arguments").toLocal8Bit());
+    qputenv("STANDIN_DESCRIPTORS", m_folder->filePath("descriptors").toLocal8Bit());
     plan("");
     setLastError(Success);
 }
@@ -275,6 +290,34 @@ void DiallingTest::pppdGetsEachTextAsOneArgument()
                         "logfd\n1\nupdetach\n"));
 }
 
+/// A port or a lock that pppd kept would stay in use after this program.
+void DiallingTest::pppdGetsNothingThatIsOpen()
+{
+    DWORD error = Success;
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    QVERIFY(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+    const int port = openSerialDevice(::ptsname(terminal), &error);
+    QVERIFY(port >= 0);
+    // What whoever started this test has left open goes on through all.
+    QByteArrayList inherited;
+    for (int descriptor = 3; descriptor < 1024; ++descriptor) {
+        const int flags = ::fcntl(descriptor, F_GETFD);
+        if (flags >= 0 && !(flags & FD_CLOEXEC))
+            inherited += QByteArray::number(descriptor);
+    }
+    QVERIFY(!inherited.contains(QByteArray::number(port)));
+
+    Dialler dialler(m_paths.pppd);
+    QSignalSpy connected(&dialler, &Dialler::connected);
+    dialler.start(linkName, "/dev/ttyACM0", "*99#");
+    QVERIFY(connected.wait());
+    closeSerialDevice(port);
+    ::close(terminal);
+    QByteArrayList seen = contentOf(m_folder->filePath("descriptors")).split('\n');
+    seen.removeAll(QByteArray());
+    QCOMPARE(seen, inherited);
+}
+
 void DiallingTest::theDialogConnects()
 {
     DialDialog dialog(entryName, "*99#", m_paths.pppd, [] {
@@ -384,6 +427,15 @@ void DiallingTest::whatIsNoLinkIsNotFound()
     ::kill(own, SIGKILL);
 }
 
+void DiallingTest::linksInPppdsOwnFolderAreFound()
+{
+    startLink("lo");
+    const QString file = QString("ppp-") + linkName + ".pid";
+    QVERIFY(QDir(m_paths.run).mkdir("pppd"));
+    QVERIFY(QFile::rename(m_paths.run + '/' + file, m_paths.run + "/pppd/" + file));
+    QCOMPARE(activeLinks(m_paths.run).size(), 1);
+}
+
 void DiallingTest::aLinkIsEnded()
 {
     startLink("lo");
@@ -463,6 +515,24 @@ void DiallingTest::onlyThatLinkIsHungUp()
     QCOMPARE(links.first().process, other);
 }
 
+void DiallingTest::anotherUsersLinkIsNotHungUp()
+{
+    if (::geteuid() != 0)
+        QSKIP("Only an administrator can become another user.");
+    setMode(m_folder->path(), 0755);
+    const auto handle = reinterpret_cast<RasConnectionHandle>(ULONG_PTR(startLink("lo")));
+    // Signals ask for more than the files' user: for a process of that user.
+    const pid_t other = ::fork();
+    if (other == 0) {
+        const bool isOther = ::setresuid(nobody, nobody, nobody) == 0;
+        ::_exit(isOther ? int(ras().RasHangUpW(handle)) : 255);
+    }
+    int status = 0;
+    QCOMPARE(::waitpid(other, &status, 0), other);
+    QCOMPARE(WEXITSTATUS(status), int(ErrorAccessDenied));
+    QCOMPARE(activeLinks(m_paths.run).size(), 1);
+}
+
 void DiallingTest::dialDialogRefusals()
 {
     WCHAR entry[] = u"TolvaneModem 1";
@@ -513,6 +583,43 @@ void DiallingTest::dialDialogTellsItsError()
     press("cancelButton");
     QCOMPARE(ras().RasDialDlgW(nullptr, entry, number, &info), 0);
     QCOMPARE(info.dwError, DWORD(Success));
+    setMode(m_folder->path(), 0755);
+    setMode(m_paths.peers, 0);
+    {
+        const OrdinaryUser user;
+        QCOMPARE(dialAndCancel(), 0);
+    }
+    setMode(m_paths.peers, 0755);
+    QCOMPARE(info.dwError, DWORD(ErrorAccessDenied));
+}
+
+void DiallingTest::dialDialogFindsThePhone()
+{
+    UMockdevTestbed *machine = umockdev_testbed_new();
+    if (!umockdev_in_mock_environment())
+        QSKIP("Needs a machine of the test's own: linux_dial_target runs it with one.");
+    char *const end = nullptr;
+    g_free(umockdev_testbed_add_device(machine, "tty", "rfcomm7", nullptr, end, "DEVNAME",
+                                       "/dev/rfcomm7", "TOLVANE_MODEM_PORT", "1", end));
+    addModem(modemName, "COM5");
+    WCHAR entry[] = u"TolvaneModem 1";
+    RasEntry properties = entryFor(modemName);
+    QCOMPARE(ras().RasSetEntryPropertiesW(nullptr, entry, &properties, RasEntrySize, nullptr, 0),
+             DWORD(Success));
+    RasDialDialog info = {};
+    info.dwSize = RasDialDialogSize;
+    press("dialButton");
+    QVERIFY(ras().RasDialDlgW(nullptr, entry, nullptr, &info));
+    // The entry's own number goes with it, as none was given.
+    QVERIFY(contentOf(m_folder->filePath("arguments"))
+                .startsWith("call\ntolvane-TolvaneModem_1\n/dev/rfcomm7\nset\nDIAL_NUMBER=*99#\n"));
+
+    WCHAR number[] = u"$(reboot)";
+    press("dialButton",
+          [](DialDialog *dialog) { dialog->findChild<QPushButton *>("cancelButton")->click(); });
+    QVERIFY(!ras().RasDialDlgW(nullptr, entry, number, &info));
+    QCOMPARE(info.dwError, ErrorInvalidParameter);
+    g_object_unref(machine);
 }
 
 void DiallingTest::devicesAreListed()
@@ -533,6 +640,26 @@ void DiallingTest::devicesAreListed()
     QCOMPARE(count, DWORD(2));
     QCOMPARE(fromField(records[0].szDeviceType), QString("modem"));
     QCOMPARE(fromField(records[1].szDeviceName), QString("Tolvane GPRS Modem #2"));
+}
+
+void DiallingTest::listingDevicesIsRefused()
+{
+    addModem(modemName, "COM5");
+    setMode(m_paths.state, 0);
+    DWORD bytes = 0;
+    DWORD count = 0;
+    DWORD code = Success;
+    {
+        const OrdinaryUser user;
+        code = ras().RasEnumDevicesW(nullptr, &bytes, &count);
+    }
+    setMode(m_paths.state, 0755);
+    QCOMPARE(code, DWORD(ErrorAccessDenied));
+    QFile store(m_paths.state + "/state.json");
+    QVERIFY(store.open(QIODevice::WriteOnly));
+    store.write("{");
+    store.close();
+    QCOMPARE(ras().RasEnumDevicesW(nullptr, &bytes, &count), ErrorInvalidData);
 }
 
 void DiallingTest::entryProperties()

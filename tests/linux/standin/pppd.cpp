@@ -1,6 +1,7 @@
 // Stands in for pppd, by that name, where there is no PPP in the kernel: does
 // what STANDIN_PPPD says, separated by blanks, and writes its arguments to
-// STANDIN_ARGUMENTS.
+// STANDIN_ARGUMENTS and the descriptors beyond the first three that it was
+// given to STANDIN_DESCRIPTORS.
 //   say:TEXT    prints a line; underscores become blanks
 //   wait        waits for a signal; SIGTERM ends it with status 5
 //   link:IF     writes the link's process file below STANDIN_RUN, with the
@@ -12,6 +13,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -55,11 +57,23 @@ void makeLink(const std::string &name, const std::string &interface)
         ::pause();
 }
 
+void listDescriptors(const char *path)
+{
+    std::string open;
+    for (int descriptor = 3; descriptor < 1024; ++descriptor) {
+        if (::fcntl(descriptor, F_GETFD) >= 0)
+            open += std::to_string(descriptor) + '\n';
+    }
+    std::ofstream(path) << open;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     std::signal(SIGTERM, end);
+    if (const char *file = std::getenv("STANDIN_DESCRIPTORS"))
+        listDescriptors(file);
     if (const char *file = std::getenv("STANDIN_ARGUMENTS")) {
         std::ofstream arguments(file);
         for (int i = 1; i < argc; ++i)

@@ -64,6 +64,8 @@ QString run(const QString &program, const QStringList &arguments, int *status = 
     return QString::fromLocal8Bit(process.readAll());
 }
 
+/// The phone hangs on a serial line here, as there is no USB: it is there while
+/// a rule of an administrator's own marks that line.
 void plugPhone(bool plugged)
 {
     QFile rule(phoneRule);
