@@ -247,7 +247,7 @@ void PackageTest::installedByHand()
     m_machine->press(window, "Return");
     m_machine->screenshot("installer-2-folder");
     m_machine->press(window, "Return");
-    QVERIFY(QTest::qWaitFor([&] { return QFile::exists(m_folder + "/Uninstall.exe"); }, 30000));
+    QVERIFY(QTest::qWaitFor([&] { return QFile::exists(m_folder + "/Uninstall.exe"); }, 60000));
     m_machine->screenshot("installer-3-finish");
     // Finish shows what is to be done before the first start, and starts nothing.
     m_machine->press(window, "Return");
