@@ -39,8 +39,8 @@ private slots:
     void init();
     void cleanup();
 
-    void describedMachines_data();
-    void describedMachines();
+    void recordedMachines_data();
+    void recordedMachines();
     void aPhonesModemPortIsTheOnlyAcceptedOne();
     void aPlainSerialConverterCarriesItsOwnName();
     void onBoardLinesThatAreFittedCount();
@@ -173,46 +173,47 @@ QStringList PortsTest::names()
     return result;
 }
 
-void PortsTest::describedMachines_data()
+void PortsTest::recordedMachines_data()
 {
-    QTest::addColumn<QStringList>("descriptions");
+    QTest::addColumn<QStringList>("recordings");
     QTest::addColumn<QStringList>("ports");
     const QStringList phone{"USB Modem Driver (COM5) /dev/ttyACM0",
-                            "MT62xx phone (COM6) /dev/ttyACM1"};
-    const QStringList second{"USB Modem Driver (COM7) /dev/ttyACM2",
-                             "MT62xx phone (COM8) /dev/ttyACM3"};
+                            "Virtual Phone GPRS modem (COM6) /dev/ttyUSB1"};
+    const QStringList second{"USB Modem Driver (COM7) /dev/ttyACM1",
+                             "Virtual Phone GPRS modem (COM8) /dev/ttyACM2"};
     const QString onBoard = "Communications Port (COM1) /dev/ttyS0";
     QTest::newRow("phone") << QStringList{"phone"} << phone;
     QTest::newRow("two phones") << QStringList{"phone", "second-phone"} << phone + second;
     QTest::newRow("USB UART") << QStringList{"usb-uart"}
-                              << QStringList{"FT232R USB UART (COM5) /dev/ttyUSB0"};
+                              << QStringList{"QEMU USB SERIAL (COM5) /dev/ttyUSB0"};
     QTest::newRow("USB UART without a serial number")
         << QStringList{"usb-uart-without-serial-number"}
-        << QStringList{"USB Serial (COM5) /dev/ttyUSB1"};
+        << QStringList{"QEMU USB SERIAL (COM5) /dev/ttyUSB2"};
     QTest::newRow("on-board UART") << QStringList{"on-board-uart"} << QStringList{onBoard};
+    // Not recorded: written after what such a kernel shows.
     QTest::newRow("on-board UART, newer kernel")
         << QStringList{"on-board-uart-newer-kernel"} << QStringList{onBoard};
     // In the order of their sockets: the converter in 1-1 comes first.
     QTest::newRow("everything") << QStringList{"phone", "second-phone", "usb-uart",
                                                "usb-uart-without-serial-number", "on-board-uart"}
                                 << QStringList{onBoard,
-                                               "FT232R USB UART (COM5) /dev/ttyUSB0",
+                                               "QEMU USB SERIAL (COM5) /dev/ttyUSB0",
                                                "USB Modem Driver (COM6) /dev/ttyACM0",
-                                               "MT62xx phone (COM7) /dev/ttyACM1",
-                                               "USB Modem Driver (COM8) /dev/ttyACM2",
-                                               "MT62xx phone (COM9) /dev/ttyACM3",
-                                               "USB Serial (COM10) /dev/ttyUSB1"};
+                                               "Virtual Phone GPRS modem (COM7) /dev/ttyUSB1",
+                                               "USB Modem Driver (COM8) /dev/ttyACM1",
+                                               "Virtual Phone GPRS modem (COM9) /dev/ttyACM2",
+                                               "QEMU USB SERIAL (COM10) /dev/ttyUSB2"};
 }
 
-void PortsTest::describedMachines()
+void PortsTest::recordedMachines()
 {
-    QFETCH(QStringList, descriptions);
+    QFETCH(QStringList, recordings);
     QFETCH(QStringList, ports);
     QStringList added; // USB devices share their controller
-    for (const QString &description : std::as_const(descriptions)) {
-        QFile file(TMC_DEVICE_DESCRIPTIONS "/" + description + ".umockdev");
+    for (const QString &recording : std::as_const(recordings)) {
+        QFile file(TMC_RECORDED_DEVICES "/" + recording + ".umockdev");
         QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.fileName()));
-        for (const QString &device : QString::fromUtf8(file.readAll()).split("\n\n")) {
+        for (const QString &device : QString::fromUtf8(file.readAll()).trimmed().split("\n\n")) {
             const QString path = device.section('\n', 0, 0);
             if (added.contains(path))
                 continue;
