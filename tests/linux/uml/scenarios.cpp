@@ -1,12 +1,14 @@
 // A person at a Linux desktop, with the installed package, a phone on a real
 // serial line and a network behind it. Runs in user-mode Linux as root.
 
+#include "platform/linux/devicerescan.h"
 #include "tests/endtoend/desktop.h"
 #include "tests/endtoend/waiting.h"
 
-#include <QCoreApplication>
+#include <QClipboard>
 #include <QDir>
 #include <QFile>
+#include <QGuiApplication>
 #include <QSettings>
 
 #include <algorithm>
@@ -18,6 +20,7 @@
 #include <ifaddrs.h>
 #include <memory>
 #include <poll.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -27,6 +30,8 @@ const char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
 const char dialTitle[] = "Connect TolvaneModem 1";
 const char pageAddress[] = "http://10.9.0.1/";
 const char phoneTranscript[] = "/share/phone.txt";
+const char defaultRoute[] = "default via 192.0.2.1 dev dummy0";
+const char ruleOverride[] = "/etc/udev/rules.d/70-tolvane-modem.rules";
 const char linkFile[] = "/run/ppp-tolvane-TolvaneModem_1.pid";
 const char phoneRule[] = "/etc/udev/rules.d/99-phone-on-serial-line.rules";
 const QRect mainButton(250, 101, 91, 81);
@@ -221,8 +226,22 @@ public:
         expect(isLinkUp(), "The dialog has gone without a link");
     }
 
-    /// Dials in the dialog that is to come; it fails and stays.
-    void dialInVain(const QString &picture)
+    /// What the dial dialog says, copied by mouse and keyboard. This program
+    /// itself, on the same display, then looks at the clipboard.
+    QString dialogText() const
+    {
+        const WindowId window = desktop.waitForWindow(dialTitle);
+        desktop.click(window, QRect(QPoint(), desktop.size(window)).center());
+        desktop.press({"ctrl+a", "ctrl+c"});
+        QProcess clipboard;
+        clipboard.setProcessEnvironment(desktop.environment());
+        clipboard.start(QCoreApplication::applicationFilePath(), {"--clipboard"});
+        expect(clipboard.waitForFinished(GuestPatience), "Nobody tells the clipboard");
+        return QString::fromUtf8(clipboard.readAllStandardOutput());
+    }
+
+    /// Dials in the dialog that is to come; it fails with that number and stays.
+    void dialInVain(const QString &picture, const QString &words, int error)
     {
         const WindowId window = waitForWindow(dialTitle);
         const QImage before = desktop.picture(window);
@@ -234,7 +253,9 @@ public:
         waitInGuest("The end of pppd", [] { return processOf("/usr/sbin/pppd") == 0; });
         waitInGuest("The reason in the dialog", [&] { return desktop.picture(window) != before; });
         desktop.keepPicture(picture);
-        expect(!desktop.window(dialTitle).isEmpty(), "The dialog has gone");
+        const QString text = dialogText();
+        expect(text.contains(words) && text.endsWith(QString("Error %1").arg(error)),
+               "The dialog says " + text);
         expect(!isLinkUp(), "There is a link");
         desktop.press("Escape");
         desktop.waitForNoWindow(dialTitle);
@@ -331,12 +352,15 @@ public:
 
     void run()
     {
+        step("udev is asked to look at the lines again", [] { rescan(); });
         step("first run from the wizard to Finish", [this] { firstRun(); });
         step("countdown, access point, dial, a page through the link", [this] { firstDial(); });
         step("Disconnect gives interface, route and name servers back", [this] { disconnect(); });
         step("the network ends the connection", [this] { dropByNetwork(); });
         step("pppd is killed", [this] { killPppd(); });
         step("a connection made and ended by hand is seen", [this] { byHand(); });
+        step("closing the program keeps the connection", [this] { closeProgram(); });
+        step("a dial is cancelled", [this] { cancelDial(); });
         step("a wrong access point", [this] { wrongAccessPoint(); });
         step("the network asks for a name and a password", [this] { signIn(); });
         step("the port is in use by another program", [this] { portInUse(); });
@@ -351,8 +375,8 @@ private:
     void step(const QString &name, const std::function<void()> &scenario)
     {
         const auto isNamed = [&name](const QString &part) { return name.contains(part); };
-        // Everything stands on the set-up.
-        const bool isFirst = name.startsWith("first run");
+        // Everything stands on the set-up and the first dial.
+        const bool isFirst = name.startsWith("first run") || name.startsWith("countdown");
         if (!m_chosen.isEmpty() && !isFirst &&
             std::none_of(m_chosen.begin(), m_chosen.end(), isNamed)) {
             std::printf("scenario: %s: left out, another was asked for\n", qPrintable(name));
@@ -363,10 +387,29 @@ private:
         std::fflush(stdout);
     }
 
+    static void rescan()
+    {
+        using namespace platform;
+        const std::chrono::milliseconds patience(GuestPatience);
+        expect(rescanSerialDevices(patience) == ConfigSuccess, "The lines were not looked at");
+        const pid_t other = ::fork();
+        if (other == 0)
+            ::_exit(::setresuid(65534, 65534, 65534) == 0 ? int(rescanSerialDevices(patience)) : 0);
+        int status = 0;
+        expect(::waitpid(other, &status, 0) == other && WEXITSTATUS(status) == ConfigAccessDenied,
+               "A user may ask udev");
+        ::run("udevadm", {"control", "--stop-exec-queue"});
+        const ConfigRet late = rescanSerialDevices(std::chrono::seconds(1));
+        ::run("udevadm", {"control", "--start-exec-queue"});
+        ::run("udevadm", {"settle"});
+        expect(late == ConfigFailure, "An udev that does nothing was not noticed");
+    }
+
     void firstRun()
     {
         plugPhone(true);
         m_before = networkState();
+        expect(m_before.contains(defaultRoute), "There is no route that could be taken away");
         m_person.startProgram();
         m_person.waitForWindow(wizardTitle);
         m_person.desktop.keepPicture("wizard");
@@ -397,7 +440,9 @@ private:
         fetchPage();
         waitInGuest("The name server",
                     [] { return contentOf("/etc/resolv.conf").contains("10.9.0.53"); });
-        expect(::run("ip", {"route"}).contains("default dev ppp0"), "No route");
+        const QString routes = ::run("ip", {"route"});
+        expect(routes.contains("default dev ppp0") && !routes.contains(defaultRoute),
+               "The routes: " + routes);
         m_person.desktop.moveMouseAway();
         m_person.desktop.keepPicture("connected");
         m_disconnectFace = m_person.face();
@@ -453,6 +498,7 @@ private:
         // pppd had no time to put these back.
         QFile::remove(linkFile);
         ::run("cp", {"/tmp/resolv.conf", "/etc/resolv.conf"});
+        ::run("ip", QString("route replace %1").arg(defaultRoute).split(' '));
         phone("drop");
     }
 
@@ -479,12 +525,43 @@ private:
         waitForDisconnected("ended-by-poff");
     }
 
+    void closeProgram()
+    {
+        reconnect();
+        m_person.desktop.close(m_person.waitForWindow(mainTitle));
+        m_person.waitForProgramEnd();
+        expect(isLinkUp(), "The link has gone with the program");
+        fetchPage();
+        m_person.startProgram();
+        m_person.waitForWindow(mainTitle);
+        m_person.desktop.moveMouseAway();
+        waitInGuest("Connected", [this] { return m_person.face() == m_disconnectFace; });
+        disconnect();
+    }
+
+    void cancelDial()
+    {
+        letLineSettle();
+        m_person.pressMainButton();
+        m_person.waitForWindow(dialTitle);
+        phone("set silent on");
+        m_person.desktop.press("Return");
+        waitInGuest("The dialling", [] { return processOf("/usr/sbin/pppd") > 0; });
+        m_person.desktop.press("Escape");
+        waitInGuest("The dialog's end",
+                    [this] { return m_person.desktop.window(dialTitle).isEmpty(); });
+        expect(processOf("/usr/sbin/pppd") == 0, "pppd dials on");
+        phone("set silent off");
+        reconnect(); // the port is free again
+        disconnect();
+    }
+
     void wrongAccessPoint()
     {
         letLineSettle();
         phone("accept-apn elsewhere");
         m_person.pressMainButton();
-        m_person.dialInVain("wrong-access-point");
+        m_person.dialInVain("wrong-access-point", "operator is the one of the card", 679);
         phone("accept-apn internet,blweb,gpinternet");
         reconnect();
         disconnect();
@@ -603,6 +680,10 @@ private:
         m_person.waitForLog("Modem INF setup failed.");
         m_person.desktop.keepPicture("no-rights");
         m_person.endProgram();
+        int status = 0;
+        const QString answer =
+            ::run("runuser", {"-u", "bert", "--", "/usr/sbin/tolvane-dialler-setup"}, &status);
+        expect(status == 1 && answer.contains("sudo tolvane-dialler-setup"), answer);
     }
 
     void pullLine()
@@ -629,9 +710,14 @@ private:
 
     void purge()
     {
+        QFile ownRule(ruleOverride);
+        expect(ownRule.open(QIODevice::WriteOnly), "Cannot write a rule");
+        ownRule.write("# An administrator's own.\n");
+        ownRule.close();
         int status = 0;
         const QString output = ::run("dpkg", {"--purge", "tolvane-modem-connector"}, &status);
         expect(status == 0, output);
+        expect(ownRule.remove(), "The administrator's rule is gone");
         for (const char *owner : {"/root", "/home/anna"})
             expect(QFile::exists(settingsFile(QString(owner) + "/.config")),
                    QString("The settings in %1 are gone").arg(owner));
@@ -675,6 +761,11 @@ private:
 
 int main(int argc, char *argv[])
 {
+    if (argc == 2 && qstrcmp(argv[1], "--clipboard") == 0) {
+        const QGuiApplication application(argc, argv);
+        std::fputs(qPrintable(QGuiApplication::clipboard()->text()), stdout);
+        return 0;
+    }
     const QCoreApplication application(argc, argv);
     if (argc < 2) {
         std::fputs("Usage: linux_scenarios PICTURES [PART-OF-A-SCENARIO'S-NAME...]\n", stderr);
