@@ -20,7 +20,8 @@ inline constexpr char dialMessagePrefix[] = "tolvane-dial: ";
 /// The exit status of a pppd that the user may not run.
 inline constexpr int StatusNotPermitted = 3;
 
-/// There is no pppd (ERROR_RASMAN_CANNOT_INITIALIZE).
+/// Nothing here can dial: no pppd, or a kernel without PPP
+/// (ERROR_RASMAN_CANNOT_INITIALIZE).
 inline constexpr DWORD ErrorServiceMissing = 711;
 
 /// The failure behind an exit status of pppd (8 when the dialling program
