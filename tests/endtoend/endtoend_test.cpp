@@ -2,9 +2,11 @@
 #include "waiting.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
-#include <QtTest>
+#include <QJsonObject>
+#include <QTest>
 
 #include <algorithm>
 #include <functional>

@@ -7,8 +7,10 @@
 #include "tests/support/ordinaryuser.h"
 
 #include <QDir>
+#include <QFile>
+#include <QJsonObject>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <memory>
 

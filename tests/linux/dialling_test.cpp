@@ -12,10 +12,16 @@
 #include "tests/support/ordinaryuser.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QJsonObject>
 #include <QLabel>
+#include <QProcess>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
+#include <QTimer>
 
 #include <csignal>
 #include <fcntl.h>

@@ -5,8 +5,9 @@
 #include "tests/support/ordinaryuser.h"
 
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <cstring>
 

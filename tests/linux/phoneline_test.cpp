@@ -1,6 +1,6 @@
 #include "platform/linux/dialphone/phoneline.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <csignal>
 #include <fcntl.h>

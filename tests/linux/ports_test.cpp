@@ -8,9 +8,11 @@
 #include "tests/linux/filemode.h"
 #include "tests/support/ordinaryuser.h"
 
+#include <QDir>
+#include <QFile>
 #include <QJsonObject>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <memory>
 

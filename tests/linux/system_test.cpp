@@ -8,9 +8,12 @@
 #include "tests/linux/filemode.h"
 #include "tests/support/ordinaryuser.h"
 
+#include <QDir>
+#include <QFile>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <memory>
 #include <thread>

@@ -2,8 +2,10 @@
 #include "platform/posix/inffile.h"
 #include "platform/setupapi.h"
 
+#include <QFile>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 using namespace platform;
 

@@ -1,7 +1,7 @@
 #include "platform/posix/lasterror.h"
 #include "platform/posix/posixmemory.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <algorithm>
 #include <limits>

@@ -3,9 +3,12 @@
 #include "platform/text.h"
 #include "tests/platform/posix_pty.h"
 
+#include <QElapsedTimer>
+#include <QFile>
 #include <QMap>
+#include <QProcess>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <atomic>
 #include <sys/resource.h>

@@ -1,7 +1,7 @@
 #include "platform/simulated/machinesession.h"
 #include "tests/platform/simulated_fixture.h"
 
-#include <QtTest>
+#include <QTest>
 
 using namespace platform;
 

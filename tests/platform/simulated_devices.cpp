@@ -3,7 +3,9 @@
 #include "platform/posix/lasterror.h"
 #include "tests/platform/simulated_fixture.h"
 
-#include <QtTest>
+#include <QDir>
+#include <QFile>
+#include <QTest>
 
 using namespace platform;
 

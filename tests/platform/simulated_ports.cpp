@@ -3,8 +3,10 @@
 #include "platform/simulated/usbbus.h"
 #include "tests/platform/simulated_fixture.h"
 
+#include <QElapsedTimer>
+#include <QMap>
 #include <QProcess>
-#include <QtTest>
+#include <QTest>
 
 using namespace platform;
 

@@ -3,8 +3,13 @@
 #include "platform/simulated/entryrecord.h"
 #include "tests/platform/simulated_fixture.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMap>
 #include <QProcess>
-#include <QtTest>
+#include <QTemporaryDir>
+#include <QTest>
 
 using namespace platform;
 

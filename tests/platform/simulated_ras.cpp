@@ -4,9 +4,12 @@
 #include "tests/platform/simulated_fixture.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
+#include <QJsonObject>
 #include <QLabel>
 #include <QPushButton>
-#include <QtTest>
+#include <QTest>
+#include <QTimer>
 
 #include <cstring>
 

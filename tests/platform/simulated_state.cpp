@@ -1,7 +1,11 @@
 #include "tests/platform/simulated_fixture.h"
 
+#include <QDir>
+#include <QFile>
+#include <QJsonObject>
 #include <QProcess>
-#include <QtTest>
+#include <QTemporaryDir>
+#include <QTest>
 
 using namespace simulated;
 

@@ -3,7 +3,8 @@
 #include "tests/platform/simulated_fixture.h"
 
 #include <QElapsedTimer>
-#include <QtTest>
+#include <QFile>
+#include <QTest>
 
 #include <csignal>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 #include "simulator/atcommands.h"
 #include "simulator/phonenetwork.h"
 
-#include <QtTest>
+#include <QTest>
 
 Q_DECLARE_METATYPE(ResultCode)
 

@@ -1,6 +1,6 @@
 #include "simulator/commandlinereader.h"
 
-#include <QtTest>
+#include <QTest>
 
 class CommandLineReaderTest : public QObject
 {

@@ -1,7 +1,7 @@
 #include "simulator/byteescapes.h"
 #include "simulator/misbehaviour.h"
 
-#include <QtTest>
+#include <QTest>
 
 class MisbehaviourTest : public QObject
 {

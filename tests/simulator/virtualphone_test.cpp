@@ -1,7 +1,16 @@
 #include "simulator/virtualphonethread.h"
 #include "tests/simulator/serialline.h"
 
-#include <QtTest>
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUuid>
 
 #include <memory>
 #include <termios.h>

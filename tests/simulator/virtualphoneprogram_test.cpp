@@ -1,7 +1,17 @@
 #include "simulator/controlserver.h"
 #include "tests/simulator/serialline.h"
 
-#include <QtTest>
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
 
 #include <csignal>
 #include <cstring>
