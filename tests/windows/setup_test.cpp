@@ -61,13 +61,10 @@ void SetupTest::initTestCase()
 {
     m_machine = std::make_unique<WineMachine>();
     m_machine->setWindowsVersion("win7");
-    // The look in which the pictures show the whole wizard.
-    m_machine->setThemed(false);
 }
 
 void SetupTest::cleanupTestCase()
 {
-    m_machine->setThemed(true);
     m_machine->setWindowsVersion({});
     m_machine.reset();
 }

@@ -123,7 +123,6 @@ void WindowTest::firstRunToFinish_data()
 {
     QTest::addColumn<bool>("themed");
     QTest::newRow("themed") << true;
-    // Here the toolkit draws all of the wizard, its buttons included.
     QTest::newRow("classic") << false;
 }
 

@@ -94,11 +94,16 @@ WineMachine::WineMachine() : m_prefix(environment("WINEPREFIX")), m_wine(environ
         writeFile(hostFolder() + "/drivers/" + name, "[Version]\r\nClass=Modem\r\n");
     copyOver(WINDOWS_SETUP_STEPS, hostFolder() + "/setup-steps.exe");
     reset();
+    m_taskbar.start(m_wine, {WINDOWS_TASKBAR});
+    if (!m_taskbar.waitForStarted())
+        qFatal("%s does not start", WINDOWS_TASKBAR);
 }
 
 WineMachine::~WineMachine()
 {
     stop();
+    m_taskbar.kill();
+    m_taskbar.waitForFinished();
 }
 
 void WineMachine::reset()

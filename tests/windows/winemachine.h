@@ -9,8 +9,8 @@
 
 #include <functional>
 
-/// A Windows machine under Wine with the packaged program and the double
-/// libraries beside it. The prefix and the display are those of the
+/// A Windows machine under Wine with a simulated taskbar, the packaged program
+/// and the double libraries beside it. The prefix and the display are those of the
 /// environment (packaging/windows/with-wine makes both); the machine's state
 /// is put back by reset().
 class WineMachine
@@ -109,6 +109,7 @@ private:
     QString m_wine;
     QString m_roaming;
     QStringList m_missing;
+    QProcess m_taskbar;
     QProcess m_program;
     QByteArray m_debug;
     QByteArray m_printed;
