@@ -127,8 +127,7 @@ void DialFailureTest::cleanup()
 
 void DialFailureTest::startProgram()
 {
-    QVERIFY(m_machine->start());
-    m_window = m_machine->waitForWindow(mainTitle, 60000);
+    m_window = m_machine->startUntil(mainTitle);
     QVERIFY(!m_window.isEmpty());
 }
 

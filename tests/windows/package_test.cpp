@@ -190,8 +190,7 @@ void PackageTest::silentlyInstalledStartedAndRemoved()
     QVERIFY(QFile::exists(m_machine->driveC() + startMenu + "/Tolvane Modem Connector.lnk"));
 
     // Started from where it was installed.
-    QVERIFY(m_machine->start(installedProgram));
-    const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
+    const QString wizard = m_machine->startUntil(wizardTitle, installedProgram);
     QVERIFY(!wizard.isEmpty());
     m_machine->screenshot("package-installed-started");
     QVERIFY(m_machine->pressUntil(wizard, "Escape", [this] { return m_machine->hasEnded(); }));
@@ -267,8 +266,7 @@ void PackageTest::installedByHand()
 void PackageTest::runningProgramIsNotOverwritten()
 {
     QCOMPARE(install(), 0);
-    QVERIFY(m_machine->start(installedProgram));
-    QVERIFY(!m_machine->waitForWindow(wizardTitle, 60000).isEmpty());
+    QVERIFY(!m_machine->startUntil(wizardTitle, installedProgram).isEmpty());
     QCOMPARE(install(), 2);
     QVERIFY(QFile::exists(m_folder + "/QuickStart.txt"));
     QVERIFY(m_machine->pressUntil(m_machine->waitForWindow(wizardTitle), "Escape",

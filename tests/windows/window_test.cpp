@@ -110,8 +110,7 @@ void WindowTest::cleanup()
 
 void WindowTest::startAndWaitForDialog()
 {
-    QVERIFY(m_machine->start());
-    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    const QString window = m_machine->startUntil(mainTitle);
     QVERIFY(!window.isEmpty());
     QVERIFY(m_machine->pressUntil(window, "ctrl+c", [this] {
         return m_machine->debug().contains("is successfully reconfigured.");
@@ -132,8 +131,7 @@ void WindowTest::firstRunToFinish()
     const QString picture = QString("first-run-") + QTest::currentDataTag();
     m_machine->setThemed(themed);
     m_machine->setMachine(machineWithPhone());
-    QVERIFY(m_machine->start());
-    const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
+    const QString wizard = m_machine->startUntil(wizardTitle);
     QVERIFY(!wizard.isEmpty());
     m_machine->setThemed(true);
     m_machine->screenshot(picture + "-1-welcome");
@@ -170,8 +168,7 @@ void WindowTest::secondStartDialsAndHangsUp()
 {
     setUpBefore(*m_machine);
     QCOMPARE(m_phone->plugIn(), QString());
-    QVERIFY(m_machine->start());
-    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    const QString window = m_machine->startUntil(mainTitle);
     QVERIFY(!window.isEmpty());
     QElapsedTimer countdown;
     countdown.start();
@@ -248,8 +245,7 @@ void WindowTest::connectionThatIsUpAlready()
 {
     setUpBefore(*m_machine);
     m_machine->setConnections({"Office", "TolvaneModem 1"});
-    QVERIFY(m_machine->start());
-    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    const QString window = m_machine->startUntil(mainTitle);
     QVERIFY(!window.isEmpty());
     m_machine->screenshot("already-connected");
     QCOMPARE(m_machine->debug(), portSearchDebug() +
@@ -264,8 +260,7 @@ void WindowTest::connectionThatDrops()
 {
     setUpBefore(*m_machine);
     m_machine->setConnections({"TolvaneModem 1"});
-    QVERIFY(m_machine->start());
-    QVERIFY(!m_machine->waitForWindow(mainTitle, 60000).isEmpty());
+    QVERIFY(!m_machine->startUntil(mainTitle).isEmpty());
     m_machine->setConnections({});
     QVERIFY(m_machine->waitForDebug("No of Connections = 0"));
     // The poll has stopped itself with the connection.
@@ -331,8 +326,7 @@ void WindowTest::unpluggedAndWaiting()
 {
     setUpBefore(*m_machine);
     m_machine->setMachine({"dial cancel"});
-    QVERIFY(m_machine->start());
-    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    const QString window = m_machine->startUntil(mainTitle);
     QVERIFY(!window.isEmpty());
     QVERIFY(m_machine->waitForDebug("Checking port availability \n\n"));
     m_machine->screenshot("waiting-1");
@@ -352,8 +346,7 @@ void WindowTest::phoneThatSaysNothing()
 {
     setUpBefore(*m_machine);
     QCOMPARE(m_phone->plugIn({"set silent on"}), QString());
-    QVERIFY(m_machine->start());
-    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    const QString window = m_machine->startUntil(mainTitle);
     QVERIFY(!window.isEmpty());
     QVERIFY(m_machine->pressUntil(
         window, "ctrl+c", [this] { return m_phone->bytesFromPc() == QStringList("AT\\r"); }));
@@ -370,10 +363,9 @@ void WindowTest::menusAndDialogs()
     setUpBefore(*m_machine);
     // Connected, so that no countdown dials meanwhile.
     m_machine->setConnections({"TolvaneModem 1"});
-    QVERIFY(m_machine->start());
-    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    const QString window = m_machine->startUntil(mainTitle);
     QVERIFY(!window.isEmpty());
-    m_machine->press(window, "alt+f");
+    QVERIFY(m_machine->openMenu(window, "alt+f"));
     m_machine->screenshot("menu-file");
     m_machine->press(window, "Right");
     m_machine->screenshot("menu-help");
@@ -384,7 +376,8 @@ void WindowTest::menusAndDialogs()
     m_machine->press(about, "Escape");
     QVERIFY(m_machine->waitForNoWindow("About"));
 
-    for (const char *key : {"alt+f", "Right", "Down", "Return"})
+    QVERIFY(m_machine->openMenu(window, "alt+f"));
+    for (const char *key : {"Right", "Down", "Return"})
         m_machine->press(window, key);
     const QString credits = m_machine->waitForWindow("Credits");
     QVERIFY(!credits.isEmpty());
@@ -402,8 +395,7 @@ void WindowTest::settingsOfAnotherAccount()
     const QString folder = m_machine->hostFolder() + "/settings/Brantiq Developer Network";
     QVERIFY(QDir().mkpath(folder));
     QVERIFY(QFile::rename(m_machine->settingsFile(), folder + "/Tolvane Modem Connector.ini"));
-    const bool started = m_machine->start();
-    const QString window = started ? m_machine->waitForWindow(mainTitle, 60000) : QString();
+    const QString window = m_machine->startUntil(mainTitle);
     QVERIFY(QDir(folder).removeRecursively());
     QVERIFY(!window.isEmpty());
     QVERIFY(m_machine->debug().contains("connection name in reg:  \"TolvaneModem 1\"\n"));
@@ -412,8 +404,7 @@ void WindowTest::settingsOfAnotherAccount()
 void WindowTest::wizardCancelled()
 {
     m_machine->setMachine(machineWithPhone());
-    QVERIFY(m_machine->start());
-    const QString wizard = m_machine->waitForWindow(wizardTitle, 60000);
+    const QString wizard = m_machine->startUntil(wizardTitle);
     QVERIFY(!wizard.isEmpty());
     QVERIFY(m_machine->pressUntil(wizard, "Escape", [this] { return m_machine->hasEnded(); }));
     QCOMPARE(m_machine->waitForExit(), 0);
@@ -433,8 +424,7 @@ void WindowTest::scaledDisplay()
     QFETCH(int, percent);
     m_machine->setScaling(percent);
     setUpBefore(*m_machine);
-    const bool started = m_machine->start();
-    const QString window = started ? m_machine->waitForWindow(mainTitle, 60000) : QString();
+    const QString window = m_machine->startUntil(mainTitle);
     m_machine->setScaling(100);
     QVERIFY(!window.isEmpty());
 
@@ -466,8 +456,7 @@ void WindowTest::iconOfTheWindow()
     if (fileInWorkingDirectory)
         runOnHost("convert", {"-size", "48x48", "xc:#13579b", "ico:" + file});
     setUpBefore(*m_machine);
-    QVERIFY(m_machine->start());
-    const QString window = m_machine->waitForWindow(mainTitle, 60000);
+    const QString window = m_machine->startUntil(mainTitle);
     QFile::remove(file);
     QVERIFY(!window.isEmpty());
     const auto pixels = [&window] {

@@ -227,6 +227,11 @@ bool WineMachine::start(const QString &program)
     return m_program.waitForStarted();
 }
 
+QString WineMachine::startUntil(const QString &title, const QString &program)
+{
+    return start(program) ? waitForWindow(title, 60000) : QString();
+}
+
 int WineMachine::run(const QString &program, const QStringList &arguments, int milliseconds)
 {
     QProcess process;
@@ -365,6 +370,16 @@ bool WineMachine::pressUntil(const QString &window, const QString &key,
             return true;
     }
     return false;
+}
+
+bool WineMachine::openMenu(const QString &window, const QString &key)
+{
+    // A menu is one more window of the program.
+    const auto windows = [] {
+        return runOnHost("xdotool", {"search", "--onlyvisible", "--class", "tolvanedialler"});
+    };
+    const QString before = windows();
+    return pressUntil(window, key, [&] { return windows().size() > before.size(); });
 }
 
 void WineMachine::click(const QString &window, int x, int y)

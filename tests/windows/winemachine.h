@@ -52,6 +52,9 @@ public:
     /// Starts the program, the unpacked one unless another path is given;
     /// false when it does not start.
     bool start(const QString &program = {});
+    /// Starts it and waits up to a minute for its window with this title; the
+    /// window's id, "" when it does not start or the window does not come.
+    QString startUntil(const QString &title, const QString &program = {});
     /// Runs another program of this machine to its end; its exit code, -1
     /// when it did not end in time.
     int run(const QString &program, const QStringList &arguments, int milliseconds = 60000);
@@ -90,6 +93,8 @@ public:
     /// key came before the window was ready. Only where a second press does no
     /// harm. False when it never is.
     bool pressUntil(const QString &window, const QString &key, const std::function<bool()> &done);
+    /// Opens a menu by its key as pressUntil() does; false when no menu comes up.
+    bool openMenu(const QString &window, const QString &key);
     /// Clicks at a place inside the window's client area.
     void click(const QString &window, int x, int y);
     enum Picture { StandingStill, Moving };
