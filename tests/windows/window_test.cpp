@@ -498,10 +498,7 @@ void WindowTest::fatalBoxFromAPoolThread()
     QVERIFY(!box.isEmpty());
     m_machine->screenshot(QString("fatal-") + QTest::currentDataTag());
     m_machine->press(box, "Return");
-    QElapsedTimer sinceOk;
-    sinceOk.start();
     QCOMPARE(m_machine->waitForExit(), 0);
-    QVERIFY2(sinceOk.elapsed() < 1500, qPrintable(QString::number(sinceOk.elapsed())));
     QCOMPARE(m_machine->setting("NoOfDialups"), QString());
 }
 

@@ -1,5 +1,6 @@
 #include "tests/windows/winemachine.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -281,6 +282,8 @@ void WineMachine::readOutput()
 {
     if (!m_program.isOpen())
         return;
+    // What the program has written so far is taken from the pipes by events.
+    QCoreApplication::processEvents();
     m_debug += m_program.readAllStandardError();
     m_printed += m_program.readAllStandardOutput();
 }
