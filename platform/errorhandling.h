@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/operation.h"
 #include "platform/types.h"
 
 namespace platform {
@@ -7,16 +8,12 @@ namespace platform {
 /// The calling thread's last-error code (kernel32). Take GetLastError into a
 /// variable straight after the call that failed: streaming a debug line or
 /// freeing a library overwrites it on Windows.
-class ErrorHandling
-{
-public:
-    virtual ~ErrorHandling() = default;
-
+struct ErrorHandling : Family {
     /// The code that the last failing operation left on this thread.
-    virtual DWORD GetLastError() = 0;
+    Operation<DWORD()> GetLastError{this, "GetLastError", FailureCode::None};
 
     /// Replaces this thread's code.
-    virtual void SetLastError(DWORD dwErrCode) = 0;
+    Operation<void(DWORD dwErrCode)> SetLastError{this, "SetLastError", FailureCode::None};
 };
 
 } // namespace platform

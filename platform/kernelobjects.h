@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/operation.h"
 #include "platform/types.h"
 
 namespace platform {
@@ -9,22 +10,20 @@ inline constexpr DWORD WaitFailed = 0xFFFFFFFF;   ///< WAIT_FAILED
 inline constexpr DWORD WaitInfinite = 0xFFFFFFFF; ///< INFINITE
 
 /// Handles and events (kernel32). Any thread.
-class KernelObjects
-{
-public:
-    virtual ~KernelObjects() = default;
-
+struct KernelObjects : Family {
     /// A new event owned by the caller until CloseHandle; null on failure.
-    virtual HANDLE CreateEventW(void *lpEventAttributes, BOOL bManualReset, BOOL bInitialState,
-                                const WCHAR *lpName) = 0;
+    Operation<HANDLE(void *lpEventAttributes, BOOL bManualReset, BOOL bInitialState,
+                     const WCHAR *lpName)>
+        CreateEventW{this, "CreateEventW"};
 
     /// Waits at most dwMilliseconds for the handle; WaitObject0 when it is
     /// signalled, WaitFailed (with GetLastError) when waiting is impossible.
-    virtual DWORD WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) = 0;
+    Operation<DWORD(HANDLE hHandle, DWORD dwMilliseconds)> WaitForSingleObject{
+        this, "WaitForSingleObject", WaitFailed};
 
     /// Closes a port, event, process or thread handle; zero for one that is
     /// not open (6).
-    virtual BOOL CloseHandle(HANDLE hObject) = 0;
+    Operation<BOOL(HANDLE hObject)> CloseHandle{this, "CloseHandle"};
 };
 
 } // namespace platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/operation.h"
 #include "platform/types.h"
 
 namespace platform {
@@ -8,24 +9,21 @@ namespace platform {
 using FunctionAddress = void(TMC_WINAPI *)();
 
 /// Run-time binding of system libraries (kernel32). Any thread.
-class Modules
-{
-public:
-    virtual ~Modules() = default;
-
+struct Modules : Family {
     /// A library that is already loaded; not to be freed. Null: 126.
-    virtual HMODULE GetModuleHandleW(const WCHAR *lpModuleName) = 0;
+    Operation<HMODULE(const WCHAR *lpModuleName)> GetModuleHandleW{this, "GetModuleHandleW"};
 
     /// Loads a library or counts one more use of it; the caller frees it with
     /// FreeLibrary. Null when it is missing (126).
-    virtual HMODULE LoadLibraryW(const WCHAR *lpLibFileName) = 0;
+    Operation<HMODULE(const WCHAR *lpLibFileName)> LoadLibraryW{this, "LoadLibraryW"};
 
     /// The address of an exported function; null when there is none (127).
-    virtual FunctionAddress GetProcAddress(HMODULE hModule, const char *lpProcName) = 0;
+    Operation<FunctionAddress(HMODULE hModule, const char *lpProcName)> GetProcAddress{
+        this, "GetProcAddress"};
 
     /// Gives one use of a library back; zero on failure. Clears the thread's
     /// last error on Windows.
-    virtual BOOL FreeLibrary(HMODULE hLibModule) = 0;
+    Operation<BOOL(HMODULE hLibModule)> FreeLibrary{this, "FreeLibrary"};
 };
 
 } // namespace platform

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "platform/configmanager.h"
 #include "platform/errorhandling.h"
 #include "platform/kernelobjects.h"
 #include "platform/memory.h"
 #include "platform/modules.h"
+#include "platform/newdev.h"
 #include "platform/process.h"
 #include "platform/ras.h"
 #include "platform/registry.h"
@@ -11,22 +13,29 @@
 #include "platform/setupapi.h"
 #include "platform/systeminformation.h"
 
+#include <vector>
+
 namespace platform {
 
-/// Everything the program asks of the operating system, one interface per API
-/// family. A backend implements them all; the configuration manager and the
-/// driver update are reached through Modules, as on Windows.
-class Platform : public ErrorHandling,
-                 public KernelObjects,
-                 public Memory,
-                 public Modules,
-                 public Process,
-                 public Ras,
-                 public Registry,
-                 public SerialComm,
-                 public SetupApi,
-                 public SystemInformation
-{
+/// Families of operations, put together.
+template<typename... Families> struct OperationsOf : Families... {
+    /// Every operation, family by family.
+    std::vector<AnyOperation *> allOperations() const
+    {
+        std::vector<AnyOperation *> all;
+        const auto append = [&all](const Family &family) {
+            all.insert(all.end(), family.operations().begin(), family.operations().end());
+        };
+        (append(static_cast<const Families &>(*this)), ...);
+        return all;
+    }
+};
+
+/// Everything that the program asks of the operating system. A backend is one
+/// of these with its slots filled.
+struct Platform
+    : OperationsOf<ErrorHandling, KernelObjects, Memory, Modules, Process, Ras, Registry,
+                   SerialComm, SetupApi, SystemInformation, ConfigManager, NewDev> {
 };
 
 /// The backend in use. Calling it before setCurrent() is a programming error

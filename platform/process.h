@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/operation.h"
 #include "platform/types.h"
 
 namespace platform {
@@ -37,19 +38,15 @@ struct ProcessInformation {
 static_assert(sizeof(ProcessInformation) == 24, "PROCESS_INFORMATION");
 
 /// Process start (kernel32). Any thread.
-class Process
-{
-public:
-    virtual ~Process() = default;
-
+struct Process : Family {
     /// Starts lpApplicationName without waiting for it. lpCommandLine may be
     /// written to. Zero on failure: 2 when the program is missing, 5 when it
     /// may not be run; the information record is then untouched.
-    virtual BOOL CreateProcessW(const WCHAR *lpApplicationName, WCHAR *lpCommandLine,
-                                void *lpProcessAttributes, void *lpThreadAttributes,
-                                BOOL bInheritHandles, DWORD dwCreationFlags, void *lpEnvironment,
-                                const WCHAR *lpCurrentDirectory, StartupInfo *lpStartupInfo,
-                                ProcessInformation *lpProcessInformation) = 0;
+    Operation<BOOL(const WCHAR *lpApplicationName, WCHAR *lpCommandLine, void *lpProcessAttributes,
+                   void *lpThreadAttributes, BOOL bInheritHandles, DWORD dwCreationFlags,
+                   void *lpEnvironment, const WCHAR *lpCurrentDirectory, StartupInfo *lpStartupInfo,
+                   ProcessInformation *lpProcessInformation)>
+        CreateProcessW{this, "CreateProcessW"};
 };
 
 } // namespace platform

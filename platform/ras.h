@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/operation.h"
 #include "platform/types.h"
 
 #include <cstddef>
@@ -128,43 +129,42 @@ inline constexpr DWORD RasErrorInvalidHandle = 6; ///< ERROR_INVALID_HANDLE for 
 
 /// Remote Access Service (rasapi32, rasdlg). A null phone book is the user's
 /// default one. Results are error codes, 0 for success, not GetLastError.
-class Ras
-{
-public:
-    virtual ~Ras() = default;
-
+struct Ras : Family {
     /// The active connections. *lpcb holds the buffer's size in bytes and
     /// receives the size needed; 603 when the buffer is too small, 632 for a
     /// first record with an unknown dwSize.
-    virtual DWORD RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb,
-                                      DWORD *lpcConnections) = 0;
+    Operation<DWORD(RasConnection *lprasconn, DWORD *lpcb, DWORD *lpcConnections)>
+        RasEnumConnectionsW{this, "RasEnumConnectionsW", FailureCode::Result};
 
     /// Ends a connection; may return before it is down. 6 for a handle that
     /// is not (any longer) a connection.
-    virtual DWORD RasHangUpW(RasConnectionHandle hrasconn) = 0;
+    Operation<DWORD(RasConnectionHandle hrasconn)> RasHangUpW{this, "RasHangUpW",
+                                                              FailureCode::Result};
 
     /// Shows the system's modal dial dialog: GUI thread only. lpszPhoneNumber
     /// overrides the entry's number. Non-zero when a connection was made; the
     /// record's dwError then or otherwise tells why not.
-    virtual BOOL RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
-                             RasDialDialog *lpInfo) = 0;
+    Operation<BOOL(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
+                   RasDialDialog *lpInfo)>
+        RasDialDlgW{this, "RasDialDlgW"};
 
     /// The RAS-capable devices; sizes as for the connections. Any thread.
-    virtual DWORD RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices) = 0;
+    Operation<DWORD(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices)> RasEnumDevicesW{
+        this, "RasEnumDevicesW", FailureCode::Result};
 
     /// An entry's properties; the empty name asks for the defaults of a new
     /// entry. With no record it answers 603 and the size needed, which may
     /// exceed RasEntrySize. Any thread.
-    virtual DWORD RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                         RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
-                                         BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize) = 0;
+    Operation<DWORD(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry, RasEntry *lpRasEntry,
+                    DWORD *lpdwEntryInfoSize, BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)>
+        RasGetEntryPropertiesW{this, "RasGetEntryPropertiesW", FailureCode::Result};
 
     /// Creates or changes an entry: 5 without the rights, 87 for incomplete
     /// properties, 610 for a bad record, 621 for an unreadable phone book.
     /// Any thread.
-    virtual DWORD RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                         RasEntry *lpRasEntry, DWORD dwEntryInfoSize,
-                                         BYTE *lpbDeviceInfo, DWORD dwDeviceInfoSize) = 0;
+    Operation<DWORD(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry, RasEntry *lpRasEntry,
+                    DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo, DWORD dwDeviceInfoSize)>
+        RasSetEntryPropertiesW{this, "RasSetEntryPropertiesW", FailureCode::Result};
 };
 
 } // namespace platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/operation.h"
 #include "platform/types.h"
 
 namespace platform {
@@ -7,18 +8,15 @@ namespace platform {
 inline constexpr DWORD RegistryString = 1; ///< REG_SZ
 
 /// Registry values (advapi32). Results are error codes, not GetLastError.
-class Registry
-{
-public:
-    virtual ~Registry() = default;
-
+struct Registry : Family {
     /// Writes cbData bytes (terminator included) under lpValueName; 0 or an
     /// error code.
-    virtual LONG RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved, DWORD dwType,
-                                const BYTE *lpData, DWORD cbData) = 0;
+    Operation<LONG(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved, DWORD dwType,
+                   const BYTE *lpData, DWORD cbData)>
+        RegSetValueExW{this, "RegSetValueExW", FailureCode::Result};
 
     /// Closes a key opened by the device installation functions; 0 or an error code.
-    virtual LONG RegCloseKey(HKEY hKey) = 0;
+    Operation<LONG(HKEY hKey)> RegCloseKey{this, "RegCloseKey", FailureCode::Result};
 };
 
 } // namespace platform

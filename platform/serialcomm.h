@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/operation.h"
 #include "platform/types.h"
 
 namespace platform {
@@ -58,49 +59,51 @@ static_assert(sizeof(Overlapped) == 32, "OVERLAPPED on 64-bit Windows");
 
 /// Serial communications (kernel32). A port handle is used by one thread at a
 /// time. Operations that return BOOL give zero on failure, with GetLastError.
-class SerialComm
-{
-public:
-    virtual ~SerialComm() = default;
-
+struct SerialComm : Family {
     /// Opens `\\.\COMn`; the caller owns the handle until CloseHandle.
     /// invalidHandle() on failure: 2 when the port is missing, 5 when it is
     /// open elsewhere (a port is never shared).
-    virtual HANDLE CreateFileW(const WCHAR *lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
-                               void *lpSecurityAttributes, DWORD dwCreationDisposition,
-                               DWORD dwFlagsAndAttributes, HANDLE hTemplateFile) = 0;
+    Operation<HANDLE(const WCHAR *lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
+                     void *lpSecurityAttributes, DWORD dwCreationDisposition,
+                     DWORD dwFlagsAndAttributes, HANDLE hTemplateFile)>
+        CreateFileW{this, "CreateFileW", invalidHandle()};
 
     /// Reads the port's line settings into the record.
-    virtual BOOL GetCommState(HANDLE hFile, DeviceControlBlock *lpDCB) = 0;
+    Operation<BOOL(HANDLE hFile, DeviceControlBlock *lpDCB)> GetCommState{this, "GetCommState"};
 
     /// Applies line settings; 87 for settings that the port cannot have.
-    virtual BOOL SetCommState(HANDLE hFile, DeviceControlBlock *lpDCB) = 0;
+    Operation<BOOL(HANDLE hFile, DeviceControlBlock *lpDCB)> SetCommState{this, "SetCommState"};
 
     /// Sets the read and write time-outs.
-    virtual BOOL SetCommTimeouts(HANDLE hFile, CommTimeouts *lpCommTimeouts) = 0;
+    Operation<BOOL(HANDLE hFile, CommTimeouts *lpCommTimeouts)> SetCommTimeouts{this,
+                                                                                "SetCommTimeouts"};
 
     /// Chooses the events that WaitCommEvent reports.
-    virtual BOOL SetCommMask(HANDLE hFile, DWORD dwEvtMask) = 0;
+    Operation<BOOL(HANDLE hFile, DWORD dwEvtMask)> SetCommMask{this, "SetCommMask"};
 
     /// Arms a wait for the chosen events. Non-zero when one has happened
     /// already; zero with 997 while it is pending: the event of lpOverlapped
     /// is signalled when it happens and lpEvtMask written.
-    virtual BOOL WaitCommEvent(HANDLE hFile, DWORD *lpEvtMask, Overlapped *lpOverlapped) = 0;
+    Operation<BOOL(HANDLE hFile, DWORD *lpEvtMask, Overlapped *lpOverlapped)> WaitCommEvent{
+        this, "WaitCommEvent"};
 
     /// Reads at most nNumberOfBytesToRead bytes. With the time-outs above it
     /// completes at once, possibly with 0 bytes.
-    virtual BOOL ReadFile(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
-                          DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped) = 0;
+    Operation<BOOL(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
+                   DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped)>
+        ReadFile{this, "ReadFile"};
 
     /// Writes. Non-zero when it completed at once, zero with 997 when it is
     /// pending: the buffer must then live until GetOverlappedResult answers.
-    virtual BOOL WriteFile(HANDLE hFile, const void *lpBuffer, DWORD nNumberOfBytesToWrite,
-                           DWORD *lpNumberOfBytesWritten, Overlapped *lpOverlapped) = 0;
+    Operation<BOOL(HANDLE hFile, const void *lpBuffer, DWORD nNumberOfBytesToWrite,
+                   DWORD *lpNumberOfBytesWritten, Overlapped *lpOverlapped)>
+        WriteFile{this, "WriteFile"};
 
     /// The outcome of a pending operation; with bWait it blocks until there
     /// is one.
-    virtual BOOL GetOverlappedResult(HANDLE hFile, Overlapped *lpOverlapped,
-                                     DWORD *lpNumberOfBytesTransferred, BOOL bWait) = 0;
+    Operation<BOOL(HANDLE hFile, Overlapped *lpOverlapped, DWORD *lpNumberOfBytesTransferred,
+                   BOOL bWait)>
+        GetOverlappedResult{this, "GetOverlappedResult"};
 };
 
 } // namespace platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/operation.h"
 #include "platform/types.h"
 
 namespace platform {
@@ -54,90 +55,89 @@ inline constexpr DWORD ErrorNoAssociatedClass = 0xE0000200; ///< ERROR_NO_ASSOCI
 /// Device installation (setupapi). Any thread; one device information set is
 /// used by one thread at a time. Operations that return BOOL give zero on
 /// failure, with GetLastError; handles are invalidHandle() on failure.
-class SetupApi
-{
-public:
-    virtual ~SetupApi() = default;
-
+struct SetupApi : Family {
     /// Copies an INF into the system's INF store; 2 when the file is missing,
     /// 5 without administrator rights.
-    virtual BOOL SetupCopyOEMInfW(const WCHAR *SourceInfFileName,
-                                  const WCHAR *OEMSourceMediaLocation, DWORD OEMSourceMediaType,
-                                  DWORD CopyStyle, WCHAR *DestinationInfFileName,
-                                  DWORD DestinationInfFileNameSize, DWORD *RequiredSize,
-                                  WCHAR **DestinationInfFileNameComponent) = 0;
+    Operation<BOOL(const WCHAR *SourceInfFileName, const WCHAR *OEMSourceMediaLocation,
+                   DWORD OEMSourceMediaType, DWORD CopyStyle, WCHAR *DestinationInfFileName,
+                   DWORD DestinationInfFileNameSize, DWORD *RequiredSize,
+                   WCHAR **DestinationInfFileNameComponent)>
+        SetupCopyOEMInfW{this, "SetupCopyOEMInfW"};
 
     /// The class GUID and name that an INF states. ClassNameSize is in
     /// characters, the terminator included.
-    virtual BOOL SetupDiGetINFClassW(const WCHAR *InfName, Guid *ClassGuid, WCHAR *ClassName,
-                                     DWORD ClassNameSize, DWORD *RequiredSize) = 0;
+    Operation<BOOL(const WCHAR *InfName, Guid *ClassGuid, WCHAR *ClassName, DWORD ClassNameSize,
+                   DWORD *RequiredSize)>
+        SetupDiGetINFClassW{this, "SetupDiGetINFClassW"};
 
     /// The devices of a class as they are now; the caller owns the set until
     /// SetupDiDestroyDeviceInfoList.
-    virtual HDEVINFO SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHAR *Enumerator,
-                                          HWND hwndParent, DWORD Flags) = 0;
+    Operation<HDEVINFO(const Guid *ClassGuid, const WCHAR *Enumerator, HWND hwndParent,
+                       DWORD Flags)>
+        SetupDiGetClassDevsW{this, "SetupDiGetClassDevsW", invalidHandle()};
 
     /// An empty set for a class; owned as above.
-    virtual HDEVINFO SetupDiCreateDeviceInfoList(const Guid *ClassGuid, HWND hwndParent) = 0;
+    Operation<HDEVINFO(const Guid *ClassGuid, HWND hwndParent)> SetupDiCreateDeviceInfoList{
+        this, "SetupDiCreateDeviceInfoList", invalidHandle()};
 
     /// Discards a set and every device in it that was never registered.
-    virtual BOOL SetupDiDestroyDeviceInfoList(HDEVINFO DeviceInfoSet) = 0;
+    Operation<BOOL(HDEVINFO DeviceInfoSet)> SetupDiDestroyDeviceInfoList{
+        this, "SetupDiDestroyDeviceInfoList"};
 
     /// The device at an index from 0; 259 behind the last one.
-    virtual BOOL SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD MemberIndex,
-                                       DeviceInfoData *deviceInfoData) = 0;
+    Operation<BOOL(HDEVINFO DeviceInfoSet, DWORD MemberIndex, DeviceInfoData *deviceInfoData)>
+        SetupDiEnumDeviceInfo{this, "SetupDiEnumDeviceInfo"};
 
     /// A device property. Sizes are in bytes; 122 with RequiredSize set when
     /// the buffer is too small, 13 when the device has no such property.
-    virtual BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
-                                                   DeviceInfoData *deviceInfoData, DWORD Property,
-                                                   DWORD *PropertyRegDataType, BYTE *PropertyBuffer,
-                                                   DWORD PropertyBufferSize,
-                                                   DWORD *RequiredSize) = 0;
+    Operation<BOOL(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData, DWORD Property,
+                   DWORD *PropertyRegDataType, BYTE *PropertyBuffer, DWORD PropertyBufferSize,
+                   DWORD *RequiredSize)>
+        SetupDiGetDeviceRegistryPropertyW{this, "SetupDiGetDeviceRegistryPropertyW"};
 
     /// Sets a device property; PropertyBufferSize in bytes, all terminators
     /// of a multi-string included.
-    virtual BOOL SetupDiSetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
-                                                   DeviceInfoData *deviceInfoData, DWORD Property,
-                                                   const BYTE *PropertyBuffer,
-                                                   DWORD PropertyBufferSize) = 0;
+    Operation<BOOL(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData, DWORD Property,
+                   const BYTE *PropertyBuffer, DWORD PropertyBufferSize)>
+        SetupDiSetDeviceRegistryPropertyW{this, "SetupDiSetDeviceRegistryPropertyW"};
 
     /// Adds a new root-enumerated device to a set; with GenerateDeviceId the
     /// system finds its instance number.
-    virtual BOOL SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCHAR *DeviceName,
-                                          const Guid *ClassGuid, const WCHAR *DeviceDescription,
-                                          HWND hwndParent, DWORD CreationFlags,
-                                          DeviceInfoData *deviceInfoData) = 0;
+    Operation<BOOL(HDEVINFO DeviceInfoSet, const WCHAR *DeviceName, const Guid *ClassGuid,
+                   const WCHAR *DeviceDescription, HWND hwndParent, DWORD CreationFlags,
+                   DeviceInfoData *deviceInfoData)>
+        SetupDiCreateDeviceInfoW{this, "SetupDiCreateDeviceInfoW"};
 
     /// The device's instance id; sizes in characters, 122 as above.
-    virtual BOOL SetupDiGetDeviceInstanceIdW(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                             WCHAR *DeviceInstanceId, DWORD DeviceInstanceIdSize,
-                                             DWORD *RequiredSize) = 0;
+    Operation<BOOL(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData, WCHAR *DeviceInstanceId,
+                   DWORD DeviceInstanceIdSize, DWORD *RequiredSize)>
+        SetupDiGetDeviceInstanceIdW{this, "SetupDiGetDeviceInstanceIdW"};
 
     /// Makes a new device known to the system: it outlives the set from now on.
-    virtual BOOL SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                           DWORD Flags, void *CompareProc, void *CompareContext,
-                                           DeviceInfoData *DupDeviceInfoData) = 0;
+    Operation<BOOL(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData, DWORD Flags,
+                   void *CompareProc, void *CompareContext, DeviceInfoData *DupDeviceInfoData)>
+        SetupDiRegisterDeviceInfo{this, "SetupDiRegisterDeviceInfo"};
 
     /// Runs a class installer function on a device, such as FunctionRemove.
-    virtual BOOL SetupDiCallClassInstaller(UINT InstallFunction, HDEVINFO DeviceInfoSet,
-                                           DeviceInfoData *deviceInfoData) = 0;
+    Operation<BOOL(UINT InstallFunction, HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData)>
+        SetupDiCallClassInstaller{this, "SetupDiCallClassInstaller"};
 
     /// Opens a device's key; 0xE0000204 when it does not exist. The key is
     /// the caller's until RegCloseKey.
-    virtual HKEY SetupDiOpenDevRegKey(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                      DWORD Scope, DWORD HwProfile, DWORD KeyType,
-                                      DWORD samDesired) = 0;
+    Operation<HKEY(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData, DWORD Scope,
+                   DWORD HwProfile, DWORD KeyType, DWORD samDesired)>
+        SetupDiOpenDevRegKey{this, "SetupDiOpenDevRegKey", invalidHandle()};
 
     /// Creates a device's key; owned as above.
-    virtual HKEY SetupDiCreateDevRegKeyW(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                         DWORD Scope, DWORD HwProfile, DWORD KeyType,
-                                         void *InfHandle, const WCHAR *InfSectionName) = 0;
+    Operation<HKEY(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData, DWORD Scope,
+                   DWORD HwProfile, DWORD KeyType, void *InfHandle, const WCHAR *InfSectionName)>
+        SetupDiCreateDevRegKeyW{this, "SetupDiCreateDevRegKeyW", invalidHandle()};
 
     /// The driver chosen for a device; 0xE0000203 when there is none, 87 for
     /// a record with a wrong cbSize.
-    virtual BOOL SetupDiGetSelectedDriverW(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                           DriverInfoData *driverInfoData) = 0;
+    Operation<BOOL(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
+                   DriverInfoData *driverInfoData)>
+        SetupDiGetSelectedDriverW{this, "SetupDiGetSelectedDriverW"};
 };
 
 } // namespace platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/operation.h"
 #include "platform/types.h"
 
 namespace platform {
@@ -44,24 +45,25 @@ inline constexpr WORD ArchitectureIntel = 0;       ///< PROCESSOR_ARCHITECTURE_I
 inline constexpr WORD ArchitectureItanium = 6;     ///< PROCESSOR_ARCHITECTURE_IA64
 inline constexpr WORD ArchitectureX64 = 9;         ///< PROCESSOR_ARCHITECTURE_AMD64
 
-/// "GetNativeSystemInfo" of kernel32.dll. Older releases lack it, so it is
-/// looked up at run time (see Modules).
-using GetNativeSystemInfoFunction = void(TMC_WINAPI *)(SystemInfo *lpSystemInfo);
-
 /// Release and processor of the running system (kernel32, user32). Any thread.
-class SystemInformation
-{
-public:
-    virtual ~SystemInformation() = default;
-
+struct SystemInformation : Family {
     /// Fills the record according to its dwOSVersionInfoSize; zero on failure.
-    virtual BOOL GetVersionExW(OsVersionInfoEx *lpVersionInformation) = 0;
+    Operation<BOOL(OsVersionInfoEx *lpVersionInformation)> GetVersionExW{this, "GetVersionExW"};
 
     /// The value of a system metric; 0 for one that the release does not know.
-    virtual int GetSystemMetrics(int nIndex) = 0;
+    Operation<int(int nIndex)> GetSystemMetrics{this, "GetSystemMetrics", FailureCode::None};
 
     /// The processor as seen by this process; cannot fail.
-    virtual void GetSystemInfo(SystemInfo *lpSystemInfo) = 0;
+    Operation<void(SystemInfo *lpSystemInfo)> GetSystemInfo{this, "GetSystemInfo",
+                                                            FailureCode::None};
+
+    /// The processor as it is, whatever the process believes; cannot fail. Older
+    /// releases lack it, so the program looks it up at run time, through Modules
+    /// (see ConfigManager).
+    Operation<void(SystemInfo *lpSystemInfo)> GetNativeSystemInfo{this, "GetNativeSystemInfo",
+                                                                  FailureCode::None};
 };
+
+using GetNativeSystemInfoFunction = decltype(SystemInformation::GetNativeSystemInfo)::Address;
 
 } // namespace platform

@@ -13,7 +13,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 namespace {
 
@@ -110,4 +110,4 @@ DWORD endLink(const ActiveLink &link, int patience)
     return Success;
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

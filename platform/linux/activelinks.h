@@ -7,7 +7,7 @@
 
 #include <sys/types.h>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// How long a pppd that was told to end may take: it asks its peer twice, three
 /// seconds apart, before it puts the line back. Milliseconds.
@@ -31,4 +31,4 @@ QList<ActiveLink> activeLinks(const QString &runFolder);
 /// 5 for a link of another user, 6 when the process is gone already.
 DWORD endLink(const ActiveLink &link, int patience = PppdEndPatience);
 
-} // namespace platform
+} // namespace platform::linuxsystem

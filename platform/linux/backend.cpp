@@ -4,7 +4,7 @@ namespace platform {
 
 Platform &backend()
 {
-    static LinuxPlatform instance(SystemPaths::ofThisSystem());
+    static linuxsystem::LinuxPlatform instance(linuxsystem::SystemPaths::ofThisSystem());
     return instance;
 }
 

@@ -1,11 +1,13 @@
 #include "platform/linux/deviceinstallation.h"
 
+#include "platform/linux/families.h"
 #include "platform/linux/storedfiles.h"
 #include "platform/linux/systempath.h"
-#include "platform/newdev.h"
-#include "platform/posix/guid.h"
-#include "platform/posix/inffile.h"
-#include "platform/posix/lasterror.h"
+#include "platform/platform.h"
+#include "platform/standin/guid.h"
+#include "platform/standin/inffile.h"
+#include "platform/standin/lasterror.h"
+#include "platform/text.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,7 +15,7 @@
 
 #include <cstring>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 namespace {
 
@@ -76,7 +78,7 @@ bool servesHardwareId(const InfModel &model, const QString &hardwareId)
 
 } // namespace
 
-DeviceInstallation::DeviceInstallation(StateStore *store) : m_store(store) {}
+DeviceInstallation::DeviceInstallation(const std::shared_ptr<StateStore> &store) : m_store(store) {}
 
 BOOL DeviceInstallation::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const WCHAR *,
                                           DWORD OEMSourceMediaType, DWORD CopyStyle,
@@ -89,7 +91,7 @@ BOOL DeviceInstallation::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const 
     if (OEMSourceMediaType != SourceMediaNone ||
         (CopyStyle & ~(CopyInfCatalogOnly | CopyNoOverwrite)) || DestinationInfFileNameComponent)
         return failUnsupported("SetupCopyOEMInfW", "this media type or copy style");
-    const QString source = systemPath(SourceInfFileName);
+    const QString source = systemPath(fromWide(SourceInfFileName));
     if (!readInf(source))
         return 0;
     QFile file(source);
@@ -128,7 +130,7 @@ BOOL DeviceInstallation::SetupDiGetINFClassW(const WCHAR *InfName, Guid *ClassGu
 {
     if (!InfName || !ClassGuid || !ClassName)
         return fail(ErrorInvalidParameter);
-    const std::optional<InfFile> inf = readInf(systemPath(InfName));
+    const std::optional<InfFile> inf = readInf(systemPath(fromWide(InfName)));
     if (!inf)
         return 0;
     if (!inf->classGuid() || inf->className().isEmpty())
@@ -145,7 +147,7 @@ HDEVINFO DeviceInstallation::SetupDiGetClassDevsW(const Guid *ClassGuid, const W
         return invalidHandle();
     }
     QList<SerialPortDevice> ports;
-    const DWORD code = presentSerialPorts(m_store, &ports);
+    const DWORD code = presentSerialPorts(m_store.get(), &ports);
     if (code != Success) {
         fail(code);
         return invalidHandle();
@@ -466,7 +468,7 @@ BOOL DeviceInstallation::updateDriver(const WCHAR *hardwareId, const WCHAR *infP
         return fail(ErrorInvalidParameter);
     if (flags & ~KnownUpdateFlags)
         return fail(ErrorInvalidFlags);
-    const QString path = systemPath(infPath);
+    const QString path = systemPath(fromWide(infPath));
     const std::optional<InfFile> inf = readInf(path);
     if (!inf)
         return 0;
@@ -551,4 +553,42 @@ BOOL DeviceInstallation::changeDevice(const QString &instanceId,
     return found ? 1 : fail(ErrorNoSuchDevInst);
 }
 
-} // namespace platform
+void provideDeviceInstallation(Platform *platform, const std::shared_ptr<StateStore> &store)
+{
+    const auto installation = std::make_shared<DeviceInstallation>(store);
+    platform->SetupCopyOEMInfW.provide(installation, &DeviceInstallation::SetupCopyOEMInfW);
+    platform->SetupDiGetINFClassW.provide(installation, &DeviceInstallation::SetupDiGetINFClassW);
+    platform->SetupDiGetClassDevsW.provide(installation, &DeviceInstallation::SetupDiGetClassDevsW);
+    platform->SetupDiCreateDeviceInfoList.provide(installation,
+                                                  &DeviceInstallation::SetupDiCreateDeviceInfoList);
+    platform->SetupDiDestroyDeviceInfoList.provide(
+        installation, &DeviceInstallation::SetupDiDestroyDeviceInfoList);
+    platform->SetupDiEnumDeviceInfo.provide(installation,
+                                            &DeviceInstallation::SetupDiEnumDeviceInfo);
+    platform->SetupDiGetDeviceRegistryPropertyW.provide(
+        installation, &DeviceInstallation::SetupDiGetDeviceRegistryPropertyW);
+    platform->SetupDiSetDeviceRegistryPropertyW.provide(
+        installation, &DeviceInstallation::SetupDiSetDeviceRegistryPropertyW);
+    platform->SetupDiCreateDeviceInfoW.provide(installation,
+                                               &DeviceInstallation::SetupDiCreateDeviceInfoW);
+    platform->SetupDiGetDeviceInstanceIdW.provide(installation,
+                                                  &DeviceInstallation::SetupDiGetDeviceInstanceIdW);
+    platform->SetupDiRegisterDeviceInfo.provide(installation,
+                                                &DeviceInstallation::SetupDiRegisterDeviceInfo);
+    platform->SetupDiCallClassInstaller.provide(installation,
+                                                &DeviceInstallation::SetupDiCallClassInstaller);
+    platform->SetupDiOpenDevRegKey.provide(installation, &DeviceInstallation::SetupDiOpenDevRegKey);
+    platform->SetupDiCreateDevRegKeyW.provide(installation,
+                                              &DeviceInstallation::SetupDiCreateDevRegKeyW);
+    platform->SetupDiGetSelectedDriverW.provide(installation,
+                                                &DeviceInstallation::SetupDiGetSelectedDriverW);
+    platform->RegSetValueExW.provide(installation, &DeviceInstallation::RegSetValueExW);
+    platform->RegCloseKey.provide(installation, &DeviceInstallation::RegCloseKey);
+    platform->UpdateDriverForPlugAndPlayDevicesW = [installation](HWND, const WCHAR *hardwareId,
+                                                                  const WCHAR *infPath, DWORD flags,
+                                                                  BOOL *rebootRequired) {
+        return installation->updateDriver(hardwareId, infPath, flags, rebootRequired);
+    };
+}
+
+} // namespace platform::linuxsystem

@@ -6,7 +6,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 namespace {
 
@@ -119,4 +119,4 @@ void DialDialog::setDialling(bool dialling)
         m_dialButton->setFocus();
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

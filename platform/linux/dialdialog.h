@@ -9,7 +9,7 @@
 class QLabel;
 class QPushButton;
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// The system's dial dialog for one entry: its name and number, Dial and
 /// Cancel, what is going on and why it failed. Accepted when a connection was
@@ -55,4 +55,4 @@ private:
     QPushButton *m_dialButton;
 };
 
-} // namespace platform
+} // namespace platform::linuxsystem

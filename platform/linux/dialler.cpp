@@ -5,7 +5,7 @@
 #include <QFileInfo>
 #include <QTimer>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 Dialler::Dialler(const QString &pppd, QObject *parent) : QObject(parent), m_pppd(pppd)
 {
@@ -89,4 +89,4 @@ void Dialler::onError(QProcess::ProcessError error)
                                               : failureOf(ErrorServiceMissing));
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -5,7 +5,7 @@
 #include <QObject>
 #include <QProcess>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// One dial: runs pppd for an entry of the phone book until the link has an
 /// address (pppd then goes on by itself) or cannot come up. GUI thread.
@@ -31,7 +31,7 @@ signals:
     void progressed(const QString &text);
     /// The link is up and has an address.
     void connected();
-    void failed(const platform::DialFailure &failure);
+    void failed(const platform::linuxsystem::DialFailure &failure);
 
 private:
     void readMessages();
@@ -44,4 +44,4 @@ private:
     QString m_lastAnswer;
 };
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -1,22 +1,27 @@
 #include "platform/linux/linuxplatform.h"
 
-namespace platform {
+#include "platform/linux/families.h"
+#include "platform/linux/statestore.h"
+#include "platform/standin/lasterror.h"
+#include "platform/standin/memory.h"
+#include "platform/standin/modules.h"
 
-LinuxParts::LinuxParts(const SystemPaths &paths)
-    : store(paths.state),
-      ports(paths, &store),
-      processes(&ports),
-      installation(&store),
-      libraries(&installation),
-      remoteAccess(paths, &store)
-{
-}
+namespace platform::linuxsystem {
 
 LinuxPlatform::LinuxPlatform(const SystemPaths &paths)
-    : LinuxParts(paths),
-      ComposedPlatform({&ports, &memory, &libraries, &processes, &remoteAccess, &installation,
-                        &ports, &installation, &facts})
 {
+    const auto handles = std::make_shared<Handles>();
+    const auto store = std::make_shared<StateStore>(paths.state);
+    provideErrorHandling(this);
+    provideKernelObjects(this, handles);
+    provideMemory(this);
+    provideModules(this);
+    provideConfigManager(this);
+    provideDeviceInstallation(this, store);
+    provideProcess(this, handles);
+    provideRas(this, paths, store);
+    provideSerialComm(this, handles, paths, store);
+    provideSystemInformation(this);
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

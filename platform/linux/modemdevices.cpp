@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 namespace {
 
@@ -91,4 +91,4 @@ QString uniqueName(const QList<ModemDevice> &devices, const QString &description
     }
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

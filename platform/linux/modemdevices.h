@@ -7,7 +7,7 @@
 #include <QString>
 #include <QStringList>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// A root-enumerated device as it stands in the state store.
 struct ModemDevice {
@@ -33,4 +33,4 @@ QString newInstanceId(const QList<ModemDevice> &devices, const QString &classNam
 /// A name for one more device of a driver: "GPRS Modem", then "GPRS Modem #2".
 QString uniqueName(const QList<ModemDevice> &devices, const QString &description);
 
-} // namespace platform
+} // namespace platform::linuxsystem

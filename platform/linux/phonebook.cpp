@@ -10,7 +10,7 @@
 
 #include <cstring>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 namespace {
 
@@ -187,4 +187,4 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry) const
     return replaceFile(m_folder + '/' + name, text, 0640);
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

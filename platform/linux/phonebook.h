@@ -7,7 +7,7 @@
 
 #include <optional>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// The dial-up entries of this machine: one peers file of pppd for each, so
 /// that `pppd call FILE DEVICE` dials it without this program too. The record
@@ -49,4 +49,4 @@ private:
 /// letters A to D, P, T, W, one at least and 80 at most.
 bool isDialable(const QString &number);
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -4,7 +4,7 @@
 
 #include <QObject>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 namespace {
 
@@ -111,4 +111,4 @@ DialFailure failureOf(DWORD code)
     }
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -4,7 +4,7 @@
 
 #include <QString>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// Why a dial failed: the number that RAS has for it and a sentence for the
 /// user.
@@ -34,4 +34,4 @@ DialFailure modemFailure(const QString &answer);
 /// A failure that this backend itself found before pppd ran.
 DialFailure failureOf(DWORD code);
 
-} // namespace platform
+} // namespace platform::linuxsystem

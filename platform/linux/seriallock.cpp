@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 bool isLineLocked(const QString &locksFolder, const QString &kernelName)
 {
@@ -28,4 +28,4 @@ bool isLineLocked(const QString &locksFolder, const QString &kernelName)
     return process > 0 && (::kill(process, 0) == 0 || errno == EPERM);
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 namespace {
 
@@ -163,4 +163,4 @@ DWORD presentSerialPorts(StateStore *store, QList<SerialPortDevice> *ports)
     return Success;
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -6,7 +6,7 @@
 #include <QList>
 #include <QString>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// A serial line that is there now.
 struct SerialPortDevice {
@@ -35,4 +35,4 @@ bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers);
 /// store cannot be read. Any thread.
 DWORD presentSerialPorts(StateStore *store, QList<SerialPortDevice> *ports);
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -1,7 +1,8 @@
 #include "platform/linux/statestore.h"
 
 #include "platform/linux/storedfiles.h"
-#include "platform/posix/lasterror.h"
+#include "platform/posix/errno.h"
+#include "platform/standin/lasterror.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -11,7 +12,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 namespace {
 
@@ -94,4 +95,4 @@ DWORD StateStore::change(const std::function<bool(QJsonObject *)> &function)
     return replaceFile(m_folder + "/state.json", QJsonDocument(content).toJson(), 0644);
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -7,7 +7,7 @@
 
 #include <functional>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// What outlives the program on this machine, in one JSON file. A reader sees
 /// either the old content or the new one, and two programs that change it at
@@ -34,4 +34,4 @@ private:
     QString m_folder;
 };
 
-} // namespace platform
+} // namespace platform::linuxsystem

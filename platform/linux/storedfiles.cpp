@@ -1,6 +1,7 @@
 #include "platform/linux/storedfiles.h"
 
-#include "platform/posix/lasterror.h"
+#include "platform/posix/errno.h"
+#include "platform/standin/lasterror.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -12,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 namespace {
 
@@ -63,4 +64,4 @@ DWORD replaceFile(const QString &path, const QByteArray &content, mode_t mode)
     return code;
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -7,7 +7,7 @@
 
 #include <sys/types.h>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// Makes a folder, and those above it, that everyone may read. Success, also
 /// when it is there already, 5 without the rights, 31 for a disk that is full
@@ -20,4 +20,4 @@ DWORD makeFolder(const QString &path);
 /// 5 without the rights, 31 for a disk that is full or read-only. Any thread.
 DWORD replaceFile(const QString &path, const QByteArray &content, mode_t mode);
 
-} // namespace platform
+} // namespace platform::linuxsystem

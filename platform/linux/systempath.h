@@ -1,14 +1,14 @@
 #pragma once
 
-#include "platform/text.h"
+#include <QString>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// The file behind a path in the manner of Windows: its separators turned
 /// back. A folder whose own name holds a backslash cannot be named this way.
-inline QString systemPath(const WCHAR *path)
+inline QString systemPath(QString path)
 {
-    return fromWide(path).replace('\\', '/');
+    return path.replace('\\', '/');
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -2,7 +2,7 @@
 
 #include <QFileInfo>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 SystemPaths SystemPaths::ofThisSystem()
 {
@@ -12,4 +12,4 @@ SystemPaths SystemPaths::ofThisSystem()
     return paths;
 }
 
-} // namespace platform
+} // namespace platform::linuxsystem

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 /// Where this backend keeps and finds things on the system. Tests point it at
 /// folders of their own. A value object.
@@ -25,4 +25,4 @@ struct SystemPaths {
     static SystemPaths ofThisSystem();
 };
 
-} // namespace platform
+} // namespace platform::linuxsystem

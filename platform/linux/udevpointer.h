@@ -3,7 +3,7 @@
 #include <libudev.h>
 #include <memory>
 
-namespace platform {
+namespace platform::linuxsystem {
 
 struct UdevDeleter {
     void operator()(udev *context) const { udev_unref(context); }
@@ -15,4 +15,4 @@ struct UdevDeleter {
 /// One reference to an object of libudev.
 template<class Object> using UdevPointer = std::unique_ptr<Object, UdevDeleter>;
 
-} // namespace platform
+} // namespace platform::linuxsystem

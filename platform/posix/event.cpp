@@ -1,7 +1,8 @@
 #include "platform/posix/event.h"
 
 #include "platform/kernelobjects.h"
-#include "platform/posix/lasterror.h"
+#include "platform/posix/errno.h"
+#include "platform/standin/lasterror.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -74,7 +75,7 @@ void Event::wakeWaiters()
 
 DWORD Event::wait(DWORD milliseconds)
 {
-    // An infinite wait has a deadline, too, which nobody looks at.
+    // Unused when the wait is infinite.
     const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
     int waiter = -1;
     DWORD result = WaitTimeout;

@@ -31,7 +31,7 @@ public:
 
     /// The descriptor that can bring progress; -1 when nothing can any longer.
     virtual int pollDescriptor() const = 0;
-    /// The poll(2) events of it that can; a hang-up needs no asking.
+    /// The poll(2) events of it that can; POLLHUP is always reported.
     virtual short pollEvents() const = 0;
 };
 
@@ -40,8 +40,8 @@ public:
 class Event : public KernelObject
 {
 public:
-    /// A manual-reset event stays signalled until reset(); any other lets one
-    /// wait through and is not signalled any longer.
+    /// A manual-reset event stays signalled until reset(); an auto-reset event
+    /// releases one waiter and resets itself.
     Event(bool manualReset, bool signalled);
 
     /// Signals the event, and ends the waits under way.

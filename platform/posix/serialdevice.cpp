@@ -1,6 +1,7 @@
 #include "platform/posix/serialdevice.h"
 
-#include "platform/posix/lasterror.h"
+#include "platform/posix/errno.h"
+#include "platform/standin/lasterror.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,8 +1,9 @@
 #include "platform/posix/serialport.h"
 
 #include "platform/kernelobjects.h"
-#include "platform/posix/lasterror.h"
+#include "platform/posix/errno.h"
 #include "platform/posix/serialdevice.h"
+#include "platform/standin/lasterror.h"
 
 #include <cerrno>
 #include <poll.h>

@@ -29,7 +29,7 @@ public:
     }
 
 private:
-    SimulatedPc m_pc;
+    simulated::SimulatedPc m_pc;
     FaultInjectingPlatform m_faulty;
     bool m_isFaulty = false;
 };

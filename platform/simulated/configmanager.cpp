@@ -1,67 +1,81 @@
-#include "platform/configmanager.h"
-
-#include "platform/posix/lasterror.h"
+#include "platform/platform.h"
+#include "platform/simulated/families.h"
 #include "platform/simulated/machinesession.h"
-#include "platform/simulated/simulatedsystem.h"
 #include "platform/simulated/usbbus.h"
+#include "platform/standin/lasterror.h"
 
 #include <QThread>
 
-namespace platform {
+namespace platform::simulated {
 
 namespace {
 
 constexpr ConfigRet InvalidPointer = 3;      // CR_INVALID_POINTER
-constexpr ConfigRet InvalidNode = 5;         // CR_INVALID_DEVNODE
 constexpr ConfigRet NoSuchNode = 13;         // CR_NO_SUCH_DEVNODE
 constexpr ConfigRet CallNotImplemented = 32; // CR_CALL_NOT_IMPLEMENTED
 constexpr ULONG ReenumerateSynchronous = 1;  // CM_REENUMERATE_SYNCHRONOUS
 constexpr DEVINST RootNode = 1;
 
-} // namespace
-
-ConfigRet SimulatedSystem::locateDevNode(DEVINST *node, const char *deviceId, ULONG flags,
-                                         MachineHandle machine)
+class DeviceTree
 {
-    if (!node)
-        return InvalidPointer;
-    if (flags != LocateNormal || machine) {
-        failUnsupported("CM_Locate_DevNode_ExA", "flags and other machines");
-        return CallNotImplemented;
-    }
-    if (!deviceId || !*deviceId) {
-        *node = RootNode;
-        return ConfigSuccess;
-    }
-    const QString wanted = QString::fromLatin1(deviceId).toUpper();
-    const simulated::MachineSession session(m_directory);
-    for (const simulated::Device &device : session.state.devices) {
-        if (device.instanceId == wanted) {
-            *node = static_cast<DEVINST>(device.devInst);
+public:
+    explicit DeviceTree(const QString &directory) : m_directory(directory) {}
+
+    ConfigRet CM_Locate_DevNode_ExA(DEVINST *pdnDevInst, char *pDeviceID, ULONG ulFlags,
+                                    MachineHandle hMachine)
+    {
+        if (!pdnDevInst)
+            return InvalidPointer;
+        if (ulFlags != LocateNormal || hMachine) {
+            failUnsupported("CM_Locate_DevNode_ExA", "flags and other machines");
+            return CallNotImplemented;
+        }
+        if (!pDeviceID || !*pDeviceID) {
+            *pdnDevInst = RootNode;
             return ConfigSuccess;
         }
+        const QString wanted = QString::fromLatin1(pDeviceID).toUpper();
+        const MachineSession session(m_directory);
+        for (const Device &device : session.state.devices) {
+            if (device.instanceId == wanted) {
+                *pdnDevInst = static_cast<DEVINST>(device.devInst);
+                return ConfigSuccess;
+            }
+        }
+        return NoSuchNode;
     }
-    return NoSuchNode;
-}
 
-ConfigRet SimulatedSystem::reenumerateDevNode(DEVINST node, ULONG flags, MachineHandle machine)
-{
-    if (machine || (flags != ReenumerateNormal && flags != ReenumerateSynchronous)) {
-        failUnsupported("CM_Reenumerate_DevNode_Ex", "flags and other machines");
-        return CallNotImplemented;
-    }
-    int duration = 0;
+    ConfigRet CM_Reenumerate_DevNode_Ex(DEVINST dnDevInst, ULONG ulFlags, MachineHandle hMachine)
     {
-        const simulated::MachineSession session(m_directory);
-        duration = session.state.rescanDurationMs;
+        if (hMachine || (ulFlags != ReenumerateNormal && ulFlags != ReenumerateSynchronous)) {
+            failUnsupported("CM_Reenumerate_DevNode_Ex", "flags and other machines");
+            return CallNotImplemented;
+        }
+        int duration = 0;
+        {
+            const MachineSession session(m_directory);
+            duration = session.state.rescanDurationMs;
+        }
+        if (dnDevInst != RootNode)
+            return ConfigInvalidDevNode;
+        // The time that a bus takes; a driver that is installed meanwhile counts.
+        QThread::msleep(static_cast<unsigned long>(duration));
+        MachineSession session(m_directory);
+        rescanBus(&session.state);
+        return session.save() ? ConfigSuccess : ConfigFailure;
     }
-    if (node != RootNode)
-        return InvalidNode;
-    // The time that a bus takes; a driver that is installed meanwhile counts.
-    QThread::msleep(static_cast<unsigned long>(duration));
-    simulated::MachineSession session(m_directory);
-    simulated::rescanBus(&session.state);
-    return session.save() ? ConfigSuccess : ConfigFailure;
+
+private:
+    const QString m_directory;
+};
+
+} // namespace
+
+void provideConfigManager(Platform *platform, const QString &directory)
+{
+    const auto tree = std::make_shared<DeviceTree>(directory);
+    platform->CM_Locate_DevNode_ExA.provide(tree, &DeviceTree::CM_Locate_DevNode_ExA);
+    platform->CM_Reenumerate_DevNode_Ex.provide(tree, &DeviceTree::CM_Reenumerate_DevNode_Ex);
 }
 
-} // namespace platform
+} // namespace platform::simulated

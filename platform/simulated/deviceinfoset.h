@@ -8,7 +8,7 @@
 #include <deque>
 #include <optional>
 
-namespace platform {
+namespace platform::simulated {
 
 /// One device as a device information set holds it.
 struct DeviceInfoElement {
@@ -43,4 +43,4 @@ public:
     std::deque<DeviceInfoElement> elements;
 };
 
-} // namespace platform
+} // namespace platform::simulated

@@ -6,7 +6,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-namespace simulated {
+namespace platform::simulated {
 
 DialDialog::DialDialog(const QString &directory, const QString &entry, const QString &number,
                        QWidget *parent)
@@ -86,4 +86,4 @@ void DialDialog::onFinished(platform::DWORD code)
     m_dialButton->setFocus();
 }
 
-} // namespace simulated
+} // namespace platform::simulated

@@ -7,7 +7,7 @@
 class QLabel;
 class QPushButton;
 
-namespace simulated {
+namespace platform::simulated {
 
 /// The dial dialog of the simulated system: Dial and Cancel, progress and
 /// errors in words. Accepted when the connection is up. GUI thread.
@@ -35,4 +35,4 @@ private:
     QPushButton *m_dialButton;
 };
 
-} // namespace simulated
+} // namespace platform::simulated

@@ -15,7 +15,7 @@
 
 using namespace platform;
 
-namespace simulated {
+namespace platform::simulated {
 
 namespace {
 
@@ -299,4 +299,4 @@ void Dialler::closeLine()
     m_line = -1;
 }
 
-} // namespace simulated
+} // namespace platform::simulated

@@ -10,9 +10,7 @@
 
 #include <memory>
 
-namespace simulated {
-
-using platform::DWORD;
+namespace platform::simulated {
 
 /// What a RAS error number means, for people; without the number.
 QString dialErrorText(DWORD code);
@@ -84,4 +82,4 @@ private:
     QTimer m_carrierTimer;
 };
 
-} // namespace simulated
+} // namespace platform::simulated

@@ -1,13 +1,13 @@
 #include "platform/simulated/entryrecord.h"
 
-#include "platform/posix/guid.h"
+#include "platform/standin/guid.h"
 #include "platform/text.h"
 
 #include <cstddef>
 
 using namespace platform;
 
-namespace simulated {
+namespace platform::simulated {
 
 namespace {
 
@@ -137,4 +137,4 @@ RasEntry entryFromJson(const QJsonObject &object)
     return entry;
 }
 
-} // namespace simulated
+} // namespace platform::simulated

@@ -5,7 +5,7 @@
 #include <QJsonObject>
 
 // A phone-book entry as the phone book keeps it: the record's fields by name.
-namespace simulated {
+namespace platform::simulated {
 
 /// What a new entry starts with. dwSize is left 0.
 platform::RasEntry defaultEntry();
@@ -16,4 +16,4 @@ QJsonObject entryToJson(const platform::RasEntry &entry);
 /// Missing fields are as in a new entry. dwSize is left 0.
 platform::RasEntry entryFromJson(const QJsonObject &object);
 
-} // namespace simulated
+} // namespace platform::simulated

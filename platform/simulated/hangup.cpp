@@ -18,7 +18,7 @@
 
 using namespace platform;
 
-namespace simulated {
+namespace platform::simulated {
 
 namespace {
 
@@ -142,4 +142,4 @@ DWORD hangUp(const QString &directory, int handle)
     return session.save() ? Success : ErrorGenFailure;
 }
 
-} // namespace simulated
+} // namespace platform::simulated

@@ -4,7 +4,7 @@
 
 #include <QString>
 
-namespace simulated {
+namespace platform::simulated {
 
 /// Ends a connection as the remote access service does: the escape sequence
 /// with silence around it, then ATH. Blocks for about the guard time of the
@@ -13,4 +13,4 @@ namespace simulated {
 /// connection. Any thread.
 platform::DWORD hangUp(const QString &directory, int handle);
 
-} // namespace simulated
+} // namespace platform::simulated

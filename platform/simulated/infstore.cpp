@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-namespace simulated {
+namespace platform::simulated {
 
 QString hostPath(QString path)
 {
@@ -52,4 +52,4 @@ QString storeInf(const QString &directory, const QByteArray &content)
     return QString();
 }
 
-} // namespace simulated
+} // namespace platform::simulated

@@ -5,7 +5,7 @@
 
 // The INF store of the simulated PC: the directory inf/ in its state
 // directory, with the files oem0.inf, oem1.inf and so on.
-namespace simulated {
+namespace platform::simulated {
 
 /// A path as the program writes it, as a path of this system.
 QString hostPath(QString path);
@@ -24,4 +24,4 @@ QString storeInf(const QString &directory, const QByteArray &content);
 /// The full path of a file of the store.
 QString storedInfPath(const QString &directory, const QString &name);
 
-} // namespace simulated
+} // namespace platform::simulated

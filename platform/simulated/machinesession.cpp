@@ -11,7 +11,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-namespace simulated {
+namespace platform::simulated {
 
 namespace {
 
@@ -112,4 +112,4 @@ QString MachineSession::fileName() const
     return m_directory + "/pc.json";
 }
 
-} // namespace simulated
+} // namespace platform::simulated

@@ -4,7 +4,7 @@
 
 #include <QString>
 
-namespace simulated {
+namespace platform::simulated {
 
 /// Where the machine lives when nobody says otherwise: $SIMULATED_PC, or
 /// tolvane-simulated-pc under $XDG_STATE_HOME or ~/.local/state.
@@ -44,4 +44,4 @@ private:
     bool m_usable = false;
 };
 
-} // namespace simulated
+} // namespace platform::simulated

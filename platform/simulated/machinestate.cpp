@@ -5,7 +5,7 @@
 
 #include <limits>
 
-namespace simulated {
+namespace platform::simulated {
 
 namespace {
 
@@ -355,4 +355,4 @@ bool MachineState::fromJson(const QByteArray &content, QString *error)
     return error->isEmpty();
 }
 
-} // namespace simulated
+} // namespace platform::simulated

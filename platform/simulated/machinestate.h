@@ -10,9 +10,7 @@
 #include <QStringList>
 
 // Everything that the simulated PC remembers, as it stands in its pc.json.
-namespace simulated {
-
-using platform::DWORD;
+namespace platform::simulated {
 
 inline constexpr int OnBoardPort = 1; ///< the n of the COMn that is no USB phone's
 inline constexpr int LastPort = 256;  ///< the highest port number that Windows assigns
@@ -114,4 +112,4 @@ struct MachineState {
     bool fromJson(const QByteArray &content, QString *error);
 };
 
-} // namespace simulated
+} // namespace platform::simulated

@@ -1,18 +1,18 @@
 #include "platform/newdev.h"
 
-#include "platform/posix/inffile.h"
-#include "platform/posix/lasterror.h"
 #include "platform/setupapi.h"
+#include "platform/simulated/deviceinstallation.h"
 #include "platform/simulated/infstore.h"
 #include "platform/simulated/machinesession.h"
-#include "platform/simulated/simulatedsystem.h"
+#include "platform/standin/inffile.h"
+#include "platform/standin/lasterror.h"
 #include "platform/text.h"
 
 #include <QFile>
 
 #include <cstdio>
 
-namespace platform {
+namespace platform::simulated {
 
 namespace {
 
@@ -20,18 +20,17 @@ constexpr DWORD KnownInstallFlags = 0x7;     // force, read-only, non-interactiv
 constexpr DWORD ErrorNoCatalog = 0xE000022F; // ERROR_NO_CATALOG_FOR_OEM_INF
 
 /// A model that the INF has for this processor and hardware id.
-bool findModel(const InfFile &inf, simulated::Processor processor, const QString &hardwareId,
-               InfModel *found)
+bool findModel(const InfFile &inf, Processor processor, const QString &hardwareId, InfModel *found)
 {
     QStringList decorations;
     switch (processor) {
-    case simulated::Processor::X64:
+    case Processor::X64:
         decorations = QStringList{"NTamd64"};
         break;
-    case simulated::Processor::Itanium:
+    case Processor::Itanium:
         decorations = QStringList{"NTia64"};
         break;
-    case simulated::Processor::X86:
+    case Processor::X86:
         decorations = QStringList{"NTx86", QString()};
         break;
     }
@@ -47,7 +46,7 @@ bool findModel(const InfFile &inf, simulated::Processor processor, const QString
 }
 
 /// Several devices of one driver are told apart by a number from #2 on.
-QString freeName(const simulated::MachineState &state, const QString &description)
+QString freeName(const MachineState &state, const QString &description)
 {
     QString name = description;
     for (int number = 2; state.findDeviceNamed(name); ++number)
@@ -57,17 +56,17 @@ QString freeName(const simulated::MachineState &state, const QString &descriptio
 
 } // namespace
 
-BOOL SimulatedSystem::updateDriver(const WCHAR *hardwareId, const WCHAR *infPath, DWORD flags,
-                                   BOOL *rebootRequired)
+BOOL DeviceInstallation::updateDriver(const WCHAR *hardwareId, const WCHAR *infPath, DWORD flags,
+                                      BOOL *rebootRequired)
 {
     if (!hardwareId || !infPath)
         return fail(ErrorInvalidParameter);
     if (flags & ~KnownInstallFlags)
         return fail(ErrorInvalidFlags);
-    simulated::MachineSession session(m_directory);
+    MachineSession session(m_directory);
     if (!session.state.administrator)
         return fail(ErrorAccessDenied);
-    QFile file(simulated::hostPath(fromWide(infPath)));
+    QFile file(hostPath(fromWide(infPath)));
     if (!file.open(QIODevice::ReadOnly))
         return fail(ErrorFileNotFound);
     const QByteArray content = file.readAll();
@@ -79,13 +78,13 @@ BOOL SimulatedSystem::updateDriver(const WCHAR *hardwareId, const WCHAR *infPath
         return fail(ErrorInvalidInfStyle);
     }
     // Only packages that the system has taken in are trusted.
-    const QString storeName = simulated::storedInf(m_directory, content);
+    const QString storeName = storedInf(m_directory, content);
     if (storeName.isEmpty())
         return fail(ErrorNoCatalog);
 
     const QString id = fromWide(hardwareId);
-    QList<simulated::Device *> devices;
-    for (simulated::Device &device : session.state.devices) {
+    QList<Device *> devices;
+    for (Device &device : session.state.devices) {
         if (device.hardwareIds.contains(id, Qt::CaseInsensitive))
             devices += &device;
     }
@@ -97,7 +96,7 @@ BOOL SimulatedSystem::updateDriver(const WCHAR *hardwareId, const WCHAR *infPath
         return fail(ErrorNoMoreItems);
 
     bool updated = false;
-    for (simulated::Device *device : devices) {
+    for (Device *device : devices) {
         // Without force a driver has to be better than the present one.
         if (!(flags & InstallFlagForce) && !device->driverInf.isEmpty())
             continue;
@@ -115,4 +114,4 @@ BOOL SimulatedSystem::updateDriver(const WCHAR *hardwareId, const WCHAR *infPath
     return 1;
 }
 
-} // namespace platform
+} // namespace platform::simulated

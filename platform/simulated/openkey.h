@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace platform {
+namespace platform::simulated {
 
 /// The driver key of a registered device, opened or created.
 class OpenKey
@@ -13,4 +13,4 @@ public:
     const QString instanceId;
 };
 
-} // namespace platform
+} // namespace platform::simulated

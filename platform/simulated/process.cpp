@@ -1,13 +1,11 @@
-#include "platform/process.h"
+#include "platform/posix/process.h"
 
-#include "platform/posix/processstart.h"
+#include "platform/simulated/families.h"
 #include "platform/simulated/infstore.h"
-#include "platform/simulated/simulatedsystem.h"
-#include "platform/text.h"
 
 #include <algorithm>
 
-namespace platform {
+namespace platform::simulated {
 
 namespace {
 
@@ -25,21 +23,11 @@ std::vector<QByteArray> childEnvironment(const QString &stateDirectory)
 
 } // namespace
 
-BOOL SimulatedSystem::CreateProcessW(const WCHAR *lpApplicationName, WCHAR *lpCommandLine,
-                                     void *lpProcessAttributes, void *lpThreadAttributes,
-                                     BOOL bInheritHandles, DWORD dwCreationFlags,
-                                     void *lpEnvironment, const WCHAR *lpCurrentDirectory,
-                                     StartupInfo *lpStartupInfo,
-                                     ProcessInformation *lpProcessInformation)
+void provideProcess(Platform *platform, const std::shared_ptr<Handles> &handles,
+                    const QString &directory)
 {
-    if (!checkProcessArguments(lpApplicationName, lpProcessAttributes, lpThreadAttributes,
-                               bInheritHandles, dwCreationFlags, lpEnvironment, lpCurrentDirectory,
-                               lpStartupInfo, lpProcessInformation))
-        return 0;
-    const QString program = simulated::hostPath(fromWide(lpApplicationName));
-    const QString commandLine = lpCommandLine ? fromWide(lpCommandLine) : QString();
-    return startProcess(m_handles, program, commandLine, childEnvironment(m_directory),
-                        lpProcessInformation);
+    platform::provideProcess(platform, handles, hostPath,
+                             [directory] { return childEnvironment(directory); });
 }
 
-} // namespace platform
+} // namespace platform::simulated

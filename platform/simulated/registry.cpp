@@ -1,21 +1,21 @@
 #include "platform/registry.h"
 
-#include "platform/posix/lasterror.h"
+#include "platform/simulated/deviceinstallation.h"
 #include "platform/simulated/machinesession.h"
 #include "platform/simulated/openkey.h"
-#include "platform/simulated/simulatedsystem.h"
+#include "platform/standin/lasterror.h"
 #include "platform/text.h"
 
 #include <cstring>
 
-namespace platform {
+namespace platform::simulated {
 
 namespace {
 constexpr LONG ErrorKeyDeleted = 1018; // ERROR_KEY_DELETED
 }
 
-LONG SimulatedSystem::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved,
-                                     DWORD dwType, const BYTE *lpData, DWORD cbData)
+LONG DeviceInstallation::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved,
+                                        DWORD dwType, const BYTE *lpData, DWORD cbData)
 {
     const auto key = m_keys.find(hKey);
     if (!key)
@@ -32,8 +32,8 @@ LONG SimulatedSystem::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD 
     if (text.endsWith(QChar(0)))
         text.chop(1);
 
-    simulated::MachineSession session(m_directory);
-    simulated::Device *device = session.state.findDevice(key->instanceId);
+    MachineSession session(m_directory);
+    Device *device = session.state.findDevice(key->instanceId);
     // A handle may outlive its device; it is then good for nothing.
     if (!device || !device->hasDriverKey)
         return ErrorKeyDeleted;
@@ -41,9 +41,9 @@ LONG SimulatedSystem::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD 
     return session.save() ? Success : ErrorGenFailure;
 }
 
-LONG SimulatedSystem::RegCloseKey(HKEY hKey)
+LONG DeviceInstallation::RegCloseKey(HKEY hKey)
 {
     return m_keys.remove(hKey) ? Success : ErrorInvalidHandle;
 }
 
-} // namespace platform
+} // namespace platform::simulated

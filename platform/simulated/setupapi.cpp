@@ -1,14 +1,14 @@
 #include "platform/setupapi.h"
 
-#include "platform/posix/guid.h"
-#include "platform/posix/inffile.h"
-#include "platform/posix/lasterror.h"
 #include "platform/simulated/deviceinfoset.h"
+#include "platform/simulated/deviceinstallation.h"
 #include "platform/simulated/infstore.h"
 #include "platform/simulated/machinesession.h"
 #include "platform/simulated/openkey.h"
-#include "platform/simulated/simulatedsystem.h"
 #include "platform/simulated/usbbus.h"
+#include "platform/standin/guid.h"
+#include "platform/standin/inffile.h"
+#include "platform/standin/lasterror.h"
 #include "platform/text.h"
 
 #include <QFile>
@@ -17,7 +17,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace platform {
+namespace platform::simulated {
 
 namespace {
 
@@ -107,8 +107,8 @@ DeviceInfoElement *elementOf(DeviceInfoSet *set, const DeviceInfoData *data)
 /// A file of the INF store by its bare name, any other by its path.
 QString infPath(const QString &directory, const WCHAR *name)
 {
-    const QString path = simulated::hostPath(fromWide(name));
-    return path.contains('/') ? path : simulated::storedInfPath(directory, path);
+    const QString path = hostPath(fromWide(name));
+    return path.contains('/') ? path : storedInfPath(directory, path);
 }
 
 /// Reads and takes apart an INF; none with the last error set.
@@ -146,8 +146,7 @@ DeviceInfoElement portElement(DWORD devInst, const QString &instanceId, const QS
 }
 
 /// The lowest number that neither the machine nor the set uses.
-QString generatedId(const simulated::MachineState &state, const DeviceInfoSet &set,
-                    const QString &name)
+QString generatedId(const MachineState &state, const DeviceInfoSet &set, const QString &name)
 {
     for (int number = 0;; ++number) {
         const QString id =
@@ -161,32 +160,32 @@ QString generatedId(const simulated::MachineState &state, const DeviceInfoSet &s
 
 } // namespace
 
-BOOL SimulatedSystem::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const WCHAR *,
-                                       DWORD OEMSourceMediaType, DWORD CopyStyle,
-                                       WCHAR *DestinationInfFileName,
-                                       DWORD DestinationInfFileNameSize, DWORD *RequiredSize,
-                                       WCHAR **DestinationInfFileNameComponent)
+BOOL DeviceInstallation::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const WCHAR *,
+                                          DWORD OEMSourceMediaType, DWORD CopyStyle,
+                                          WCHAR *DestinationInfFileName,
+                                          DWORD DestinationInfFileNameSize, DWORD *RequiredSize,
+                                          WCHAR **DestinationInfFileNameComponent)
 {
     if (!SourceInfFileName)
         return fail(ErrorInvalidParameter);
     if (OEMSourceMediaType != SourceMediaNone || (CopyStyle & ~CopyInfCatalogOnly))
         return failUnsupported("SetupCopyOEMInfW", "source media and other copy styles");
     QByteArray content;
-    const QString source = simulated::hostPath(fromWide(SourceInfFileName));
-    const simulated::MachineSession session(m_directory);
+    const QString source = hostPath(fromWide(SourceInfFileName));
+    const MachineSession session(m_directory);
     // A missing file is told first, as it is found before rights are needed.
     if (QFile::exists(source) && !session.state.administrator)
         return fail(ErrorAccessDenied);
     if (!openInf("SetupCopyOEMInfW", source, &content))
         return 0;
-    const QString name = simulated::storeInf(m_directory, content);
+    const QString name = storeInf(m_directory, content);
     if (name.isEmpty())
         return fail(ErrorGenFailure);
 
     // Most callers do not ask where the file went.
     if (!DestinationInfFileName && !RequiredSize)
         return 1;
-    const QString stored = simulated::windowsPath(simulated::storedInfPath(m_directory, name));
+    const QString stored = windowsPath(storedInfPath(m_directory, name));
     if (!DestinationInfFileName) {
         *RequiredSize = static_cast<DWORD>(stored.size() + 1);
         return 1;
@@ -198,8 +197,9 @@ BOOL SimulatedSystem::SetupCopyOEMInfW(const WCHAR *SourceInfFileName, const WCH
     return 1;
 }
 
-BOOL SimulatedSystem::SetupDiGetINFClassW(const WCHAR *InfName, Guid *ClassGuid, WCHAR *ClassName,
-                                          DWORD ClassNameSize, DWORD *RequiredSize)
+BOOL DeviceInstallation::SetupDiGetINFClassW(const WCHAR *InfName, Guid *ClassGuid,
+                                             WCHAR *ClassName, DWORD ClassNameSize,
+                                             DWORD *RequiredSize)
 {
     if (!InfName || !ClassGuid)
         return fail(ErrorInvalidParameter);
@@ -217,8 +217,8 @@ BOOL SimulatedSystem::SetupDiGetINFClassW(const WCHAR *InfName, Guid *ClassGuid,
     return 1;
 }
 
-HDEVINFO SimulatedSystem::SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHAR *Enumerator, HWND,
-                                               DWORD Flags)
+HDEVINFO DeviceInstallation::SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHAR *Enumerator,
+                                                  HWND, DWORD Flags)
 {
     if (Enumerator || Flags != GetPresentDevices) {
         failUnsupported("SetupDiGetClassDevsW", "anything but the present devices of a class");
@@ -229,13 +229,13 @@ HDEVINFO SimulatedSystem::SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHA
         return invalidHandle();
     }
     const auto set = std::make_shared<DeviceInfoSet>(*ClassGuid);
-    simulated::MachineSession session(m_directory);
+    MachineSession session(m_directory);
     if (*ClassGuid == PortsClassGuid) {
         // The on-board port comes first: it was enumerated when the machine started.
         set->add(portElement(FirstPortNode + 1, "ACPI\\PNP0501\\1", "Communications Port (COM1)",
                              "ACPI\\PNP0501"));
         bool assigned = false;
-        for (const auto &port : simulated::presentPorts(m_directory, &session.state, &assigned)) {
+        for (const auto &port : presentPorts(m_directory, &session.state, &assigned)) {
             const auto node = FirstPortNode + static_cast<DEVINST>(port.number);
             const QString id = QString("USB\\PHONE\\SOCKET%1").arg(port.phone.socket);
             set->add(portElement(node, id, port.friendlyName(), "USB\\PHONE"));
@@ -248,7 +248,7 @@ HDEVINFO SimulatedSystem::SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHA
     // Registered devices have no hardware behind them that could be missing, so
     // they are always present.
     const QString wanted = guidText(*ClassGuid);
-    for (const simulated::Device &device : session.state.devices) {
+    for (const Device &device : session.state.devices) {
         if (device.classGuid != wanted)
             continue;
         DeviceInfoElement element;
@@ -262,7 +262,7 @@ HDEVINFO SimulatedSystem::SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHA
     return m_deviceSets.add(set);
 }
 
-HDEVINFO SimulatedSystem::SetupDiCreateDeviceInfoList(const Guid *ClassGuid, HWND)
+HDEVINFO DeviceInstallation::SetupDiCreateDeviceInfoList(const Guid *ClassGuid, HWND)
 {
     std::optional<Guid> guid;
     if (ClassGuid)
@@ -270,13 +270,13 @@ HDEVINFO SimulatedSystem::SetupDiCreateDeviceInfoList(const Guid *ClassGuid, HWN
     return m_deviceSets.add(std::make_shared<DeviceInfoSet>(guid));
 }
 
-BOOL SimulatedSystem::SetupDiDestroyDeviceInfoList(HDEVINFO DeviceInfoSet)
+BOOL DeviceInstallation::SetupDiDestroyDeviceInfoList(HDEVINFO DeviceInfoSet)
 {
     return m_deviceSets.remove(DeviceInfoSet) ? 1 : fail(ErrorInvalidHandle);
 }
 
-BOOL SimulatedSystem::SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD MemberIndex,
-                                            DeviceInfoData *deviceInfoData)
+BOOL DeviceInstallation::SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD MemberIndex,
+                                               DeviceInfoData *deviceInfoData)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     if (!set)
@@ -294,7 +294,7 @@ BOOL SimulatedSystem::SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD Member
     return fail(ErrorNoMoreItems);
 }
 
-BOOL SimulatedSystem::SetupDiGetDeviceRegistryPropertyW(
+BOOL DeviceInstallation::SetupDiGetDeviceRegistryPropertyW(
     HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData, DWORD Property,
     DWORD *PropertyRegDataType, BYTE *PropertyBuffer, DWORD PropertyBufferSize, DWORD *RequiredSize)
 {
@@ -305,8 +305,8 @@ BOOL SimulatedSystem::SetupDiGetDeviceRegistryPropertyW(
     QString friendlyName = element->friendlyName;
     QStringList hardwareIds = element->hardwareIds;
     if (element->registered) {
-        simulated::MachineSession session(m_directory);
-        const simulated::Device *device = session.state.findDevice(element->instanceId);
+        MachineSession session(m_directory);
+        const Device *device = session.state.findDevice(element->instanceId);
         if (!device)
             return fail(ErrorNoSuchDevice);
         friendlyName = device->friendlyName;
@@ -343,10 +343,11 @@ BOOL SimulatedSystem::SetupDiGetDeviceRegistryPropertyW(
     return 1;
 }
 
-BOOL SimulatedSystem::SetupDiSetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
-                                                        DeviceInfoData *deviceInfoData,
-                                                        DWORD Property, const BYTE *PropertyBuffer,
-                                                        DWORD PropertyBufferSize)
+BOOL DeviceInstallation::SetupDiSetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
+                                                           DeviceInfoData *deviceInfoData,
+                                                           DWORD Property,
+                                                           const BYTE *PropertyBuffer,
+                                                           DWORD PropertyBufferSize)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     DeviceInfoElement *element = elementOf(set.get(), deviceInfoData);
@@ -362,8 +363,8 @@ BOOL SimulatedSystem::SetupDiSetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
         element->hardwareIds = hardwareIds;
         return 1;
     }
-    simulated::MachineSession session(m_directory);
-    simulated::Device *device = session.state.findDevice(element->instanceId);
+    MachineSession session(m_directory);
+    Device *device = session.state.findDevice(element->instanceId);
     if (!device)
         return fail(ErrorNoSuchDevice);
     if (!session.state.administrator)
@@ -372,10 +373,11 @@ BOOL SimulatedSystem::SetupDiSetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet,
     return session.save() ? 1 : fail(ErrorGenFailure);
 }
 
-BOOL SimulatedSystem::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCHAR *DeviceName,
-                                               const Guid *ClassGuid,
-                                               const WCHAR *DeviceDescription, HWND,
-                                               DWORD CreationFlags, DeviceInfoData *deviceInfoData)
+BOOL DeviceInstallation::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCHAR *DeviceName,
+                                                  const Guid *ClassGuid,
+                                                  const WCHAR *DeviceDescription, HWND,
+                                                  DWORD CreationFlags,
+                                                  DeviceInfoData *deviceInfoData)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     if (!set)
@@ -393,7 +395,7 @@ BOOL SimulatedSystem::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCH
     if (name.isEmpty() || name.contains('\\') || name.size() > LongestInstanceId - 10)
         return fail(ErrorInvalidDeviceName);
 
-    simulated::MachineSession session(m_directory);
+    MachineSession session(m_directory);
     DeviceInfoElement element;
     element.devInst = static_cast<DWORD>(session.state.nextDevInst++);
     element.instanceId = generatedId(session.state, *set, name);
@@ -409,10 +411,11 @@ BOOL SimulatedSystem::SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCH
     return 1;
 }
 
-BOOL SimulatedSystem::SetupDiGetDeviceInstanceIdW(HDEVINFO DeviceInfoSet,
-                                                  DeviceInfoData *deviceInfoData,
-                                                  WCHAR *DeviceInstanceId,
-                                                  DWORD DeviceInstanceIdSize, DWORD *RequiredSize)
+BOOL DeviceInstallation::SetupDiGetDeviceInstanceIdW(HDEVINFO DeviceInfoSet,
+                                                     DeviceInfoData *deviceInfoData,
+                                                     WCHAR *DeviceInstanceId,
+                                                     DWORD DeviceInstanceIdSize,
+                                                     DWORD *RequiredSize)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     const DeviceInfoElement *element = elementOf(set.get(), deviceInfoData);
@@ -421,10 +424,10 @@ BOOL SimulatedSystem::SetupDiGetDeviceInstanceIdW(HDEVINFO DeviceInfoSet,
     return giveText(element->instanceId, DeviceInstanceId, DeviceInstanceIdSize, RequiredSize);
 }
 
-BOOL SimulatedSystem::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet,
-                                                DeviceInfoData *deviceInfoData, DWORD Flags,
-                                                void *CompareProc, void *CompareContext,
-                                                DeviceInfoData *DupDeviceInfoData)
+BOOL DeviceInstallation::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet,
+                                                   DeviceInfoData *deviceInfoData, DWORD Flags,
+                                                   void *CompareProc, void *CompareContext,
+                                                   DeviceInfoData *DupDeviceInfoData)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     DeviceInfoElement *element = elementOf(set.get(), deviceInfoData);
@@ -432,10 +435,10 @@ BOOL SimulatedSystem::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet,
         return 0;
     if (Flags != 0 || CompareProc || CompareContext || DupDeviceInfoData)
         return failUnsupported("SetupDiRegisterDeviceInfo", "the search for duplicates");
-    simulated::MachineSession session(m_directory);
+    MachineSession session(m_directory);
     if (!session.state.administrator)
         return fail(ErrorAccessDenied);
-    const simulated::Device *known = session.state.findDevice(element->instanceId);
+    const Device *known = session.state.findDevice(element->instanceId);
     // Registering again is allowed and changes nothing.
     if (element->registered)
         return known ? 1 : fail(ErrorNoSuchDevice);
@@ -443,7 +446,7 @@ BOOL SimulatedSystem::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet,
     if (known)
         return fail(ErrorDeviceExists);
 
-    simulated::Device device;
+    Device device;
     device.devInst = static_cast<int>(element->devInst);
     device.instanceId = element->instanceId;
     device.className = element->className;
@@ -456,8 +459,8 @@ BOOL SimulatedSystem::SetupDiRegisterDeviceInfo(HDEVINFO DeviceInfoSet,
     return 1;
 }
 
-BOOL SimulatedSystem::SetupDiCallClassInstaller(UINT InstallFunction, HDEVINFO DeviceInfoSet,
-                                                DeviceInfoData *deviceInfoData)
+BOOL DeviceInstallation::SetupDiCallClassInstaller(UINT InstallFunction, HDEVINFO DeviceInfoSet,
+                                                   DeviceInfoData *deviceInfoData)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     DeviceInfoElement *element = elementOf(set.get(), deviceInfoData);
@@ -466,10 +469,10 @@ BOOL SimulatedSystem::SetupDiCallClassInstaller(UINT InstallFunction, HDEVINFO D
     if (InstallFunction != FunctionRemove)
         return failUnsupported("SetupDiCallClassInstaller", "functions other than DIF_REMOVE");
     if (element->registered) {
-        simulated::MachineSession session(m_directory);
+        MachineSession session(m_directory);
         if (!session.state.administrator)
             return fail(ErrorAccessDenied);
-        QList<simulated::Device> &devices = session.state.devices;
+        QList<Device> &devices = session.state.devices;
         const QString id = element->instanceId;
         devices.erase(std::remove_if(devices.begin(), devices.end(),
                                      [&id](const auto &each) { return each.instanceId == id; }),
@@ -482,8 +485,8 @@ BOOL SimulatedSystem::SetupDiCallClassInstaller(UINT InstallFunction, HDEVINFO D
     return 1;
 }
 
-HKEY SimulatedSystem::openKey(HDEVINFO set, DeviceInfoData *data, DWORD scope, DWORD profile,
-                              DWORD type, bool create)
+HKEY DeviceInstallation::openKey(HDEVINFO set, DeviceInfoData *data, DWORD scope, DWORD profile,
+                                 DWORD type, bool create)
 {
     const auto found = m_deviceSets.find(set);
     const DeviceInfoElement *element = elementOf(found.get(), data);
@@ -494,8 +497,8 @@ HKEY SimulatedSystem::openKey(HDEVINFO set, DeviceInfoData *data, DWORD scope, D
                         "keys other than the global driver key");
         return invalidHandle();
     }
-    simulated::MachineSession session(m_directory);
-    simulated::Device *device = session.state.findDevice(element->instanceId);
+    MachineSession session(m_directory);
+    Device *device = session.state.findDevice(element->instanceId);
     DWORD code = Success;
     // Keys hang below the registered device, and opening one for all access is
     // an administrator's right even when it does not exist.
@@ -519,16 +522,17 @@ HKEY SimulatedSystem::openKey(HDEVINFO set, DeviceInfoData *data, DWORD scope, D
     return m_keys.add(std::make_shared<OpenKey>(element->instanceId));
 }
 
-HKEY SimulatedSystem::SetupDiOpenDevRegKey(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                           DWORD Scope, DWORD HwProfile, DWORD KeyType, DWORD)
+HKEY DeviceInstallation::SetupDiOpenDevRegKey(HDEVINFO DeviceInfoSet,
+                                              DeviceInfoData *deviceInfoData, DWORD Scope,
+                                              DWORD HwProfile, DWORD KeyType, DWORD)
 {
     return openKey(DeviceInfoSet, deviceInfoData, Scope, HwProfile, KeyType, false);
 }
 
-HKEY SimulatedSystem::SetupDiCreateDevRegKeyW(HDEVINFO DeviceInfoSet,
-                                              DeviceInfoData *deviceInfoData, DWORD Scope,
-                                              DWORD HwProfile, DWORD KeyType, void *InfHandle,
-                                              const WCHAR *InfSectionName)
+HKEY DeviceInstallation::SetupDiCreateDevRegKeyW(HDEVINFO DeviceInfoSet,
+                                                 DeviceInfoData *deviceInfoData, DWORD Scope,
+                                                 DWORD HwProfile, DWORD KeyType, void *InfHandle,
+                                                 const WCHAR *InfSectionName)
 {
     if (InfHandle || InfSectionName) {
         failUnsupported("SetupDiCreateDevRegKeyW", "INF sections");
@@ -537,9 +541,9 @@ HKEY SimulatedSystem::SetupDiCreateDevRegKeyW(HDEVINFO DeviceInfoSet,
     return openKey(DeviceInfoSet, deviceInfoData, Scope, HwProfile, KeyType, true);
 }
 
-BOOL SimulatedSystem::SetupDiGetSelectedDriverW(HDEVINFO DeviceInfoSet,
-                                                DeviceInfoData *deviceInfoData,
-                                                DriverInfoData *driverInfoData)
+BOOL DeviceInstallation::SetupDiGetSelectedDriverW(HDEVINFO DeviceInfoSet,
+                                                   DeviceInfoData *deviceInfoData,
+                                                   DriverInfoData *driverInfoData)
 {
     const auto set = m_deviceSets.find(DeviceInfoSet);
     if (!elementOf(set.get(), deviceInfoData))
@@ -550,4 +554,4 @@ BOOL SimulatedSystem::SetupDiGetSelectedDriverW(HDEVINFO DeviceInfoSet,
     return fail(ErrorNoDriverSelected);
 }
 
-} // namespace platform
+} // namespace platform::simulated

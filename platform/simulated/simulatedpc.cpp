@@ -1,17 +1,32 @@
 #include "platform/simulated/simulatedpc.h"
 
-namespace platform {
+#include "platform/simulated/families.h"
+#include "platform/simulated/machinesession.h"
+#include "platform/standin/lasterror.h"
+#include "platform/standin/memory.h"
+#include "platform/standin/modules.h"
 
-SimulatedParts::SimulatedParts(const QString &stateDirectory)
-    : ports(stateDirectory), system(stateDirectory, &ports)
-{
-}
+#include <cstring>
+
+namespace platform::simulated {
 
 SimulatedPc::SimulatedPc(const QString &stateDirectory)
-    : SimulatedParts(stateDirectory),
-      ComposedPlatform(
-          {&ports, &memory, &system, &system, &system, &system, &ports, &system, &system})
 {
+    const auto handles = std::make_shared<Handles>();
+    const auto exports = [stateDirectory](const char *function) {
+        return std::strcmp(function, "GetNativeSystemInfo") != 0 ||
+               MachineSession(stateDirectory).state.windows.nativeSystemInfo;
+    };
+    provideErrorHandling(this);
+    provideKernelObjects(this, handles);
+    provideMemory(this);
+    provideModules(this, exports);
+    provideConfigManager(this, stateDirectory);
+    provideDeviceInstallation(this, stateDirectory);
+    provideProcess(this, handles, stateDirectory);
+    provideRas(this, stateDirectory);
+    provideSerialComm(this, handles, stateDirectory);
+    provideSystemInformation(this, stateDirectory);
 }
 
-} // namespace platform
+} // namespace platform::simulated

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace simulated {
+namespace platform::simulated {
 
 namespace {
 
@@ -130,4 +130,4 @@ bool dropDeadConnections(const QString &directory, MachineState *state)
     return state->connections.size() != before;
 }
 
-} // namespace simulated
+} // namespace platform::simulated

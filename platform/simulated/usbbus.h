@@ -7,7 +7,7 @@
 
 // The USB sockets of the simulated PC, and the COM ports that the port driver
 // makes of the phones in them.
-namespace simulated {
+namespace platform::simulated {
 
 /// A phone in a socket, as its file usb/socketN.json tells.
 struct PhoneOnBus {
@@ -46,4 +46,4 @@ void rescanBus(MachineState *state);
 /// when there were any.
 bool dropDeadConnections(const QString &directory, MachineState *state);
 
-} // namespace simulated
+} // namespace platform::simulated

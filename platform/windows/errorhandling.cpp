@@ -1,17 +1,12 @@
-#include "platform/windows/windowsplatform.h"
-
-#include <windows.h>
+#include "platform/windows/families.h"
+#include "platform/windows/forward.h"
 
 namespace platform {
 
-DWORD WindowsPlatform::GetLastError()
+void provideErrorHandling(Platform *platform)
 {
-    return ::GetLastError();
-}
-
-void WindowsPlatform::SetLastError(DWORD dwErrCode)
-{
-    ::SetLastError(dwErrCode);
+    platform->GetLastError = forward(::GetLastError);
+    platform->SetLastError = forward(::SetLastError);
 }
 
 } // namespace platform

@@ -1,24 +1,13 @@
-#include "platform/windows/windowsplatform.h"
-
-#include <windows.h>
+#include "platform/windows/families.h"
+#include "platform/windows/forward.h"
 
 namespace platform {
 
-HANDLE WindowsPlatform::CreateEventW(void *lpEventAttributes, BOOL bManualReset, BOOL bInitialState,
-                                     const WCHAR *lpName)
+void provideKernelObjects(Platform *platform)
 {
-    return ::CreateEventW(static_cast<LPSECURITY_ATTRIBUTES>(lpEventAttributes), bManualReset,
-                          bInitialState, lpName);
-}
-
-DWORD WindowsPlatform::WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds)
-{
-    return ::WaitForSingleObject(hHandle, dwMilliseconds);
-}
-
-BOOL WindowsPlatform::CloseHandle(HANDLE hObject)
-{
-    return ::CloseHandle(hObject);
+    platform->CreateEventW = forward(::CreateEventW);
+    platform->WaitForSingleObject = forward(::WaitForSingleObject);
+    platform->CloseHandle = forward(::CloseHandle);
 }
 
 } // namespace platform

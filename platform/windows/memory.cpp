@@ -1,32 +1,15 @@
-#include "platform/windows/windowsplatform.h"
-
-#include <windows.h>
+#include "platform/windows/families.h"
+#include "platform/windows/forward.h"
 
 namespace platform {
 
-HANDLE WindowsPlatform::GetProcessHeap()
+void provideMemory(Platform *platform)
 {
-    return ::GetProcessHeap();
-}
-
-void *WindowsPlatform::HeapAlloc(HANDLE hHeap, DWORD dwFlags, SIZE_T dwBytes)
-{
-    return ::HeapAlloc(hHeap, dwFlags, dwBytes);
-}
-
-BOOL WindowsPlatform::HeapFree(HANDLE hHeap, DWORD dwFlags, void *lpMem)
-{
-    return ::HeapFree(hHeap, dwFlags, lpMem);
-}
-
-void *WindowsPlatform::LocalAlloc(UINT uFlags, SIZE_T uBytes)
-{
-    return ::LocalAlloc(uFlags, uBytes);
-}
-
-void *WindowsPlatform::LocalFree(void *hMem)
-{
-    return ::LocalFree(hMem);
+    platform->GetProcessHeap = forward(::GetProcessHeap);
+    platform->HeapAlloc = forward(::HeapAlloc);
+    platform->HeapFree = forward(::HeapFree);
+    platform->LocalAlloc = forward(::LocalAlloc);
+    platform->LocalFree = forward(::LocalFree);
 }
 
 } // namespace platform

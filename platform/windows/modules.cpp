@@ -1,28 +1,20 @@
-#include "platform/windows/windowsplatform.h"
-
-#include <windows.h>
+#include "platform/windows/families.h"
+#include "platform/windows/forward.h"
 
 namespace platform {
 
-HMODULE WindowsPlatform::GetModuleHandleW(const WCHAR *lpModuleName)
-{
-    return ::GetModuleHandleW(lpModuleName);
-}
+// Both are addresses of functions, to be cast to the function's own type.
+template<>
+struct AreSame<std::remove_pointer_t<FunctionAddress>, std::remove_pointer_t<FARPROC>>
+    : std::true_type {
+};
 
-HMODULE WindowsPlatform::LoadLibraryW(const WCHAR *lpLibFileName)
+void provideModules(Platform *platform)
 {
-    return ::LoadLibraryW(lpLibFileName);
-}
-
-FunctionAddress WindowsPlatform::GetProcAddress(HMODULE hModule, const char *lpProcName)
-{
-    return reinterpret_cast<FunctionAddress>(
-        ::GetProcAddress(static_cast<::HMODULE>(hModule), lpProcName));
-}
-
-BOOL WindowsPlatform::FreeLibrary(HMODULE hLibModule)
-{
-    return ::FreeLibrary(static_cast<::HMODULE>(hLibModule));
+    platform->GetModuleHandleW = forward(::GetModuleHandleW);
+    platform->LoadLibraryW = forward(::LoadLibraryW);
+    platform->GetProcAddress = forward(::GetProcAddress);
+    platform->FreeLibrary = forward(::FreeLibrary);
 }
 
 } // namespace platform

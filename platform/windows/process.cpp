@@ -1,21 +1,16 @@
-#include "platform/windows/windowsplatform.h"
-
-#include <windows.h>
+#include "platform/windows/families.h"
+#include "platform/windows/forward.h"
 
 namespace platform {
 
-BOOL WindowsPlatform::CreateProcessW(const WCHAR *lpApplicationName, WCHAR *lpCommandLine,
-                                     void *lpProcessAttributes, void *lpThreadAttributes,
-                                     BOOL bInheritHandles, DWORD dwCreationFlags,
-                                     void *lpEnvironment, const WCHAR *lpCurrentDirectory,
-                                     StartupInfo *lpStartupInfo,
-                                     ProcessInformation *lpProcessInformation)
+template<> struct AreSame<StartupInfo, STARTUPINFOW> : std::true_type {
+};
+template<> struct AreSame<ProcessInformation, PROCESS_INFORMATION> : std::true_type {
+};
+
+void provideProcess(Platform *platform)
 {
-    return ::CreateProcessW(
-        lpApplicationName, lpCommandLine, static_cast<LPSECURITY_ATTRIBUTES>(lpProcessAttributes),
-        static_cast<LPSECURITY_ATTRIBUTES>(lpThreadAttributes), bInheritHandles, dwCreationFlags,
-        lpEnvironment, lpCurrentDirectory, reinterpret_cast<LPSTARTUPINFOW>(lpStartupInfo),
-        reinterpret_cast<LPPROCESS_INFORMATION>(lpProcessInformation));
+    platform->CreateProcessW = forward(::CreateProcessW);
 }
 
 } // namespace platform

@@ -1,56 +1,34 @@
-#include "platform/windows/windowsplatform.h"
-
-#include <windows.h>
+#include "platform/windows/families.h"
+#include "platform/windows/forward.h"
 
 #include <ras.h>
 #include <rasdlg.h>
 
 namespace platform {
 
-DWORD WindowsPlatform::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb,
-                                           DWORD *lpcConnections)
-{
-    return ::RasEnumConnectionsW(reinterpret_cast<LPRASCONNW>(lprasconn),
-                                 reinterpret_cast<LPDWORD>(lpcb),
-                                 reinterpret_cast<LPDWORD>(lpcConnections));
-}
+// Macros in the system's header, so they need a name of their own.
+using SystemRasConnection = RASCONNW;
+using SystemRasDevice = RASDEVINFOW;
+using SystemRasEntry = RASENTRYW;
+using SystemDialDialog = RASDIALDLG;
 
-DWORD WindowsPlatform::RasHangUpW(RasConnectionHandle hrasconn)
-{
-    return ::RasHangUpW(static_cast<::HRASCONN>(hrasconn));
-}
+template<> struct AreSame<RasConnection, SystemRasConnection> : std::true_type {
+};
+template<> struct AreSame<RasDeviceInfo, SystemRasDevice> : std::true_type {
+};
+template<> struct AreSame<RasEntry, SystemRasEntry> : std::true_type {
+};
+template<> struct AreSame<RasDialDialog, SystemDialDialog> : std::true_type {
+};
 
-BOOL WindowsPlatform::RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
-                                  RasDialDialog *lpInfo)
+void provideRas(Platform *platform)
 {
-    return ::RasDialDlgW(lpszPhonebook, lpszEntry, lpszPhoneNumber,
-                         reinterpret_cast<LPRASDIALDLG>(lpInfo));
-}
-
-DWORD WindowsPlatform::RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices)
-{
-    return ::RasEnumDevicesW(reinterpret_cast<LPRASDEVINFOW>(lpRasDevInfo),
-                             reinterpret_cast<LPDWORD>(lpcb),
-                             reinterpret_cast<LPDWORD>(lpcDevices));
-}
-
-DWORD WindowsPlatform::RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                              RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
-                                              BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)
-{
-    return ::RasGetEntryPropertiesW(lpszPhonebook, lpszEntry,
-                                    reinterpret_cast<LPRASENTRYW>(lpRasEntry),
-                                    reinterpret_cast<LPDWORD>(lpdwEntryInfoSize), lpbDeviceInfo,
-                                    reinterpret_cast<LPDWORD>(lpdwDeviceInfoSize));
-}
-
-DWORD WindowsPlatform::RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                              RasEntry *lpRasEntry, DWORD dwEntryInfoSize,
-                                              BYTE *lpbDeviceInfo, DWORD dwDeviceInfoSize)
-{
-    return ::RasSetEntryPropertiesW(lpszPhonebook, lpszEntry,
-                                    reinterpret_cast<LPRASENTRYW>(lpRasEntry), dwEntryInfoSize,
-                                    lpbDeviceInfo, dwDeviceInfoSize);
+    platform->RasEnumConnectionsW = forward(::RasEnumConnectionsW);
+    platform->RasHangUpW = forward(::RasHangUpW);
+    platform->RasDialDlgW = forward(::RasDialDlgW);
+    platform->RasEnumDevicesW = forward(::RasEnumDevicesW);
+    platform->RasGetEntryPropertiesW = forward(::RasGetEntryPropertiesW);
+    platform->RasSetEntryPropertiesW = forward(::RasSetEntryPropertiesW);
 }
 
 } // namespace platform

@@ -1,19 +1,12 @@
-#include "platform/windows/windowsplatform.h"
-
-#include <windows.h>
+#include "platform/windows/families.h"
+#include "platform/windows/forward.h"
 
 namespace platform {
 
-LONG WindowsPlatform::RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved,
-                                     DWORD dwType, const BYTE *lpData, DWORD cbData)
+void provideRegistry(Platform *platform)
 {
-    return ::RegSetValueExW(static_cast<::HKEY>(hKey), lpValueName, Reserved, dwType, lpData,
-                            cbData);
-}
-
-LONG WindowsPlatform::RegCloseKey(HKEY hKey)
-{
-    return ::RegCloseKey(static_cast<::HKEY>(hKey));
+    platform->RegSetValueExW = forward(::RegSetValueExW);
+    platform->RegCloseKey = forward(::RegCloseKey);
 }
 
 } // namespace platform

@@ -1,22 +1,19 @@
-#include "platform/windows/windowsplatform.h"
-
-#include <windows.h>
+#include "platform/windows/families.h"
+#include "platform/windows/forward.h"
 
 namespace platform {
 
-BOOL WindowsPlatform::GetVersionExW(OsVersionInfoEx *lpVersionInformation)
-{
-    return ::GetVersionExW(reinterpret_cast<LPOSVERSIONINFOW>(lpVersionInformation));
-}
+template<> struct AreSame<OsVersionInfoEx, OSVERSIONINFOW> : std::true_type {
+};
+template<> struct AreSame<SystemInfo, SYSTEM_INFO> : std::true_type {
+};
 
-int WindowsPlatform::GetSystemMetrics(int nIndex)
+void provideSystemInformation(Platform *platform)
 {
-    return ::GetSystemMetrics(nIndex);
-}
-
-void WindowsPlatform::GetSystemInfo(SystemInfo *lpSystemInfo)
-{
-    ::GetSystemInfo(reinterpret_cast<LPSYSTEM_INFO>(lpSystemInfo));
+    platform->GetVersionExW = forward(::GetVersionExW);
+    platform->GetSystemMetrics = forward(::GetSystemMetrics);
+    platform->GetSystemInfo = forward(::GetSystemInfo);
+    // GetNativeSystemInfo is bound at run time: older releases lack it.
 }
 
 } // namespace platform

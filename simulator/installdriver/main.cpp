@@ -16,7 +16,7 @@ int installPortDriver(const QString &directory)
 {
     int duration = 0;
     {
-        const simulated::MachineSession session(directory);
+        const platform::simulated::MachineSession session(directory);
         if (!session.state.administrator) {
             std::fprintf(stderr, "InstallDriver: administrator rights are needed\n");
             return NoRights;
@@ -24,8 +24,8 @@ int installPortDriver(const QString &directory)
         duration = session.state.installerDurationMs;
     }
     QThread::msleep(static_cast<unsigned long>(duration));
-    simulated::MachineSession session(directory);
-    simulated::installPortDriver(directory, &session.state);
+    platform::simulated::MachineSession session(directory);
+    platform::simulated::installPortDriver(directory, &session.state);
     return session.save() ? Installed : NotRecorded;
 }
 
@@ -39,5 +39,5 @@ int main(int argc, char *argv[])
                              "Installs the port driver of the phone on the simulated PC.\n");
         return WrongUse;
     }
-    return installPortDriver(simulated::defaultStateDirectory());
+    return installPortDriver(platform::simulated::defaultStateDirectory());
 }

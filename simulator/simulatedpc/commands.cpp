@@ -13,7 +13,7 @@
 #include <cstdio>
 #include <limits>
 
-using namespace simulated;
+using namespace platform::simulated;
 
 namespace {
 
@@ -225,7 +225,7 @@ int addFault(const QString &directory, const QStringList &arguments)
         return complain(WrongUse, QString("fault add: unknown operation \"%1\"; there are: * %2")
                                       .arg(fault.operation, known.join(' ')));
     qlonglong code = 0;
-    constexpr auto highest = qlonglong(std::numeric_limits<DWORD>::max());
+    constexpr auto highest = qlonglong(std::numeric_limits<platform::DWORD>::max());
     if (!readNumber(arguments.at(1), qlonglong(0), highest, &code))
         return complain(WrongUse, "fault add: the code is a number, such as 5 or 0xE0000235");
     fault.code = static_cast<double>(code);

@@ -12,7 +12,7 @@ int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
     QStringList arguments = QCoreApplication::arguments().mid(1);
-    QString directory = simulated::defaultStateDirectory();
+    QString directory = platform::simulated::defaultStateDirectory();
     if (arguments.value(0) == "--state") {
         if (arguments.size() < 2) {
             std::fprintf(stderr, "simulated-pc: --state needs a directory\n");

@@ -44,13 +44,15 @@ class EnumeratingMachine : public ScriptedMachine
 public:
     DWORD reportedCount = 0;
 
-    DWORD RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DWORD *lpcConnections) override
+    EnumeratingMachine()
     {
-        const DWORD result = ScriptedMachine::RasEnumConnectionsW(lprasconn, lpcb, lpcConnections);
-        *lpcConnections = reportedCount;
-        std::fill(std::begin(lprasconn[0].szEntryName), std::end(lprasconn[0].szEntryName),
-                  WCHAR{'n'});
-        return result;
+        RasEnumConnectionsW.wrap([this](auto &next, RasConnection *list, DWORD *bytes,
+                                        DWORD *count) {
+            const DWORD result = next(list, bytes, count);
+            *count = reportedCount;
+            std::fill(std::begin(list[0].szEntryName), std::end(list[0].szEntryName), WCHAR{'n'});
+            return result;
+        });
     }
 };
 

@@ -17,17 +17,20 @@ public:
     DWORD sizeFieldSeen = 0;
     bool blockWasClear = true;
 
-    DWORD RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices) override
+    ChangingMachine()
     {
-        if (lpRasDevInfo) {
-            sizeFieldSeen = lpRasDevInfo[0].dwSize;
-            const auto *bytes = reinterpret_cast<const BYTE *>(lpRasDevInfo);
-            for (DWORD i = sizeof(DWORD); i < *lpcb; ++i)
-                blockWasClear = blockWasClear && bytes[i] == 0;
-            // A device went away in between.
-            rasDevices.removeLast();
-        }
-        return ScriptedMachine::RasEnumDevicesW(lpRasDevInfo, lpcb, lpcDevices);
+        RasEnumDevicesW.wrap(
+            [this](auto &next, RasDeviceInfo *devices, DWORD *bytes, DWORD *count) {
+                if (devices) {
+                    sizeFieldSeen = devices[0].dwSize;
+                    const auto *block = reinterpret_cast<const BYTE *>(devices);
+                    for (DWORD i = sizeof(DWORD); i < *bytes; ++i)
+                        blockWasClear = blockWasClear && block[i] == 0;
+                    // A device went away in between.
+                    rasDevices.removeLast();
+                }
+                return next(devices, bytes, count);
+            });
     }
 };
 
@@ -39,18 +42,21 @@ public:
     DWORD reportedCount = 0;
     DWORD offeredSize = 0; ///< to the second call
 
-    DWORD RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices) override
+    MisreportingMachine()
     {
-        if (!lpRasDevInfo) {
-            *lpcb = reportedSize;
-            return RasErrorBufferTooSmall;
-        }
-        offeredSize = *lpcb;
-        DWORD size = static_cast<DWORD>(rasDevices.size()) * RasDeviceInfoSize;
-        const DWORD result = ScriptedMachine::RasEnumDevicesW(lpRasDevInfo, &size, lpcDevices);
-        *lpcb = 10 * RasDeviceInfoSize;
-        *lpcDevices = reportedCount;
-        return result;
+        RasEnumDevicesW.wrap(
+            [this](auto &next, RasDeviceInfo *devices, DWORD *bytes, DWORD *count) {
+                if (!devices) {
+                    *bytes = reportedSize;
+                    return RasErrorBufferTooSmall;
+                }
+                offeredSize = *bytes;
+                DWORD size = static_cast<DWORD>(rasDevices.size()) * RasDeviceInfoSize;
+                const DWORD result = next(devices, &size, count);
+                *bytes = 10 * RasDeviceInfoSize;
+                *count = reportedCount;
+                return result;
+            });
     }
 };
 

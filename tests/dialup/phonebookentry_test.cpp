@@ -25,22 +25,21 @@ public:
     bool blockWasClear = true;
     RasEntry defaults{}; ///< the record as the system gave it
 
-    DWORD RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                 RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
-                                 BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize) override
+    RecordKeepingMachine()
     {
-        if (lpRasEntry) {
-            entrySizes.append(lpRasEntry->dwSize);
-            const auto *bytes = reinterpret_cast<const BYTE *>(lpRasEntry);
-            blockWasClear = std::all_of(bytes + sizeof(DWORD), bytes + *lpdwEntryInfoSize,
-                                        [](BYTE byte) { return byte == 0; });
-        }
-        const DWORD result = ScriptedMachine::RasGetEntryPropertiesW(
-            lpszPhonebook, lpszEntry, lpRasEntry, lpdwEntryInfoSize, lpbDeviceInfo,
-            lpdwDeviceInfoSize);
-        if (lpRasEntry && result == Success)
-            defaults = *lpRasEntry;
-        return result;
+        RasGetEntryPropertiesW.wrap([this](auto &next, const WCHAR *phonebook, const WCHAR *name,
+                                           RasEntry *entry, DWORD *bytes, auto... rest) {
+            if (entry) {
+                entrySizes.append(entry->dwSize);
+                const auto *block = reinterpret_cast<const BYTE *>(entry);
+                blockWasClear = std::all_of(block + sizeof(DWORD), block + *bytes,
+                                            [](BYTE byte) { return byte == 0; });
+            }
+            const DWORD result = next(phonebook, name, entry, bytes, rest...);
+            if (entry && result == Success)
+                defaults = *entry;
+            return result;
+        });
     }
 };
 
@@ -48,10 +47,9 @@ public:
 class NoSizeMachine : public ScriptedMachine
 {
 public:
-    DWORD RasGetEntryPropertiesW(const WCHAR *, const WCHAR *, RasEntry *, DWORD *, BYTE *,
-                                 DWORD *) override
+    NoSizeMachine()
     {
-        return Success;
+        RasGetEntryPropertiesW = [](auto...) { return Success; };
     }
 };
 

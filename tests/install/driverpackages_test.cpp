@@ -179,7 +179,7 @@ void DriverPackagesTest::versionCodeCalls()
     GetWindowsVersionCode();
     QCOMPARE(bench.calls(), QStringList({"GetVersionExW(&)", "GetModuleHandleW(\"kernel32.dll\")",
                                          "GetProcAddress(0x10, \"GetNativeSystemInfo\")",
-                                         "GetSystemMetrics(89)"}));
+                                         "GetNativeSystemInfo(&)", "GetSystemMetrics(89)"}));
     QCOMPARE(bench.leftOpen(), QString());
 }
 
@@ -327,7 +327,8 @@ void DriverPackagesTest::setsUpOnce()
     const QString inf = driverFile("modem_inf_64.inf");
     QCOMPARE(bench.injector.operations(),
              QStringList({"CreateProcessW", "CloseHandle", "CloseHandle", "GetVersionExW",
-                          "GetModuleHandleW", "GetProcAddress", "SetupCopyOEMInfW"}));
+                          "GetModuleHandleW", "GetProcAddress", "GetNativeSystemInfo",
+                          "SetupCopyOEMInfW"}));
     QCOMPARE(bench.log.lines(), QStringList({installerLine.arg(driverFile("InstallDriver.exe")),
                                              messageLine("\"GetModemINFLocation\"", quoted(inf))}));
     QCOMPARE(bench.machine.copiedInf, inf);

@@ -1,4 +1,5 @@
 #include "install/modeminstallation.h"
+#include "platform/standin/lasterror.h"
 #include "platform/text.h"
 #include "tests/support/bench.h"
 #include "tests/support/testsettings.h"
@@ -110,41 +111,31 @@ public:
     DWORD classNameUnitsCleared = 0;
     QList<DWORD> driverBytes;
 
-    BOOL SetupDiGetINFClassW(const WCHAR *InfName, Guid *ClassGuid, WCHAR *ClassName,
-                             DWORD ClassNameSize, DWORD *RequiredSize) override
+    ClassCheckingMachine()
     {
-        // The buffer has 100 characters whatever its size is said to be.
-        for (int i = 0; i < 100; ++i)
-            classNameUnitsCleared += ClassName[i] == 0 ? 1 : 0;
-        return ScriptedMachine::SetupDiGetINFClassW(InfName, ClassGuid, ClassName, ClassNameSize,
-                                                    RequiredSize);
-    }
-
-    HDEVINFO SetupDiCreateDeviceInfoList(const Guid *ClassGuid, platform::HWND hwndParent) override
-    {
-        guids.append(ClassGuid->Data1);
-        return ScriptedMachine::SetupDiCreateDeviceInfoList(ClassGuid, hwndParent);
-    }
-
-    BOOL SetupDiCreateDeviceInfoW(HDEVINFO DeviceInfoSet, const WCHAR *DeviceName,
-                                  const Guid *ClassGuid, const WCHAR *DeviceDescription,
-                                  platform::HWND hwndParent, DWORD CreationFlags,
-                                  DeviceInfoData *deviceInfoData) override
-    {
-        guids.append(ClassGuid->Data1);
-        return ScriptedMachine::SetupDiCreateDeviceInfoW(DeviceInfoSet, DeviceName, ClassGuid,
-                                                         DeviceDescription, hwndParent,
-                                                         CreationFlags, deviceInfoData);
-    }
-
-    BOOL SetupDiGetSelectedDriverW(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                   DriverInfoData *driverInfoData) override
-    {
-        const auto *bytes = reinterpret_cast<const BYTE *>(driverInfoData);
-        driverBytes.append(
-            static_cast<DWORD>(std::count(bytes, bytes + sizeof(DriverInfoData), BYTE{0})));
-        return ScriptedMachine::SetupDiGetSelectedDriverW(DeviceInfoSet, deviceInfoData,
-                                                          driverInfoData);
+        SetupDiGetINFClassW.wrap(
+            [this](auto &next, const WCHAR *inf, Guid *guid, WCHAR *name, auto... rest) {
+                // The buffer has 100 characters whatever its size is said to be.
+                for (int i = 0; i < 100; ++i)
+                    classNameUnitsCleared += name[i] == 0 ? 1 : 0;
+                return next(inf, guid, name, rest...);
+            });
+        SetupDiCreateDeviceInfoList.wrap([this](auto &next, const Guid *guid, auto parent) {
+            guids.append(guid->Data1);
+            return next(guid, parent);
+        });
+        SetupDiCreateDeviceInfoW.wrap(
+            [this](auto &next, HDEVINFO set, const WCHAR *name, const Guid *guid, auto... rest) {
+                guids.append(guid->Data1);
+                return next(set, name, guid, rest...);
+            });
+        SetupDiGetSelectedDriverW.wrap(
+            [this](auto &next, HDEVINFO set, DeviceInfoData *device, DriverInfoData *driver) {
+                const auto *bytes = reinterpret_cast<const BYTE *>(driver);
+                driverBytes.append(
+                    static_cast<DWORD>(std::count(bytes, bytes + sizeof(DriverInfoData), BYTE{0})));
+                return next(set, device, driver);
+            });
     }
 };
 
@@ -157,18 +148,18 @@ public:
     int codesAtDestruction = -1;
     static constexpr DWORD destructionError = 77;
 
-    void SetLastError(DWORD dwErrCode) override
+    ErrorKeepingMachine()
     {
-        codes.append(dwErrCode);
-        ScriptedMachine::SetLastError(dwErrCode);
-    }
-
-    BOOL SetupDiDestroyDeviceInfoList(HDEVINFO DeviceInfoSet) override
-    {
-        codesAtDestruction = static_cast<int>(codes.size());
-        const BOOL destroyed = ScriptedMachine::SetupDiDestroyDeviceInfoList(DeviceInfoSet);
-        ScriptedMachine::SetLastError(destructionError);
-        return destroyed;
+        SetLastError.wrap([this](auto &next, DWORD code) {
+            codes.append(code);
+            next(code);
+        });
+        SetupDiDestroyDeviceInfoList.wrap([this](auto &next, HDEVINFO set) {
+            codesAtDestruction = static_cast<int>(codes.size());
+            const BOOL destroyed = next(set);
+            platform::setLastError(destructionError);
+            return destroyed;
+        });
     }
 };
 

@@ -27,19 +27,18 @@ public:
     QList<DWORD> reported; ///< sizes in bytes; the real one when used up
     QList<DWORD> offered;  ///< buffer sizes that were handed in
 
-    BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
-                                           DWORD Property, DWORD *PropertyRegDataType,
-                                           BYTE *PropertyBuffer, DWORD PropertyBufferSize,
-                                           DWORD *RequiredSize) override
+    GrowingNameMachine()
     {
-        offered.append(PropertyBufferSize);
-        if (reported.isEmpty())
-            return ScriptedMachine::SetupDiGetDeviceRegistryPropertyW(
-                DeviceInfoSet, deviceInfoData, Property, PropertyRegDataType, PropertyBuffer,
-                PropertyBufferSize, RequiredSize);
-        *RequiredSize = reported.takeFirst();
-        SetLastError(ErrorInsufficientBuffer);
-        return 0;
+        SetupDiGetDeviceRegistryPropertyW.wrap(
+            [this](auto &next, HDEVINFO set, DeviceInfoData *device, DWORD property, DWORD *type,
+                   BYTE *buffer, DWORD bytes, DWORD *required) {
+                offered.append(bytes);
+                if (reported.isEmpty())
+                    return next(set, device, property, type, buffer, bytes, required);
+                *required = reported.takeFirst();
+                SetLastError(ErrorInsufficientBuffer);
+                return 0;
+            });
     }
 };
 
@@ -47,11 +46,13 @@ public:
 class EmptyPropertyMachine : public ScriptedMachine
 {
 public:
-    BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO, DeviceInfoData *, DWORD, DWORD *, BYTE *,
-                                           DWORD, DWORD *RequiredSize) override
+    EmptyPropertyMachine()
     {
-        *RequiredSize = 0;
-        return 1;
+        SetupDiGetDeviceRegistryPropertyW = [](HDEVINFO, DeviceInfoData *, DWORD, DWORD *, BYTE *,
+                                               DWORD, DWORD *required) {
+            *required = 0;
+            return 1;
+        };
     }
 };
 

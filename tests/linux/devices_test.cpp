@@ -1,6 +1,9 @@
-#include "platform/linux/deviceinstallation.h"
+#include "platform/linux/families.h"
+#include "platform/linux/modemdevices.h"
+#include "platform/linux/statestore.h"
 #include "platform/newdev.h"
-#include "platform/posix/lasterror.h"
+#include "platform/platform.h"
+#include "platform/standin/lasterror.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
 #include "tests/linux/fulldisk.h"
@@ -15,8 +18,16 @@
 #include <memory>
 
 using namespace platform;
+using namespace platform::linuxsystem;
 
 namespace {
+
+struct Devices : Platform {
+    explicit Devices(const std::shared_ptr<StateStore> &store)
+    {
+        provideDeviceInstallation(this, store);
+    }
+};
 
 const WCHAR hardwareId[] = u"mtkgprsmodem\0";
 const DWORD hardwareIdBytes = 2 * 12 + 4;
@@ -70,7 +81,7 @@ private:
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<StateStore> m_store;
+    std::shared_ptr<StateStore> m_store;
 };
 
 namespace {
@@ -80,7 +91,7 @@ const Guid modemClass = {
 
 /// A device set with one new modem in it.
 struct NewModem {
-    explicit NewModem(DeviceInstallation &owner) : installation(owner)
+    explicit NewModem(Platform &owner) : installation(owner)
     {
         set = installation.SetupDiCreateDeviceInfoList(&modemClass, nullptr);
         data.cbSize = sizeof data;
@@ -116,7 +127,7 @@ struct NewModem {
                                            static_cast<DWORD>(2 * port.size() + 2));
     }
 
-    DeviceInstallation &installation;
+    Platform &installation;
     HDEVINFO set = nullptr;
     DeviceInfoData data = {};
     bool created = false;
@@ -127,13 +138,13 @@ struct NewModem {
 void DevicesTest::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
-    m_store = std::make_unique<StateStore>(m_folder->filePath("state"));
+    m_store = std::make_shared<StateStore>(m_folder->filePath("state"));
     setLastError(Success);
 }
 
 void DevicesTest::anInfIsCopiedOnce()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     const QString windowsPath = QString(deliveredInf).replace('/', '\\');
     for (int i = 0; i < 2; ++i)
         QVERIFY(devices.SetupCopyOEMInfW(wide(windowsPath), wide(windowsPath), 0,
@@ -150,7 +161,7 @@ void DevicesTest::anInfIsCopiedOnce()
 
 void DevicesTest::copyingAnInfIsRefused()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     const auto copy = [&devices](const QString &path, DWORD media = 0, DWORD style = 0) {
         return devices.SetupCopyOEMInfW(wide(path), nullptr, media, style, nullptr, 0, nullptr,
                                         nullptr);
@@ -179,7 +190,7 @@ void DevicesTest::theDeliveredInfsNameTheirClass_data()
 void DevicesTest::theDeliveredInfsNameTheirClass()
 {
     QFETCH(QString, file);
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     Guid guid = {};
     WCHAR name[100] = {};
     DWORD required = 0;
@@ -193,7 +204,7 @@ void DevicesTest::theDeliveredInfsNameTheirClass()
 
 void DevicesTest::readingAClassIsRefused()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     Guid guid = {};
     WCHAR name[100] = {};
     QFile noClass(m_folder->filePath("no-class.inf"));
@@ -211,7 +222,7 @@ void DevicesTest::readingAClassIsRefused()
 
 void DevicesTest::aModemIsInstalled()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     {
         NewModem modem(devices);
         QVERIFY(modem.created && modem.setHardwareId() && modem.registerIt());
@@ -229,7 +240,8 @@ void DevicesTest::aModemIsInstalled()
         FAILS_WITH(ErrorNoDriverSelected,
                    devices.SetupDiGetSelectedDriverW(modem.set, &modem.data, &driver));
         BOOL reboot = 1;
-        QVERIFY(devices.updateDriver(hardwareId, wide(deliveredInf), InstallFlagForce, &reboot));
+        QVERIFY(devices.UpdateDriverForPlugAndPlayDevicesW(nullptr, hardwareId, wide(deliveredInf),
+                                                           InstallFlagForce, &reboot));
         QCOMPARE(reboot, 0);
         key = modem.openKey(); // now there is one
         QVERIFY(key != invalidHandle());
@@ -247,11 +259,12 @@ void DevicesTest::aModemIsInstalled()
 
 void DevicesTest::aSecondModemHasItsOwnName()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     for (int i = 0; i < 2; ++i) {
         NewModem modem(devices);
         QVERIFY(modem.setHardwareId() && modem.registerIt());
-        QVERIFY(devices.updateDriver(hardwareId, wide(deliveredInf), InstallFlagForce, nullptr));
+        QVERIFY(devices.UpdateDriverForPlugAndPlayDevicesW(nullptr, hardwareId, wide(deliveredInf),
+                                                           InstallFlagForce, nullptr));
     }
     QCOMPARE(stored().size(), 2);
     QCOMPARE(stored().at(0).name, QString("Tolvane GPRS Modem"));
@@ -261,7 +274,7 @@ void DevicesTest::aSecondModemHasItsOwnName()
 
 void DevicesTest::aDeviceThatWasNeverRegisteredIsForgotten()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     {
         NewModem modem(devices);
         QVERIFY(modem.setHardwareId());
@@ -275,7 +288,7 @@ void DevicesTest::aDeviceThatWasNeverRegisteredIsForgotten()
 
 void DevicesTest::aRemovedDeviceIsGone()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     NewModem modem(devices);
     QVERIFY(modem.registerIt());
     HKEY key = modem.createKey();
@@ -287,7 +300,7 @@ void DevicesTest::aRemovedDeviceIsGone()
 
 void DevicesTest::instanceIdsTellTheirSize()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     NewModem modem(devices);
     WCHAR id[16] = {};
     DWORD required = 0;
@@ -300,7 +313,7 @@ void DevicesTest::instanceIdsTellTheirSize()
 
 void DevicesTest::driverKeysAreRefused()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     NewModem modem(devices);
     QVERIFY(modem.registerIt());
     QVERIFY(modem.openKey(1) == invalidHandle());
@@ -318,7 +331,7 @@ void DevicesTest::driverKeysAreRefused()
 
 void DevicesTest::registryValuesAreRefused()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     NewModem modem(devices);
     QVERIFY(modem.registerIt());
     HKEY key = modem.createKey();
@@ -335,7 +348,7 @@ void DevicesTest::registryValuesAreRefused()
 
 void DevicesTest::setsAreRefused()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     DeviceInfoData data = {};
     FAILS_WITH(ErrorInvalidHandle, devices.SetupDiDestroyDeviceInfoList(&data));
     FAILS_WITH(ErrorInvalidHandle, devices.SetupDiEnumDeviceInfo(&data, 0, &data));
@@ -372,7 +385,7 @@ void DevicesTest::setsAreRefused()
 
 void DevicesTest::propertiesAreRefused()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     NewModem modem(devices);
     DWORD size = 0;
     const auto get = [&](DWORD property) {
@@ -398,20 +411,25 @@ void DevicesTest::propertiesAreRefused()
 
 void DevicesTest::updatingADriverIsRefused()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     const QString none = m_folder->filePath("none.inf");
     FAILS_WITH(ErrorNoSuchDevInst,
-               devices.updateDriver(hardwareId, wide(deliveredInf), InstallFlagForce, nullptr));
+               devices.UpdateDriverForPlugAndPlayDevicesW(nullptr, hardwareId, wide(deliveredInf),
+                                                          InstallFlagForce, nullptr));
     NewModem modem(devices);
     QVERIFY(modem.registerIt());
     const WCHAR other[] = u"other\0";
     QVERIFY(devices.SetupDiSetDeviceRegistryPropertyW(modem.set, &modem.data, PropertyHardwareId,
                                                       reinterpret_cast<const BYTE *>(other), 14));
     FAILS_WITH(ErrorNoMoreItems,
-               devices.updateDriver(other, wide(deliveredInf), InstallFlagForce, nullptr));
-    FAILS_WITH(ErrorFileNotFound, devices.updateDriver(other, wide(none), 1, nullptr));
-    FAILS_WITH(ErrorInvalidFlags, devices.updateDriver(other, wide(deliveredInf), 8, nullptr));
-    FAILS_WITH(ErrorInvalidParameter, devices.updateDriver(nullptr, wide(none), 1, nullptr));
+               devices.UpdateDriverForPlugAndPlayDevicesW(nullptr, other, wide(deliveredInf),
+                                                          InstallFlagForce, nullptr));
+    FAILS_WITH(ErrorFileNotFound,
+               devices.UpdateDriverForPlugAndPlayDevicesW(nullptr, other, wide(none), 1, nullptr));
+    FAILS_WITH(ErrorInvalidFlags, devices.UpdateDriverForPlugAndPlayDevicesW(
+                                      nullptr, other, wide(deliveredInf), 8, nullptr));
+    FAILS_WITH(ErrorInvalidParameter, devices.UpdateDriverForPlugAndPlayDevicesW(
+                                          nullptr, nullptr, wide(none), 1, nullptr));
     QVERIFY(stored().first().name.isEmpty());
 }
 
@@ -422,7 +440,7 @@ void DevicesTest::withoutRightsNothingIsChanged()
     setMode(m_store->folder(), 0555);
     {
         const OrdinaryUser user;
-        DeviceInstallation devices(m_store.get());
+        Devices devices(m_store);
         FAILS_WITH(ErrorAccessDenied, devices.SetupCopyOEMInfW(wide(deliveredInf), nullptr, 0, 0,
                                                                nullptr, 0, nullptr, nullptr));
         NewModem modem(devices);
@@ -430,8 +448,8 @@ void DevicesTest::withoutRightsNothingIsChanged()
         setLastError(Success);
         QVERIFY(!modem.registerIt());
         QCOMPARE(lastError(), ErrorAccessDenied);
-        FAILS_WITH(ErrorAccessDenied,
-                   devices.updateDriver(hardwareId, wide(deliveredInf), 1, nullptr));
+        FAILS_WITH(ErrorAccessDenied, devices.UpdateDriverForPlugAndPlayDevicesW(
+                                          nullptr, hardwareId, wide(deliveredInf), 1, nullptr));
     }
     setMode(m_store->folder(), 0755);
     QVERIFY(QDir(m_store->folder()).isEmpty());
@@ -439,7 +457,7 @@ void DevicesTest::withoutRightsNothingIsChanged()
 
 void DevicesTest::withoutRightsAKeyIsOnlyRead()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     NewModem modem(devices);
     QVERIFY(modem.registerIt());
     HKEY key = modem.createKey();
@@ -467,18 +485,19 @@ void DevicesTest::aDamagedStoreIsKept()
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("[]");
     file.close();
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     NewModem modem(devices);
     QVERIFY(!modem.created);
     QCOMPARE(lastError(), ErrorInvalidData);
-    FAILS_WITH(ErrorInvalidData, devices.updateDriver(hardwareId, wide(deliveredInf), 1, nullptr));
+    FAILS_WITH(ErrorInvalidData, devices.UpdateDriverForPlugAndPlayDevicesW(
+                                     nullptr, hardwareId, wide(deliveredInf), 1, nullptr));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), QByteArray("[]"));
 }
 
 void DevicesTest::aFullDiskIsTold()
 {
-    DeviceInstallation devices(m_store.get());
+    Devices devices(m_store);
     NewModem modem(devices);
     QVERIFY(modem.registerIt());
     DWORD copied = Success;

@@ -3,10 +3,13 @@
 
 #include "platform/linux/activelinks.h"
 #include "platform/linux/dialdialog.h"
+#include "platform/linux/families.h"
 #include "platform/linux/modemdevices.h"
-#include "platform/linux/remoteaccess.h"
-#include "platform/posix/lasterror.h"
+#include "platform/linux/phonebook.h"
+#include "platform/linux/statestore.h"
+#include "platform/platform.h"
 #include "platform/posix/serialdevice.h"
+#include "platform/standin/lasterror.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
 #include "tests/support/ordinaryuser.h"
@@ -30,6 +33,7 @@
 #include <unistd.h>
 
 using namespace platform;
+using namespace platform::linuxsystem;
 
 namespace {
 
@@ -94,13 +98,20 @@ private:
                     const QByteArray &first = {});
     void addModem(const QString &name, const QString &port);
     RasEntry entryFor(const QString &modem) const;
-    RemoteAccess ras() { return RemoteAccess(m_paths, m_store.get()); }
+    /// The Linux machine's remote access, on this test's folders.
+    Platform &ras()
+    {
+        m_platform = std::make_unique<Platform>();
+        provideRas(m_platform.get(), m_paths, m_store);
+        return *m_platform;
+    }
     /// Presses a button of the modal dialog once it is there.
     void press(const QString &button, const std::function<void(DialDialog *)> &look = {});
 
     std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<StateStore> m_store;
+    std::shared_ptr<StateStore> m_store;
     SystemPaths m_paths;
+    std::unique_ptr<Platform> m_platform;
 };
 
 void DiallingTest::init()
@@ -113,7 +124,7 @@ void DiallingTest::init()
     m_paths.run = m_folder->filePath("run");
     m_paths.pppd = QCoreApplication::applicationDirPath() + "/standin/pppd";
     m_paths.drivers = "/drivers";
-    m_store = std::make_unique<StateStore>(m_paths.state);
+    m_store = std::make_shared<StateStore>(m_paths.state);
     qputenv("STANDIN_RUN", m_paths.run.toLocal8Bit());
     qputenv("STANDIN_ARGUMENTS", m_folder->filePath("arguments").toLocal8Bit());
     qputenv("STANDIN_DESCRIPTORS", m_folder->filePath("descriptors").toLocal8Bit());

@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 using namespace platform;
+using namespace platform::linuxsystem;
 
 namespace {
 

@@ -1,9 +1,11 @@
 // Before Qt: GLib has a member called "signals".
 #include <umockdev.h>
 
-#include "platform/linux/deviceinstallation.h"
+#include "platform/linux/families.h"
 #include "platform/linux/serialports.h"
-#include "platform/posix/lasterror.h"
+#include "platform/linux/statestore.h"
+#include "platform/platform.h"
+#include "platform/standin/lasterror.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
 #include "tests/support/ordinaryuser.h"
@@ -17,6 +19,7 @@
 #include <memory>
 
 using namespace platform;
+using namespace platform::linuxsystem;
 
 namespace {
 
@@ -72,7 +75,7 @@ private:
     UMockdevTestbed *m_bed = nullptr;
     QStringList m_paths; // of the devices, parents first
     std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<StateStore> m_store;
+    std::shared_ptr<StateStore> m_store;
 };
 
 void PortsTest::init()
@@ -81,7 +84,7 @@ void PortsTest::init()
     m_paths.clear();
     QVERIFY2(umockdev_in_mock_environment(), "start this test with umockdev-wrapper");
     m_folder = std::make_unique<QTemporaryDir>();
-    m_store = std::make_unique<StateStore>(m_folder->filePath("state"));
+    m_store = std::make_shared<StateStore>(m_folder->filePath("state"));
 }
 
 void PortsTest::cleanup()
@@ -298,7 +301,7 @@ void PortsTest::aNumberIsKeptWhileTheDeviceIsAway()
     names();
     unplug(phone);
     const StateStore again(m_store->folder()); // as another program would
-    m_store = std::make_unique<StateStore>(again);
+    m_store = std::make_shared<StateStore>(again);
     addPhone("1-2", "XYZ789", 0);
     QCOMPARE(names().first(), QString("USB Modem Driver (COM7) /dev/ttyACM0"));
 }
@@ -378,7 +381,8 @@ void PortsTest::aMarkedLineWithoutHardwareCounts()
 void PortsTest::theDeviceSetHoldsThePorts()
 {
     addPhone("1-2", "ABC123", 0);
-    DeviceInstallation installation(m_store.get());
+    Platform installation;
+    provideDeviceInstallation(&installation, m_store);
     const HDEVINFO set = installation.SetupDiGetClassDevsW(&PortsClassGuid, nullptr, nullptr, 2);
     QVERIFY(set != invalidHandle());
     DeviceInfoData data = {};

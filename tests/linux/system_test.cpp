@@ -1,9 +1,10 @@
 #include "platform/configmanager.h"
-#include "platform/linux/devicerescan.h"
+#include "platform/linux/configmanager.h"
 #include "platform/linux/linuxplatform.h"
 #include "platform/linux/seriallock.h"
+#include "platform/linux/statestore.h"
 #include "platform/newdev.h"
-#include "platform/posix/lasterror.h"
+#include "platform/standin/lasterror.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
 #include "tests/support/ordinaryuser.h"
@@ -22,6 +23,7 @@
 #include <unistd.h>
 
 using namespace platform;
+using namespace platform::linuxsystem;
 
 /// The Linux backend as a whole: libraries, processes, facts, ports in use.
 class SystemTest : public QObject
@@ -85,6 +87,7 @@ void SystemTest::init()
     paths.peers = m_folder->filePath("peers");
     paths.run = m_folder->filePath("run");
     m_platform = std::make_unique<LinuxPlatform>(paths);
+    setCurrent(m_platform.get()); // whose slots functions bound at run time call
     setLastError(Success);
 }
 

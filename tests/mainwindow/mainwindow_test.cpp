@@ -44,22 +44,18 @@ public:
     std::function<void()> whileOpeningPort;
     std::function<void()> whileListingConnections;
 
-    platform::HANDLE CreateFileW(const platform::WCHAR *name, platform::DWORD access,
-                                 platform::DWORD share, void *security, platform::DWORD disposition,
-                                 platform::DWORD flags, platform::HANDLE templateFile) override
+    WatchedMachine()
     {
-        if (whileOpeningPort)
-            whileOpeningPort();
-        return ScriptedMachine::CreateFileW(name, access, share, security, disposition, flags,
-                                            templateFile);
-    }
-
-    platform::DWORD RasEnumConnectionsW(platform::RasConnection *list, platform::DWORD *size,
-                                        platform::DWORD *count) override
-    {
-        if (whileListingConnections)
-            whileListingConnections();
-        return ScriptedMachine::RasEnumConnectionsW(list, size, count);
+        CreateFileW.wrap([this](auto &next, auto... arguments) {
+            if (whileOpeningPort)
+                whileOpeningPort();
+            return next(arguments...);
+        });
+        RasEnumConnectionsW.wrap([this](auto &next, auto... arguments) {
+            if (whileListingConnections)
+                whileListingConnections();
+            return next(arguments...);
+        });
     }
 };
 

@@ -33,129 +33,86 @@ template<typename Value> quint64 number(Value value)
         return static_cast<quint64>(static_cast<std::make_unsigned_t<Value>>(value));
 }
 
-struct Operation {
-    QString name;
-    Failure failure;
+/// An argument of no consequence.
+template<typename Type> Type anything()
+{
+    if constexpr (std::is_same_v<Type, void *>)
+        return block;
+    else
+        return Type();
+}
+
+/// An operation, to be called with arguments of no consequence.
+class Slot
+{
+public:
+    template<typename Family, typename Result, typename... Arguments>
+    explicit Slot(Operation<Result(Arguments...)> Family::*slot)
+        : call([slot](Platform &platform) {
+              return number((platform.*slot)(anything<Arguments>()...));
+          }),
+          name([slot](Platform &platform) { return QString((platform.*slot).name()); })
+    {
+    }
+
     std::function<quint64(Platform &)> call;
+    std::function<QString(Platform &)> name;
 };
 
-/// Every operation that can fail, called with arguments of no consequence.
-QList<Operation> operations()
-{
-    static Overlapped overlapped{};
-    static DeviceControlBlock settings{};
-    static CommTimeouts timeouts{};
-    static DeviceInfoData device{};
-    static DriverInfoData driver{};
-    static StartupInfo startup{};
-    static ProcessInformation process{};
-    static OsVersionInfoEx version{};
-    static RasConnection connection{};
-    static RasDeviceInfo rasDevice{};
-    static RasEntry entry{};
-    static RasDialDialog dialog{};
-    static Guid guid{};
-    static DWORD dword = 0;
-    static WCHAR buffer[32] = {};
-    static const HANDLE handle = reinterpret_cast<HANDLE>(ULONG_PTR{0x10});
-    const WCHAR *path = wide(portPath);
-
-    QList<Operation> all;
-    const auto add = [&](const char *name, Failure failure, const auto &call) {
-        all.append({name, failure, [call](Platform &p) { return number(call(p)); }});
-    };
-    add("CreateEventW", Failure::Zero,
-        [](Platform &p) { return p.CreateEventW(nullptr, 1, 0, nullptr); });
-    add("WaitForSingleObject", Failure::WaitFailed,
-        [](Platform &p) { return p.WaitForSingleObject(handle, 0); });
-    add("CloseHandle", Failure::Zero, [](Platform &p) { return p.CloseHandle(handle); });
-    add("HeapAlloc", Failure::Zero, [](Platform &p) { return p.HeapAlloc(handle, 8, 16); });
-    add("HeapFree", Failure::Zero, [](Platform &p) { return p.HeapFree(handle, 0, block); });
-    add("LocalAlloc", Failure::Zero, [](Platform &p) { return p.LocalAlloc(64, 16); });
-    add("LocalFree", Failure::Block, [](Platform &p) { return p.LocalFree(block); });
-    add("GetModuleHandleW", Failure::Zero,
-        [](Platform &p) { return p.GetModuleHandleW(wide(text)); });
-    add("LoadLibraryW", Failure::Zero, [](Platform &p) { return p.LoadLibraryW(wide(text)); });
-    add("GetProcAddress", Failure::Zero,
-        [](Platform &p) { return p.GetProcAddress(handle, "name"); });
-    add("FreeLibrary", Failure::Zero, [](Platform &p) { return p.FreeLibrary(handle); });
-    add("CreateProcessW", Failure::Zero, [path](Platform &p) {
-        return p.CreateProcessW(path, buffer, nullptr, nullptr, 0, 0, nullptr, nullptr, &startup,
-                                &process);
-    });
-    add("RasEnumConnectionsW", Failure::Code,
-        [](Platform &p) { return p.RasEnumConnectionsW(&connection, &dword, &dword); });
-    add("RasHangUpW", Failure::Code, [](Platform &p) { return p.RasHangUpW(handle); });
-    add("RasDialDlgW", Failure::Zero,
-        [](Platform &p) { return p.RasDialDlgW(nullptr, buffer, buffer, &dialog); });
-    add("RasEnumDevicesW", Failure::Code,
-        [](Platform &p) { return p.RasEnumDevicesW(&rasDevice, &dword, &dword); });
-    add("RasGetEntryPropertiesW", Failure::Code, [](Platform &p) {
-        return p.RasGetEntryPropertiesW(nullptr, buffer, &entry, &dword, nullptr, nullptr);
-    });
-    add("RasSetEntryPropertiesW", Failure::Code, [](Platform &p) {
-        return p.RasSetEntryPropertiesW(nullptr, buffer, &entry, 0, nullptr, 0);
-    });
-    add("RegSetValueExW", Failure::Code,
-        [](Platform &p) { return p.RegSetValueExW(handle, wide(text), 0, 1, block, 2); });
-    add("RegCloseKey", Failure::Code, [](Platform &p) { return p.RegCloseKey(handle); });
-    add("CreateFileW", Failure::InvalidHandle,
-        [path](Platform &p) { return p.CreateFileW(path, 0, 0, nullptr, 3, 0, nullptr); });
-    add("GetCommState", Failure::Zero,
-        [](Platform &p) { return p.GetCommState(handle, &settings); });
-    add("SetCommState", Failure::Zero,
-        [](Platform &p) { return p.SetCommState(handle, &settings); });
-    add("SetCommTimeouts", Failure::Zero,
-        [](Platform &p) { return p.SetCommTimeouts(handle, &timeouts); });
-    add("SetCommMask", Failure::Zero, [](Platform &p) { return p.SetCommMask(handle, 5); });
-    add("WaitCommEvent", Failure::Zero,
-        [](Platform &p) { return p.WaitCommEvent(handle, &dword, &overlapped); });
-    add("ReadFile", Failure::Zero,
-        [](Platform &p) { return p.ReadFile(handle, block, 8, &dword, &overlapped); });
-    add("WriteFile", Failure::Zero,
-        [](Platform &p) { return p.WriteFile(handle, block, 8, &dword, &overlapped); });
-    add("GetOverlappedResult", Failure::Zero,
-        [](Platform &p) { return p.GetOverlappedResult(handle, &overlapped, &dword, 1); });
-    add("SetupCopyOEMInfW", Failure::Zero, [path](Platform &p) {
-        return p.SetupCopyOEMInfW(path, path, 0, 0, nullptr, 0, nullptr, nullptr);
-    });
-    add("SetupDiGetINFClassW", Failure::Zero,
-        [path](Platform &p) { return p.SetupDiGetINFClassW(path, &guid, buffer, 32, nullptr); });
-    add("SetupDiGetClassDevsW", Failure::InvalidHandle,
-        [](Platform &p) { return p.SetupDiGetClassDevsW(&PortsClassGuid, nullptr, nullptr, 2); });
-    add("SetupDiCreateDeviceInfoList", Failure::InvalidHandle,
-        [](Platform &p) { return p.SetupDiCreateDeviceInfoList(&guid, nullptr); });
-    add("SetupDiDestroyDeviceInfoList", Failure::Zero,
-        [](Platform &p) { return p.SetupDiDestroyDeviceInfoList(handle); });
-    add("SetupDiEnumDeviceInfo", Failure::Zero,
-        [](Platform &p) { return p.SetupDiEnumDeviceInfo(handle, 0, &device); });
-    add("SetupDiGetDeviceRegistryPropertyW", Failure::Zero, [](Platform &p) {
-        return p.SetupDiGetDeviceRegistryPropertyW(handle, &device, 12, &dword, block, 8, &dword);
-    });
-    add("SetupDiSetDeviceRegistryPropertyW", Failure::Zero, [](Platform &p) {
-        return p.SetupDiSetDeviceRegistryPropertyW(handle, &device, 1, block, 8);
-    });
-    add("SetupDiCreateDeviceInfoW", Failure::Zero, [](Platform &p) {
-        return p.SetupDiCreateDeviceInfoW(handle, wide(text), &guid, nullptr, nullptr, 1, &device);
-    });
-    add("SetupDiGetDeviceInstanceIdW", Failure::Zero, [](Platform &p) {
-        return p.SetupDiGetDeviceInstanceIdW(handle, &device, buffer, 32, &dword);
-    });
-    add("SetupDiRegisterDeviceInfo", Failure::Zero, [](Platform &p) {
-        return p.SetupDiRegisterDeviceInfo(handle, &device, 0, nullptr, nullptr, nullptr);
-    });
-    add("SetupDiCallClassInstaller", Failure::Zero,
-        [](Platform &p) { return p.SetupDiCallClassInstaller(5, handle, &device); });
-    add("SetupDiOpenDevRegKey", Failure::InvalidHandle,
-        [](Platform &p) { return p.SetupDiOpenDevRegKey(handle, &device, 1, 0, 2, 0); });
-    add("SetupDiCreateDevRegKeyW", Failure::InvalidHandle, [](Platform &p) {
-        return p.SetupDiCreateDevRegKeyW(handle, &device, 1, 0, 2, nullptr, nullptr);
-    });
-    add("SetupDiGetSelectedDriverW", Failure::Zero,
-        [](Platform &p) { return p.SetupDiGetSelectedDriverW(handle, &device, &driver); });
-    add("GetVersionExW", Failure::Zero, [](Platform &p) { return p.GetVersionExW(&version); });
-    return all;
-}
+/// Every operation that can fail.
+const struct {
+    Slot slot;
+    Failure failure;
+} operations[] = {
+    {Slot(&Platform::CreateEventW), Failure::Zero},
+    {Slot(&Platform::WaitForSingleObject), Failure::WaitFailed},
+    {Slot(&Platform::CloseHandle), Failure::Zero},
+    {Slot(&Platform::HeapAlloc), Failure::Zero},
+    {Slot(&Platform::HeapFree), Failure::Zero},
+    {Slot(&Platform::LocalAlloc), Failure::Zero},
+    {Slot(&Platform::LocalFree), Failure::Block},
+    {Slot(&Platform::GetModuleHandleW), Failure::Zero},
+    {Slot(&Platform::LoadLibraryW), Failure::Zero},
+    {Slot(&Platform::GetProcAddress), Failure::Zero},
+    {Slot(&Platform::FreeLibrary), Failure::Zero},
+    {Slot(&Platform::CreateProcessW), Failure::Zero},
+    {Slot(&Platform::RasEnumConnectionsW), Failure::Code},
+    {Slot(&Platform::RasHangUpW), Failure::Code},
+    {Slot(&Platform::RasDialDlgW), Failure::Zero},
+    {Slot(&Platform::RasEnumDevicesW), Failure::Code},
+    {Slot(&Platform::RasGetEntryPropertiesW), Failure::Code},
+    {Slot(&Platform::RasSetEntryPropertiesW), Failure::Code},
+    {Slot(&Platform::RegSetValueExW), Failure::Code},
+    {Slot(&Platform::RegCloseKey), Failure::Code},
+    {Slot(&Platform::CreateFileW), Failure::InvalidHandle},
+    {Slot(&Platform::GetCommState), Failure::Zero},
+    {Slot(&Platform::SetCommState), Failure::Zero},
+    {Slot(&Platform::SetCommTimeouts), Failure::Zero},
+    {Slot(&Platform::SetCommMask), Failure::Zero},
+    {Slot(&Platform::WaitCommEvent), Failure::Zero},
+    {Slot(&Platform::ReadFile), Failure::Zero},
+    {Slot(&Platform::WriteFile), Failure::Zero},
+    {Slot(&Platform::GetOverlappedResult), Failure::Zero},
+    {Slot(&Platform::SetupCopyOEMInfW), Failure::Zero},
+    {Slot(&Platform::SetupDiGetINFClassW), Failure::Zero},
+    {Slot(&Platform::SetupDiGetClassDevsW), Failure::InvalidHandle},
+    {Slot(&Platform::SetupDiCreateDeviceInfoList), Failure::InvalidHandle},
+    {Slot(&Platform::SetupDiDestroyDeviceInfoList), Failure::Zero},
+    {Slot(&Platform::SetupDiEnumDeviceInfo), Failure::Zero},
+    {Slot(&Platform::SetupDiGetDeviceRegistryPropertyW), Failure::Zero},
+    {Slot(&Platform::SetupDiSetDeviceRegistryPropertyW), Failure::Zero},
+    {Slot(&Platform::SetupDiCreateDeviceInfoW), Failure::Zero},
+    {Slot(&Platform::SetupDiGetDeviceInstanceIdW), Failure::Zero},
+    {Slot(&Platform::SetupDiRegisterDeviceInfo), Failure::Zero},
+    {Slot(&Platform::SetupDiCallClassInstaller), Failure::Zero},
+    {Slot(&Platform::SetupDiOpenDevRegKey), Failure::InvalidHandle},
+    {Slot(&Platform::SetupDiCreateDevRegKeyW), Failure::InvalidHandle},
+    {Slot(&Platform::SetupDiGetSelectedDriverW), Failure::Zero},
+    {Slot(&Platform::GetVersionExW), Failure::Zero},
+    {Slot(&Platform::CM_Locate_DevNode_ExA), Failure::Code},
+    {Slot(&Platform::CM_Reenumerate_DevNode_Ex), Failure::Code},
+    {Slot(&Platform::UpdateDriverForPlugAndPlayDevicesW), Failure::Zero},
+};
 
 } // namespace
 
@@ -184,19 +141,21 @@ private slots:
 void FaultInjectionTest::operationFails_data()
 {
     QTest::addColumn<int>("index");
-    const auto all = operations();
-    for (int i = 0; i < all.size(); ++i)
-        QTest::newRow(qPrintable(all.at(i).name)) << i;
+    Platform platform;
+    int index = 0;
+    for (const auto &operation : operations)
+        QTest::newRow(qPrintable(operation.slot.name(platform))) << index++;
 }
 
 void FaultInjectionTest::operationFails()
 {
     QFETCH(const int, index);
-    const Operation operation = operations().at(index);
+    const auto &operation = operations[index];
     ScriptedMachine machine;
     FaultInjectingPlatform injector(machine);
+    const QString name = operation.slot.name(injector);
     const DWORD code = 0x1234;
-    injector.inject({operation.name, 1, code, false});
+    injector.inject({name, 1, code, false});
     machine.SetLastError(99);
 
     quint64 expected = 0;
@@ -216,11 +175,11 @@ void FaultInjectionTest::operationFails()
         expected = number(&block[0]);
         break;
     }
-    QCOMPARE(operation.call(injector), expected);
+    QCOMPARE(operation.slot.call(injector), expected);
     // Functions whose result is the code leave the last error alone.
     QCOMPARE(injector.GetLastError(), operation.failure == Failure::Code ? DWORD{99} : code);
-    QCOMPARE(injector.operations(), QStringList({operation.name}));
-    QVERIFY(injector.calls().first().startsWith(operation.name + '('));
+    QCOMPARE(injector.operations(), QStringList({name}));
+    QVERIFY(injector.calls().first().startsWith(name + '('));
     QCOMPARE(injector.firedFaults(), 1);
     // The backend saw nothing of it.
     QCOMPARE(machine.misuses(), 0);
@@ -228,10 +187,10 @@ void FaultInjectionTest::operationFails()
 
 void FaultInjectionTest::namesOfTheOperations()
 {
-    QStringList names = {"CM_Locate_DevNode_ExA", "CM_Reenumerate_DevNode_Ex",
-                         "UpdateDriverForPlugAndPlayDevicesW"};
-    for (const Operation &operation : operations())
-        names.append(operation.name);
+    Platform platform;
+    QStringList names;
+    for (const auto &operation : operations)
+        names.append(operation.slot.name(platform));
     names.sort();
     QCOMPARE(FaultInjectingPlatform::failingOperations(), names);
 }
@@ -357,6 +316,7 @@ void FaultInjectionTest::boundFunctions()
 {
     ScriptedMachine machine;
     FaultInjectingPlatform injector(machine);
+    setCurrent(&injector);
     const QString manager = "cfgmgr32.dll";
     const HMODULE library = injector.LoadLibraryW(wide(manager));
     const auto locate = reinterpret_cast<CmLocateDevNodeFunction>(
@@ -397,6 +357,7 @@ void FaultInjectionTest::otherBoundFunctionsPassThrough()
     ScriptedMachine machine;
     machine.architecture = 6;
     FaultInjectingPlatform injector(machine);
+    setCurrent(&injector);
     const QString kernel = "kernel32.dll";
     const HMODULE module = injector.GetModuleHandleW(wide(kernel));
     const auto info = reinterpret_cast<GetNativeSystemInfoFunction>(
@@ -414,10 +375,12 @@ void FaultInjectionTest::functionOfADestroyedDecoratorIsNotItsSuccessors()
     const QString manager = "cfgmgr32.dll";
     {
         FaultInjectingPlatform first(machine);
+        setCurrent(&first);
         first.inject({"CM_Reenumerate_DevNode_Ex", 1, 14, true});
         first.GetProcAddress(first.LoadLibraryW(wide(manager)), "CM_Reenumerate_DevNode_Ex");
     }
     FaultInjectingPlatform second(machine);
+    setCurrent(&second);
     const auto reenumerate = reinterpret_cast<CmReenumerateDevNodeFunction>(
         second.GetProcAddress(second.LoadLibraryW(wide(manager)), "CM_Reenumerate_DevNode_Ex"));
     QCOMPARE(reenumerate(1, 0, nullptr), DWORD{0});

@@ -1,6 +1,6 @@
 #include "platform/newdev.h"
-#include "platform/posix/guid.h"
-#include "platform/posix/lasterror.h"
+#include "platform/standin/guid.h"
+#include "platform/standin/lasterror.h"
 #include "tests/platform/simulated_fixture.h"
 
 #include <QDir>
@@ -8,6 +8,7 @@
 #include <QTest>
 
 using namespace platform;
+using namespace platform::simulated;
 
 namespace {
 
@@ -34,15 +35,7 @@ bool copyInf(SimulatedPc &pc, const QString &path)
 BOOL updateDriver(SimulatedPc &pc, const QString &id, const QString &inf,
                   DWORD flags = InstallFlagForce, BOOL *reboot = nullptr)
 {
-    const QString name = "newdev.dll";
-    const HMODULE library = pc.LoadLibraryW(wide(name));
-    const auto update = reinterpret_cast<UpdateDriverFunction>(
-        pc.GetProcAddress(library, "UpdateDriverForPlugAndPlayDevicesW"));
-    const BOOL result = update(nullptr, wide(id), wide(inf), flags, reboot);
-    const DWORD code = lastError();
-    pc.FreeLibrary(library);
-    setLastError(code);
-    return result;
+    return pc.UpdateDriverForPlugAndPlayDevicesW(nullptr, wide(id), wide(inf), flags, reboot);
 }
 
 /// The program's way to a modem device, step by step.

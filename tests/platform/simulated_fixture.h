@@ -27,7 +27,7 @@ class TestMachine
 public:
     TestMachine()
     {
-        change([](simulated::MachineState &state) {
+        change([](platform::simulated::MachineState &state) {
             state.installerDurationMs = 0;
             state.rescanDurationMs = 0;
             state.answerTimeoutMs = 2000;
@@ -38,20 +38,20 @@ public:
     QString directory() const { return m_directory.path(); }
     QString path(const QString &name) const { return m_directory.filePath(name); }
 
-    simulated::MachineState state() const
+    platform::simulated::MachineState state() const
     {
-        return simulated::MachineSession(m_directory.path()).state;
+        return platform::simulated::MachineSession(m_directory.path()).state;
     }
-    void change(const std::function<void(simulated::MachineState &)> &edit)
+    void change(const std::function<void(platform::simulated::MachineState &)> &edit)
     {
-        simulated::MachineSession session(m_directory.path());
+        platform::simulated::MachineSession session(m_directory.path());
         edit(session.state);
         if (!session.save())
             qFatal("the test's machine cannot be written");
     }
     void setAdministrator(bool on)
     {
-        change([on](simulated::MachineState &state) { state.administrator = on; });
+        change([on](platform::simulated::MachineState &state) { state.administrator = on; });
     }
 
     /// A file beside the state; its path as the program would write it.

@@ -75,22 +75,20 @@ public:
     /// Returns when the program waits for the n-th time.
     void untilWaiting(int times) { m_waits.acquire(times); }
 
-    DWORD WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) override
+    BlockingMachine()
     {
-        m_waits.release();
-        if (dwMilliseconds != WaitInfinite)
-            return WaitFailed;
-        m_answers.acquire();
-        const QMutexLocker lock(&m_lock);
-        return ScriptedMachine::WaitForSingleObject(hHandle, dwMilliseconds);
-    }
-
-    BOOL ReadFile(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
-                  DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped) override
-    {
-        const QMutexLocker lock(&m_lock);
-        return ScriptedMachine::ReadFile(hFile, lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead,
-                                         lpOverlapped);
+        WaitForSingleObject.wrap([this](auto &next, HANDLE handle, DWORD milliseconds) {
+            m_waits.release();
+            if (milliseconds != WaitInfinite)
+                return WaitFailed;
+            m_answers.acquire();
+            const QMutexLocker lock(&m_lock);
+            return next(handle, milliseconds);
+        });
+        ReadFile.wrap([this](auto &next, auto... arguments) {
+            const QMutexLocker lock(&m_lock);
+            return next(arguments...);
+        });
     }
 
 private:
@@ -115,43 +113,36 @@ public:
     QList<DWORD> countBefore;
     QList<DWORD> sizes;
 
-    HANDLE CreateEventW(void *lpEventAttributes, BOOL bManualReset, BOOL bInitialState,
-                        const WCHAR *lpName) override
+    RecordKeepingMachine()
     {
-        events.append({lpEventAttributes, bManualReset, bInitialState, lpName});
-        return ScriptedMachine::CreateEventW(lpEventAttributes, bManualReset, bInitialState,
-                                             lpName);
-    }
-
-    BOOL WaitCommEvent(HANDLE hFile, DWORD *lpEvtMask, Overlapped *lpOverlapped) override
-    {
-        overlapped.append(*lpOverlapped);
-        return ScriptedMachine::WaitCommEvent(hFile, lpEvtMask, lpOverlapped);
-    }
-
-    BOOL WriteFile(HANDLE hFile, const void *lpBuffer, DWORD nNumberOfBytesToWrite,
-                   DWORD *lpNumberOfBytesWritten, Overlapped *lpOverlapped) override
-    {
-        overlapped.append(*lpOverlapped);
-        return ScriptedMachine::WriteFile(hFile, lpBuffer, nNumberOfBytesToWrite,
-                                          lpNumberOfBytesWritten, lpOverlapped);
-    }
-
-    BOOL ReadFile(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
-                  DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped) override
-    {
-        overlapped.append(*lpOverlapped);
-        const auto *bytes = static_cast<const char *>(lpBuffer);
-        bool clear = true;
-        for (DWORD i = 0; i < nNumberOfBytesToRead; ++i)
-            clear = clear && bytes[i] == 0;
-        bufferWasClear.append(clear);
-        countBefore.append(*lpNumberOfBytesRead);
-        sizes.append(nNumberOfBytesToRead);
-        ScriptedMachine::ReadFile(hFile, lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead,
-                                  lpOverlapped);
-        // The result of a read is not looked at: only its count is.
-        return 0;
+        CreateEventW.wrap([this](auto &next, void *attributes, BOOL manualReset, BOOL initialState,
+                                 const WCHAR *name) {
+            events.append({attributes, manualReset, initialState, name});
+            return next(attributes, manualReset, initialState, name);
+        });
+        WaitCommEvent.wrap([this](auto &next, HANDLE file, DWORD *mask, Overlapped *record) {
+            overlapped.append(*record);
+            return next(file, mask, record);
+        });
+        WriteFile.wrap([this](auto &next, HANDLE file, const void *buffer, DWORD size, DWORD *count,
+                              Overlapped *record) {
+            overlapped.append(*record);
+            return next(file, buffer, size, count, record);
+        });
+        ReadFile.wrap([this](auto &next, HANDLE file, void *buffer, DWORD size, DWORD *count,
+                             Overlapped *record) {
+            overlapped.append(*record);
+            const auto *bytes = static_cast<const char *>(buffer);
+            bool clear = true;
+            for (DWORD i = 0; i < size; ++i)
+                clear = clear && bytes[i] == 0;
+            bufferWasClear.append(clear);
+            countBefore.append(*count);
+            sizes.append(size);
+            next(file, buffer, size, count, record);
+            // The result of a read is not looked at: only its count is.
+            return 0;
+        });
     }
 };
 
@@ -159,13 +150,11 @@ public:
 class FailingReadMachine : public ScriptedMachine
 {
 public:
-    BOOL ReadFile(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
-                  DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped) override
+    FailingReadMachine()
     {
-        if (chunks.isEmpty())
-            return 0;
-        return ScriptedMachine::ReadFile(hFile, lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead,
-                                         lpOverlapped);
+        ReadFile.wrap([this](auto &next, auto... arguments) {
+            return chunks.isEmpty() ? 0 : next(arguments...);
+        });
     }
 };
 
@@ -176,10 +165,12 @@ class UnsignalledMachine : public ScriptedMachine
 public:
     DWORD waitResult = 0;
 
-    DWORD WaitForSingleObject(HANDLE, DWORD) override
+    UnsignalledMachine()
     {
-        SetLastError(ErrorInvalidHandle);
-        return waitResult;
+        WaitForSingleObject = [this](HANDLE, DWORD) {
+            SetLastError(ErrorInvalidHandle);
+            return waitResult;
+        };
     }
 };
 
@@ -196,21 +187,21 @@ public:
     QList<Pending> pending;
     int recordsThatLived = 0;
 
-    BOOL WaitCommEvent(HANDLE hFile, DWORD *lpEvtMask, Overlapped *lpOverlapped) override
+    LateMachine()
     {
-        pending.append({lpEvtMask, lpOverlapped, lpOverlapped->hEvent});
-        return ScriptedMachine::WaitCommEvent(hFile, lpEvtMask, lpOverlapped);
-    }
-
-    BOOL CloseHandle(HANDLE hObject) override
-    {
-        for (const Pending &wait : std::as_const(pending)) {
-            recordsThatLived += wait.overlapped->hEvent == wait.event ? 1 : 0;
-            *wait.events = 0;
-            wait.overlapped->Internal = ErrorOperationAborted;
-        }
-        pending.clear();
-        return ScriptedMachine::CloseHandle(hObject);
+        WaitCommEvent.wrap([this](auto &next, HANDLE file, DWORD *mask, Overlapped *record) {
+            pending.append({mask, record, record->hEvent});
+            return next(file, mask, record);
+        });
+        CloseHandle.wrap([this](auto &next, HANDLE object) {
+            for (const Pending &wait : std::as_const(pending)) {
+                recordsThatLived += wait.overlapped->hEvent == wait.event ? 1 : 0;
+                *wait.events = 0;
+                wait.overlapped->Internal = ErrorOperationAborted;
+            }
+            pending.clear();
+            return next(object);
+        });
     }
 };
 

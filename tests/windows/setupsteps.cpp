@@ -8,7 +8,7 @@
 #include "install/driverpackages.h"
 #include "install/modeminstallation.h"
 #include "install/portdiscovery.h"
-#include "platform/windows/windowsplatform.h"
+#include "platform/platform.h"
 
 #include <QCoreApplication>
 
@@ -16,84 +16,57 @@ namespace {
 
 using namespace platform;
 
-class BreakingPlatform : public WindowsPlatform
+/// Lets one call be made wrongly.
+void breakCall(Platform *platform, const QString &what)
 {
-public:
-    explicit BreakingPlatform(const QString &what) : m_what(what) {}
-
-    HDEVINFO SetupDiGetClassDevsW(const Guid *ClassGuid, const WCHAR *Enumerator, HWND hwndParent,
-                                  DWORD Flags) override
-    {
-        return WindowsPlatform::SetupDiGetClassDevsW(ClassGuid, Enumerator, hwndParent,
-                                                     m_what == "flag" ? 0 : Flags);
+    if (what == "flag") {
+        platform->SetupDiGetClassDevsW.wrap(
+            [](auto &next, const Guid *guid, const WCHAR *enumerator, auto parent, DWORD) {
+                return next(guid, enumerator, parent, 0);
+            });
+    } else if (what == "text" || what == "size") {
+        platform->RasSetEntryPropertiesW.wrap([what](auto &next, const WCHAR *phonebook,
+                                                     const WCHAR *name, RasEntry *entry,
+                                                     DWORD bytes, auto... rest) {
+            if (what == "text")
+                entry->szDeviceType[5] = 0;
+            return next(phonebook, name, entry, what == "size" ? RasEntrySize : bytes, rest...);
+        });
+    } else if (what == "zero") {
+        platform->RasGetEntryPropertiesW.wrap([](auto &next, const WCHAR *phonebook,
+                                                 const WCHAR *name, RasEntry *entry, auto... rest) {
+            if (entry)
+                entry->dwVpnStrategy = 1;
+            return next(phonebook, name, entry, rest...);
+        });
+    } else if (what == "bytes") {
+        platform->RegSetValueExW.wrap([](auto &next, auto key, const WCHAR *name, DWORD reserved,
+                                         DWORD type, const BYTE *data, DWORD bytes) {
+            return next(key, name, reserved, type, data, bytes - 2);
+        });
+    } else if (what == "open-key") {
+        platform->RegCloseKey = [](auto) { return 0; };
+    } else if (what == "open-process") {
+        platform->CloseHandle = [](auto) { return 1; };
+    } else if (what == "command-line" || what == "behind") {
+        platform->CreateProcessW.wrap(
+            [what](auto &next, const WCHAR *application, WCHAR *commandLine, auto... rest) {
+                if (what == "command-line")
+                    commandLine[13] = 0;
+                else
+                    commandLine[31] = 'x';
+                return next(application, commandLine, rest...);
+            });
     }
-
-    DWORD RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                 RasEntry *lpRasEntry, DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo,
-                                 DWORD dwDeviceInfoSize) override
-    {
-        if (m_what == "text")
-            lpRasEntry->szDeviceType[5] = 0;
-        return WindowsPlatform::RasSetEntryPropertiesW(
-            lpszPhonebook, lpszEntry, lpRasEntry, m_what == "size" ? RasEntrySize : dwEntryInfoSize,
-            lpbDeviceInfo, dwDeviceInfoSize);
-    }
-
-    DWORD RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                 RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
-                                 BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize) override
-    {
-        if (m_what == "zero" && lpRasEntry)
-            lpRasEntry->dwVpnStrategy = 1;
-        return WindowsPlatform::RasGetEntryPropertiesW(lpszPhonebook, lpszEntry, lpRasEntry,
-                                                       lpdwEntryInfoSize, lpbDeviceInfo,
-                                                       lpdwDeviceInfoSize);
-    }
-
-    LONG RegSetValueExW(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved, DWORD dwType,
-                        const BYTE *lpData, DWORD cbData) override
-    {
-        return WindowsPlatform::RegSetValueExW(hKey, lpValueName, Reserved, dwType, lpData,
-                                               m_what == "bytes" ? cbData - 2 : cbData);
-    }
-
-    LONG RegCloseKey(HKEY hKey) override
-    {
-        return m_what == "open-key" ? 0 : WindowsPlatform::RegCloseKey(hKey);
-    }
-
-    BOOL CloseHandle(HANDLE hObject) override
-    {
-        return m_what == "open-process" ? 1 : WindowsPlatform::CloseHandle(hObject);
-    }
-
-    BOOL CreateProcessW(const WCHAR *lpApplicationName, WCHAR *lpCommandLine,
-                        void *lpProcessAttributes, void *lpThreadAttributes, BOOL bInheritHandles,
-                        DWORD dwCreationFlags, void *lpEnvironment, const WCHAR *lpCurrentDirectory,
-                        StartupInfo *lpStartupInfo,
-                        ProcessInformation *lpProcessInformation) override
-    {
-        if (m_what == "command-line")
-            lpCommandLine[13] = 0;
-        if (m_what == "behind")
-            lpCommandLine[31] = 'x';
-        return WindowsPlatform::CreateProcessW(
-            lpApplicationName, lpCommandLine, lpProcessAttributes, lpThreadAttributes,
-            bInheritHandles, dwCreationFlags, lpEnvironment, lpCurrentDirectory, lpStartupInfo,
-            lpProcessInformation);
-    }
-
-private:
-    QString m_what;
-};
+}
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
     const QString what = argc > 1 ? argv[1] : "";
-    BreakingPlatform platform(what);
-    setCurrent(&platform);
+    breakCall(&backend(), what);
+    setCurrent(&backend());
     const QCoreApplication application(argc, argv);
     setApplicationIdentity();
     if (what == "order") {

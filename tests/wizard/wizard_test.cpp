@@ -74,43 +74,25 @@ class GatedMachine : public ScriptedMachine
 public:
     std::function<void(int)> insideStep;
 
-    platform::BOOL CreateProcessW(const platform::WCHAR *application, platform::WCHAR *commandLine,
-                                  void *processAttributes, void *threadAttributes,
-                                  platform::BOOL inherit, platform::DWORD flags, void *environment,
-                                  const platform::WCHAR *directory, platform::StartupInfo *startup,
-                                  platform::ProcessInformation *process) override
+    GatedMachine()
     {
-        enter(0);
-        return ScriptedMachine::CreateProcessW(application, commandLine, processAttributes,
-                                               threadAttributes, inherit, flags, environment,
-                                               directory, startup, process);
-    }
-
-    platform::HDEVINFO SetupDiGetClassDevsW(const platform::Guid *guid,
-                                            const platform::WCHAR *enumerator,
-                                            platform::HWND parent, platform::DWORD flags) override
-    {
+        CreateProcessW.wrap([this](auto &next, auto... arguments) {
+            enter(0);
+            return next(arguments...);
+        });
         // The modem step looks for the port as well, before anything else.
-        enter(2);
-        return ScriptedMachine::SetupDiGetClassDevsW(guid, enumerator, parent, flags);
-    }
-
-    platform::BOOL SetupDiGetINFClassW(const platform::WCHAR *name, platform::Guid *guid,
-                                       platform::WCHAR *className, platform::DWORD size,
-                                       platform::DWORD *required) override
-    {
-        enter(3);
-        return ScriptedMachine::SetupDiGetINFClassW(name, guid, className, size, required);
-    }
-
-    platform::DWORD RasSetEntryPropertiesW(const platform::WCHAR *phonebook,
-                                           const platform::WCHAR *name, platform::RasEntry *record,
-                                           platform::DWORD size, platform::BYTE *device,
-                                           platform::DWORD deviceSize) override
-    {
-        enter(4);
-        return ScriptedMachine::RasSetEntryPropertiesW(phonebook, name, record, size, device,
-                                                       deviceSize);
+        SetupDiGetClassDevsW.wrap([this](auto &next, auto... arguments) {
+            enter(2);
+            return next(arguments...);
+        });
+        SetupDiGetINFClassW.wrap([this](auto &next, auto... arguments) {
+            enter(3);
+            return next(arguments...);
+        });
+        RasSetEntryPropertiesW.wrap([this](auto &next, auto... arguments) {
+            enter(4);
+            return next(arguments...);
+        });
     }
 
 private:

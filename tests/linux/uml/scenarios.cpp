@@ -1,7 +1,7 @@
 // A person at a Linux desktop, with the installed package, a phone on a real
 // serial line and a network behind it. Runs in user-mode Linux as root.
 
-#include "platform/linux/devicerescan.h"
+#include "platform/linux/configmanager.h"
 #include "tests/endtoend/desktop.h"
 #include "tests/endtoend/waiting.h"
 
@@ -390,6 +390,7 @@ private:
     static void rescan()
     {
         using namespace platform;
+        using namespace platform::linuxsystem;
         const std::chrono::milliseconds patience(GuestPatience);
         expect(rescanSerialDevices(patience) == ConfigSuccess, "The lines were not looked at");
         const pid_t other = ::fork();

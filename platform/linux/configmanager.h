@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/configmanager.h"
+
+#include <chrono>
+
+namespace platform::linuxsystem {
+
+/// The node that stands for the root of the device tree.
+inline constexpr DEVINST RootDevNode = 1;
+
+/// Lets udev look at every serial line again with the rules as they are now,
+/// and returns when it has done so, after that time at most. ConfigSuccess,
+/// ConfigAccessDenied without administrator rights, ConfigFailure when udev
+/// is not there or not done in time. Any thread.
+ConfigRet rescanSerialDevices(std::chrono::milliseconds patience = std::chrono::seconds(10));
+
+} // namespace platform::linuxsystem
