@@ -1,6 +1,6 @@
-#include "simulator/atcommands.h"
+#include "virtualphone/atcommands.h"
 
-#include "simulator/phonenetwork.h"
+#include "virtualphone/phonenetwork.h"
 
 #include <cctype>
 #include <optional>

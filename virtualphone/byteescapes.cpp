@@ -1,4 +1,4 @@
-#include "simulator/byteescapes.h"
+#include "virtualphone/byteescapes.h"
 
 #include <cctype>
 

@@ -1,6 +1,6 @@
-#include "simulator/chunkwriter.h"
+#include "virtualphone/chunkwriter.h"
 
-#include "simulator/pseudoterminal.h"
+#include "virtualphone/pseudoterminal.h"
 
 namespace {
 const int patienceMs = 2000; // with a PC that does not read

@@ -1,4 +1,4 @@
-#include "simulator/commandlinereader.h"
+#include "virtualphone/commandlinereader.h"
 
 CommandLineReader::Taken CommandLineReader::take(QByteArray *input)
 {

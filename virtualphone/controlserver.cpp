@@ -1,6 +1,6 @@
-#include "simulator/controlserver.h"
+#include "virtualphone/controlserver.h"
 
-#include "simulator/usbsocket.h"
+#include "virtualphone/usbsocket.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
-#include "simulator/controlserver.h"
-#include "simulator/phonecontrol.h"
-#include "simulator/virtualphone.h"
+#include "virtualphone/controlserver.h"
+#include "virtualphone/phonecontrol.h"
+#include "virtualphone/virtualphone.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
-#include "simulator/misbehaviour.h"
+#include "virtualphone/misbehaviour.h"
 
-#include "simulator/byteescapes.h"
+#include "virtualphone/byteescapes.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "simulator/networkprogram.h"
+#include "virtualphone/networkprogram.h"
 
 #include <QProcess>
 

@@ -1,6 +1,6 @@
-#include "simulator/phonecontrol.h"
+#include "virtualphone/phonecontrol.h"
 
-#include "simulator/virtualphone.h"
+#include "virtualphone/virtualphone.h"
 
 PhoneControl::PhoneControl(VirtualPhone *phone, QObject *parent) : QObject(parent), m_phone(phone)
 {

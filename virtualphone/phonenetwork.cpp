@@ -1,4 +1,4 @@
-#include "simulator/phonenetwork.h"
+#include "virtualphone/phonenetwork.h"
 
 PhoneNetwork::PhoneNetwork() : m_acceptedApns{"internet", "blweb", "gpinternet"} {}
 

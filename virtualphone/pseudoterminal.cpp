@@ -1,4 +1,4 @@
-#include "simulator/pseudoterminal.h"
+#include "virtualphone/pseudoterminal.h"
 
 #include <QFile>
 #include <QSocketNotifier>

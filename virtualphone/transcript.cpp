@@ -1,6 +1,6 @@
-#include "simulator/transcript.h"
+#include "virtualphone/transcript.h"
 
-#include "simulator/byteescapes.h"
+#include "virtualphone/byteescapes.h"
 
 #include <cstdio>
 #include <ctime>

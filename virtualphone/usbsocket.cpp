@@ -1,4 +1,4 @@
-#include "simulator/usbsocket.h"
+#include "virtualphone/usbsocket.h"
 
 #include <QCoreApplication>
 #include <QDir>

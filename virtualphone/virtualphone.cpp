@@ -1,4 +1,4 @@
-#include "simulator/virtualphone.h"
+#include "virtualphone/virtualphone.h"
 
 #include <QUuid>
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "simulator/atcommands.h"
-#include "simulator/chunkwriter.h"
-#include "simulator/commandlinereader.h"
-#include "simulator/misbehaviour.h"
-#include "simulator/networkprogram.h"
-#include "simulator/phonenetwork.h"
-#include "simulator/pseudoterminal.h"
-#include "simulator/transcript.h"
-#include "simulator/usbsocket.h"
+#include "virtualphone/atcommands.h"
+#include "virtualphone/chunkwriter.h"
+#include "virtualphone/commandlinereader.h"
+#include "virtualphone/misbehaviour.h"
+#include "virtualphone/networkprogram.h"
+#include "virtualphone/phonenetwork.h"
+#include "virtualphone/pseudoterminal.h"
+#include "virtualphone/transcript.h"
+#include "virtualphone/usbsocket.h"
 
 #include <QElapsedTimer>
 #include <QObject>

@@ -1,6 +1,6 @@
-#include "simulator/virtualphonethread.h"
+#include "virtualphone/virtualphonethread.h"
 
-#include "simulator/phonecontrol.h"
+#include "virtualphone/phonecontrol.h"
 
 #include <QSocketNotifier>
 #include <QThread>

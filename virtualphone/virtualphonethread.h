@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/virtualphone.h"
+#include "virtualphone/virtualphone.h"
 
 #include <memory>
 

@@ -1,5 +1,5 @@
-#include "simulator/atcommands.h"
-#include "simulator/phonenetwork.h"
+#include "virtualphone/atcommands.h"
+#include "virtualphone/phonenetwork.h"
 
 #include <QTest>
 

@@ -1,4 +1,4 @@
-#include "simulator/commandlinereader.h"
+#include "virtualphone/commandlinereader.h"
 
 #include <QTest>
 

@@ -1,5 +1,5 @@
-#include "simulator/byteescapes.h"
-#include "simulator/misbehaviour.h"
+#include "virtualphone/byteescapes.h"
+#include "virtualphone/misbehaviour.h"
 
 #include <QTest>
 

@@ -1,4 +1,4 @@
-#include "tests/simulator/serialline.h"
+#include "tests/virtualphone/serialline.h"
 
 #include <QFile>
 

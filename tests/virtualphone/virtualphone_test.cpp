@@ -1,5 +1,5 @@
-#include "simulator/virtualphonethread.h"
-#include "tests/simulator/serialline.h"
+#include "tests/virtualphone/serialline.h"
+#include "virtualphone/virtualphonethread.h"
 
 #include <QCoreApplication>
 #include <QDir>

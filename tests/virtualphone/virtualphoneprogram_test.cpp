@@ -1,5 +1,5 @@
-#include "simulator/controlserver.h"
-#include "tests/simulator/serialline.h"
+#include "tests/virtualphone/serialline.h"
+#include "virtualphone/controlserver.h"
 
 #include <QCoreApplication>
 #include <QDir>

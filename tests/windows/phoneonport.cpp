@@ -1,7 +1,7 @@
 #include "tests/windows/phoneonport.h"
 
-#include "simulator/virtualphonethread.h"
 #include "tests/windows/winemachine.h"
+#include "virtualphone/virtualphonethread.h"
 
 #include <QFile>
 

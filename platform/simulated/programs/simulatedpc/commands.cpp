@@ -1,4 +1,4 @@
-#include "simulator/simulatedpc/commands.h"
+#include "platform/simulated/programs/simulatedpc/commands.h"
 
 #include "platform/faultinjection/faultinjectingplatform.h"
 #include "platform/simulated/dialler.h"

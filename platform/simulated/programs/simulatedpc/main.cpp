@@ -1,5 +1,5 @@
 #include "platform/simulated/machinesession.h"
-#include "simulator/simulatedpc/commands.h"
+#include "platform/simulated/programs/simulatedpc/commands.h"
 
 #include <QCoreApplication>
 #include <QDir>
