@@ -5,6 +5,8 @@
 #include <cctype>
 #include <optional>
 
+namespace virtualphone {
+
 namespace {
 
 enum Form {
@@ -483,3 +485,5 @@ QByteArray formatResultCode(ResultCode result, const ModemState &modem)
     }
     return "\r\nERROR\r\n";
 }
+
+} // namespace virtualphone

@@ -5,6 +5,8 @@
 
 #include <map>
 
+namespace virtualphone {
+
 class PhoneNetwork;
 
 /// A packet-data context as AT+CGDCONT defines it.
@@ -50,3 +52,5 @@ QByteArray formatInformationText(const QByteArray &text, const ModemState &modem
 
 /// A result code as it goes over the line; empty when the modem is quiet.
 QByteArray formatResultCode(ResultCode result, const ModemState &modem);
+
+} // namespace virtualphone

@@ -2,6 +2,8 @@
 
 #include <cctype>
 
+namespace virtualphone {
+
 QByteArray escapeBytes(const QByteArray &bytes)
 {
     QByteArray text;
@@ -78,3 +80,5 @@ bool unescapeBytes(const QByteArray &text, QByteArray *bytes)
     *bytes = result;
     return true;
 }
+
+} // namespace virtualphone

@@ -2,6 +2,8 @@
 
 #include "virtualphone/pseudoterminal.h"
 
+namespace virtualphone {
+
 namespace {
 const int patienceMs = 2000; // with a PC that does not read
 const int blindPauseMs = 50; // when it cannot be seen whether it does
@@ -93,3 +95,5 @@ bool ChunkWriter::mustWait() const
     }
     return m_firstSince.elapsed() < patienceMs;
 }
+
+} // namespace virtualphone

@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QTimer>
 
+namespace virtualphone {
+
 class Pseudoterminal;
 
 /// Sends chunks so that the PC finds each of them alone: a chunk is written
@@ -63,3 +65,5 @@ private:
     QElapsedTimer m_lastWrite;
     QTimer m_retry;
 };
+
+} // namespace virtualphone

@@ -1,5 +1,7 @@
 #include "virtualphone/commandlinereader.h"
 
+namespace virtualphone {
+
 CommandLineReader::Taken CommandLineReader::take(QByteArray *input)
 {
     Taken taken;
@@ -64,3 +66,5 @@ int EscapeDetector::remainingMs(qint64 nowMs) const
 {
     return qMax(0, static_cast<int>(m_guardTimeMs - (nowMs - m_lastByteMs)));
 }
+
+} // namespace virtualphone

@@ -2,6 +2,8 @@
 
 #include <QByteArray>
 
+namespace virtualphone {
+
 inline constexpr int MaximumLineLength = 256; ///< bytes, without the line's end
 
 /// Cuts what the PC sends in command state into command lines. A line ends
@@ -60,3 +62,5 @@ private:
     qint64 m_lastByteMs = 0;
     int m_plusSigns = 0; // of an escape sequence begun
 };
+
+} // namespace virtualphone

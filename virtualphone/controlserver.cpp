@@ -13,6 +13,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+namespace virtualphone {
+
 namespace {
 
 const int maximumLine = 4096;
@@ -167,3 +169,5 @@ QString sendControlCommand(const QString &path, const QString &command)
         ::close(descriptor);
     return error.isEmpty() ? QString::fromUtf8(answer).trimmed() : "error: " + error;
 }
+
+} // namespace virtualphone

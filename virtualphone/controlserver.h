@@ -10,6 +10,8 @@
 
 class QSocketNotifier;
 
+namespace virtualphone {
+
 /// A unix-domain socket on which any number of clients send command lines and
 /// get one answer line for each.
 class ControlServer : public QObject
@@ -41,3 +43,5 @@ private:
 /// Sends one command to the socket and returns the answer; an answer that
 /// begins with "error:" when nobody answers within five seconds.
 QString sendControlCommand(const QString &path, const QString &command);
+
+} // namespace virtualphone

@@ -15,6 +15,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+using namespace virtualphone;
+
 namespace {
 
 const int usageError = 2;

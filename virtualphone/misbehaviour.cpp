@@ -2,6 +2,8 @@
 
 #include "virtualphone/byteescapes.h"
 
+namespace virtualphone {
+
 namespace {
 
 bool readSwitch(const QString &value, bool *flag)
@@ -120,3 +122,5 @@ bool hasCommandPrefix(const QByteArray &line, const QByteArray &prefix)
 {
     return !prefix.isEmpty() && line.toUpper().startsWith(prefix);
 }
+
+} // namespace virtualphone

@@ -4,6 +4,8 @@
 #include <QList>
 #include <QString>
 
+namespace virtualphone {
+
 /// What becomes of the characters of a command.
 enum class EchoMode {
     Off,
@@ -42,3 +44,5 @@ QList<MisbehaviourHelp> misbehaviourHelp();
 /// Whether a command line begins with an upper-case prefix, in whatever case
 /// the line is written; never for an empty prefix.
 bool hasCommandPrefix(const QByteArray &line, const QByteArray &prefix);
+
+} // namespace virtualphone

@@ -2,6 +2,8 @@
 
 #include <QProcess>
 
+namespace virtualphone {
+
 namespace {
 const int patienceMs = 8000; // a pppd takes leave of its peer for six seconds
 } // namespace
@@ -63,3 +65,5 @@ void NetworkProgram::stop()
     process->closeWriteChannel();
     process->terminate();
 }
+
+} // namespace virtualphone

@@ -6,6 +6,8 @@
 
 class QProcess;
 
+namespace virtualphone {
+
 /// The network behind the phone as a program: what the PC sends in data state
 /// is its standard input, its standard output goes to the PC. One run for each
 /// data connection.
@@ -40,3 +42,5 @@ private:
     QStringList m_command;
     QProcess *m_process = nullptr; // of the connection that is up
 };
+
+} // namespace virtualphone

@@ -2,6 +2,8 @@
 
 #include "virtualphone/virtualphone.h"
 
+namespace virtualphone {
+
 PhoneControl::PhoneControl(VirtualPhone *phone, QObject *parent) : QObject(parent), m_phone(phone)
 {
 }
@@ -77,3 +79,5 @@ bool readSocketNumber(const QString &text, int *number)
     *number = static_cast<int>(read);
     return true;
 }
+
+} // namespace virtualphone

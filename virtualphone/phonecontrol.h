@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QString>
 
+namespace virtualphone {
+
 class VirtualPhone;
 
 /// Understands the commands that move the phone and change it while it runs.
@@ -40,3 +42,5 @@ private:
 
 /// Reads a USB socket's number, 1 to 99. False when it is none.
 bool readSocketNumber(const QString &text, int *number);
+
+} // namespace virtualphone

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QStringList>
 
+namespace virtualphone {
+
 /// The mobile network that the phone is registered in: it alone decides
 /// whether an access point name leads anywhere.
 class PhoneNetwork
@@ -21,3 +23,5 @@ public:
 private:
     QStringList m_acceptedApns;
 };
+
+} // namespace virtualphone

@@ -13,6 +13,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+namespace virtualphone {
+
 Pseudoterminal::Pseudoterminal(QObject *parent) : QObject(parent)
 {
     m_openingTimer.setInterval(20);
@@ -179,3 +181,5 @@ void Pseudoterminal::checkOpened()
     if (!(state.revents & POLLHUP) || (state.revents & POLLIN))
         setInUse(true);
 }
+
+} // namespace virtualphone

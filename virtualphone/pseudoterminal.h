@@ -6,6 +6,8 @@
 
 class QSocketNotifier;
 
+namespace virtualphone {
+
 /// The phone's end of its serial line: the master of a pseudo-terminal whose
 /// slave, a raw line without echo, is what the PC opens as the modem's port.
 ///
@@ -74,3 +76,5 @@ private:
     QSocketNotifier *m_openingNotifier = nullptr;
     QTimer m_openingTimer; // where the file system reports nothing
 };
+
+} // namespace virtualphone

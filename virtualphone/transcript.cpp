@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <ctime>
 
+namespace virtualphone {
+
 namespace {
 
 QByteArray microseconds(const timespec &time)
@@ -69,3 +71,5 @@ void Transcript::write(const QByteArray &entry)
     m_file.write(timeStamps() + ' ' + entry + '\n');
     m_file.flush();
 }
+
+} // namespace virtualphone

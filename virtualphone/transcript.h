@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QFile>
 
+namespace virtualphone {
+
 /// Writes every byte on the line, and what happens to the phone, into a file,
 /// one event a line, each written out at once:
 ///
@@ -32,3 +34,5 @@ private:
 
     QFile m_file;
 };
+
+} // namespace virtualphone

@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <cstring>
 
+namespace virtualphone {
+
 UsbSocket::UsbSocket(const QString &busDirectory, int number)
     : m_directory(busDirectory),
       m_fileName(QString("%1/socket%2.json").arg(busDirectory).arg(number))
@@ -99,3 +101,5 @@ std::unique_ptr<QLockFile> takeLock(const QString &fileName, qint64 *holder)
     lock->getLockInfo(holder, &host, &application);
     return nullptr;
 }
+
+} // namespace virtualphone

@@ -5,6 +5,8 @@
 
 #include <memory>
 
+namespace virtualphone {
+
 /// What the PC's port driver sees of the phone in a USB socket.
 struct PluggedPhone {
     QString product; ///< what the driver names the port
@@ -52,3 +54,5 @@ QString defaultBusDirectory();
 /// left is taken over. Null with the holder's process id (0: the file cannot be
 /// made) when it is not to be had.
 std::unique_ptr<QLockFile> takeLock(const QString &fileName, qint64 *holder);
+
+} // namespace virtualphone

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+namespace virtualphone {
+
 namespace {
 // Beyond this the line is no longer read: a PC that never stops sending waits.
 const int maximumInput = 65536;
@@ -338,3 +340,5 @@ void VirtualPhone::publish()
     if (m_usbSocket && !m_usbSocket->publish(phone, &error))
         qWarning("virtual-phone: %s", qPrintable(error));
 }
+
+} // namespace virtualphone

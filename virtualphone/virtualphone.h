@@ -17,6 +17,8 @@
 #include <memory>
 #include <optional>
 
+namespace virtualphone {
+
 /// What a phone is and where it is plugged in.
 struct PhoneOptions {
     QString busDirectory; ///< empty: on no bus, only the pseudo-terminal is made
@@ -125,3 +127,5 @@ private:
     qint64 m_sent = 0;
     qint64 m_dataReceived = 0;
 };
+
+} // namespace virtualphone

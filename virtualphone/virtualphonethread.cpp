@@ -11,6 +11,8 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+namespace virtualphone {
+
 // Tasks are handed over with the standard library's lock rather than queued
 // calls: the thread sanitizer sees it, while the toolkit's is invisible to it.
 class VirtualPhoneThread::Worker : public QThread
@@ -105,3 +107,5 @@ QString VirtualPhoneThread::ttyName()
     m_worker->carryOut([&](VirtualPhone &phone, PhoneControl &) { tty = phone.ttyName(); });
     return tty;
 }
+
+} // namespace virtualphone

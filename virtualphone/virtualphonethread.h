@@ -4,6 +4,8 @@
 
 #include <memory>
 
+namespace virtualphone {
+
 /// A virtual phone that runs in a thread of its own, for callers whose thread
 /// blocks while it talks to the phone. Every call blocks until the phone has
 /// carried it out; calls may come from any thread.
@@ -30,3 +32,5 @@ private:
     class Worker;
     std::unique_ptr<Worker> m_worker;
 };
+
+} // namespace virtualphone

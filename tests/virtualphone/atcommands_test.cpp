@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+using namespace virtualphone;
+
 Q_DECLARE_METATYPE(ResultCode)
 
 class AtCommandsTest : public QObject

@@ -2,6 +2,8 @@
 
 #include <QTest>
 
+using namespace virtualphone;
+
 class CommandLineReaderTest : public QObject
 {
     Q_OBJECT

@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+using namespace virtualphone;
+
 class MisbehaviourTest : public QObject
 {
     Q_OBJECT

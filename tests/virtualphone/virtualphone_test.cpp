@@ -15,6 +15,8 @@
 #include <memory>
 #include <termios.h>
 
+using namespace virtualphone;
+
 namespace {
 
 using Chunks = QList<QByteArray>;

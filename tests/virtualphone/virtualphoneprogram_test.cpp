@@ -20,6 +20,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+using namespace virtualphone;
+
 namespace {
 
 const char commandNames[] = "plug, unplug, status, drop, set, accept-apn, quit";
