@@ -55,7 +55,7 @@ QByteArray numberOf(const RasEntry &entry)
 
 bool isDialable(const QString &number)
 {
-    return isDialableNumber(number.toStdString());
+    return dialphone::isDialableNumber(number.toStdString());
 }
 
 PhoneBook::PhoneBook(const QString &peersFolder, const QString &dialProgram)

@@ -8,6 +8,8 @@
 #include <thread>
 #include <unistd.h>
 
+using namespace dialphone;
+
 /// What a phone says to each command line it gets.
 struct Said {
     QByteArray command;

@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+using namespace dialphone;
+
 namespace {
 
 constexpr int AnswerSeconds = 5;

@@ -5,6 +5,8 @@
 #include <poll.h>
 #include <unistd.h>
 
+namespace dialphone {
+
 namespace {
 
 long long now()
@@ -110,3 +112,5 @@ std::string PhoneLine::waitForResult(int seconds, const char *whenLate)
             return line;
     }
 }
+
+} // namespace dialphone

@@ -2,6 +2,8 @@
 
 #include <string>
 
+namespace dialphone {
+
 /// The phone's AT command line on a descriptor that pppd has opened and set
 /// up. Reads no byte beyond the line it waits for: what follows CONNECT
 /// belongs to PPP.
@@ -32,3 +34,5 @@ private:
 /// Whether a number may be sent to a phone: digits, * # + , and the letters A
 /// to D, P, T, W in either case; at most 80 characters.
 bool isDialableNumber(const std::string &number);
+
+} // namespace dialphone
