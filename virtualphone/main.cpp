@@ -60,7 +60,7 @@ void addOptions(QCommandLineParser *parser)
     parser->addHelpOption();
     parser->addVersionOption();
     parser->addOptions({
-        {"bus", "Directory of the USB bus.", "directory", defaultBusDirectory()},
+        {"bus", "Directory of the USB bus; it must be named.", "directory"},
         {"socket", "USB socket to plug into.", "number", "1"},
         {"unplugged", "Start unplugged."},
         {"product",
@@ -106,7 +106,7 @@ QString readOptions(const QCommandLineParser &parser, PhoneOptions *options)
         return QString("\"%1\" is no guard time").arg(parser.value("guard-time"));
     options->guardTimeMs = static_cast<int>(guardTime);
     if (options->busDirectory.isEmpty())
-        return "the bus directory has no name";
+        return "the bus directory is missing: --bus DIRECTORY";
     if (options->product.isEmpty())
         return "the product has no name";
     if (parser.value("control").isEmpty() || parser.value("control").contains('/'))

@@ -24,13 +24,15 @@ void report(const QString &message)
 
 QString defaultStateDirectory()
 {
-    const QString chosen = qEnvironmentVariable("SIMULATED_PC");
-    if (!chosen.isEmpty())
-        return QDir(chosen).absolutePath();
-    QString states = qEnvironmentVariable("XDG_STATE_HOME");
-    if (states.isEmpty())
-        states = QDir::homePath() + "/.local/state";
-    return states + "/tolvane-simulated-pc";
+    QString directory = qEnvironmentVariable("SIMULATED_PC");
+    if (directory.isEmpty()) {
+        directory = qEnvironmentVariable("XDG_STATE_HOME");
+        if (directory.isEmpty())
+            directory = QDir::homePath() + "/.local/state";
+        directory += "/tolvane-simulated-pc";
+    }
+    // The programs of one machine need not run in the same folder.
+    return QDir(directory).absolutePath();
 }
 
 MachineSession::MachineSession(const QString &directory) : m_directory(directory)

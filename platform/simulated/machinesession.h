@@ -6,8 +6,8 @@
 
 namespace simulated {
 
-/// Where the machine lives when nobody says otherwise: $SIMULATED_PC, or
-/// tolvane-simulated-pc under $XDG_STATE_HOME or ~/.local/state.
+/// Where the machine of this process lives, as an absolute path: $SIMULATED_PC,
+/// or tolvane-simulated-pc under $XDG_STATE_HOME or ~/.local/state.
 QString defaultStateDirectory();
 
 /// One operation's look at the machine: the state is read afresh under a lock

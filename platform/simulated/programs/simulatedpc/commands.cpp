@@ -134,6 +134,12 @@ int show(const QString &directory, const QStringList &)
     return Done;
 }
 
+int printDirectory(const QString &directory, const QStringList &)
+{
+    print(directory);
+    return Done;
+}
+
 int reset(const QString &directory, const QStringList &)
 {
     MachineSession session(directory);
@@ -298,6 +304,7 @@ const QList<Command> &commands()
     constexpr int any = 99;
     static const QList<Command> all = {
         {{"show"}, "", 0, 0, show, "print the machine's state"},
+        {{"directory"}, "", 0, 0, printDirectory, "print where the machine is kept"},
         {{"reset"}, "", 0, 0, reset, "start with a new machine; phones stay plugged in"},
         {{"set", "administrator"}, "on|off", 1, 1, setAdministrator, "the user's rights"},
         {{"set", "windows"},

@@ -2,7 +2,7 @@
 #include "platform/simulated/programs/simulatedpc/commands.h"
 
 #include <QCoreApplication>
-#include <QDir>
+#include <QFile>
 
 #include <cstdio>
 
@@ -12,13 +12,12 @@ int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
     QStringList arguments = QCoreApplication::arguments().mid(1);
-    QString directory = simulated::defaultStateDirectory();
     if (arguments.value(0) == "--state") {
         if (arguments.size() < 2) {
             std::fprintf(stderr, "simulated-pc: --state needs a directory\n");
             return WrongUse;
         }
-        directory = QDir(arguments.at(1)).absolutePath();
+        qputenv("SIMULATED_PC", QFile::encodeName(arguments.at(1)));
         arguments = arguments.mid(2);
     }
     if (arguments.value(0) == "--help" || arguments.value(0) == "-h") {
@@ -36,5 +35,5 @@ int main(int argc, char *argv[])
         std::printf("simulated-pc %s\n", SIMULATED_PC_VERSION);
         return Done;
     }
-    return runCommand(directory, arguments);
+    return runCommand(simulated::defaultStateDirectory(), arguments);
 }
