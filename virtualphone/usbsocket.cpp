@@ -3,8 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <cstdio>
@@ -13,8 +12,7 @@
 namespace virtualphone {
 
 UsbSocket::UsbSocket(const QString &busDirectory, int number)
-    : m_directory(busDirectory),
-      m_fileName(QString("%1/socket%2.json").arg(busDirectory).arg(number))
+    : m_directory(busDirectory), m_fileName(busDirectory + '/' + socketFileName(number))
 {
 }
 
@@ -43,16 +41,12 @@ bool UsbSocket::claim(QString *error)
     return false;
 }
 
-bool UsbSocket::publish(const PluggedPhone &phone, QString *error)
+bool UsbSocket::publish(PluggedPhone phone, QString *error)
 {
-    const QJsonObject record{{"product", phone.product},
-                             {"tty", phone.tty},
-                             {"pid", QCoreApplication::applicationPid()},
-                             {"plugId", phone.plugId},
-                             {"carrier", phone.carrier}};
+    phone.processId = QCoreApplication::applicationPid();
     // Not named *.json: who lists the sockets must not find it.
     QFile temporary(m_fileName + ".new");
-    const QByteArray text = QJsonDocument(record).toJson();
+    const QByteArray text = phone.toJson();
     if (!temporary.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
         temporary.write(text) != text.size() || !temporary.flush()) {
         *error = QString("cannot write %1: %2").arg(temporary.fileName(), temporary.errorString());
@@ -75,17 +69,6 @@ void UsbSocket::release()
         return;
     QFile::remove(m_fileName);
     m_lock.reset();
-}
-
-QString defaultBusDirectory()
-{
-    const QString pc = qEnvironmentVariable("SIMULATED_PC");
-    if (!pc.isEmpty())
-        return pc + "/usb";
-    QString state = qEnvironmentVariable("XDG_STATE_HOME");
-    if (state.isEmpty())
-        state = QDir::homePath() + "/.local/state";
-    return state + "/tolvane-simulated-pc/usb";
 }
 
 std::unique_ptr<QLockFile> takeLock(const QString &fileName, qint64 *holder)

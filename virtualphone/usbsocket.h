@@ -1,5 +1,7 @@
 #pragma once
 
+#include "virtualphone/pluggedphone.h"
+
 #include <QLockFile>
 #include <QString>
 
@@ -7,22 +9,9 @@
 
 namespace virtualphone {
 
-/// What the PC's port driver sees of the phone in a USB socket.
-struct PluggedPhone {
-    QString product; ///< what the driver names the port
-    QString tty;     ///< the port's device
-    QString plugId;  ///< new at each plug-in
-    bool carrier;    ///< the carrier-detect line, which a pseudo-terminal lacks
-};
-
-/// One socket of the simulated PC's USB bus: a directory in which a phone
-/// that is plugged into socket N keeps the file socketN.json,
-///
-///     {"carrier": false, "pid": 1234, "plugId": "...", "product": "USB Modem Driver",
-///      "tty": "/dev/pts/7"}
-///
-/// always complete: it is replaced, never rewritten. A lock beside it says
-/// that its phone is alive, so that what a killed phone left is replaced.
+/// One socket of the USB bus, a directory that the phone and the PC share. The
+/// phone in the socket keeps a PluggedPhone there, with a lock beside it: what a
+/// killed phone left can be told from what belongs to a phone that runs.
 class UsbSocket
 {
 public:
@@ -33,9 +22,9 @@ public:
     /// with a message when a phone is plugged in, or the directory is refused.
     bool claim(QString *error);
 
-    /// Shows the phone to the PC. False with a message when it cannot be
-    /// written; what was shown before stays then.
-    bool publish(const PluggedPhone &phone, QString *error);
+    /// Shows the phone, as one of this process, to the PC. False with a message
+    /// when that cannot be written; what was shown before stays.
+    bool publish(PluggedPhone phone, QString *error);
 
     /// Takes the file away and frees the socket.
     void release();
@@ -45,10 +34,6 @@ private:
     const QString m_fileName;
     std::unique_ptr<QLockFile> m_lock;
 };
-
-/// The bus that is used when none is named: $SIMULATED_PC/usb, or else
-/// tolvane-simulated-pc/usb in $XDG_STATE_HOME or ~/.local/state.
-QString defaultBusDirectory();
 
 /// A lock held by this process as long as it lives; one that a dead process
 /// left is taken over. Null with the holder's process id (0: the file cannot be

@@ -85,7 +85,7 @@ bool VirtualPhone::plug(int socket, QString *error)
     if (!m_terminal.open(error))
         return false;
     m_plugId = QUuid::createUuid().toString(QUuid::WithoutBraces);
-    const PluggedPhone phone{m_options.product, ttyName(), m_plugId, false};
+    const PluggedPhone phone{m_options.product, ttyName(), m_plugId, false, 0};
     if (usbSocket && !usbSocket->publish(phone, error)) {
         m_terminal.close();
         return false;
@@ -336,7 +336,7 @@ void VirtualPhone::publish()
     else if (m_networkProgram)
         m_networkProgram->stop();
     QString error;
-    const PluggedPhone phone{m_options.product, ttyName(), m_plugId, m_modem.connected};
+    const PluggedPhone phone{m_options.product, ttyName(), m_plugId, m_modem.connected, 0};
     if (m_usbSocket && !m_usbSocket->publish(phone, &error))
         qWarning("virtual-phone: %s", qPrintable(error));
 }

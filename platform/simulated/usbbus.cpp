@@ -2,8 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QJsonDocument>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <cstdio>
@@ -31,17 +29,11 @@ bool readSocket(const QString &path, PhoneOnBus *phone)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return false; // unplugged a moment ago
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
-    const QJsonObject object = document.object();
-    phone->product = object.value("product").toString();
-    phone->tty = object.value("tty").toString();
-    phone->plugId = object.value("plugId").toString();
-    phone->carrier = object.value("carrier").toBool();
-    if (phone->product.isEmpty() || phone->tty.isEmpty() || phone->plugId.isEmpty()) {
+    if (!phone->fromJson(file.readAll())) {
         std::fprintf(stderr, "simulated PC: %s describes no phone\n", qPrintable(path));
         return false;
     }
-    return isAlive(static_cast<qint64>(object.value("pid").toDouble()));
+    return isAlive(phone->processId);
 }
 
 int numberForSocket(int socket, MachineState *state, bool *assigned)
@@ -68,16 +60,13 @@ QString PresentPort::friendlyName() const
 
 QList<PhoneOnBus> phonesOnBus(const QString &directory)
 {
-    static const QRegularExpression pattern("^socket([1-9][0-9]{0,3})\\.json$");
     QList<PhoneOnBus> phones;
     const QDir bus(directory + "/usb");
     for (const QString &name : bus.entryList(QDir::Files)) {
-        const QRegularExpressionMatch match = pattern.match(name);
         PhoneOnBus phone;
-        if (!match.hasMatch() || !readSocket(bus.filePath(name), &phone))
-            continue;
-        phone.socket = match.captured(1).toInt();
-        phones += phone;
+        phone.socket = virtualphone::socketOfFileName(name);
+        if (phone.socket > 0 && readSocket(bus.filePath(name), &phone))
+            phones += phone;
     }
     std::sort(phones.begin(), phones.end(),
               [](const PhoneOnBus &a, const PhoneOnBus &b) { return a.socket < b.socket; });

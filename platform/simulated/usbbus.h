@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/simulated/machinestate.h"
+#include "virtualphone/pluggedphone.h"
 
 #include <QList>
 #include <QString>
@@ -9,13 +10,9 @@
 // makes of the phones in them.
 namespace simulated {
 
-/// A phone in a socket, as its file usb/socketN.json tells.
-struct PhoneOnBus {
+/// A phone, and the socket that it is plugged into.
+struct PhoneOnBus : virtualphone::PluggedPhone {
     int socket = 0;
-    QString product;
-    QString tty;          ///< the device node of its serial line
-    QString plugId;       ///< new with every plug-in
-    bool carrier = false; ///< it holds a data connection
 };
 
 /// A COM port that is present now.
