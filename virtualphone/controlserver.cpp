@@ -1,6 +1,6 @@
 #include "virtualphone/controlserver.h"
 
-#include "virtualphone/usbsocket.h"
+#include "virtualphone/processlock.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -8,8 +8,6 @@
 #include <functional>
 #include <memory>
 
-class QSocketNotifier;
-
 namespace virtualphone {
 
 /// A unix-domain socket on which any number of clients send command lines and

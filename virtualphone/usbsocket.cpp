@@ -1,5 +1,7 @@
 #include "virtualphone/usbsocket.h"
 
+#include "virtualphone/processlock.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -69,20 +71,6 @@ void UsbSocket::release()
         return;
     QFile::remove(m_fileName);
     m_lock.reset();
-}
-
-std::unique_ptr<QLockFile> takeLock(const QString &fileName, qint64 *holder)
-{
-    auto lock = std::make_unique<QLockFile>(fileName);
-    // However old it is: a phone may stay plugged in for days.
-    lock->setStaleLockTime(0);
-    *holder = 0;
-    if (lock->tryLock(0))
-        return lock;
-    QString host;
-    QString application;
-    lock->getLockInfo(holder, &host, &application);
-    return nullptr;
 }
 
 } // namespace virtualphone

@@ -35,9 +35,4 @@ private:
     std::unique_ptr<QLockFile> m_lock;
 };
 
-/// A lock held by this process as long as it lives; one that a dead process
-/// left is taken over. Null with the holder's process id (0: the file cannot be
-/// made) when it is not to be had.
-std::unique_ptr<QLockFile> takeLock(const QString &fileName, qint64 *holder);
-
 } // namespace virtualphone

@@ -3,6 +3,7 @@
 #include "virtualphone/atcommands.h"
 #include "virtualphone/chunkwriter.h"
 #include "virtualphone/commandlinereader.h"
+#include "virtualphone/escapedetector.h"
 #include "virtualphone/misbehaviour.h"
 #include "virtualphone/networkprogram.h"
 #include "virtualphone/phonenetwork.h"

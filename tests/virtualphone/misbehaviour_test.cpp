@@ -1,4 +1,3 @@
-#include "virtualphone/byteescapes.h"
 #include "virtualphone/misbehaviour.h"
 
 #include <QTest>
@@ -15,11 +14,6 @@ private slots:
     void refuses();
     void everySettingIsExplained();
     void prefixes();
-    void escapesBytes();
-    void unescapesBytes_data();
-    void unescapesBytes();
-    void refusesEscapes_data();
-    void refusesEscapes();
 };
 
 void MisbehaviourTest::sets()
@@ -133,51 +127,6 @@ void MisbehaviourTest::prefixes()
     QVERIFY(hasCommandPrefix("at+cgdcont=1", "AT+CGD"));
     QVERIFY(!hasCommandPrefix("AT+CG", "AT+CGD"));
     QVERIFY(!hasCommandPrefix("AT", ""));
-}
-
-void MisbehaviourTest::escapesBytes()
-{
-    QCOMPARE(escapeBytes(QByteArray("a \"\\\r\n\t\0\x7F\xE9~", 11)),
-             QByteArray("a \\\"\\\\\\r\\n\\t\\x00\\x7F\\xE9~"));
-    QByteArray all;
-    for (int i = 0; i < 256; ++i)
-        all += static_cast<char>(i);
-    QByteArray back;
-    QVERIFY(unescapeBytes(escapeBytes(all), &back));
-    QCOMPARE(back, all);
-}
-
-void MisbehaviourTest::unescapesBytes_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("plain") << QByteArray("abc") << QByteArray("abc");
-    QTest::newRow("nul") << QByteArray("\\01") << QByteArray("\0001", 2);
-    QTest::newRow("hex") << QByteArray("\\x41\\xfF") << QByteArray("A\xFF");
-}
-
-void MisbehaviourTest::unescapesBytes()
-{
-    QFETCH(QByteArray, text);
-    QFETCH(QByteArray, bytes);
-    QByteArray result;
-    QVERIFY(unescapeBytes(text, &result));
-    QCOMPARE(result, bytes);
-}
-
-void MisbehaviourTest::refusesEscapes_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    for (const char *text : {"\\", "a\\", "\\q", "\\x", "\\x4", "\\xg0", "\\x+4", "\\x 4"})
-        QTest::newRow(text) << QByteArray(text);
-}
-
-void MisbehaviourTest::refusesEscapes()
-{
-    QFETCH(QByteArray, text);
-    QByteArray result = "kept";
-    QVERIFY(!unescapeBytes(text, &result));
-    QCOMPARE(result, QByteArray("kept"));
 }
 
 QTEST_GUILESS_MAIN(MisbehaviourTest)
