@@ -219,7 +219,7 @@ ResultCode contextDefinition(Call &call)
 }
 
 // The context that *99[*[address][*[protocol][*[context]]]]# names; 0 when the
-// text is no packet-data number.
+// text is not a packet-data number.
 int dialledContext(QByteArray dialString)
 {
     if (dialString.startsWith('T') || dialString.startsWith('P'))

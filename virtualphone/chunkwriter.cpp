@@ -6,7 +6,7 @@ namespace virtualphone {
 
 namespace {
 const int patienceMs = 2000; // with a PC that does not read
-const int blindPauseMs = 50; // when it cannot be seen whether it does
+const int blindPauseMs = 50; // when the system does not tell whether it reads
 } // namespace
 
 ChunkWriter::ChunkWriter(Pseudoterminal *terminal, QObject *parent)

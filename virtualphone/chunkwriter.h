@@ -10,12 +10,11 @@ namespace virtualphone {
 
 class Pseudoterminal;
 
-/// Sends chunks so that the PC finds each of them alone: a chunk is written
-/// in one piece, and only once the PC has read what was written before. This
-/// is how a reader that judges every read on its own meets a phone, whose USB
-/// transfers arrive one by one. A PC that does not read holds a chunk up for
-/// two seconds at most; where the system does not tell whether it has read,
-/// chunks are kept 50 ms apart.
+/// Writes chunks so that the PC reads each of them on its own, as it reads the
+/// USB transfers of a phone: a chunk is written in one piece, and only after the
+/// PC has read the one before. For a PC that does not read a chunk waits two
+/// seconds at most. Where the system does not tell whether the PC has read,
+/// chunks are written 50 ms apart.
 class ChunkWriter : public QObject
 {
     Q_OBJECT
@@ -24,18 +23,17 @@ public:
     /// The terminal must outlive the writer.
     explicit ChunkWriter(Pseudoterminal *terminal, QObject *parent = nullptr);
 
-    /// Queues a chunk. While the PC has its port closed it is dropped, as by
-    /// a port driver that nobody reads from.
+    /// Queues a chunk. It is dropped while the PC has its port closed: a port
+    /// driver, too, drops what nobody reads.
     void enqueue(const QByteArray &chunk);
 
-    /// Queues an echo: characters that are echoed one after the other may
-    /// share a chunk.
+    /// Queues an echo. Echoes that follow each other may share a chunk.
     void enqueueEcho(const QByteArray &bytes);
 
     /// Whether everything was written.
     bool isIdle() const { return m_chunks.isEmpty(); }
 
-    /// Drops what was not written yet.
+    /// Drops what has not been written yet.
     void clear();
 
 signals:
@@ -45,8 +43,8 @@ signals:
     /// Bytes were dropped: the port is closed, or clear() was called.
     void dropped(const QByteArray &bytes);
 
-    /// Everything that was queued is written or dropped. Not emitted from
-    /// within enqueue() and enqueueEcho(), clear() does not emit it.
+    /// Everything that was queued has been written or dropped. Emitted by the
+    /// event loop only, never from within enqueue(), enqueueEcho() or clear().
     void idle();
 
 private:

@@ -7,9 +7,9 @@ namespace virtualphone {
 inline constexpr int MaximumLineLength = 256; ///< bytes, without the line's end
 
 /// Cuts what the PC sends in command state into command lines. A line ends
-/// with a carriage return; line feeds and other control characters do not
-/// belong to it; a backspace takes the last character back. What stands before
-/// the first "AT" of a line is skipped, as a modem does that waits for it.
+/// with a carriage return; line feeds and other control characters are ignored,
+/// and a backspace removes the last character. What stands before the first
+/// "AT" of a line is ignored, too: a modem waits for these letters.
 class CommandLineReader
 {
 public:
@@ -28,7 +28,7 @@ public:
     /// The line so far, from its "AT" on; empty when there is none yet.
     QByteArray partialLine() const;
 
-    /// Forgets the line begun.
+    /// Forgets the line that has begun.
     void reset();
 
 private:

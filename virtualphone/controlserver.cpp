@@ -131,7 +131,8 @@ void ControlServer::serve(Client *client)
         const QString command = QString::fromUtf8(client->m_input.left(end));
         client->m_input.remove(0, end + 1);
         const QByteArray answer = m_handler(command).toUtf8() + '\n';
-        // Answers are short; a client that does not read them loses its turn.
+        // Answers are short: a client that has no room for one does not read them
+        // and is disconnected.
         if (send(client->m_descriptor, answer.constData(), static_cast<size_t>(answer.size()),
                  MSG_NOSIGNAL) != answer.size())
             isWelcome = false;

@@ -23,8 +23,9 @@ public:
     explicit ControlServer(Handler handler, QObject *parent = nullptr);
     ~ControlServer() override;
 
-    /// Listens. What a killed process left at that path is replaced. False
-    /// with a message when another one listens there or the path is no good.
+    /// Listens. A socket that a killed process left at that path is replaced.
+    /// False with a message when another process listens there or the path
+    /// cannot be used.
     bool listen(const QString &path, QString *error);
 
 private:
@@ -38,8 +39,8 @@ private:
     int m_socket = -1;
 };
 
-/// Sends one command to the socket and returns the answer; an answer that
-/// begins with "error:" when nobody answers within five seconds.
+/// Sends one command to the socket and returns the answer. When none comes
+/// within five seconds, the returned text begins with "error:" and says why.
 QString sendControlCommand(const QString &path, const QString &command);
 
 } // namespace virtualphone

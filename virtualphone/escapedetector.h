@@ -19,7 +19,7 @@ public:
     /// Data arrived.
     void feed(const QByteArray &bytes, qint64 nowMs);
 
-    /// Three plus signs came after a pause; the second pause is awaited.
+    /// Whether three plus signs came after a pause and the second pause is awaited.
     bool isArmed() const { return m_plusSigns == 3; }
 
     /// How long from now until the second pause is over; only when armed.

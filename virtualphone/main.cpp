@@ -25,7 +25,8 @@ int signalPipe[2];
 
 void onSignal(int)
 {
-    // Nothing but this is safe here; a full pipe has woken the program already.
+    // Only what is safe in a signal handler. When the pipe is full the program
+    // has been woken already.
     const int error = errno;
     const ssize_t written = write(signalPipe[1], "", 1);
     static_cast<void>(written);
@@ -64,8 +65,7 @@ void addOptions(QCommandLineParser *parser)
         {"socket", "USB socket to plug into.", "number", "1"},
         {"unplugged", "Start unplugged."},
         {"product",
-         "What the port driver names the port; \"Tolvane Modem Driver\" is the other name that a "
-         "phone has.",
+         "Name that the port driver gives the port; some phones are a \"Tolvane Modem Driver\".",
          "name", PhoneOptions().product},
         {"accept-apn",
          "Access point name that the network accepts; may be repeated. Without it: internet, "
@@ -81,15 +81,15 @@ void addOptions(QCommandLineParser *parser)
         {"control", "File name of the control socket, in the bus directory.", "name", "phone.ctl"},
         {"ready-fd", "Write a line to this descriptor, and close it, once ready.", "number"},
         {"send",
-         "Send a command to the running phone and print its answer: plug [SOCKET], unplug, "
-         "status, drop, set NAME VALUE, accept-apn LIST, quit.",
+         "Send a command to the running phone and print its answer: " +
+             PhoneControl::commandHelp().join(", ") + '.',
          "command"},
     });
     for (const MisbehaviourHelp &help : misbehaviourHelp())
         parser->addOption({help.name, help.meaning, help.value});
 }
 
-/// Reads the command line; an empty string, or what is wrong with it.
+/// Reads the command line. Returns what is wrong with it, or an empty string.
 QString readOptions(const QCommandLineParser &parser, PhoneOptions *options)
 {
     options->busDirectory = parser.value("bus");
@@ -98,19 +98,19 @@ QString readOptions(const QCommandLineParser &parser, PhoneOptions *options)
     options->transcriptFile = parser.value("transcript");
     options->networkCommand = QProcess::splitCommand(parser.value("network-command"));
     if (!readSocketNumber(parser.value("socket"), &options->socket))
-        return QString("\"%1\" is no socket; they are numbered 1 to 99")
+        return QString("\"%1\" is not a socket; sockets are numbered 1 to 99")
             .arg(parser.value("socket"));
     bool isNumber = false;
     const uint guardTime = parser.value("guard-time").toUInt(&isNumber);
     if (!isNumber || guardTime > 60000)
-        return QString("\"%1\" is no guard time").arg(parser.value("guard-time"));
+        return QString("\"%1\" is not a guard time").arg(parser.value("guard-time"));
     options->guardTimeMs = static_cast<int>(guardTime);
     if (options->busDirectory.isEmpty())
         return "the bus directory is missing: --bus DIRECTORY";
     if (options->product.isEmpty())
         return "the product has no name";
     if (parser.value("control").isEmpty() || parser.value("control").contains('/'))
-        return QString("\"%1\" is no file name for the control socket")
+        return QString("\"%1\" is not a file name for the control socket")
             .arg(parser.value("control"));
     for (const QString &apn : options->acceptedApns) {
         if (apn.isEmpty())
@@ -180,14 +180,14 @@ int main(int argc, char *argv[])
         return fail(QString("cannot make the bus directory %1").arg(options.busDirectory));
     VirtualPhone phone(options);
     PhoneControl control(&phone);
-    // Queued: the client that asks for it gets its answer first.
+    // Queued, so that the client gets its answer first.
     QObject::connect(&control, &PhoneControl::quitRequested, &application, &QCoreApplication::quit,
                      Qt::QueuedConnection);
     ControlServer server([&control](const QString &command) { return control.execute(command); });
     if (!phone.openTranscript(&error))
         return fail(error);
-    // The socket first: a second phone on the bus may lack both, and a free
-    // USB socket is easier to name than another control socket.
+    // The USB socket before the control socket: a second phone on the bus may get
+    // neither, and then the message about the USB socket helps more.
     if (!parser.isSet("unplugged") && !phone.plug(options.socket, &error))
         return fail(error);
     if (!server.listen(controlPath, &error))

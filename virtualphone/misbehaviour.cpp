@@ -24,7 +24,7 @@ bool readNumber(const QString &value, int maximum, int *number)
     return true;
 }
 
-// "off" is no command's beginning, so it can stand for no prefix.
+// No command begins with "off", so it can stand for no prefix.
 bool readPrefix(const QString &value, QByteArray *prefix)
 {
     if (value.isEmpty())
@@ -55,67 +55,75 @@ bool readEcho(const QString &value, EchoMode *mode)
     return true;
 }
 
+bool readErrorPrefix(const QString &value, QByteArray *prefix)
+{
+    if (value != "all")
+        return readPrefix(value, prefix);
+    *prefix = "*";
+    return true;
+}
+
+/// A setting, and how its value is read: false, with nothing changed, when the
+/// value does not fit.
+struct Setting {
+    MisbehaviourHelp help;
+    bool (*read)(const QString &value, Misbehaviour *misbehaviour);
+};
+
+const Setting settings[] = {
+    {{"echo", "on|off|glued",
+      "Echo commands until ATE says otherwise: as a chunk of its own (on, the default) or in "
+      "the same chunk as the answer (glued)."},
+     [](const QString &value, Misbehaviour *m) { return readEcho(value, &m->echo); }},
+    {{"delay", "MILLISECONDS", "Time from a command to its answer; 5 by default."},
+     [](const QString &value, Misbehaviour *m) { return readNumber(value, 3600000, &m->delayMs); }},
+    {{"split", "BYTES",
+      "Write each answer in two chunks, the first of them BYTES long; 0 writes it whole."},
+     [](const QString &value, Misbehaviour *m) { return readNumber(value, 1000, &m->splitAfter); }},
+    {{"join", "on|off", "Write texts and answers that are ready together as one chunk."},
+     [](const QString &value, Misbehaviour *m) { return readSwitch(value, &m->join); }},
+    {{"silent", "on|off",
+      "Answer nothing. Commands received meanwhile are answered after \"silent off\"."},
+     [](const QString &value, Misbehaviour *m) { return readSwitch(value, &m->silent); }},
+    {{"error", "PREFIX|all|off",
+      "Answer ERROR to all commands, or to those that begin with PREFIX, for example AT+CGD."},
+     [](const QString &value, Misbehaviour *m) { return readErrorPrefix(value, &m->errorPrefix); }},
+    {{"unplug-on", "PREFIX|off",
+      "Unplug once when a command starting with PREFIX arrives, even before its end."},
+     [](const QString &value, Misbehaviour *m) { return readPrefix(value, &m->unplugPrefix); }},
+    {{"noise", "TEXT|off",
+      "Send TEXT before each answer as a chunk of its own; \\r, \\n, \\t, \\0, \\xNN and "
+      "\\\\ are escapes."},
+     [](const QString &value, Misbehaviour *m) { return readBytes(value, &m->noise); }},
+    {{"glue", "TEXT|off", "Put TEXT in front of each answer, in the same chunk."},
+     [](const QString &value, Misbehaviour *m) { return readBytes(value, &m->glue); }},
+};
+
 } // namespace
 
 bool Misbehaviour::set(const QString &name, const QString &value, QString *error)
 {
-    bool isValid = false;
-    if (name == "echo") {
-        isValid = readEcho(value, &echo);
-    } else if (name == "delay") {
-        isValid = readNumber(value, 3600000, &delayMs);
-    } else if (name == "split") {
-        isValid = readNumber(value, 1000, &splitAfter);
-    } else if (name == "join") {
-        isValid = readSwitch(value, &join);
-    } else if (name == "silent") {
-        isValid = readSwitch(value, &silent);
-    } else if (name == "error") {
-        isValid = readPrefix(value, &errorPrefix);
-        if (value == "all")
-            errorPrefix = "*";
-    } else if (name == "unplug-on") {
-        isValid = readPrefix(value, &unplugPrefix);
-    } else if (name == "noise") {
-        isValid = readBytes(value, &noise);
-    } else if (name == "glue") {
-        isValid = readBytes(value, &glue);
-    } else {
-        QStringList names;
-        for (const MisbehaviourHelp &help : misbehaviourHelp())
-            names += help.name;
-        *error = QString("there is no setting \"%1\"; there are: %2").arg(name, names.join(", "));
+    QStringList names;
+    for (const Setting &setting : settings) {
+        names += setting.help.name;
+        if (name != setting.help.name)
+            continue;
+        if (setting.read(value, this))
+            return true;
+        *error = QString("\"%1\" is not a value for %2; it takes %3")
+                     .arg(value, name, setting.help.value);
         return false;
     }
-    if (!isValid) {
-        QString expected;
-        for (const MisbehaviourHelp &help : misbehaviourHelp()) {
-            if (name == help.name)
-                expected = help.value;
-        }
-        *error = QString("\"%1\" is no value for %2; it takes %3").arg(value, name, expected);
-    }
-    return isValid;
+    *error = QString("there is no setting \"%1\"; there are: %2").arg(name, names.join(", "));
+    return false;
 }
 
 QList<MisbehaviourHelp> misbehaviourHelp()
 {
-    return {
-        {"echo", "on|off|glued",
-         "Echo commands until ATE says otherwise: as a chunk of its own (on, the default) or in "
-         "the same chunk as the answer (glued)."},
-        {"delay", "MILLISECONDS", "Time from a command to its answer; 5 by default."},
-        {"split", "BYTES", "Write each answer in two chunks, the first that long; 0: do not."},
-        {"join", "on|off", "Write all texts and answers that are there together as one chunk."},
-        {"silent", "on|off", "Answer nothing; what waited is answered after silent off."},
-        {"error", "PREFIX|all|off", "Answer ERROR to commands that begin so, for example AT+CGD."},
-        {"unplug-on", "PREFIX|off",
-         "Be unplugged, once, as soon as a command that begins so has come so far."},
-        {"noise", "TEXT|off",
-         "Send TEXT before each answer as a chunk of its own; \\r, \\n, \\t, \\0, \\xNN and "
-         "\\\\ are escapes."},
-        {"glue", "TEXT|off", "Put TEXT in front of each answer, in the same chunk."},
-    };
+    QList<MisbehaviourHelp> all;
+    for (const Setting &setting : settings)
+        all += setting.help;
+    return all;
 }
 
 bool hasCommandPrefix(const QByteArray &line, const QByteArray &prefix)

@@ -6,7 +6,7 @@
 
 namespace virtualphone {
 
-/// What becomes of the characters of a command.
+/// How the characters of a command are echoed.
 enum class EchoMode {
     Off,
     On,    ///< a chunk of its own
@@ -19,24 +19,26 @@ struct Misbehaviour {
     EchoMode echo = EchoMode::On; ///< until ATE says otherwise
     int delayMs = 5;              ///< from the end of a command line to its answer
     int splitAfter = 0;           ///< bytes of an answer's first chunk; 0: not split
-    bool join = false;            ///< texts and answers that are there together: one chunk
-    bool silent = false;          ///< commands are left unanswered until it is over
-    QByteArray errorPrefix;       ///< upper case; ERROR to these commands; "*": to all
-    QByteArray unplugPrefix;      ///< upper case; unplugged once such a command arrives
+    bool join = false;            ///< texts and answers that are ready together are one chunk
+    bool silent = false;          ///< nothing is answered until it is switched off
+    QByteArray errorPrefix;       ///< upper case; commands that begin so get ERROR; "*": all
+    QByteArray unplugPrefix;      ///< upper case; a command that begins so unplugs the phone, once
     QByteArray noise;             ///< sent before each answer as a chunk of its own
     QByteArray glue;              ///< put in front of each answer, in the same chunk
 
-    /// Sets one by its name in misbehaviourHelp(). False with a message when
-    /// the name or the value is none; nothing is changed then.
+    /// Changes the setting that has this name in misbehaviourHelp(). False with
+    /// a message, and nothing changed, when there is no such setting or the
+    /// value does not fit.
     bool set(const QString &name, const QString &value, QString *error);
 };
 
-/// One setting of Misbehaviour as people see it.
+/// One setting of Misbehaviour as users see it.
 struct MisbehaviourHelp {
     const char *name;
     const char *value;   ///< the values that it takes
     const char *meaning; ///< a sentence or two
 };
+
 /// Every setting that Misbehaviour::set knows, in the order in which the
 /// command line's help shows them.
 QList<MisbehaviourHelp> misbehaviourHelp();

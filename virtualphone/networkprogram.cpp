@@ -5,7 +5,7 @@
 namespace virtualphone {
 
 namespace {
-const int patienceMs = 8000; // a pppd takes leave of its peer for six seconds
+const int patienceMs = 8000; // pppd says goodbye to its peer for up to six seconds
 } // namespace
 
 NetworkProgram::NetworkProgram(const QStringList &command, QObject *parent)

@@ -21,14 +21,13 @@ public:
     /// Ends the program and waits for it.
     ~NetworkProgram() override;
 
-    /// Begins a run; one that is under way is ended first. That the program
-    /// cannot be started is told by ended().
+    /// Starts a run; one that still goes on is ended first. When the program
+    /// cannot be started, ended() says so.
     void start();
-    /// Gives bytes to the run under way; without one they are lost, as on a
-    /// line that nobody listens to.
+    /// Gives bytes to the program; they are lost when it does not run.
     void write(const QByteArray &bytes);
 
-    /// Ends the run; nothing of it is heard any more.
+    /// Ends the run; no signal of it follows.
     void stop();
 
 signals:

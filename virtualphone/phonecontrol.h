@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 namespace virtualphone {
 
@@ -25,22 +26,33 @@ public:
     /// The phone must outlive it.
     explicit PhoneControl(VirtualPhone *phone, QObject *parent = nullptr);
 
-    /// Carries a command out and returns its answer, without a line's end.
+    /// Carries out a command and returns its answer, without a line's end.
     QString execute(const QString &command);
 
+    /// The commands with what they take, for --help: "plug [SOCKET]", "unplug" ...
+    static QStringList commandHelp();
+
 signals:
-    /// "quit" came; its answer has not been sent yet.
+    /// "quit" was received; its answer has not been sent yet.
     void quitRequested();
 
 private:
+    struct Command;
+    static const QList<Command> &commands();
+
     QString plug(const QString &socket);
+    QString unplug(const QString &);
+    QString status(const QString &);
+    QString drop(const QString &);
     QString set(const QString &setting);
     QString acceptApns(const QString &apns);
+    QString quit(const QString &);
 
     VirtualPhone *m_phone;
 };
 
-/// Reads a USB socket's number, 1 to 99. False when it is none.
+/// Reads a USB socket's number, 1 to 99. False, with *number as it was, for any
+/// other text.
 bool readSocketNumber(const QString &text, int *number);
 
 } // namespace virtualphone

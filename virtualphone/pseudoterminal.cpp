@@ -34,7 +34,8 @@ bool Pseudoterminal::open(QString *error)
     termios settings{};
     if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0 ||
         ptsname_r(m_master, name, sizeof name) != 0 || tcgetattr(m_master, &settings) != 0) {
-        *error = QString("no pseudo-terminal: %1").arg(QString::fromLocal8Bit(strerror(errno)));
+        *error = QString("cannot make a pseudo-terminal: %1")
+                     .arg(QString::fromLocal8Bit(strerror(errno)));
         close();
         return false;
     }
@@ -68,7 +69,7 @@ void Pseudoterminal::close()
     if (m_master < 0)
         return;
     m_openingTimer.stop();
-    // Deleted later: it may be one of them that reports just now.
+    // Deleted later: one of them may be what calls this.
     for (QSocketNotifier *notifier : {m_notifier, m_openingNotifier}) {
         if (notifier) {
             notifier->setEnabled(false);
@@ -104,8 +105,8 @@ Pseudoterminal::Unread Pseudoterminal::unread() const
 {
     if (m_master < 0)
         return Unread::No;
-    // The master cannot tell; the slave can, and poll() makes the system pass
-    // on first what it has taken but not yet delivered.
+    // Only the slave can tell. poll() first makes the system deliver what it
+    // still holds back.
     const int slave = openSlave();
     if (slave < 0)
         return Unread::Unknown;
@@ -155,9 +156,9 @@ void Pseudoterminal::setInUse(bool isInUse)
 
 void Pseudoterminal::watchForOpening()
 {
-    // Opening and closing the slave here drops what the PC has not read, and
-    // brings a fresh pair, which reports no hang-up before its first opening,
-    // into the same state as a port that was closed.
+    // Opening and closing the slave once drops what the PC has not read. It also
+    // makes a fresh pair look like a port that was closed: before its first
+    // opening the master reports no hang-up.
     const int slave = openSlave();
     if (slave >= 0) {
         tcflush(slave, TCIFLUSH);
@@ -176,8 +177,8 @@ void Pseudoterminal::checkOpened()
         return;
     pollfd state{m_master, POLLIN, 0};
     ::poll(&state, 1, 0);
-    // Data beside a hang-up was left by a PC that is gone again already;
-    // reading it ends with the hang-up.
+    // Data together with a hang-up: the PC has opened the port, sent something
+    // and closed it again. Reading takes the data and then finds the hang-up.
     if (!(state.revents & POLLHUP) || (state.revents & POLLIN))
         setInUse(true);
 }

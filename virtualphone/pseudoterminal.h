@@ -11,9 +11,9 @@ namespace virtualphone {
 /// The phone's end of its serial line: the master of a pseudo-terminal whose
 /// slave, a raw line without echo, is what the PC opens as the modem's port.
 ///
-/// The slave is not held open on this side, so the moments in which the PC
-/// opens and closes its port can be seen. While nobody has it open nothing
-/// wakes this process: the next opening is reported by the file system.
+/// This side does not hold the slave open, so it can tell when the PC opens and
+/// closes its port. While the port is closed nothing wakes this process: the
+/// file system reports the next opening.
 class Pseudoterminal : public QObject
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ public:
     /// Makes a new pair. False with a message when the system has none.
     bool open(QString *error);
 
-    /// Ends the line: who has the slave open gets a hang-up.
+    /// Ends the line: whoever has the slave open sees a hang-up.
     void close();
 
     bool isOpen() const { return m_master >= 0; }
@@ -47,16 +47,16 @@ public:
     /// Whether the PC has yet to read something that was sent.
     Unread unread() const;
 
-    /// Stops and resumes receiving, so that a PC that sends and sends is held
-    /// up by the line instead of filling memory.
+    /// Stops and resumes receiving. While it is stopped, a PC that goes on
+    /// sending is held up by the line and does not fill this process's memory.
     void setReceiving(bool isReceiving);
 
 signals:
     /// Bytes came from the PC; the slot may close the line.
     void received(const QByteArray &bytes);
 
-    /// The PC opened its port, or closed it. What it had not read by then is
-    /// gone: a port that is opened again starts empty.
+    /// The PC opened its port, or closed it. What it had not read before it
+    /// closed the port is gone: a port that is opened again starts empty.
     void inUseChanged();
 
 private:
@@ -74,7 +74,7 @@ private:
     bool m_isReceiving = true;
     QSocketNotifier *m_notifier = nullptr;
     QSocketNotifier *m_openingNotifier = nullptr;
-    QTimer m_openingTimer; // where the file system reports nothing
+    QTimer m_openingTimer; // used when the file system reports no openings
 };
 
 } // namespace virtualphone

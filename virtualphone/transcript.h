@@ -5,8 +5,8 @@
 
 namespace virtualphone {
 
-/// Writes every byte on the line, and what happens to the phone, into a file,
-/// one event a line, each written out at once:
+/// Writes every byte on the line, and what happens to the phone, into a file.
+/// Each event is a line, which is written at once:
 ///
 ///     2026-01-31T12:00:00.123456Z 5023.123456 pc->phone 3 "AT\r"
 ///     2026-01-31T12:00:00.128660Z 5023.128660 phone->pc 6 "\r\nOK\r\n"
@@ -19,7 +19,7 @@ class Transcript
 {
 public:
     /// Opens the file for appending, "-" for standard output. False with a
-    /// message when that fails. Before it, nothing is kept.
+    /// message when that fails. Until then nothing is recorded.
     bool open(const QString &fileName, QString *error);
 
     /// One read from the line: what the PC sent.

@@ -46,7 +46,7 @@ bool UsbSocket::claim(QString *error)
 bool UsbSocket::publish(PluggedPhone phone, QString *error)
 {
     phone.processId = QCoreApplication::applicationPid();
-    // Not named *.json: who lists the sockets must not find it.
+    // The name does not end in .json, so that it is not taken for a socket.
     QFile temporary(m_fileName + ".new");
     const QByteArray text = phone.toJson();
     if (!temporary.open(QIODevice::WriteOnly | QIODevice::Truncate) ||

@@ -18,15 +18,16 @@ public:
     UsbSocket(const QString &busDirectory, int number);
     ~UsbSocket();
 
-    /// Takes the socket, making the bus directory when it is missing. False
-    /// with a message when a phone is plugged in, or the directory is refused.
+    /// Takes the socket; the bus directory is made when it is missing. False with
+    /// a message when another phone has the socket or the directory cannot be
+    /// written.
     bool claim(QString *error);
 
     /// Shows the phone, as one of this process, to the PC. False with a message
     /// when that cannot be written; what was shown before stays.
     bool publish(PluggedPhone phone, QString *error);
 
-    /// Takes the file away and frees the socket.
+    /// Removes the record and frees the socket.
     void release();
 
 private:

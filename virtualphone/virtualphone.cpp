@@ -7,7 +7,8 @@
 namespace virtualphone {
 
 namespace {
-// Beyond this the line is no longer read: a PC that never stops sending waits.
+// With more than this waiting the line is not read: a PC that never stops sending
+// then has to wait.
 const int maximumInput = 65536;
 } // namespace
 
@@ -148,7 +149,7 @@ bool VirtualPhone::setMisbehaviour(const QString &name, const QString &value, QS
         m_modem.echo = m_misbehaviour.echo != EchoMode::Off;
     m_transcript.remark(QString("set %1 %2").arg(name, value));
     if (m_pending && !m_delayTimer.isActive())
-        execute(); // it was silent when the line's time came
+        execute(); // its answer was due while the phone was silent
     process();
     return true;
 }
@@ -185,7 +186,7 @@ void VirtualPhone::onInUseChanged()
     m_transcript.remark(m_terminal.isInUse() ? "the PC opens the port" : "the PC closes the port");
     if (m_terminal.isInUse())
         return;
-    // Nobody is there to read it; who opens the port next must not find it.
+    // Nobody reads this now, and whoever opens the port next must not find it.
     m_writer.clear();
     m_joined.clear();
     m_gluedEcho.clear();
@@ -199,8 +200,8 @@ void VirtualPhone::process()
     m_isProcessing = true;
     if (m_modem.dataState)
         processData();
-    // Commands that are sent ahead wait until the one before was answered, so
-    // none is lost and no answer runs into the next echo.
+    // Commands that are sent ahead wait until the one before has been answered,
+    // so that none is lost and no answer gets mixed with the next echo.
     while (isPlugged() && !m_input.isEmpty() && !m_pending && m_writer.isIdle() &&
            !m_misbehaviour.silent) {
         if (m_modem.dataState)
@@ -262,7 +263,7 @@ void VirtualPhone::processCommandBytes()
     if (!taken.isComplete)
         return;
     if (taken.line.isEmpty()) {
-        if (!m_input.contains('\r')) // no answer follows that this could go with
+        if (!m_input.contains('\r')) // no later answer takes this along
             m_writer.enqueue(std::exchange(m_joined, {}) + std::exchange(m_gluedEcho, {}));
         return;
     }

@@ -51,10 +51,10 @@ public:
 
     /// Plugs the phone into a USB socket: a new pseudo-terminal, settings as
     /// after ATZ; context definitions are kept in the phone. False with a
-    /// message when it is plugged in already or the socket is not to be had.
+    /// message when it is plugged in already or the socket cannot be taken.
     bool plug(int socket, QString *error);
 
-    /// Plugs it out: the connection is down, the PC's port hangs up.
+    /// Unplugs the phone: the connection ends and the PC's port hangs up.
     void unplug();
 
     bool isPlugged() const { return m_terminal.isOpen(); }
@@ -71,7 +71,7 @@ public:
     /// Changes a misbehaviour; see Misbehaviour::set.
     bool setMisbehaviour(const QString &name, const QString &value, QString *error);
 
-    /// The list must not be empty.
+    /// Replaces what the network accepts. The list must not be empty.
     void setAcceptedApns(const QStringList &apns);
 
     /// One line of what the phone is doing: "plugged socket=1 tty=/dev/pts/7
@@ -81,7 +81,7 @@ public:
     QString status() const;
 
 signals:
-    /// Bytes came in while in data state. The escape sequence is among them.
+    /// Bytes came from the PC in data state, the escape sequence among them.
     void dataReceived(const QByteArray &bytes);
 
 private:
@@ -118,10 +118,10 @@ private:
     EscapeDetector m_escape;
     QTimer m_escapeTimer;
     QElapsedTimer m_clock;
-    QByteArray m_input; // not looked at yet
+    QByteArray m_input; // received, but not looked at yet
     std::optional<PendingLine> m_pending;
     QTimer m_delayTimer;
-    QByteArray m_gluedEcho; // held back to go with the answer
+    QByteArray m_gluedEcho; // held back to be written with the answer
     QByteArray m_joined;    // answers held back to be written as one chunk
     bool m_isProcessing = false;
     qint64 m_received = 0;

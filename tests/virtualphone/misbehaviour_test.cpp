@@ -64,34 +64,34 @@ void MisbehaviourTest::refuses_data()
                                 "split, join, silent, error, unplug-on, noise, glue";
     QTest::newRow("echo") << "echo"
                           << "loud"
-                          << "\"loud\" is no value for echo; it takes on|off|glued";
+                          << "\"loud\" is not a value for echo; it takes on|off|glued";
     QTest::newRow("delay") << "delay"
                            << "-1"
-                           << "\"-1\" is no value for delay; it takes MILLISECONDS";
+                           << "\"-1\" is not a value for delay; it takes MILLISECONDS";
     QTest::newRow("huge delay") << "delay"
                                 << "3600001"
-                                << "\"3600001\" is no value for delay; it takes MILLISECONDS";
+                                << "\"3600001\" is not a value for delay; it takes MILLISECONDS";
     QTest::newRow("split") << "split"
                            << "x"
-                           << "\"x\" is no value for split; it takes BYTES";
+                           << "\"x\" is not a value for split; it takes BYTES";
     QTest::newRow("join") << "join"
                           << "yes"
-                          << "\"yes\" is no value for join; it takes on|off";
+                          << "\"yes\" is not a value for join; it takes on|off";
     QTest::newRow("silent") << "silent"
                             << ""
-                            << "\"\" is no value for silent; it takes on|off";
+                            << "\"\" is not a value for silent; it takes on|off";
     QTest::newRow("error") << "error"
                            << ""
-                           << "\"\" is no value for error; it takes PREFIX|all|off";
+                           << "\"\" is not a value for error; it takes PREFIX|all|off";
     QTest::newRow("unplug-on") << "unplug-on"
                                << ""
-                               << "\"\" is no value for unplug-on; it takes PREFIX|off";
+                               << "\"\" is not a value for unplug-on; it takes PREFIX|off";
     QTest::newRow("noise") << "noise"
                            << "\\q"
-                           << "\"\\q\" is no value for noise; it takes TEXT|off";
+                           << "\"\\q\" is not a value for noise; it takes TEXT|off";
     QTest::newRow("glue") << "glue"
                           << ""
-                          << "\"\" is no value for glue; it takes TEXT|off";
+                          << "\"\" is not a value for glue; it takes TEXT|off";
 }
 
 void MisbehaviourTest::refuses()

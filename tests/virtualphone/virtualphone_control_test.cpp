@@ -28,15 +28,15 @@ void VirtualPhoneControlTest::controlAnswers_data()
     QTest::newRow("empty") << ""
                            << "error: unknown command \"\"; there are: " + commands;
     QTest::newRow("too much") << "unplug now"
-                              << "error: unplug takes nothing more";
+                              << "error: unplug takes no arguments";
     QTest::newRow("no socket") << "plug x"
-                               << "error: \"x\" is no socket; they are numbered 1 to 99";
+                               << "error: \"x\" is not a socket; sockets are numbered 1 to 99";
     QTest::newRow("socket 0") << "plug 0"
-                              << "error: \"0\" is no socket; they are numbered 1 to 99";
+                              << "error: \"0\" is not a socket; sockets are numbered 1 to 99";
     QTest::newRow("no name") << "accept-apn"
-                             << "error: accept-apn takes one name or more";
+                             << "error: accept-apn needs at least one name";
     QTest::newRow("only commas") << "accept-apn , ,"
-                                 << "error: accept-apn takes one name or more";
+                                 << "error: accept-apn needs at least one name";
     QTest::newRow("names") << "accept-apn a b,c"
                            << "ok accepted: a,b,c";
     QTest::newRow("blanks around") << "  drop  "

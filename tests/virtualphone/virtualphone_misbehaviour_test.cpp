@@ -213,7 +213,7 @@ void VirtualPhoneMisbehaviourTest::unknownSetting()
     start();
     QVERIFY(control("set politeness on").startsWith("error: there is no setting \"politeness\""));
     QCOMPARE(control("set delay soon"),
-             QString("error: \"soon\" is no value for delay; it takes MILLISECONDS"));
+             QString("error: \"soon\" is not a value for delay; it takes MILLISECONDS"));
     QCOMPARE(exchange("AT\r", 1), Chunks{ok});
 }
 

@@ -171,17 +171,17 @@ void VirtualPhoneProgramTest::wrongArguments_data()
     };
     row({"--loud"}, "Unknown option 'loud'.");
     row({"extra"}, "unexpected argument \"extra\"");
-    row({"--socket", "x"}, "\"x\" is no socket; they are numbered 1 to 99");
-    row({"--socket", "0"}, "\"0\" is no socket; they are numbered 1 to 99");
-    row({"--socket", "100"}, "\"100\" is no socket; they are numbered 1 to 99");
-    row({"--guard-time", "long"}, "\"long\" is no guard time");
+    row({"--socket", "x"}, "\"x\" is not a socket; sockets are numbered 1 to 99");
+    row({"--socket", "0"}, "\"0\" is not a socket; sockets are numbered 1 to 99");
+    row({"--socket", "100"}, "\"100\" is not a socket; sockets are numbered 1 to 99");
+    row({"--guard-time", "long"}, "\"long\" is not a guard time");
     row({"--product", ""}, "the product has no name");
     row({"--bus", ""}, "the bus directory is missing: --bus DIRECTORY");
     row({"--accept-apn", ""}, "an access point name is empty");
-    row({"--control", "a/b"}, "\"a/b\" is no file name for the control socket");
-    row({"--echo", "loud"}, "\"loud\" is no value for echo; it takes on|off|glued");
-    row({"--delay", "-1"}, "\"-1\" is no value for delay; it takes MILLISECONDS");
-    row({"--noise", "\\q"}, "\"\\q\" is no value for noise; it takes TEXT|off");
+    row({"--control", "a/b"}, "\"a/b\" is not a file name for the control socket");
+    row({"--echo", "loud"}, "\"loud\" is not a value for echo; it takes on|off|glued");
+    row({"--delay", "-1"}, "\"-1\" is not a value for delay; it takes MILLISECONDS");
+    row({"--noise", "\\q"}, "\"\\q\" is not a value for noise; it takes TEXT|off");
 }
 
 void VirtualPhoneProgramTest::wrongArguments()
