@@ -1,11 +1,11 @@
 #include "platform/linux/deviceinstallation.h"
 
-#include "platform/linux/storedfiles.h"
 #include "platform/linux/systempath.h"
 #include "platform/newdev.h"
 #include "platform/posix/guid.h"
 #include "platform/posix/inffile.h"
 #include "platform/posix/lasterror.h"
+#include "platform/posix/storedfiles.h"
 
 #include <QDir>
 #include <QFile>

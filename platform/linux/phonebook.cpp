@@ -1,7 +1,7 @@
 #include "platform/linux/phonebook.h"
 
 #include "platform/linux/dialphone/phoneline.h"
-#include "platform/linux/storedfiles.h"
+#include "platform/posix/storedfiles.h"
 #include "platform/text.h"
 
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "platform/linux/storedfiles.h"
+#include "platform/posix/storedfiles.h"
 
 #include "platform/posix/lasterror.h"
 
@@ -48,7 +48,8 @@ DWORD makeFolder(const QString &path)
 DWORD replaceFile(const QString &path, const QByteArray &content, mode_t mode)
 {
     const QFileInfo file(path);
-    // Hidden: in a folder of pppd's or of INF files it is none of them.
+    // The temporary name starts with a dot, so that whoever reads the folder does
+    // not take it for one of its files.
     QByteArray temporary = QFile::encodeName(file.path() + "/." + file.fileName() + ".XXXXXX");
     const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
     if (descriptor < 0)

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "platform/posix/filelock.h"
 #include "platform/simulated/machinestate.h"
 
 #include <QString>
+
+#include <memory>
 
 namespace simulated {
 
@@ -20,7 +23,6 @@ public:
     /// standard error; a damaged pc.json is kept beside the new one as
     /// pc.json.damaged-N.
     explicit MachineSession(const QString &directory);
-    ~MachineSession();
     MachineSession(const MachineSession &) = delete;
     MachineSession &operator=(const MachineSession &) = delete;
 
@@ -40,7 +42,7 @@ private:
     QString fileName() const;
 
     const QString m_directory;
-    int m_lock = -1;
+    std::unique_ptr<platform::FileLock> m_lock;
     bool m_usable = false;
 };
 
