@@ -128,17 +128,16 @@ DWORD Dialler::openLine()
         return RasErrorPortNotAvailable;
 
     const QString attachedTo = device->driverKey.value("AttachedTo");
-    bool assigned = false;
-    const QList<PresentPort> ports = presentPorts(m_directory, &state, &assigned);
-    const auto port = std::find_if(ports.begin(), ports.end(), [&](const PresentPort &each) {
+    const auto ports = presentPorts(&session);
+    if (!ports)
+        return RasErrorPortNotAvailable;
+    const auto port = std::find_if(ports->begin(), ports->end(), [&](const PresentPort &each) {
         return QString("COM%1").arg(each.number) == attachedTo;
     });
-    if (assigned && !session.save())
-        return RasErrorPortNotAvailable;
-    if (port == ports.end())
+    if (port == ports->end())
         return RasErrorPortNotAvailable;
     // A connection holds its port although no process has it open.
-    dropDeadConnections(m_directory, &state);
+    dropDeadConnections(&session);
     for (const Connection &connection : state.connections) {
         if (connection.port == port->number)
             return RasErrorPortNotAvailable;

@@ -124,8 +124,7 @@ DWORD hangUp(const QString &directory, int handle)
     qint64 guardMs = 0;
     {
         MachineSession session(directory);
-        if (dropDeadConnections(directory, &session.state))
-            session.save();
+        dropDeadConnections(&session);
         const QList<Connection> &all = session.state.connections;
         const auto found = std::find_if(all.begin(), all.end(), [handle](const Connection &each) {
             return each.handle == handle;

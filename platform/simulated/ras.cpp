@@ -66,8 +66,7 @@ DWORD SimulatedSystem::RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb
         lprasconn->dwSize != sizeof(RasConnection))
         return RasErrorInvalidSize;
     simulated::MachineSession session(m_directory);
-    if (simulated::dropDeadConnections(m_directory, &session.state))
-        session.save();
+    simulated::dropDeadConnections(&session);
     const QList<simulated::Connection> &connections = session.state.connections;
     const auto required = static_cast<DWORD>(connections.size() * int(sizeof(RasConnection)));
     // Sizes and counts are answered in every case. With no connection there is

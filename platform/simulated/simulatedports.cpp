@@ -13,17 +13,15 @@ DWORD SimulatedPorts::deviceNodeForPort(int number, QString *node)
         return ErrorNotSupported;
     }
     simulated::MachineSession session(m_directory);
-    bool assigned = false;
-    const auto ports = simulated::presentPorts(m_directory, &session.state, &assigned);
-    const bool dropped = simulated::dropDeadConnections(m_directory, &session.state);
-    if ((assigned || dropped) && !session.save())
+    const auto ports = simulated::presentPorts(&session);
+    if (!ports || !simulated::dropDeadConnections(&session))
         return ErrorGenFailure;
     // The remote access service holds the port of a connection that is up.
     for (const simulated::Connection &connection : session.state.connections) {
         if (connection.port == number)
             return ErrorAccessDenied;
     }
-    for (const simulated::PresentPort &port : ports) {
+    for (const simulated::PresentPort &port : *ports) {
         if (port.number == number) {
             *node = port.phone.tty;
             return Success;

@@ -73,16 +73,19 @@ QList<PhoneOnBus> phonesOnBus(const QString &directory)
     return phones;
 }
 
-QList<PresentPort> presentPorts(const QString &directory, MachineState *state, bool *assigned)
+std::optional<QList<PresentPort>> presentPorts(MachineSession *session)
 {
+    MachineState *state = &session->state;
     QList<PresentPort> ports;
-    *assigned = false;
     if (!state->portDriverInstalled)
         return ports;
-    for (const PhoneOnBus &phone : phonesOnBus(directory)) {
+    bool assigned = false;
+    for (const PhoneOnBus &phone : phonesOnBus(session->directory())) {
         if (!state->unmatchedPlugIds.contains(phone.plugId))
-            ports += PresentPort{numberForSocket(phone.socket, state, assigned), phone};
+            ports += PresentPort{numberForSocket(phone.socket, state, &assigned), phone};
     }
+    if (assigned && !session->save())
+        return std::nullopt;
     return ports;
 }
 
@@ -102,21 +105,22 @@ void rescanBus(MachineState *state)
         state->unmatchedPlugIds.clear();
 }
 
-bool dropDeadConnections(const QString &directory, MachineState *state)
+bool dropDeadConnections(MachineSession *session)
 {
-    if (state->connections.isEmpty())
-        return false;
-    const QList<PhoneOnBus> phones = phonesOnBus(directory);
+    QList<Connection> *connections = &session->state.connections;
+    if (connections->isEmpty())
+        return true;
+    const QList<PhoneOnBus> phones = phonesOnBus(session->directory());
     const auto isDead = [&](const Connection &connection) {
         return std::none_of(phones.begin(), phones.end(), [&](const PhoneOnBus &phone) {
             return phone.plugId == connection.plugId && phone.carrier;
         });
     };
-    const int before = state->connections.size();
-    state->connections.erase(
-        std::remove_if(state->connections.begin(), state->connections.end(), isDead),
-        state->connections.end());
-    return state->connections.size() != before;
+    const auto firstDead = std::remove_if(connections->begin(), connections->end(), isDead);
+    if (firstDead == connections->end())
+        return true;
+    connections->erase(firstDead, connections->end());
+    return session->save();
 }
 
 } // namespace simulated

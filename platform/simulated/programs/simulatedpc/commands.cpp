@@ -61,11 +61,8 @@ int save(MachineSession *session)
 /// Tells for each phone why it has no port, which is what one wants to know.
 void showPorts(MachineSession *session)
 {
-    MachineState &state = session->state;
-    bool assigned = false;
-    const QList<PresentPort> ports = presentPorts(session->directory(), &state, &assigned);
-    if (assigned)
-        session->save();
+    const MachineState &state = session->state;
+    const QList<PresentPort> ports = presentPorts(session).value_or(QList<PresentPort>());
     const QList<PhoneOnBus> phones = phonesOnBus(session->directory());
     if (phones.isEmpty())
         print("phones: none plugged in");
@@ -84,9 +81,8 @@ void showPorts(MachineSession *session)
 int show(const QString &directory, const QStringList &)
 {
     MachineSession session(directory);
-    MachineState &state = session.state;
-    if (dropDeadConnections(directory, &state))
-        session.save();
+    const MachineState &state = session.state;
+    dropDeadConnections(&session);
     const WindowsRelease &windows = state.windows;
     print("state: " + directory);
     print("administrator: " + onOff(state.administrator));
@@ -276,8 +272,7 @@ int hangUpEntry(const QString &directory, const QStringList &arguments)
     int handle = 0;
     {
         MachineSession session(directory);
-        if (dropDeadConnections(directory, &session.state))
-            session.save();
+        dropDeadConnections(&session);
         for (const Connection &connection : session.state.connections) {
             if (connection.entry == arguments.first())
                 handle = connection.handle;
