@@ -23,8 +23,8 @@ public:
     /// written.
     bool claim(QString *error);
 
-    /// Shows the phone, as one of this process, to the PC. False with a message
-    /// when that cannot be written; what was shown before stays.
+    /// Shows the phone to the PC, with this process as its own. False with a
+    /// message when the record cannot be written; the one before stays.
     bool publish(PluggedPhone phone, QString *error);
 
     /// Removes the record and frees the socket.

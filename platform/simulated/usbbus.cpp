@@ -30,7 +30,7 @@ bool readSocket(const QString &path, PhoneOnBus *phone)
     if (!file.open(QIODevice::ReadOnly))
         return false; // unplugged a moment ago
     if (!phone->fromJson(file.readAll())) {
-        std::fprintf(stderr, "simulated PC: %s describes no phone\n", qPrintable(path));
+        std::fprintf(stderr, "simulated PC: %s does not describe a phone\n", qPrintable(path));
         return false;
     }
     return isAlive(phone->processId);
