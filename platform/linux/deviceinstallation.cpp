@@ -1,9 +1,9 @@
 #include "platform/linux/deviceinstallation.h"
 
 #include "platform/linux/families.h"
-#include "platform/linux/storedfiles.h"
 #include "platform/linux/systempath.h"
 #include "platform/platform.h"
+#include "platform/posix/storedfiles.h"
 #include "platform/standin/guid.h"
 #include "platform/standin/inffile.h"
 #include "platform/standin/lasterror.h"

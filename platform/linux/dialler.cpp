@@ -1,11 +1,25 @@
 #include "platform/linux/dialler.h"
 
 #include "platform/linux/activelinks.h"
+#include "platform/linux/dialphone/messages.h"
 
 #include <QFileInfo>
 #include <QTimer>
 
+#include <optional>
+
 namespace platform::linuxsystem {
+
+namespace {
+
+/// What follows a beginning; nothing when the text begins otherwise.
+std::optional<QString> textAfter(const char *beginning, const QString &text)
+{
+    const QString start = QString::fromLatin1(beginning);
+    return text.startsWith(start) ? std::make_optional(text.mid(start.size())) : std::nullopt;
+}
+
+} // namespace
 
 Dialler::Dialler(const QString &pppd, QObject *parent) : QObject(parent), m_pppd(pppd)
 {
@@ -59,14 +73,13 @@ void Dialler::readMessages()
 
 void Dialler::understand(const QString &message)
 {
-    if (message.startsWith(dialMessagePrefix)) {
-        const QString told = message.mid(int(sizeof dialMessagePrefix) - 1);
-        if (told.startsWith("dialling "))
-            emit progressed(tr("Dialling %1...").arg(told.mid(int(qstrlen("dialling ")))));
-        else if (told == "connected")
+    if (const auto told = textAfter(dialphone::messagePrefix, message)) {
+        if (const auto number = textAfter(dialphone::diallingMessage, *told))
+            emit progressed(tr("Dialling %1...").arg(*number));
+        else if (*told == dialphone::connectedMessage)
             emit progressed(tr("The network answered. Signing in..."));
-        else if (told.startsWith("failed "))
-            m_lastAnswer = told.mid(int(qstrlen("failed ")));
+        else if (const auto answer = textAfter(dialphone::failedMessage, *told))
+            m_lastAnswer = *answer;
     } else if (message.startsWith("Connect: ")) {
         emit progressed(tr("Waiting for an address..."));
     }

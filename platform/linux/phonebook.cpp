@@ -1,7 +1,7 @@
 #include "platform/linux/phonebook.h"
 
 #include "platform/linux/dialphone/phoneline.h"
-#include "platform/linux/storedfiles.h"
+#include "platform/posix/storedfiles.h"
 #include "platform/text.h"
 
 #include <QDir>
@@ -55,7 +55,7 @@ QByteArray numberOf(const RasEntry &entry)
 
 bool isDialable(const QString &number)
 {
-    return isDialableNumber(number.toStdString());
+    return dialphone::isDialableNumber(number.toStdString());
 }
 
 PhoneBook::PhoneBook(const QString &peersFolder, const QString &dialProgram)

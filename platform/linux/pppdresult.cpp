@@ -1,5 +1,7 @@
 #include "platform/linux/pppdresult.h"
 
+#include "platform/atline/resultcode.h"
+#include "platform/linux/dialphone/phoneline.h"
 #include "platform/ras.h"
 
 #include <QObject>
@@ -32,22 +34,26 @@ QString text(const char *sentence)
 
 DialFailure modemFailure(const QString &answer)
 {
-    if (answer == "NO CARRIER")
+    switch (atline::resultCode(answer.toStdString())) {
+    case atline::ResultCode::NoCarrier:
         return {ErrorNoCarrier,
                 text("The network did not accept the connection. Check that the operator is the "
                      "one of the card in the phone, and that the phone has reception.")};
-    if (answer == "BUSY")
+    case atline::ResultCode::Busy:
         return {ErrorLineBusy, text("The line is busy.")};
-    if (answer == "NO ANSWER")
+    case atline::ResultCode::NoAnswer:
         return {RasErrorNoAnswer, text("There was no answer.")};
-    if (answer == "NO DIALTONE")
+    case atline::ResultCode::NoDialtone:
         return {ErrorNoDialtone, text("The phone has no dial tone: it may have no reception.")};
-    if (answer == "NOT READY")
+    default:
+        break;
+    }
+    if (answer == dialphone::PhoneNotReady)
         return {ErrorDeviceNotReady, text("The phone does not answer. Unplug it, plug it in "
                                           "again and try once more.")};
-    if (answer == "TIMEOUT")
+    if (answer == dialphone::NetworkTimedOut)
         return {ErrorTimedOut, text("The network did not answer in time.")};
-    if (answer == "HANGUP")
+    if (answer == dialphone::LineHungUp)
         return {RasErrorHardwareFailure, text("The phone was unplugged.")};
     return {ErrorFromDevice, text("The phone refused to dial. The operator's access point may be "
                                   "wrong, or the phone may not be allowed to use the network.")};

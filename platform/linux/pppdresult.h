@@ -13,10 +13,6 @@ struct DialFailure {
     QString text;
 };
 
-/// What the dialling program says on its error stream, one line each, after
-/// dialMessagePrefix.
-inline constexpr char dialMessagePrefix[] = "tolvane-dial: ";
-
 /// The exit status of a pppd that the user may not run.
 inline constexpr int StatusNotPermitted = 3;
 
@@ -28,7 +24,8 @@ inline constexpr DWORD ErrorServiceMissing = 711;
 /// failed, see pppd(8)). lastAnswer is what the phone answered last, or empty.
 DialFailure pppdFailure(int exitStatus, const QString &lastAnswer);
 
-/// The failure behind an answer of the modem: "NO CARRIER", "BUSY", "ERROR" ...
+/// The failure behind what dialphone::PhoneLine::dial() returned: an answer of
+/// the modem, or why there was none.
 DialFailure modemFailure(const QString &answer);
 
 /// A failure that this backend itself found before pppd ran.

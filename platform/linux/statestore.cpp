@@ -1,7 +1,8 @@
 #include "platform/linux/statestore.h"
 
-#include "platform/linux/storedfiles.h"
 #include "platform/posix/errno.h"
+#include "platform/posix/filelock.h"
+#include "platform/posix/storedfiles.h"
 #include "platform/standin/lasterror.h"
 
 #include <QFile>
@@ -9,48 +10,8 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 namespace platform::linuxsystem {
-
-namespace {
-
-/// A file that is locked for as long as the object lives. Nobody else can open
-/// it: whoever could would be able to hold the lock for ever.
-class FileLock
-{
-public:
-    explicit FileLock(const QString &path)
-        : m_descriptor(
-              ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
-    {
-        int result = m_descriptor;
-        while (result >= 0) {
-            result = ::flock(m_descriptor, LOCK_EX);
-            if (result == 0)
-                return;
-            if (errno == EINTR)
-                result = m_descriptor;
-        }
-        m_code = errorFromErrno(errno);
-    }
-    ~FileLock()
-    {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
-    FileLock(const FileLock &) = delete;
-    FileLock &operator=(const FileLock &) = delete;
-
-    DWORD code() const { return m_code; }
-
-private:
-    int m_descriptor;
-    DWORD m_code = Success;
-};
-
-} // namespace
 
 StateStore::StateStore(const QString &folder) : m_folder(folder) {}
 
@@ -82,9 +43,10 @@ DWORD StateStore::change(const std::function<bool(QJsonObject *)> &function)
     DWORD code = makeFolder(m_folder);
     if (code != Success)
         return code;
-    const FileLock lock(m_folder + "/state.lock");
-    if (lock.code() != Success)
-        return lock.code();
+    // Nobody else may open it: a lock that is never given back stops everyone.
+    const FileLock lock(m_folder + "/state.lock", 0600);
+    if (lock.error() != 0)
+        return errorFromErrno(lock.error());
     QJsonObject content;
     code = read(&content);
     if (code != Success)

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 using namespace platform;
+using atline::ResultCode;
 
 namespace platform::simulated {
 
@@ -127,17 +128,16 @@ DWORD Dialler::openLine()
         return RasErrorPortNotAvailable;
 
     const QString attachedTo = device->driverKey.value("AttachedTo");
-    bool assigned = false;
-    const QList<PresentPort> ports = presentPorts(m_directory, &state, &assigned);
-    const auto port = std::find_if(ports.begin(), ports.end(), [&](const PresentPort &each) {
+    const auto ports = presentPorts(&session);
+    if (!ports)
+        return RasErrorPortNotAvailable;
+    const auto port = std::find_if(ports->begin(), ports->end(), [&](const PresentPort &each) {
         return QString("COM%1").arg(each.number) == attachedTo;
     });
-    if (assigned && !session.save())
-        return RasErrorPortNotAvailable;
-    if (port == ports.end())
+    if (port == ports->end())
         return RasErrorPortNotAvailable;
     // A connection holds its port although no process has it open.
-    dropDeadConnections(m_directory, &state);
+    dropDeadConnections(&session);
     for (const Connection &connection : state.connections) {
         if (connection.port == port->number)
             return RasErrorPortNotAvailable;
@@ -190,44 +190,52 @@ void Dialler::readLine()
 
 void Dialler::judge(const QByteArray &answer)
 {
-    const bool failed = answer == "ERROR" || answer.startsWith("+CME ERROR");
-    if (m_step == Step::Escaping && answer == "OK") {
+    const ResultCode code = atline::resultCode(answer.toStdString());
+    if (m_step == Step::Escaping && code == ResultCode::Ok) {
         m_step = Step::HangingUp;
         m_timeout.start(EscapeAnswerMs);
         send("ATH\r");
-        return;
-    }
-    if (m_step == Step::HangingUp && (answer == "OK" || answer == "NO CARRIER")) {
+    } else if (m_step == Step::HangingUp &&
+               (code == ResultCode::Ok || code == ResultCode::NoCarrier)) {
         reset();
-        return;
+    } else if (m_step == Step::Resetting && code == ResultCode::Error) {
+        finish(RasErrorHardwareFailure);
+    } else if (m_step == Step::Resetting && code == ResultCode::Ok) {
+        m_step = Step::Dialling;
+        emit progressed(QString("Dialling %1...").arg(m_number));
+        m_timeout.start(m_answerTimeoutMs);
+        send("ATD" + m_number.toLatin1() + "\r");
+    } else if (m_step == Step::Dialling) {
+        judgeDial(code);
     }
-    if (m_step == Step::Resetting) {
-        if (failed) {
-            finish(RasErrorHardwareFailure);
-        } else if (answer == "OK") {
-            m_step = Step::Dialling;
-            emit progressed(QString("Dialling %1...").arg(m_number));
-            m_timeout.start(m_answerTimeoutMs);
-            send("ATD" + m_number.toLatin1() + "\r");
-        }
-        return;
-    }
-    if (m_step != Step::Dialling)
-        return;
-    if (answer == "CONNECT" || answer.startsWith("CONNECT ")) {
+}
+
+void Dialler::judgeDial(ResultCode code)
+{
+    switch (code) {
+    case ResultCode::Connect:
         m_step = Step::WaitingForCarrier;
         emit progressed("Verifying the connection...");
         m_timeout.start(CarrierTimeoutMs);
         m_carrierTimer.start();
         checkCarrier();
-    } else if (answer == "NO CARRIER" || answer == "NO ANSWER") {
+        break;
+    case ResultCode::NoCarrier:
+    case ResultCode::NoAnswer:
         finish(RasErrorNoAnswer);
-    } else if (answer == "BUSY") {
+        break;
+    case ResultCode::Busy:
         finish(LineBusy);
-    } else if (answer == "NO DIALTONE" || answer == "NO DIAL TONE") {
+        break;
+    case ResultCode::NoDialtone:
         finish(NoDialTone);
-    } else if (failed) {
+        break;
+    case ResultCode::Error:
         finish(RasErrorHardwareFailure);
+        break;
+    case ResultCode::None:
+    case ResultCode::Ok:
+        break;
     }
 }
 

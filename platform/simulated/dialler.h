@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/atline/resultcode.h"
 #include "platform/types.h"
 
 #include <QByteArray>
@@ -59,6 +60,7 @@ private:
     void reset();
     void readLine();
     void judge(const QByteArray &answer);
+    void judgeDial(atline::ResultCode code);
     void onTimeout();
     void checkCarrier();
     void send(const QByteArray &command);

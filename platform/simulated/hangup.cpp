@@ -1,5 +1,6 @@
 #include "platform/simulated/hangup.h"
 
+#include "platform/atline/resultcode.h"
 #include "platform/posix/serialdevice.h"
 #include "platform/ras.h"
 #include "platform/simulated/machinesession.h"
@@ -33,8 +34,17 @@ void write(int line, const char *text)
     }
 }
 
+/// Whether one of the lines that have ended says OK.
+bool saysOk(const QByteArray &received)
+{
+    QList<QByteArray> lines = received.split('\r');
+    lines.removeLast(); // not ended yet
+    return std::any_of(lines.begin(), lines.end(), [](const QByteArray &line) {
+        return atline::resultCode(line.trimmed().toStdString()) == atline::ResultCode::Ok;
+    });
+}
+
 /// Reads until the phone says OK; false when it does not in time or is gone.
-/// With no answer to wait for it is a pause that ends when the line does.
 bool waitForOk(int line, qint64 milliseconds)
 {
     QElapsedTimer timer;
@@ -53,7 +63,7 @@ bool waitForOk(int line, qint64 milliseconds)
         if (count <= 0)
             return false;
         received.append(buffer, static_cast<int>(count));
-        if (received.contains("OK\r"))
+        if (saysOk(received))
             return true;
     }
 }
@@ -114,8 +124,7 @@ DWORD hangUp(const QString &directory, int handle)
     qint64 guardMs = 0;
     {
         MachineSession session(directory);
-        if (dropDeadConnections(directory, &session.state))
-            session.save();
+        dropDeadConnections(&session);
         const QList<Connection> &all = session.state.connections;
         const auto found = std::find_if(all.begin(), all.end(), [handle](const Connection &each) {
             return each.handle == handle;

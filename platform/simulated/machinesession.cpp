@@ -1,15 +1,12 @@
 #include "platform/simulated/machinesession.h"
 
+#include "platform/posix/storedfiles.h"
+
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 namespace platform::simulated {
 
@@ -24,13 +21,15 @@ void report(const QString &message)
 
 QString defaultStateDirectory()
 {
-    const QString chosen = qEnvironmentVariable("SIMULATED_PC");
-    if (!chosen.isEmpty())
-        return QDir(chosen).absolutePath();
-    QString states = qEnvironmentVariable("XDG_STATE_HOME");
-    if (states.isEmpty())
-        states = QDir::homePath() + "/.local/state";
-    return states + "/tolvane-simulated-pc";
+    QString directory = qEnvironmentVariable("SIMULATED_PC");
+    if (directory.isEmpty()) {
+        directory = qEnvironmentVariable("XDG_STATE_HOME");
+        if (directory.isEmpty())
+            directory = QDir::homePath() + "/.local/state";
+        directory += "/tolvane-simulated-pc";
+    }
+    // The programs of one machine need not run in the same folder.
+    return QDir(directory).absolutePath();
 }
 
 MachineSession::MachineSession(const QString &directory) : m_directory(directory)
@@ -38,22 +37,14 @@ MachineSession::MachineSession(const QString &directory) : m_directory(directory
     m_usable = lock() && read();
 }
 
-MachineSession::~MachineSession()
-{
-    if (m_lock >= 0)
-        ::close(m_lock); // gives the lock back
-}
-
 bool MachineSession::save()
 {
     if (!m_usable)
         return false; // what could not be read must not be overwritten
-    QSaveFile file(fileName());
-    const QByteArray content = state.toJson();
-    if (file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit())
-        return true;
-    report(QString("%1 cannot be written: %2").arg(fileName(), file.errorString()));
-    return false;
+    const DWORD code = platform::replaceFile(fileName(), state.toJson(), 0644);
+    if (code != platform::Success)
+        report(QString("%1 cannot be written: error %2").arg(fileName()).arg(code));
+    return code == platform::Success;
 }
 
 bool MachineSession::lock()
@@ -62,15 +53,11 @@ bool MachineSession::lock()
         report(QString("the directory %1 cannot be made").arg(m_directory));
         return false;
     }
-    const QByteArray path = QFile::encodeName(m_directory + "/pc.lock");
-    m_lock = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-    int result = -1;
-    while (m_lock >= 0 && (result = ::flock(m_lock, LOCK_EX)) != 0 && errno == EINTR) {
-    }
-    if (result == 0)
-        return true;
-    report(QString("%1: %2").arg(path.constData(), std::strerror(errno)));
-    return false;
+    const QString path = m_directory + "/pc.lock";
+    m_lock = std::make_unique<platform::FileLock>(path, 0644);
+    if (m_lock->error() != 0)
+        report(QString("%1: %2").arg(path, std::strerror(m_lock->error())));
+    return m_lock->error() == 0;
 }
 
 bool MachineSession::read()

@@ -1,13 +1,16 @@
 #pragma once
 
+#include "platform/posix/filelock.h"
 #include "platform/simulated/machinestate.h"
 
 #include <QString>
 
+#include <memory>
+
 namespace platform::simulated {
 
-/// Where the machine lives when nobody says otherwise: $SIMULATED_PC, or
-/// tolvane-simulated-pc under $XDG_STATE_HOME or ~/.local/state.
+/// Where the machine of this process lives, as an absolute path: $SIMULATED_PC,
+/// or tolvane-simulated-pc under $XDG_STATE_HOME or ~/.local/state.
 QString defaultStateDirectory();
 
 /// One operation's look at the machine: the state is read afresh under a lock
@@ -20,7 +23,6 @@ public:
     /// standard error; a damaged pc.json is kept beside the new one as
     /// pc.json.damaged-N.
     explicit MachineSession(const QString &directory);
-    ~MachineSession();
     MachineSession(const MachineSession &) = delete;
     MachineSession &operator=(const MachineSession &) = delete;
 
@@ -40,7 +42,7 @@ private:
     QString fileName() const;
 
     const QString m_directory;
-    int m_lock = -1;
+    std::unique_ptr<platform::FileLock> m_lock;
     bool m_usable = false;
 };
 

@@ -67,8 +67,7 @@ public:
             lprasconn->dwSize != sizeof(RasConnection))
             return RasErrorInvalidSize;
         MachineSession session(m_directory);
-        if (dropDeadConnections(m_directory, &session.state))
-            session.save();
+        dropDeadConnections(&session);
         const QList<Connection> &connections = session.state.connections;
         const auto required = static_cast<DWORD>(connections.size() * int(sizeof(RasConnection)));
         // Sizes and counts are answered in every case. With no connection there is

@@ -16,17 +16,15 @@ DWORD deviceNodeForPort(const QString &directory, int number, QString *node)
         return ErrorNotSupported;
     }
     MachineSession session(directory);
-    bool assigned = false;
-    const auto ports = presentPorts(directory, &session.state, &assigned);
-    const bool dropped = dropDeadConnections(directory, &session.state);
-    if ((assigned || dropped) && !session.save())
+    const auto ports = presentPorts(&session);
+    if (!ports || !dropDeadConnections(&session))
         return ErrorGenFailure;
     // The remote access service holds the port of a connection that is up.
     for (const Connection &connection : session.state.connections) {
         if (connection.port == number)
             return ErrorAccessDenied;
     }
-    for (const PresentPort &port : ports) {
+    for (const PresentPort &port : *ports) {
         if (port.number == number) {
             *node = port.phone.tty;
             return Success;

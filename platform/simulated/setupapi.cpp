@@ -234,15 +234,15 @@ HDEVINFO DeviceInstallation::SetupDiGetClassDevsW(const Guid *ClassGuid, const W
         // The on-board port comes first: it was enumerated when the machine started.
         set->add(portElement(FirstPortNode + 1, "ACPI\\PNP0501\\1", "Communications Port (COM1)",
                              "ACPI\\PNP0501"));
-        bool assigned = false;
-        for (const auto &port : presentPorts(m_directory, &session.state, &assigned)) {
+        const auto ports = presentPorts(&session);
+        if (!ports) {
+            setLastError(ErrorGenFailure);
+            return invalidHandle();
+        }
+        for (const PresentPort &port : *ports) {
             const auto node = FirstPortNode + static_cast<DEVINST>(port.number);
             const QString id = QString("USB\\PHONE\\SOCKET%1").arg(port.phone.socket);
             set->add(portElement(node, id, port.friendlyName(), "USB\\PHONE"));
-        }
-        if (assigned && !session.save()) {
-            setLastError(ErrorGenFailure);
-            return invalidHandle();
         }
     }
     // Registered devices have no hardware behind them that could be missing, so

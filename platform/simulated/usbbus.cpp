@@ -2,8 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QJsonDocument>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <cstdio>
@@ -31,17 +29,11 @@ bool readSocket(const QString &path, PhoneOnBus *phone)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return false; // unplugged a moment ago
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
-    const QJsonObject object = document.object();
-    phone->product = object.value("product").toString();
-    phone->tty = object.value("tty").toString();
-    phone->plugId = object.value("plugId").toString();
-    phone->carrier = object.value("carrier").toBool();
-    if (phone->product.isEmpty() || phone->tty.isEmpty() || phone->plugId.isEmpty()) {
-        std::fprintf(stderr, "simulated PC: %s describes no phone\n", qPrintable(path));
+    if (!phone->fromJson(file.readAll())) {
+        std::fprintf(stderr, "simulated PC: %s does not describe a phone\n", qPrintable(path));
         return false;
     }
-    return isAlive(static_cast<qint64>(object.value("pid").toDouble()));
+    return isAlive(phone->processId);
 }
 
 int numberForSocket(int socket, MachineState *state, bool *assigned)
@@ -68,32 +60,32 @@ QString PresentPort::friendlyName() const
 
 QList<PhoneOnBus> phonesOnBus(const QString &directory)
 {
-    static const QRegularExpression pattern("^socket([1-9][0-9]{0,3})\\.json$");
     QList<PhoneOnBus> phones;
     const QDir bus(directory + "/usb");
     for (const QString &name : bus.entryList(QDir::Files)) {
-        const QRegularExpressionMatch match = pattern.match(name);
         PhoneOnBus phone;
-        if (!match.hasMatch() || !readSocket(bus.filePath(name), &phone))
-            continue;
-        phone.socket = match.captured(1).toInt();
-        phones += phone;
+        phone.socket = virtualphone::socketOfFileName(name);
+        if (phone.socket > 0 && readSocket(bus.filePath(name), &phone))
+            phones += phone;
     }
     std::sort(phones.begin(), phones.end(),
               [](const PhoneOnBus &a, const PhoneOnBus &b) { return a.socket < b.socket; });
     return phones;
 }
 
-QList<PresentPort> presentPorts(const QString &directory, MachineState *state, bool *assigned)
+std::optional<QList<PresentPort>> presentPorts(MachineSession *session)
 {
+    MachineState *state = &session->state;
     QList<PresentPort> ports;
-    *assigned = false;
     if (!state->portDriverInstalled)
         return ports;
-    for (const PhoneOnBus &phone : phonesOnBus(directory)) {
+    bool assigned = false;
+    for (const PhoneOnBus &phone : phonesOnBus(session->directory())) {
         if (!state->unmatchedPlugIds.contains(phone.plugId))
-            ports += PresentPort{numberForSocket(phone.socket, state, assigned), phone};
+            ports += PresentPort{numberForSocket(phone.socket, state, &assigned), phone};
     }
+    if (assigned && !session->save())
+        return std::nullopt;
     return ports;
 }
 
@@ -113,21 +105,22 @@ void rescanBus(MachineState *state)
         state->unmatchedPlugIds.clear();
 }
 
-bool dropDeadConnections(const QString &directory, MachineState *state)
+bool dropDeadConnections(MachineSession *session)
 {
-    if (state->connections.isEmpty())
-        return false;
-    const QList<PhoneOnBus> phones = phonesOnBus(directory);
+    QList<Connection> *connections = &session->state.connections;
+    if (connections->isEmpty())
+        return true;
+    const QList<PhoneOnBus> phones = phonesOnBus(session->directory());
     const auto isDead = [&](const Connection &connection) {
         return std::none_of(phones.begin(), phones.end(), [&](const PhoneOnBus &phone) {
             return phone.plugId == connection.plugId && phone.carrier;
         });
     };
-    const int before = state->connections.size();
-    state->connections.erase(
-        std::remove_if(state->connections.begin(), state->connections.end(), isDead),
-        state->connections.end());
-    return state->connections.size() != before;
+    const auto firstDead = std::remove_if(connections->begin(), connections->end(), isDead);
+    if (firstDead == connections->end())
+        return true;
+    connections->erase(firstDead, connections->end());
+    return session->save();
 }
 
 } // namespace platform::simulated

@@ -1,21 +1,20 @@
 #pragma once
 
-#include "platform/simulated/machinestate.h"
+#include "platform/simulated/machinesession.h"
+#include "virtualphone/pluggedphone.h"
 
 #include <QList>
 #include <QString>
+
+#include <optional>
 
 // The USB sockets of the simulated PC, and the COM ports that the port driver
 // makes of the phones in them.
 namespace platform::simulated {
 
-/// A phone in a socket, as its file usb/socketN.json tells.
-struct PhoneOnBus {
+/// A phone, and the socket that it is plugged into.
+struct PhoneOnBus : virtualphone::PluggedPhone {
     int socket = 0;
-    QString product;
-    QString tty;          ///< the device node of its serial line
-    QString plugId;       ///< new with every plug-in
-    bool carrier = false; ///< it holds a data connection
 };
 
 /// A COM port that is present now.
@@ -31,9 +30,9 @@ struct PresentPort {
 QList<PhoneOnBus> phonesOnBus(const QString &directory);
 
 /// The phones' ports, by socket: only those of phones that the port driver
-/// knows of. A socket that never had a number gets one (save the state when
-/// *assigned becomes true).
-QList<PresentPort> presentPorts(const QString &directory, MachineState *state, bool *assigned);
+/// knows of. A socket that never had a number gets one, which is saved; nothing
+/// when that fails.
+std::optional<QList<PresentPort>> presentPorts(MachineSession *session);
 
 /// Plug and play notices an installed driver only for phones plugged in later:
 /// those that are there now wait for a rescan.
@@ -42,8 +41,9 @@ void installPortDriver(const QString &directory, MachineState *state);
 /// Looks at every phone again.
 void rescanBus(MachineState *state);
 
-/// Forgets connections whose phone is gone or has no carrier any longer; true
-/// when there were any.
-bool dropDeadConnections(const QString &directory, MachineState *state);
+/// Forgets connections whose phone is gone or has no carrier any longer, and
+/// saves that. When it cannot be saved: false, and they are forgotten in this
+/// session only.
+bool dropDeadConnections(MachineSession *session);
 
 } // namespace platform::simulated

@@ -224,6 +224,7 @@ void DiallingTest::aDialFails_data()
     QTest::newRow("busy") << answer("BUSY") << 676 << "busy";
     QTest::newRow("no answer") << answer("NO_ANSWER") << 678 << "no answer";
     QTest::newRow("no dial tone") << answer("NO_DIALTONE") << 680 << "dial tone";
+    QTest::newRow("no dial tone, in three words") << answer("NO_DIAL_TONE") << 680 << "dial tone";
     QTest::newRow("refused") << answer("ERROR") << 651 << "refused";
     QTest::newRow("error number") << answer("+CME_ERROR:_30") << 651 << "refused";
     QTest::newRow("phone silent") << answer("NOT_READY") << 666 << "does not answer";

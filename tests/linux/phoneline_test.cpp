@@ -8,6 +8,8 @@
 #include <thread>
 #include <unistd.h>
 
+using namespace dialphone;
+
 /// What a phone says to each command line it gets.
 struct Said {
     QByteArray command;
@@ -96,8 +98,8 @@ void PhoneLineTest::dials_data()
     QTest::newRow("noise") << QList<Said>{{"AT", "\r\nRING\r\n\r\nOK\r\n"},
                                           {"ATD*99#", "\r\n+CREG: 1\r\n\r\nCONNECT\r\n"}}
                            << "CONNECT";
-    for (const char *answer : {"NO CARRIER", "BUSY", "NO ANSWER", "NO DIALTONE", "ERROR",
-                               "+CME ERROR: 30", "+CMS ERROR: 500"}) {
+    for (const char *answer : {"NO CARRIER", "BUSY", "NO ANSWER", "NO DIALTONE", "NO DIAL TONE",
+                               "ERROR", "+CME ERROR: 30", "+CMS ERROR: 500"}) {
         QTest::newRow(answer) << dialled(QByteArray("\r\n") + answer + "\r\n") << answer;
     }
     QTest::newRow("ended at once") << dialled("\r\nOK\r\n") << "NO CARRIER";

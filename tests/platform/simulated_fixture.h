@@ -4,11 +4,10 @@
 #include "platform/simulated/simulatedpc.h"
 #include "platform/text.h"
 #include "tests/platform/posix_pty.h"
+#include "virtualphone/pluggedphone.h"
 
 #include <QDir>
 #include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QMap>
 #include <QSaveFile>
 #include <QStringList>
@@ -119,18 +118,13 @@ public:
     void publish(bool carrier, qint64 pid = ::getpid())
     {
         QDir().mkpath(m_bus);
-        const QJsonObject object = {{"product", m_product},
-                                    {"tty", m_pty.node()},
-                                    {"plugId", m_plugId},
-                                    {"pid", double(pid)},
-                                    {"carrier", carrier}};
+        const virtualphone::PluggedPhone phone{m_product, m_pty.node(), m_plugId, carrier, pid};
         QSaveFile file(fileName());
-        if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(object).toJson()) < 0 ||
-            !file.commit())
+        if (!file.open(QIODevice::WriteOnly) || file.write(phone.toJson()) < 0 || !file.commit())
             qFatal("the test's phone cannot be plugged in");
     }
 
-    QString fileName() const { return QString("%1/socket%2.json").arg(m_bus).arg(m_socket); }
+    QString fileName() const { return m_bus + '/' + virtualphone::socketFileName(m_socket); }
     QString plugId() const { return m_plugId; }
     QString node() const { return m_pty.node(); }
 

@@ -4,6 +4,7 @@
 #include "tests/platform/simulated_fixture.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QMap>
@@ -308,6 +309,54 @@ private slots:
         QCOMPARE(output.exitCode, exitCode);
         QVERIFY2(output.error.contains(message), qPrintable(output.error));
         QCOMPARE(machine.state().toJson(), before);
+    }
+
+    void tellsWhereTheMachineIs_data()
+    {
+        QTest::addColumn<QString>("variable");
+        QTest::addColumn<QString>("value"); // %1: the folder that the tool runs in
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QString>("directory");
+        QTest::newRow("named") << "SIMULATED_PC"
+                               << "%1/a" << QStringList() << "%1/a";
+        QTest::newRow("named from here") << "SIMULATED_PC"
+                                         << "b/../a" << QStringList() << "%1/a";
+        QTest::newRow("state directory") << "XDG_STATE_HOME"
+                                         << "%1/a" << QStringList() << "%1/a/tolvane-simulated-pc";
+        QTest::newRow("state directory from here")
+            << "XDG_STATE_HOME"
+            << "a" << QStringList() << "%1/a/tolvane-simulated-pc";
+        QTest::newRow("home directory")
+            << "HOME"
+            << "%1/a" << QStringList() << "%1/a/.local/state/tolvane-simulated-pc";
+        QTest::newRow("option") << "SIMULATED_PC"
+                                << "%1/b" << QStringList{"--state", "a"} << "%1/a";
+    }
+
+    void tellsWhereTheMachineIs()
+    {
+        QFETCH(QString, variable);
+        QFETCH(QString, value);
+        QFETCH(QStringList, options);
+        QFETCH(QString, directory);
+        const QTemporaryDir folder;
+        const QString here = QDir(folder.path()).canonicalPath();
+        const auto placed = [&here](const QString &text) {
+            return text.contains("%1") ? text.arg(here) : text;
+        };
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove("SIMULATED_PC");
+        environment.remove("XDG_STATE_HOME");
+        environment.insert(variable, placed(value));
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(here);
+        process.start(QCoreApplication::applicationDirPath() + "/simulated-pc",
+                      options + QStringList{"directory"});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(QString::fromLocal8Bit(process.readAllStandardOutput()), placed(directory) + '\n');
+        QVERIFY(QDir(here).isEmpty()); // asking makes nothing
     }
 
     void keepsPortNumbersApart()

@@ -1,7 +1,7 @@
 #include "tests/windows/phoneonport.h"
 
-#include "simulator/virtualphonethread.h"
 #include "tests/windows/winemachine.h"
+#include "virtualphone/virtualphonethread.h"
 
 #include <QFile>
 
@@ -21,9 +21,9 @@ PhoneOnPort::~PhoneOnPort()
 QString PhoneOnPort::plugIn(const QStringList &commands)
 {
     m_files = std::make_unique<QTemporaryDir>();
-    PhoneOptions options;
+    virtualphone::PhoneOptions options;
     options.transcriptFile = m_files->filePath("transcript.txt");
-    m_phone = std::make_unique<VirtualPhoneThread>(options);
+    m_phone = std::make_unique<virtualphone::VirtualPhoneThread>(options);
     QString error;
     const QString device = m_phone->start(&error);
     if (device.isEmpty())

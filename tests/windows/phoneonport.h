@@ -5,8 +5,10 @@
 
 #include <memory>
 
-class VirtualPhoneThread;
 class WineMachine;
+namespace virtualphone {
+class VirtualPhoneThread;
+}
 
 /// The virtual phone, plugged in on COM7 of a machine under Wine for as long as
 /// it lives.
@@ -29,5 +31,5 @@ public:
 private:
     WineMachine &m_machine;
     std::unique_ptr<QTemporaryDir> m_files;
-    std::unique_ptr<VirtualPhoneThread> m_phone;
+    std::unique_ptr<virtualphone::VirtualPhoneThread> m_phone;
 };

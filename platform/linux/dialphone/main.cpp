@@ -2,11 +2,15 @@
 // with the serial line as standard input and output. The number comes in the
 // environment, so that no shell ever reads it.
 
+#include "platform/atline/resultcode.h"
+#include "platform/linux/dialphone/messages.h"
 #include "platform/linux/dialphone/phoneline.h"
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+
+using namespace dialphone;
 
 namespace {
 
@@ -19,25 +23,30 @@ const char *numberToDial()
     return number ? number : std::getenv("DIAL_ENTRY_NUMBER");
 }
 
+void tell(const char *message, const char *detail = "")
+{
+    std::fprintf(stderr, "%s%s%s\n", messagePrefix, message, detail);
+}
+
 } // namespace
 
 int main()
 {
     const char *number = numberToDial();
     if (!number || !isDialableNumber(number)) {
-        std::fputs("tolvane-dial: there is no number that can be dialled\n", stderr);
+        tell("there is no number that can be dialled");
         return 1;
     }
     // A line that goes away ends the reading, not the program.
     std::signal(SIGHUP, SIG_IGN);
 
-    std::fprintf(stderr, "tolvane-dial: dialling %s\n", number);
+    tell(diallingMessage, number);
     PhoneLine line(0, 1);
     const std::string result = line.dial(number, AnswerSeconds, ConnectSeconds);
-    if (result.rfind("CONNECT", 0) == 0) {
-        std::fputs("tolvane-dial: connected\n", stderr);
+    if (atline::resultCode(result) == atline::ResultCode::Connect) {
+        tell(connectedMessage);
         return 0;
     }
-    std::fprintf(stderr, "tolvane-dial: failed %s\n", result.c_str());
+    tell(failedMessage, result.c_str());
     return 4;
 }

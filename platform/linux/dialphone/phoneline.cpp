@@ -1,9 +1,16 @@
 #include "platform/linux/dialphone/phoneline.h"
 
+#include "platform/atline/resultcode.h"
+
 #include <cerrno>
 #include <chrono>
 #include <poll.h>
 #include <unistd.h>
+
+using atline::ResultCode;
+using atline::resultCode;
+
+namespace dialphone {
 
 namespace {
 
@@ -11,21 +18,6 @@ long long now()
 {
     using namespace std::chrono;
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
-bool startsWith(const std::string &text, const char *start)
-{
-    return text.rfind(start, 0) == 0;
-}
-
-/// Answers that end a command, as phones give them with ATV1.
-bool isFailure(const std::string &line)
-{
-    for (const char *result : {"NO CARRIER", "BUSY", "NO ANSWER", "NO DIALTONE", "ERROR"}) {
-        if (line == result)
-            return true;
-    }
-    return startsWith(line, "+CME ERROR") || startsWith(line, "+CMS ERROR");
 }
 
 } // namespace
@@ -41,15 +33,17 @@ PhoneLine::PhoneLine(int input, int output) : m_input(input), m_output(output) {
 std::string PhoneLine::dial(const std::string &number, int answerSeconds, int connectSeconds)
 {
     if (!send("AT\r"))
-        return "HANGUP";
-    std::string result = waitForResult(answerSeconds, "NOT READY");
-    if (result != "OK")
-        return isFailure(result) ? "NOT READY" : result;
+        return LineHungUp;
+    std::string result = waitForResult(answerSeconds, PhoneNotReady);
+    ResultCode code = resultCode(result);
+    if (code != ResultCode::Ok)
+        return isFailure(code) ? PhoneNotReady : result;
     if (!send("ATD" + number + "\r"))
-        return "HANGUP";
-    result = waitForResult(connectSeconds, "TIMEOUT");
+        return LineHungUp;
+    result = waitForResult(connectSeconds, NetworkTimedOut);
+    code = resultCode(result);
     // A phone that answers OK has ended the call again.
-    return result == "OK" ? "NO CARRIER" : result;
+    return code == ResultCode::Ok ? "NO CARRIER" : result;
 }
 
 bool PhoneLine::send(const std::string &command)
@@ -91,7 +85,7 @@ PhoneLine::Reading PhoneLine::readLine(long long deadline, std::string *line)
             return Reading::Line;
         if (character != '\r')
             *line += character;
-        else if (startsWith(*line, "AT"))
+        else if (line->rfind("AT", 0) == 0)
             line->clear(); // the command's echo
     }
 }
@@ -105,8 +99,10 @@ std::string PhoneLine::waitForResult(int seconds, const char *whenLate)
         if (reading == Reading::Late)
             return whenLate;
         if (reading == Reading::Gone)
-            return "HANGUP";
-        if (line == "OK" || isFailure(line) || startsWith(line, "CONNECT"))
+            return LineHungUp;
+        if (resultCode(line) != ResultCode::None)
             return line;
     }
 }
+
+} // namespace dialphone

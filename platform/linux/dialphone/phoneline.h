@@ -2,6 +2,13 @@
 
 #include <string>
 
+namespace dialphone {
+
+// Why a dial ended without an answer of the phone.
+inline constexpr char PhoneNotReady[] = "NOT READY"; ///< the phone does not answer AT
+inline constexpr char NetworkTimedOut[] = "TIMEOUT"; ///< nothing came back from the network
+inline constexpr char LineHungUp[] = "HANGUP";       ///< the line is gone
+
 /// The phone's AT command line on a descriptor that pppd has opened and set
 /// up. Reads no byte beyond the line it waits for: what follows CONNECT
 /// belongs to PPP.
@@ -10,12 +17,10 @@ class PhoneLine
 public:
     PhoneLine(int input, int output);
 
-    /// Dials a data call. Returns "CONNECT" (with what the phone puts after
-    /// it), or why there is none: the phone's own answer ("NO CARRIER",
-    /// "BUSY", "ERROR", ...), "NOT READY" for a phone that does not answer AT,
-    /// "TIMEOUT" for a network that does not, "HANGUP" for a line that went.
-    /// Waits at most answerSeconds for the phone and connectSeconds for the
-    /// network.
+    /// Dials a data call. Returns the phone's own answer, "CONNECT 115200" or
+    /// "NO CARRIER" for example (see atline::resultCode), or one of the words
+    /// above when there is none. Waits at most answerSeconds for the phone and connectSeconds for
+    /// the network.
     std::string dial(const std::string &number, int answerSeconds, int connectSeconds);
 
 private:
@@ -32,3 +37,5 @@ private:
 /// Whether a number may be sent to a phone: digits, * # + , and the letters A
 /// to D, P, T, W in either case; at most 80 characters.
 bool isDialableNumber(const std::string &number);
+
+} // namespace dialphone

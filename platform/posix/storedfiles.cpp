@@ -1,0 +1,68 @@
+#include "platform/posix/storedfiles.h"
+
+#include "platform/posix/errno.h"
+#include "platform/standin/lasterror.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+bool writeAll(int descriptor, const QByteArray &content)
+{
+    for (qsizetype written = 0; written < content.size();) {
+        const ssize_t count = ::write(descriptor, content.constData() + written,
+                                      static_cast<std::size_t>(content.size() - written));
+        if (count < 0 && errno != EINTR)
+            return false;
+        written += count > 0 ? count : 0;
+    }
+    return true;
+}
+
+} // namespace
+
+DWORD makeFolder(const QString &path)
+{
+    const QFileInfo folder(path);
+    if (folder.isDir())
+        return Success;
+    const DWORD code = makeFolder(folder.path());
+    if (code != Success)
+        return code;
+    const QByteArray name = QFile::encodeName(path);
+    if (::mkdir(name.constData(), 0755) != 0)
+        return errno == EEXIST ? DWORD(Success) : errorFromErrno(errno);
+    // The umask of a careful administrator is not meant for what all share.
+    return ::chmod(name.constData(), 0755) == 0 ? DWORD(Success) : errorFromErrno(errno);
+}
+
+DWORD replaceFile(const QString &path, const QByteArray &content, mode_t mode)
+{
+    const QFileInfo file(path);
+    // The temporary name starts with a dot, so that whoever reads the folder does
+    // not take it for one of its files.
+    QByteArray temporary = QFile::encodeName(file.path() + "/." + file.fileName() + ".XXXXXX");
+    const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
+    if (descriptor < 0)
+        return errorFromErrno(errno);
+    const bool isWritten = writeAll(descriptor, content) && ::fchmod(descriptor, mode) == 0 &&
+                           ::fsync(descriptor) == 0 &&
+                           ::rename(temporary.constData(), QFile::encodeName(path)) == 0;
+    const DWORD code = isWritten ? DWORD(Success) : errorFromErrno(errno);
+    if (!isWritten)
+        ::unlink(temporary.constData());
+    ::close(descriptor);
+    return code;
+}
+
+} // namespace platform

@@ -1,0 +1,186 @@
+#include "virtualphone/pseudoterminal.h"
+
+#include <QFile>
+#include <QSocketNotifier>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace virtualphone {
+
+Pseudoterminal::Pseudoterminal(QObject *parent) : QObject(parent)
+{
+    m_openingTimer.setInterval(20);
+    connect(&m_openingTimer, &QTimer::timeout, this, &Pseudoterminal::checkOpened);
+}
+
+Pseudoterminal::~Pseudoterminal()
+{
+    close();
+}
+
+bool Pseudoterminal::open(QString *error)
+{
+    close();
+    m_master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    char name[64];
+    termios settings{};
+    if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0 ||
+        ptsname_r(m_master, name, sizeof name) != 0 || tcgetattr(m_master, &settings) != 0) {
+        *error = QString("cannot make a pseudo-terminal: %1")
+                     .arg(QString::fromLocal8Bit(strerror(errno)));
+        close();
+        return false;
+    }
+    // Set through the master, these are the slave's settings.
+    cfmakeraw(&settings);
+    cfsetspeed(&settings, B9600);
+    tcsetattr(m_master, TCSANOW, &settings);
+    m_slaveName = QFile::decodeName(name);
+
+    m_notifier = new QSocketNotifier(m_master, QSocketNotifier::Read, this);
+    m_notifier->setEnabled(false);
+    connect(m_notifier, &QSocketNotifier::activated, this, [this] { readOnce(); });
+
+    m_inotify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (m_inotify >= 0) {
+        m_openingNotifier = new QSocketNotifier(m_inotify, QSocketNotifier::Read, this);
+        connect(m_openingNotifier, &QSocketNotifier::activated, this, [this] {
+            alignas(inotify_event) char events[1024];
+            while (::read(m_inotify, events, sizeof events) > 0) {
+            }
+            checkOpened();
+        });
+    }
+    m_isReceiving = true;
+    watchForOpening();
+    return true;
+}
+
+void Pseudoterminal::close()
+{
+    if (m_master < 0)
+        return;
+    m_openingTimer.stop();
+    // Deleted later: one of them may be what calls this.
+    for (QSocketNotifier *notifier : {m_notifier, m_openingNotifier}) {
+        if (notifier) {
+            notifier->setEnabled(false);
+            notifier->deleteLater();
+        }
+    }
+    m_notifier = nullptr;
+    m_openingNotifier = nullptr;
+    m_watch = -1;
+    if (m_inotify >= 0)
+        ::close(m_inotify);
+    m_inotify = -1;
+    ::close(m_master);
+    m_master = -1;
+    m_slaveName.clear();
+    m_isInUse = false;
+}
+
+int Pseudoterminal::write(const QByteArray &bytes)
+{
+    if (m_master < 0)
+        return 0;
+    const ssize_t written = ::write(m_master, bytes.constData(), static_cast<size_t>(bytes.size()));
+    return written < 0 ? 0 : static_cast<int>(written);
+}
+
+int Pseudoterminal::openSlave() const
+{
+    return ioctl(m_master, TIOCGPTPEER, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+}
+
+Pseudoterminal::Unread Pseudoterminal::unread() const
+{
+    if (m_master < 0)
+        return Unread::No;
+    // Only the slave can tell. poll() first makes the system deliver what it
+    // still holds back.
+    const int slave = openSlave();
+    if (slave < 0)
+        return Unread::Unknown;
+    pollfd waiting{slave, POLLIN, 0};
+    int count = 0;
+    ::poll(&waiting, 1, 0);
+    const bool isKnown = ioctl(slave, FIONREAD, &count) == 0;
+    ::close(slave);
+    if (!isKnown)
+        return Unread::Unknown;
+    return count > 0 ? Unread::Yes : Unread::No;
+}
+
+void Pseudoterminal::setReceiving(bool isReceiving)
+{
+    m_isReceiving = isReceiving;
+    if (m_notifier)
+        m_notifier->setEnabled(m_isInUse && m_isReceiving);
+}
+
+void Pseudoterminal::readOnce()
+{
+    char buffer[4096];
+    const ssize_t count = ::read(m_master, buffer, sizeof buffer);
+    if (count > 0)
+        emit received(QByteArray(buffer, static_cast<int>(count)));
+    else if (count == 0 || (errno != EAGAIN && errno != EINTR))
+        setInUse(false);
+}
+
+void Pseudoterminal::setInUse(bool isInUse)
+{
+    if (m_isInUse == isInUse)
+        return;
+    m_isInUse = isInUse;
+    m_notifier->setEnabled(m_isInUse && m_isReceiving);
+    if (m_isInUse) {
+        m_openingTimer.stop();
+        if (m_watch >= 0)
+            inotify_rm_watch(m_inotify, m_watch);
+        m_watch = -1;
+    }
+    emit inUseChanged();
+    if (m_master >= 0 && !m_isInUse)
+        watchForOpening();
+}
+
+void Pseudoterminal::watchForOpening()
+{
+    // Opening and closing the slave once drops what the PC has not read. It also
+    // makes a fresh pair look like a port that was closed: before its first
+    // opening the master reports no hang-up.
+    const int slave = openSlave();
+    if (slave >= 0) {
+        tcflush(slave, TCIFLUSH);
+        ::close(slave);
+    }
+    if (m_inotify >= 0)
+        m_watch = inotify_add_watch(m_inotify, QFile::encodeName(m_slaveName).constData(), IN_OPEN);
+    if (m_watch < 0)
+        m_openingTimer.start();
+    checkOpened(); // it may have been opened before the watch was there
+}
+
+void Pseudoterminal::checkOpened()
+{
+    if (m_master < 0 || m_isInUse)
+        return;
+    pollfd state{m_master, POLLIN, 0};
+    ::poll(&state, 1, 0);
+    // Data together with a hang-up: the PC has opened the port, sent something
+    // and closed it again. Reading takes the data and then finds the hang-up.
+    if (!(state.revents & POLLHUP) || (state.revents & POLLIN))
+        setInUse(true);
+}
+
+} // namespace virtualphone
