@@ -1,5 +1,5 @@
-#include "session.h"
-#include "waiting.h"
+#include "tests/desktop/waiting.h"
+#include "tests/endtoend/session.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -138,7 +138,7 @@ void runFirst(Session &session, FirstRun *run)
     expect(connectionCount(session) == 0, "The PC still has a connection");
 
     session.desktop.close(session.mainWindow());
-    const int exitCode = session.machine.waitForProgramEnd(Patience);
+    const int exitCode = session.machine.waitForProgramEnd(patience);
     expect(exitCode == 0, QString("Exit code %1").arg(exitCode));
     run->machine = std::make_unique<Machine>(artefacts("prepared"));
     run->machine->becomeCopyOf(session.machine);
@@ -201,7 +201,7 @@ void connectAndClose(Session &session)
     session.dial();
     session.waitForFace(Face::Disconnect);
     session.desktop.close(session.mainWindow());
-    session.machine.waitForProgramEnd(Patience);
+    session.machine.waitForProgramEnd(patience);
     expect(connectionCount(session) == 1, "The connection ended with the program");
 }
 
@@ -390,7 +390,7 @@ void EndToEndTest::unpluggedStart()
         session.desktop.keepPicture("countdown");
         QVERIFY(machine.log().endsWith("Checking port availability \n\n" + portFoundLog));
         session.desktop.close(window);
-        QCOMPARE(machine.waitForProgramEnd(Patience), 0);
+        QCOMPARE(machine.waitForProgramEnd(patience), 0);
 
         // By the poll.
         machine.phone("unplug");
@@ -430,7 +430,7 @@ void EndToEndTest::wizardCancelled()
         session.wizard();
         QVERIFY(wakeUpsWhenIdle(session, "in the wizard") < FewWakeUps);
         session.pressCancel();
-        QCOMPARE(machine.waitForProgramEnd(Patience), 0);
+        QCOMPARE(machine.waitForProgramEnd(patience), 0);
         QVERIFY(!machine.setting("NoOfDialups").isValid());
         QVERIFY(!machine.setting("isINFSetupDone").isValid());
         QVERIFY(!machine.pcState().value("portDriverInstalled").toBool());
@@ -463,7 +463,7 @@ void EndToEndTest::cancelledRescan()
         session.pressNext();
         machine.waitForLog("CM_Locate_DevNode_Ex done");
         session.pressCancel();
-        QCOMPARE(machine.waitForProgramEnd(Patience), 0);
+        QCOMPARE(machine.waitForProgramEnd(patience), 0);
         const QByteArray log = machine.log();
         QVERIFY2(!log.contains("Got Device"), log.constData());
         QVERIFY(!machine.setting("NoOfDialups").isValid());
@@ -520,7 +520,7 @@ void EndToEndTest::silentModem()
         session.machine.startPhone();
         session.startProgram();
         session.mainWindow();
-        QVERIFY(session.helpMenuOpens(Patience));
+        QVERIFY(session.helpMenuOpens(patience));
         session.machine.phone("set silent on");
         session.pressButton();
         session.waitForFace(Face::PleaseWait);
@@ -536,7 +536,7 @@ void EndToEndTest::silentModem()
         session.dial();
         session.waitForFace(Face::Disconnect);
         QCOMPARE(session.machine.heard(), heardWhenDialling("blweb"));
-        QVERIFY(session.helpMenuOpens(Patience));
+        QVERIFY(session.helpMenuOpens(patience));
     });
 }
 
@@ -657,7 +657,7 @@ void EndToEndTest::noRights()
         session.pressFinish();
         session.mainWindow();
         session.desktop.close(session.mainWindow());
-        QCOMPARE(machine.waitForProgramEnd(Patience), 0);
+        QCOMPARE(machine.waitForProgramEnd(patience), 0);
     });
     onPreparedPc("no-rights-later", [](Session &session) {
         Machine &machine = session.machine;
@@ -774,7 +774,7 @@ void EndToEndTest::keyboardOnly()
         session.acknowledge("Credits");
         session.mainWindow();
         desktop.press({"alt+f", "x"});
-        QCOMPARE(machine.waitForProgramEnd(Patience), 0);
+        QCOMPARE(machine.waitForProgramEnd(patience), 0);
     });
 }
 

@@ -1,7 +1,7 @@
-#include "machine.h"
+#include "tests/endtoend/machine.h"
 
-#include "desktop.h"
-#include "waiting.h"
+#include "tests/desktop/desktop.h"
+#include "tests/desktop/waiting.h"
 
 #include <QDir>
 #include <QFile>
@@ -218,7 +218,7 @@ void Machine::waitForLog(const QByteArray &text, qsizetype from, int timeout) co
 {
     waitFor(
         "\"" + QString::fromUtf8(text) + "\" in the log", [&] { return log(from).contains(text); },
-        timeout < 0 ? Patience : timeout);
+        timeout < 0 ? patience : timeout);
 }
 
 QByteArray Machine::printed() const

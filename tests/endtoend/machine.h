@@ -1,6 +1,6 @@
 #pragma once
 
-#include "childprocess.h"
+#include "tests/desktop/childprocess.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>

@@ -1,5 +1,5 @@
-#include "session.h"
-#include "waiting.h"
+#include "tests/desktop/waiting.h"
+#include "tests/endtoend/session.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -39,7 +39,7 @@ void say(const char *what)
 void closeProgram(Session &session)
 {
     session.desktop.close(session.mainWindow());
-    const int exitCode = session.machine.waitForProgramEnd(Patience);
+    const int exitCode = session.machine.waitForProgramEnd(patience);
     expect(exitCode == 0, QString("The program ended with code %1").arg(exitCode));
 }
 

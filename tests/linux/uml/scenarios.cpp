@@ -2,8 +2,8 @@
 // serial line and a network behind it. Runs in user-mode Linux as root.
 
 #include "platform/linux/devicerescan.h"
-#include "tests/endtoend/desktop.h"
-#include "tests/endtoend/waiting.h"
+#include "tests/desktop/desktop.h"
+#include "tests/desktop/waiting.h"
 
 #include <QClipboard>
 #include <QDir>
