@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QSettings>
 
@@ -248,6 +249,11 @@ QByteArray Machine::heard() const
 QJsonObject Machine::pcState() const
 {
     return QJsonDocument::fromJson(content(pcDirectory() + "/pc.json")).object();
+}
+
+int Machine::connectionCount() const
+{
+    return static_cast<int>(pcState().value("connections").toArray().size());
 }
 
 QString Machine::settingsFile() const
