@@ -1,4 +1,4 @@
-// The packaged program in a real window, from the first start to the hang-up.
+// The packaged program in its main window, from the second start to the hang-up.
 
 #include "tests/windows/callcheck.h"
 #include "tests/windows/expectations.h"
@@ -55,26 +55,20 @@ private slots:
     void cleanupTestCase();
     void cleanup() { m_phone->unplug(); }
 
-    void firstRunToFinish_data();
-    void firstRunToFinish();
     void secondStartDialsAndHangsUp();
     void connectionThatIsUpAlready();
     void connectionThatDrops();
     void dialDialogCancelled();
     void answersThatAreNotAnAnswer();
     void modemThatAnswersError();
-    void noPhoneInTheWizard();
     void unpluggedAndWaiting();
     void phoneThatSaysNothing();
     void menusAndDialogs();
     void settingsOfAnotherAccount();
-    void wizardCancelled();
     void scaledDisplay_data();
     void scaledDisplay();
     void iconOfTheWindow_data();
     void iconOfTheWindow();
-    void fatalBoxFromAPoolThread_data();
-    void fatalBoxFromAPoolThread();
 
 private:
     std::unique_ptr<WineMachine> m_machine;
@@ -92,53 +86,6 @@ void WindowTest::cleanupTestCase()
 {
     m_phone.reset();
     m_machine.reset();
-}
-
-void WindowTest::firstRunToFinish_data()
-{
-    QTest::addColumn<bool>("themed");
-    QTest::newRow("themed") << true;
-    QTest::newRow("classic") << false;
-}
-
-void WindowTest::firstRunToFinish()
-{
-    QFETCH(bool, themed);
-    onMachine(*m_machine, [&](WineMachine &machine) {
-        Desktop &desktop = machine.desktop;
-        const QString picture = QString("first-run-") + QTest::currentDataTag();
-        machine.setThemed(themed);
-        machine.setMachine(machineWithPhone());
-        const WindowId wizard = machine.startUntil(wizardTitle);
-        machine.setThemed(true);
-        desktop.keepPicture(picture + "-1-welcome");
-        QCOMPARE(startSetup(machine), wizard);
-
-        machine.waitForDebug("Successfully created the DIALUP CONNECTION :D :D\n");
-        machine.waitForCall("^InstallDriver.exe ");
-        // Finish is the default button now, and only now.
-        waitFor("The entry of the port",
-                [&] { return machine.setting("ports/7") == "TolvaneModem 1"; });
-        desktop.keepPicture(picture + "-2-successful");
-        desktop.pressIn(wizard, "Return");
-
-        const WindowId window = desktop.waitForWindow(mainTitle);
-        desktop.waitForNoWindow(wizardTitle);
-        desktop.keepPicture(picture + "-3-main-window");
-
-        const QString difference = firstDifference(setupOnly(machine.calls()), setupCalls(machine));
-        QVERIFY2(difference.isEmpty(), qPrintable(difference));
-        QCOMPARE(machine.debug(), setupDebug(machine));
-        QCOMPARE(machine.setting("NoOfDialups"), QString("1"));
-        QCOMPARE(machine.setting("CurrentPort"), QString("7"));
-        QCOMPARE(machine.setting("isINFSetupDone"), QString("true"));
-
-        desktop.close(window);
-        QCOMPARE(machine.waitForExit(), 0);
-        // What the set-up opened it has closed.
-        QVERIFY(machine.calls().contains("exit sets none"));
-        QVERIFY(machine.calls().contains(leftOpen()));
-    });
 }
 
 void WindowTest::secondStartDialsAndHangsUp()
@@ -296,27 +243,6 @@ void WindowTest::modemThatAnswersError()
     });
 }
 
-void WindowTest::noPhoneInTheWizard()
-{
-    onMachine(*m_machine, [&](WineMachine &machine) {
-        Desktop &desktop = machine.desktop;
-        machine.setMachine({"rasdevice modem|MTK GPRS Modem"});
-        machine.start();
-        const WindowId wizard = startSetup(machine);
-        machine.waitForDebug("No ports available");
-        waitFor("No port in the settings", [&] { return machine.setting("CurrentPort") == "0"; });
-        desktop.keepPicture("no-phone-1-retry");
-
-        // Plugged in, Retry goes on with the search for the port. The page has
-        // given it the focus.
-        machine.setMachine(machineWithPhone());
-        desktop.pressIn(wizard, "space");
-        machine.waitForDebug("Successfully created");
-        QCOMPARE(machine.calls().filter("SetupCopyOEMInfW").size(), 1);
-        desktop.keepPicture("no-phone-2-finish");
-    });
-}
-
 void WindowTest::unpluggedAndWaiting()
 {
     onMachine(*m_machine, [&](WineMachine &machine) {
@@ -400,20 +326,6 @@ void WindowTest::settingsOfAnotherAccount()
     });
 }
 
-void WindowTest::wizardCancelled()
-{
-    onMachine(*m_machine, [&](WineMachine &machine) {
-        Desktop &desktop = machine.desktop;
-        machine.setMachine(machineWithPhone());
-        const WindowId wizard = machine.startUntil(wizardTitle);
-        desktop.pressUntil(wizard, "Escape", "The program's end",
-                           [&] { return machine.hasEnded(); });
-        QCOMPARE(machine.waitForExit(), 0);
-        QCOMPARE(machine.calls(), QStringList({"exit sets none", leftOpen()}));
-        QCOMPARE(machine.settingsText(), QString());
-    });
-}
-
 void WindowTest::scaledDisplay_data()
 {
     QTest::addColumn<int>("percent");
@@ -473,39 +385,6 @@ void WindowTest::iconOfTheWindow()
         const QStringList values = pixels().section("_NET_WM_ICON", 1).remove(' ').split(',');
         QVERIFY2(values.contains(colour) == fileInWorkingDirectory, qPrintable(values.join(' ')));
         QVERIFY(values.size() > 2 + 16 * 16);
-    });
-}
-
-void WindowTest::fatalBoxFromAPoolThread_data()
-{
-    QTest::addColumn<QStringList>("failures");
-    QTest::addColumn<QString>("title");
-
-    QTest::newRow("devices") << QStringList{"fail RasEnumDevicesW 1 87"}
-                             << "Error in Function GetRasDevices";
-    QTest::newRow("second query") << QStringList{"fail RasEnumDevicesW 2 87"}
-                                  << "Error in Function GetRasDevices";
-    QTest::newRow("memory") << QStringList{"fail HeapAlloc 2 8"}
-                            << "Error in Function GetRasDevices";
-    QTest::newRow("newdev") << QStringList{} << "Error in Function newdev.dll";
-}
-
-void WindowTest::fatalBoxFromAPoolThread()
-{
-    QFETCH(QStringList, failures);
-    QFETCH(QString, title);
-    onMachine(*m_machine, [&](WineMachine &machine) {
-        Desktop &desktop = machine.desktop;
-        machine.setMachine(machineWithPhone() + failures);
-        if (failures.isEmpty())
-            machine.setMissingLibraries({"newdev"});
-        machine.start();
-        startSetup(machine);
-        const WindowId box = desktop.waitForWindow(title);
-        desktop.keepPicture(QString("fatal-") + QTest::currentDataTag());
-        desktop.pressIn(box, "Return");
-        QCOMPARE(machine.waitForExit(), 0);
-        QCOMPARE(machine.setting("NoOfDialups"), QString());
     });
 }
 
