@@ -1,11 +1,12 @@
-#include "machine.h"
+#include "tests/endtoend/machine.h"
 
-#include "desktop.h"
-#include "waiting.h"
+#include "tests/desktop/desktop.h"
+#include "tests/desktop/waiting.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QSettings>
 
@@ -218,7 +219,7 @@ void Machine::waitForLog(const QByteArray &text, qsizetype from, int timeout) co
 {
     waitFor(
         "\"" + QString::fromUtf8(text) + "\" in the log", [&] { return log(from).contains(text); },
-        timeout < 0 ? Patience : timeout);
+        timeout < 0 ? patience : timeout);
 }
 
 QByteArray Machine::printed() const
@@ -248,6 +249,11 @@ QByteArray Machine::heard() const
 QJsonObject Machine::pcState() const
 {
     return QJsonDocument::fromJson(content(pcDirectory() + "/pc.json")).object();
+}
+
+int Machine::connectionCount() const
+{
+    return static_cast<int>(pcState().value("connections").toArray().size());
 }
 
 QString Machine::settingsFile() const

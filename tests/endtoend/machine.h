@@ -1,6 +1,6 @@
 #pragma once
 
-#include "childprocess.h"
+#include "tests/desktop/childprocess.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
@@ -67,6 +67,8 @@ public:
     /// The bytes that the phone heard, escaped, one read after the other.
     QByteArray heard() const;
     QJsonObject pcState() const;
+    /// How many connections the PC has.
+    int connectionCount() const;
     /// A settings key; invalid when it is not there.
     QVariant setting(const QString &key) const;
     void setSetting(const QString &key, const QVariant &value) const;

@@ -1,6 +1,6 @@
-#include "session.h"
+#include "tests/endtoend/session.h"
 
-#include "waiting.h"
+#include "tests/desktop/waiting.h"
 
 #include <algorithm>
 
@@ -179,7 +179,7 @@ WindowId Session::openMenu(const WindowId &window, int titleMiddle, int timeout)
 
 void Session::chooseFromMenu(int titleMiddle, int item) const
 {
-    const WindowId menu = openMenu(mainWindow(), titleMiddle, Patience);
+    const WindowId menu = openMenu(mainWindow(), titleMiddle, patience);
     expect(!menu.isEmpty(), "No menu opens");
     desktop.click(menu, QPoint(40, 1 + item * MenuItemHeight + MenuItemHeight / 2));
 }
@@ -245,7 +245,7 @@ void Session::waitForFace(Face which, int timeout) const
 
 void Session::waitForFace(Face which) const
 {
-    waitForFace(which, Patience);
+    waitForFace(which, patience);
 }
 
 WindowId Session::dialDialog() const

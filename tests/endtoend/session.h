@@ -1,7 +1,7 @@
 #pragma once
 
-#include "desktop.h"
-#include "machine.h"
+#include "tests/desktop/desktop.h"
+#include "tests/endtoend/machine.h"
 
 #include <QMap>
 

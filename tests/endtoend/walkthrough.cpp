@@ -1,10 +1,11 @@
-#include "session.h"
-#include "waiting.h"
+#include "tests/desktop/waiting.h"
+#include "tests/endtoend/firstrun.h"
+#include "tests/endtoend/session.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
+#include <QFileInfo>
 
 #include <cstdio>
 
@@ -13,99 +14,55 @@
 
 namespace {
 
-/// One line for each step, and a picture that carries its number.
-class Walk
-{
-public:
-    explicit Walk(Session *session) : m_session(session) {}
-
-    void step(const QString &picture, const char *what)
-    {
-        const QString file = m_session->desktop.keepPicture(picture);
-        std::printf("  %-72s %s\n", what, qPrintable(QFileInfo(file).fileName()));
-        std::fflush(stdout);
-    }
-
-private:
-    Session *m_session;
-};
-
 void say(const char *what)
 {
     std::printf("%s\n", what);
     std::fflush(stdout);
 }
 
-void closeProgram(Session &session)
+/// Without rights, and then with a driver installer that is slower than the
+/// rescan.
+void setUpWithDifficulties(Session &session, const ShowStep &show)
 {
-    session.desktop.close(session.mainWindow());
-    const int exitCode = session.machine.waitForProgramEnd(Patience);
-    expect(exitCode == 0, QString("The program ended with code %1").arg(exitCode));
-}
-
-void walkFirstRun(Session &session, Walk &walk)
-{
-    say("First run");
-    session.machine.startPhone();
-    session.machine.pc({"set", "administrator", "off"});
-    session.startProgram();
-    session.wizard();
-    walk.step("welcome", "Nothing is stored: the wizard opens. Next.");
-
     session.pressNext();
     session.waitForFailedStep();
-    walk.step("driver-failed", "Without rights the driver step fails, in red. Retry with rights.");
+    show("driver-failed", "Without rights the driver step fails, in red. Retry with rights.");
     session.machine.pc({"set", "administrator", "on"});
     session.machine.pc({"set", "installer-duration", "4000"});
     session.machine.pc({"set", "rescan-duration", "1500"});
     session.pressRetry();
     session.machine.waitForLog("CM_Locate_DevNode_Ex done");
-    walk.step("rescan", "The driver installer works while the devices are rescanned.");
+    show("rescan", "The driver installer works while the devices are rescanned.");
     session.machine.waitForLog("No ports available");
     session.waitForFailedStep();
-    walk.step("port-failed", "It was slower than the rescan. Unplug, plug, Retry.");
+    show("port-failed", "It was slower than the rescan. Unplug, plug, Retry.");
     waitFor("The driver installer",
             [&] { return session.machine.pcState().value("portDriverInstalled").toBool(); });
     session.machine.phone("unplug");
     session.machine.phone("plug");
     session.pressRetry();
     session.waitForSetup();
-    walk.step("set-up", "Port found, modem and dial-up connection made. Finish.");
-    session.pressFinish();
-    session.desktop.waitForNoWindow(WizardTitle);
+}
 
-    session.mainWindow();
-    session.learnFace(Face::ConnectNow);
-    walk.step("main-window", "The main window; nothing is dialled by itself yet. Connect Now.");
-    session.machine.phone("set silent on");
-    session.pressButton();
-    waitFor("The first command", [&] { return !session.machine.heard().isEmpty(); });
-    session.learnFace(Face::PleaseWait);
-    walk.step("please-wait", "The window waits for the phone's answer, for as long as it takes.");
-    session.machine.phone("set silent off");
-
-    session.dialDialog();
-    walk.step("dial-dialog", "The APN is set; the system's dial dialog. Dial.");
-    session.dial();
-    session.learnFace(Face::Disconnect);
-    walk.step("connected", "Connected. Disconnect.");
-    session.pressButton();
-    session.waitForFace(Face::ConnectNow);
-    walk.step("disconnected", "Disconnected.");
+void firstRun(Session &session, const ShowStep &show)
+{
+    say("First run");
+    session.machine.pc({"set", "administrator", "off"});
+    walkFirstRun(session, show, [&] { setUpWithDifficulties(session, show); });
 
     session.chooseFromHelp(0);
     session.desktop.waitForFocus(session.desktop.waitForWindow("About"));
-    walk.step("about", "Help, About.");
+    show("about", "Help, About.");
     session.acknowledge("About");
     session.mainWindow();
     session.chooseFromHelp(1);
     session.desktop.waitForFocus(session.desktop.waitForWindow("Credits"));
-    walk.step("credits", "Help, Credits.");
+    show("credits", "Help, Credits.");
     session.acknowledge("Credits");
     closeProgram(session);
 }
 
-void walkSecondStart(Session &session, Walk &walk)
+void secondStart(Session &session, const ShowStep &show)
 {
     say("Second start");
     session.startProgram();
@@ -114,42 +71,42 @@ void walkSecondStart(Session &session, Walk &walk)
     // The list has the keyboard. Opening it by mouse may take longer than the
     // countdown where the machine is busy.
     session.desktop.press({"Home", "Down"});
-    walk.step("countdown", "Port and entry are known: the countdown runs.");
+    show("countdown", "Port and entry are known: the countdown runs.");
     session.dialDialog();
-    walk.step("auto-connect", "At zero the program dials by itself. Enter.");
+    show("auto-connect", "At zero the program dials by itself. Enter.");
     session.desktop.press("Return");
     session.desktop.waitForNoWindow(DialTitle);
     session.waitForFace(Face::Disconnect);
     expect(session.machine.heard().contains("gpinternet"), "Another operator's APN was set");
-    walk.step("connected-again", "Connected through the operator chosen.");
+    show("connected-again", "Connected through the operator chosen.");
 
     session.machine.phone("unplug");
     say("  The phone is unplugged; the next poll notices.");
     session.waitForFace(Face::ConnectNow);
-    walk.step("connection-lost", "Disconnected.");
+    show("connection-lost", "Disconnected.");
     closeProgram(session);
 }
 
-void walkOtherStarts(Session &session, Walk &walk)
+void otherStarts(Session &session, const ShowStep &show)
 {
     say("Other starts");
     session.startProgram();
     session.mainWindow();
     session.learnFace(Face::CheckConnection);
-    walk.step("waiting-for-port", "Without the phone the program waits for it.");
+    show("waiting-for-port", "Without the phone the program waits for it.");
     session.machine.phone("accept-apn blweb");
     // No button is pressed: the program acts by itself every few seconds, and
     // the press could meet what has taken the button's place.
     session.machine.phone("plug");
     session.waitForFace(Face::ConnectNow);
-    walk.step("phone-found", "Plugged in: the next look finds it and the countdown begins.");
+    show("phone-found", "Plugged in: the next look finds it and the countdown begins.");
     const QImage before = session.desktop.picture(session.dialDialog());
     session.pressDial();
     waitFor("The refusal", [&] {
         return session.machine.transcript().endsWith("phone the PC closes the port\n") &&
                session.desktop.picture(session.dialDialog()) != before;
     });
-    walk.step("refused", "The network refuses the operator's APN. Cancel.");
+    show("refused", "The network refuses the operator's APN. Cancel.");
     session.pressDialCancel();
     session.waitForFace(Face::ConnectNow);
     closeProgram(session);
@@ -160,7 +117,7 @@ void walkOtherStarts(Session &session, Walk &walk)
     session.desktop.press("ctrl+n");
     session.pressNext();
     session.desktop.waitForFocus(session.desktop.waitForWindow("Error in Function GetRasDevices"));
-    walk.step("fatal-box", "An error that nothing can be done about ends the program.");
+    show("fatal-box", "An error that nothing can be done about ends the program.");
     session.desktop.press("Return");
     expect(session.machine.waitForProgramEnd(1000) == 0, "The program did not end well");
 }
@@ -191,10 +148,15 @@ int main(int argc, char *argv[])
     int result = 0;
     try {
         session = std::make_unique<Session>(directory, scale);
-        Walk walk(session.get());
-        walkFirstRun(*session, walk);
-        walkSecondStart(*session, walk);
-        walkOtherStarts(*session, walk);
+        // One line for each step, and a picture that carries its number.
+        const auto show = [&session](const char *picture, const char *what) {
+            const QString file = session->desktop.keepPicture(picture);
+            std::printf("  %-72s %s\n", what, qPrintable(QFileInfo(file).fileName()));
+            std::fflush(stdout);
+        };
+        firstRun(*session, show);
+        secondStart(*session, show);
+        otherStarts(*session, show);
     } catch (const NotAsExpected &error) {
         std::fprintf(stderr, "Not as expected: %s\n", error.what());
         result = 1;

@@ -92,7 +92,7 @@ const QMap<QString, QStringList> &forms()
           "-> (set\\d+|result=invalid error=\\d+)"}},
         {"SetupDiCreateDeviceInfoList",
          {"class=Modem parent=null -> (set\\d+|result=invalid error=\\d+)"}},
-        {"SetupDiDestroyDeviceInfoList", {"set\\d+ -> result=1"}},
+        {"SetupDiDestroyDeviceInfoList", {"set\\d+ %R"}},
         {"SetupDiEnumDeviceInfo", {"set\\d+ index=\\d+ cbSize=32 %R"}},
         {"SetupDiGetDeviceRegistryPropertyW",
          {"set\\d+ device=\\d+ cbSize=32 property=12 type=set size=0 buffer=null %R",

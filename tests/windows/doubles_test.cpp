@@ -3,6 +3,7 @@
 
 #include "tests/windows/callcheck.h"
 #include "tests/windows/expectations.h"
+#include "tests/windows/scenario.h"
 #include "tests/windows/winemachine.h"
 
 #include <QRegularExpression>
@@ -13,13 +14,13 @@ class DoublesTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { m_machine = new WineMachine; }
-    void cleanupTestCase() { delete m_machine; }
+    void initTestCase() { m_machine = newMachine("doubles"); }
+    void cleanupTestCase() { m_machine.reset(); }
     void findsTheBrokenCall_data();
     void findsTheBrokenCall();
 
 private:
-    WineMachine *m_machine = nullptr;
+    std::unique_ptr<WineMachine> m_machine;
 };
 
 void DoublesTest::findsTheBrokenCall_data()
@@ -55,10 +56,13 @@ void DoublesTest::findsTheBrokenCall()
 {
     QFETCH(QString, what);
     QFETCH(QString, complaint);
-    m_machine->reset();
-    m_machine->setMachine(machineWithPhone());
-    m_machine->run(m_machine->folder() + "\\setup-steps.exe",
-                   what.isEmpty() ? QStringList() : QStringList{what});
+    asExpected([&] {
+        m_machine->reset();
+        m_machine->setMachine(machineWithPhone());
+        m_machine->run(m_machine->folder() + "\\setup-steps.exe",
+                       what.isEmpty() ? QStringList() : QStringList{what});
+        m_machine->keepLogs(QTest::currentDataTag());
+    });
 
     QStringList complaints = wrongCalls(m_machine->calls());
     const QStringList recorded = setupOnly(m_machine->calls());
@@ -66,7 +70,6 @@ void DoublesTest::findsTheBrokenCall()
     if (!difference.isEmpty())
         complaints.append(difference);
 
-    m_machine->keepLogs(QString("doubles-") + QTest::currentDataTag());
     if (what.isEmpty()) {
         QVERIFY2(complaints.isEmpty(), qPrintable(complaints.join('\n')));
         return;

@@ -32,11 +32,12 @@ QStringList versionCalls()
 
 } // namespace
 
-QString startSetup(WineMachine &machine)
+WindowId startSetup(WineMachine &machine)
 {
-    const QString wizard = machine.waitForWindow(wizardTitle, 60000);
-    const auto goesOn = [&machine] { return !machine.calls().isEmpty(); };
-    return !wizard.isEmpty() && machine.pressUntil(wizard, "Return", goesOn) ? wizard : QString();
+    const WindowId wizard = machine.desktop.waitForWindow(wizardTitle, WineMachine::StartPatience);
+    machine.desktop.pressUntil(wizard, "Return", "The first call",
+                               [&machine] { return !machine.calls().isEmpty(); });
+    return wizard;
 }
 
 QString leftOpen(const QString &ports, const QString &events, const QString &blocks)

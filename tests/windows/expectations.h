@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/desktop/desktop.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -10,8 +12,8 @@ inline constexpr char wizardTitle[] = "Welcome To Tolvane Modem Connector Settin
 inline constexpr char mainTitle[] = "Tolvane Modem Connector";
 
 /// Presses Next in the wizard of a program that was started without an entry
-/// and returns the wizard's window; "" when it does not come or does not go on.
-QString startSetup(WineMachine &machine);
+/// and returns the wizard's window once the set-up runs.
+WindowId startSetup(WineMachine &machine);
 
 /// The line of calls.log that tells what the program's end finds open.
 QString leftOpen(const QString &ports = "none", const QString &events = "none",

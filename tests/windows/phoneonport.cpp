@@ -18,7 +18,7 @@ PhoneOnPort::~PhoneOnPort()
     unplug();
 }
 
-QString PhoneOnPort::plugIn(const QStringList &commands)
+void PhoneOnPort::plugIn(const QStringList &commands)
 {
     m_files = std::make_unique<QTemporaryDir>();
     virtualphone::PhoneOptions options;
@@ -26,15 +26,12 @@ QString PhoneOnPort::plugIn(const QStringList &commands)
     m_phone = std::make_unique<virtualphone::VirtualPhoneThread>(options);
     QString error;
     const QString device = m_phone->start(&error);
-    if (device.isEmpty())
-        return error;
+    expect(!device.isEmpty(), error);
     for (const QString &command : QStringList{"set echo off"} + commands) {
         const QString answer = m_phone->control(command);
-        if (!answer.startsWith("ok"))
-            return command + ": " + answer;
+        expect(answer.startsWith("ok"), command + ": " + answer);
     }
     m_machine.setPort(Port, device);
-    return {};
 }
 
 void PhoneOnPort::unplug()

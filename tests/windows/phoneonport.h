@@ -19,9 +19,9 @@ public:
     ~PhoneOnPort();
 
     /// Plugs it in and gives it commands of its control, for example "set delay
-    /// 300". Its echo is off unless one of them says otherwise. What went wrong,
-    /// "" when nothing did.
-    QString plugIn(const QStringList &commands = {});
+    /// 300". Its echo is off unless one of them says otherwise. Throws
+    /// NotAsExpected when it cannot be done.
+    void plugIn(const QStringList &commands = {});
     void unplug();
 
     /// What the program has sent, a chunk an entry, escaped as in the phone's

@@ -5,20 +5,18 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
-#include <QTest>
 
 namespace {
 
 const char packageFolder[] = "Program Files/TolvaneModemConnector";
-const char artefacts[] = WINDOWS_ARTEFACTS;
 const char *const doubledLibraries[] = {"rasapi32", "rasdlg", "setupapi", "newdev", "cfgmgr32"};
 
 QString environment(const char *name)
 {
-    const QByteArray value = qgetenv(name);
-    if (value.isEmpty())
-        qFatal("%s is not set; run the tests through scripts/windows test", name);
-    return QString::fromLocal8Bit(value);
+    const QString value = qEnvironmentVariable(name);
+    expect(!value.isEmpty(),
+           QString("%1 is not set; run the tests through scripts/windows test").arg(name));
+    return value;
 }
 
 void writeFile(const QString &path, const QByteArray &content)
@@ -27,12 +25,11 @@ void writeFile(const QString &path, const QByteArray &content)
     // Written beside and moved into place: a double that reads at this moment
     // sees the old state or the new one.
     QFile file(path + ".new");
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        qFatal("%s cannot be written", qPrintable(path));
+    expect(file.open(QIODevice::WriteOnly) && file.write(content) == content.size(),
+           "Cannot write " + path);
     file.close();
     QFile::remove(path);
-    if (!file.rename(path))
-        qFatal("%s cannot be replaced", qPrintable(path));
+    expect(file.rename(path), "Cannot replace " + path);
 }
 
 QByteArray readFile(const QString &path)
@@ -49,16 +46,7 @@ QString unixLines(const QByteArray &text)
 void copyOver(const QString &from, const QString &to)
 {
     QFile::remove(to);
-    if (!QFile::copy(from, to))
-        qFatal("%s cannot be copied", qPrintable(from));
-}
-
-/// The ids of the visible windows of that title, one a line.
-QString visibleWindows(const QString &title)
-{
-    // The toolkit of the installer puts a blank behind some titles.
-    const QString name = '^' + QRegularExpression::escape(title) + " ?$";
-    return runOnHost("xdotool", {"search", "--onlyvisible", "--name", name});
+    expect(QFile::copy(from, to), "Cannot copy " + from);
 }
 
 } // namespace
@@ -67,15 +55,19 @@ QString runOnHost(const QString &program, const QStringList &arguments)
 {
     QProcess process;
     process.start(program, arguments);
-    if (!process.waitForFinished())
-        qFatal("%s does not end", qPrintable(program));
+    expect(process.waitForFinished(), program + " does not end");
     return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
 }
 
-WineMachine::WineMachine() : m_prefix(environment("WINEPREFIX")), m_wine(environment("TMC_WINE"))
+WineMachine::WineMachine(const QString &artefacts)
+    : desktop(WINDOWS_ARTEFACTS "/" + artefacts,
+              {environment("DISPLAY"), environment("TMC_FRAME_BUFFER")}),
+      m_artefacts(WINDOWS_ARTEFACTS "/" + artefacts),
+      m_prefix(environment("WINEPREFIX")),
+      m_wine(environment("TMC_WINE"))
 {
-    environment("DISPLAY");
-    QDir().mkpath(artefacts);
+    // A window that has just appeared is painted a moment later here.
+    desktop.setStillness(400);
     const QStringList users =
         QDir(driveC() + "/users").entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString &user : users) {
@@ -85,8 +77,8 @@ WineMachine::WineMachine() : m_prefix(environment("WINEPREFIX")), m_wine(environ
 
     QDir(hostFolder()).removeRecursively();
     runOnHost("unzip", {"-q", "-o", WINDOWS_ARCHIVE, "-d", driveC() + "/Program Files"});
-    if (!QFile::exists(hostFolder() + "/TolvaneDialler.exe"))
-        qFatal("the archive %s does not hold the program", WINDOWS_ARCHIVE);
+    expect(QFile::exists(hostFolder() + "/TolvaneDialler.exe"),
+           "The program is not in the archive " WINDOWS_ARCHIVE);
     const QDir doubles(WINDOWS_DOUBLES);
     for (const char *name : doubledLibraries)
         copyOver(doubles.filePath(QString(name) + ".dll"), hostFolder() + '/' + name + ".dll");
@@ -94,10 +86,10 @@ WineMachine::WineMachine() : m_prefix(environment("WINEPREFIX")), m_wine(environ
     for (const char *name : {"modem_inf_32.inf", "modem_inf_64.inf"})
         writeFile(hostFolder() + "/drivers/" + name, "[Version]\r\nClass=Modem\r\n");
     copyOver(WINDOWS_SETUP_STEPS, hostFolder() + "/setup-steps.exe");
+    copyOver(WINDOWS_PLATFORM_CALLS, hostFolder() + "/platform-calls.exe");
     reset();
     m_taskbar.start(m_wine, {WINDOWS_TASKBAR});
-    if (!m_taskbar.waitForStarted())
-        qFatal("%s does not start", WINDOWS_TASKBAR);
+    expect(m_taskbar.waitForStarted(), "The taskbar does not start");
 }
 
 WineMachine::~WineMachine()
@@ -171,8 +163,7 @@ void WineMachine::setPort(int number, const QString &target)
 {
     const QString link = QString("%1/dosdevices/com%2").arg(m_prefix).arg(number);
     QFile::remove(link);
-    if (!target.isEmpty() && !QFile::link(target, link))
-        qFatal("%s cannot be linked", qPrintable(link));
+    expect(target.isEmpty() || QFile::link(target, link), "Cannot link " + link);
 }
 
 void WineMachine::setWindowsVersion(const QString &version)
@@ -219,31 +210,31 @@ void WineMachine::prepare(QProcess &process, bool onDoubles) const
     process.setWorkingDirectory(driveC());
 }
 
-bool WineMachine::start(const QString &program)
+void WineMachine::start(const QString &program)
 {
     prepare(m_program, true);
     m_debug.clear();
     m_printed.clear();
     m_program.start(m_wine, {program.isEmpty() ? folder() + "\\TolvaneDialler.exe" : program});
-    return m_program.waitForStarted();
+    expect(m_program.waitForStarted(), "The program does not start");
 }
 
-QString WineMachine::startUntil(const QString &title, const QString &program)
+WindowId WineMachine::startUntil(const QString &title, const QString &program)
 {
-    return start(program) ? waitForWindow(title, 60000) : QString();
+    start(program);
+    return desktop.waitForWindow(title, StartPatience);
 }
 
-int WineMachine::run(const QString &program, const QStringList &arguments, int milliseconds)
+int WineMachine::run(const QString &program, const QStringList &arguments, QString *output)
 {
-    QProcess process;
+    ChildProcess process;
     prepare(process, program.startsWith(folder()));
     process.start(m_wine, QStringList{program} + arguments);
-    if (!process.waitForFinished(milliseconds)) {
-        process.kill();
-        process.waitForFinished();
-        return -1;
-    }
-    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    expect(process.waitForFinished(StartPatience), program + " does not end");
+    expect(process.exitStatus() == QProcess::NormalExit, program + " crashed");
+    if (output)
+        *output = unixLines(process.readAllStandardOutput() + process.readAllStandardError());
+    return process.exitCode();
 }
 
 bool WineMachine::hasEnded()
@@ -251,11 +242,11 @@ bool WineMachine::hasEnded()
     return m_program.state() == QProcess::NotRunning || m_program.waitForFinished(1);
 }
 
-int WineMachine::waitForExit(int milliseconds)
+int WineMachine::waitForExit()
 {
-    if (m_program.state() != QProcess::NotRunning && !m_program.waitForFinished(milliseconds))
-        return -1;
-    return m_program.exitStatus() == QProcess::NormalExit ? m_program.exitCode() : -1;
+    waitFor("The program's end", [this] { return hasEnded(); });
+    expect(m_program.exitStatus() == QProcess::NormalExit, "The program crashed");
+    return m_program.exitCode();
 }
 
 void WineMachine::stop()
@@ -272,10 +263,11 @@ QStringList WineMachine::calls() const
         .split('\n', Qt::SkipEmptyParts);
 }
 
-bool WineMachine::waitForCall(const QString &pattern, int milliseconds)
+void WineMachine::waitForCall(const QString &pattern, int timeout) const
 {
     const QRegularExpression expression(pattern);
-    return QTest::qWaitFor([&] { return !calls().filter(expression).isEmpty(); }, milliseconds);
+    waitFor(
+        "The call " + pattern, [&] { return !calls().filter(expression).isEmpty(); }, timeout);
 }
 
 void WineMachine::readOutput()
@@ -300,9 +292,10 @@ QString WineMachine::printed()
     return unixLines(m_printed);
 }
 
-bool WineMachine::waitForDebug(const QString &text, int milliseconds)
+void WineMachine::waitForDebug(const QString &text, int timeout)
 {
-    return QTest::qWaitFor([&] { return debug().contains(text); }, milliseconds);
+    waitFor(
+        '"' + text + "\" in the log", [&] { return debug().contains(text); }, timeout);
 }
 
 QString WineMachine::folder() const
@@ -330,92 +323,17 @@ QString WineMachine::doublesFolder() const
     return driveC() + "/doubles";
 }
 
-QString WineMachine::waitForWindow(const QString &title, int milliseconds)
-{
-    QString found;
-    const bool appeared = QTest::qWaitFor(
-        [&] {
-            found = visibleWindows(title).section('\n', -1);
-            return !found.isEmpty();
-        },
-        milliseconds);
-    return appeared ? found : QString();
-}
-
-bool WineMachine::waitForNoWindow(const QString &title, int milliseconds)
-{
-    return QTest::qWaitFor([&] { return visibleWindows(title).isEmpty(); }, milliseconds);
-}
-
-QSize WineMachine::sizeOf(const QString &window) const
-{
-    const QString geometry = runOnHost("xdotool", {"getwindowgeometry", "--shell", window});
-    const auto value = [&geometry](const char *name) {
-        const QRegularExpression line(QString("^%1=(\\d+)$").arg(name),
-                                      QRegularExpression::MultilineOption);
-        return line.match(geometry).captured(1).toInt();
-    };
-    return {value("WIDTH"), value("HEIGHT")};
-}
-
-void WineMachine::press(const QString &window, const QString &key)
-{
-    runOnHost("xdotool", {"windowactivate", "--sync", window});
-    runOnHost("xdotool", {"key", "--clearmodifiers", key});
-}
-
-bool WineMachine::pressUntil(const QString &window, const QString &key,
-                             const std::function<bool()> &done)
-{
-    for (int i = 0; i < 5; ++i) {
-        press(window, key);
-        if (QTest::qWaitFor(done, 4000))
-            return true;
-    }
-    return false;
-}
-
-bool WineMachine::openMenu(const QString &window, const QString &key)
+void WineMachine::openMenu(const WindowId &window, const QString &key)
 {
     // A menu is one more window of the program.
-    const auto windows = [] {
-        return runOnHost("xdotool", {"search", "--onlyvisible", "--class", "tolvanedialler"});
-    };
-    const QString before = windows();
-    return pressUntil(window, key, [&] { return windows().size() > before.size(); });
-}
-
-void WineMachine::click(const QString &window, int x, int y)
-{
-    runOnHost("xdotool", {"windowactivate", "--sync", window, "mousemove", "--window", window,
-                          QString::number(x), QString::number(y), "click", "1"});
-}
-
-void WineMachine::screenshot(const QString &name, Picture picture)
-{
-    const QString file = QString("%1/%2.png").arg(artefacts, QString(name).replace(' ', '-'));
-    // A window that has just appeared is painted a moment later: the picture is
-    // taken once it stands still.
-    QByteArray before;
-    const bool stands = QTest::qWaitFor(
-        [&] {
-            runOnHost("import",
-                      {"-window", "root", "-define", "png:exclude-chunks=date,time", file});
-            const QByteArray now = readFile(file);
-            const bool same = now == before;
-            before = now;
-            if (!same)
-                QTest::qWait(400);
-            return same;
-        },
-        picture == Moving ? 1500 : 8000);
-    if (!stands && picture == StandingStill)
-        qInfo("the screen kept changing: %s", qPrintable(file));
+    const auto before = desktop.visibleWindows().size();
+    desktop.pressUntil(window, key, "An open menu",
+                       [&] { return desktop.visibleWindows().size() > before; });
 }
 
 void WineMachine::keepLogs(const QString &name)
 {
-    const QString base = QString("%1/%2").arg(artefacts, QString(name).replace(' ', '-'));
+    const QString base = m_artefacts + '/' + QString(name).replace(' ', '-');
     writeFile(base + ".calls.txt", calls().join('\n').toUtf8() + '\n');
     writeFile(base + ".debug.txt", debug().toUtf8());
     writeFile(base + ".printed.txt", printed().toUtf8());

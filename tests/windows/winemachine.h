@@ -1,25 +1,28 @@
 #pragma once
 
+#include "tests/desktop/desktop.h"
+#include "tests/desktop/waiting.h"
+
 #include <QByteArray>
 #include <QMap>
-#include <QProcess>
-#include <QSize>
 #include <QString>
 #include <QStringList>
-
-#include <functional>
 
 /// A Windows machine under Wine with a simulated taskbar, the packaged program
 /// and the double libraries beside it. The prefix and the display are those of the
 /// environment (packaging/windows/with-wine makes both); the machine's state
-/// is put back by reset().
+/// is put back by reset(). Everything throws NotAsExpected when it cannot be
+/// done.
 class WineMachine
 {
 public:
     /// Unpacks the archive into the prefix and puts the doubles beside the
-    /// program. Ends the test run when something is missing.
-    WineMachine();
+    /// program. Pictures and logs go to the folder of that name among the
+    /// artefacts.
+    explicit WineMachine(const QString &artefacts);
     ~WineMachine();
+
+    Desktop desktop;
 
     /// As delivered: no settings, no calls recorded, nothing plugged in.
     void reset();
@@ -49,29 +52,29 @@ public:
     /// Libraries that do not exist on this machine, for the next start.
     void setMissingLibraries(const QStringList &names);
 
-    /// Starts the program, the unpacked one unless another path is given;
-    /// false when it does not start.
-    bool start(const QString &program = {});
-    /// Starts it and waits up to a minute for its window with this title; the
-    /// window's id, "" when it does not start or the window does not come.
-    QString startUntil(const QString &title, const QString &program = {});
-    /// Runs another program of this machine to its end; its exit code, -1
-    /// when it did not end in time.
-    int run(const QString &program, const QStringList &arguments, int milliseconds = 60000);
+    /// Starts the program, the unpacked one unless another path is given.
+    void start(const QString &program = {});
+    /// Starts it and waits for its window with this title.
+    WindowId startUntil(const QString &title, const QString &program = {});
+    /// How long a program may take to come up here, in milliseconds.
+    static constexpr int StartPatience = 60000;
+    /// Runs another program of this machine to its end and returns its exit
+    /// code. `output` receives what it printed.
+    int run(const QString &program, const QStringList &arguments, QString *output = nullptr);
     /// Looks anew: true once the program is gone.
     bool hasEnded();
-    /// The exit code, -1 when the program does not end in time.
-    int waitForExit(int milliseconds = 10000);
+    /// Waits for the program's end; returns its exit code.
+    int waitForExit();
     /// Ends a program that is still running, by its process.
     void stop();
 
     /// The recorded calls so far, one line each.
     QStringList calls() const;
-    /// True when a recorded call matches before the time is over.
-    bool waitForCall(const QString &pattern, int milliseconds = 20000);
+    /// Waits for a recorded call that matches the regular expression.
+    void waitForCall(const QString &pattern, int timeout = patience) const;
     /// The debug stream so far, with \n as the line end.
     QString debug();
-    bool waitForDebug(const QString &text, int milliseconds = 20000);
+    void waitForDebug(const QString &text, int timeout = patience);
     /// What was printed to standard output so far, with \n as the line end.
     QString printed();
 
@@ -81,27 +84,9 @@ public:
     QString hostFolder() const;
     QString driveC() const;
 
-    /// The id of a visible window with exactly this title, "" when there is
-    /// none in time.
-    QString waitForWindow(const QString &title, int milliseconds = 20000);
-    bool waitForNoWindow(const QString &title, int milliseconds = 10000);
-    /// Size on the screen in pixels, the frame that Wine draws included.
-    QSize sizeOf(const QString &window) const;
-    /// Presses a key in the window, in xdotool's notation.
-    void press(const QString &window, const QString &key);
-    /// Presses it again every few seconds until `done`, as a person does whose
-    /// key came before the window was ready. Only where a second press does no
-    /// harm. False when it never is.
-    bool pressUntil(const QString &window, const QString &key, const std::function<bool()> &done);
-    /// Opens a menu by its key as pressUntil() does; false when no menu comes up.
-    bool openMenu(const QString &window, const QString &key);
-    /// Clicks at a place inside the window's client area.
-    void click(const QString &window, int x, int y);
-    enum Picture { StandingStill, Moving };
-    /// A picture of the whole screen among the artefacts; of a screen that
-    /// moves as it is after a moment, else once it stands still.
-    void screenshot(const QString &name, Picture picture = StandingStill);
-    /// Keeps calls, debug stream and settings of the test that ends.
+    /// Opens a menu by its key.
+    void openMenu(const WindowId &window, const QString &key);
+    /// Keeps calls, debug stream, output and settings of the case that ends.
     void keepLogs(const QString &name);
 
 private:
@@ -110,12 +95,13 @@ private:
     void readOutput();
     QString doublesFolder() const;
 
+    QString m_artefacts;
     QString m_prefix;
     QString m_wine;
     QString m_roaming;
     QStringList m_missing;
-    QProcess m_taskbar;
-    QProcess m_program;
+    ChildProcess m_taskbar;
+    ChildProcess m_program;
     QByteArray m_debug;
     QByteArray m_printed;
 };

@@ -206,6 +206,8 @@ EXPORT BOOL WINAPI SetupDiDestroyDeviceInfoList(HANDLE handle)
     PASS_ON_FOREIGN_CALLS(SetupDiDestroyDeviceInfoList, handle);
     Line line("SetupDiDestroyDeviceInfoList");
     set(line, handle).arrow();
+    if (const auto code = scriptedFailure("SetupDiDestroyDeviceInfoList"))
+        return no(line, *code);
     return sets.closed(handle) ? yes(line) : no(line, ERROR_INVALID_HANDLE);
 }
 

@@ -1,8 +1,9 @@
-#include "desktop.h"
+#include "tests/desktop/desktop.h"
 
-#include "waiting.h"
+#include "tests/desktop/waiting.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QPainter>
 #include <QRegion>
@@ -56,21 +57,24 @@ QProcessEnvironment cleanEnvironment()
 
 } // namespace
 
-Desktop::Desktop(const QString &artefacts, double scale) : m_artefacts(artefacts), m_scale(scale)
+Desktop::Desktop(const QString &artefacts, const Display &display)
+    : m_artefacts(artefacts), m_scale(1), m_frameBuffer(display.frameBuffer), m_name(display.name)
 {
-    expect(QDir().mkpath(artefacts), "Cannot make " + artefacts);
+    removeEarlierPictures();
+    moveMouseAway();
+}
+
+Desktop::Desktop(const QString &artefacts, double scale)
+    : m_artefacts(artefacts), m_scale(scale), m_frameBuffer(m_folder.path())
+{
+    removeEarlierPictures();
     expect(m_folder.isValid(), "Cannot make a temporary folder");
-    // Pictures of an earlier run are not of this one.
-    QDir pictures(artefacts);
-    const QStringList earlier = pictures.entryList({"[0-9][0-9]-*.png"}, QDir::Files);
-    for (const QString &picture : earlier)
-        pictures.remove(picture);
 
     m_display.setProcessEnvironment(cleanEnvironment());
     m_display.setStandardErrorFile(m_folder.filePath("display.log"));
     m_display.start("Xvfb", {"-displayfd", "1", "-screen", "0",
                              QString("%1x%2x24").arg(ScreenWidth).arg(ScreenHeight), "-fbdir",
-                             m_folder.path(), "-dpi", "96", "-nolisten", "tcp", "-noreset"});
+                             m_frameBuffer, "-dpi", "96", "-nolisten", "tcp", "-noreset"});
     expect(m_display.waitForStarted(), "Xvfb cannot be started: " + m_display.errorString());
     QByteArray number;
     waitFor("A virtual display", [&] {
@@ -91,6 +95,15 @@ Desktop::Desktop(const QString &artefacts, double scale) : m_artefacts(artefacts
            "openbox cannot be started: " + m_windowManager.errorString());
     waitFor("A window manager", [&ready] { return QFile::exists(ready); });
     moveMouseAway();
+}
+
+void Desktop::removeEarlierPictures() const
+{
+    expect(QDir().mkpath(m_artefacts), "Cannot make " + m_artefacts);
+    QDir pictures(m_artefacts);
+    const QStringList earlier = pictures.entryList({"[0-9]*-*.png"}, QDir::Files);
+    for (const QString &picture : earlier)
+        pictures.remove(picture);
 }
 
 QProcessEnvironment Desktop::environment() const
@@ -121,8 +134,10 @@ QString Desktop::xdotool(const QStringList &arguments) const
 
 WindowId Desktop::window(const QString &title) const
 {
-    const QString pattern = "^" + QRegularExpression::escape(title) + "$";
-    return xdotool({"search", "--onlyvisible", "--name", pattern}).section('\n', 0, 0);
+    // The toolkit of the Windows installer puts a blank behind some titles.
+    const QString pattern = "^" + QRegularExpression::escape(title) + " ?$";
+    // Listed from the lowest to the topmost.
+    return xdotool({"search", "--onlyvisible", "--name", pattern}).trimmed().section('\n', -1);
 }
 
 WindowId Desktop::waitForWindow(const QString &title, int timeout) const
@@ -143,7 +158,7 @@ WindowId Desktop::waitForWindow(const QString &title, int timeout) const
 
 WindowId Desktop::waitForWindow(const QString &title) const
 {
-    return waitForWindow(title, Patience);
+    return waitForWindow(title, patience);
 }
 
 void Desktop::waitForNoWindow(const QString &title) const
@@ -159,10 +174,15 @@ void Desktop::waitForFocus(const WindowId &window) const
     });
 }
 
+void Desktop::activate(const WindowId &window) const
+{
+    xdotool({"windowactivate", window});
+    waitForFocus(window);
+}
+
 QStringList Desktop::visibleWindows() const
 {
-    return xdotool({"search", "--onlyvisible", "--class", "Tolvane"})
-        .split('\n', Qt::SkipEmptyParts);
+    return xdotool({"search", "--onlyvisible", "--class", "."}).split('\n', Qt::SkipEmptyParts);
 }
 
 QStringList Desktop::visibleTitles() const
@@ -214,15 +234,33 @@ void Desktop::press(const QStringList &keys) const
     xdotool(QStringList{"key"} + keys);
 }
 
+void Desktop::pressIn(const WindowId &window, const QStringList &keys) const
+{
+    activate(window);
+    press(keys);
+}
+
+void Desktop::pressUntil(const WindowId &window, const QString &key, const QString &what,
+                         const std::function<bool()> &done) const
+{
+    constexpr int Presses = 5;
+    constexpr int PauseBetweenPresses = 4000; // milliseconds
+    for (int i = 0; i < Presses; ++i) {
+        pressIn(window, key);
+        if (comesTrue(done, PauseBetweenPresses))
+            return;
+    }
+    expect(false, QString("%1: not after pressing %2 %3 times").arg(what, key).arg(Presses));
+}
+
 void Desktop::close(const WindowId &window) const
 {
-    waitForFocus(window);
-    press("alt+F4");
+    pressIn(window, "alt+F4");
 }
 
 QImage Desktop::screen() const
 {
-    return readFrameBuffer(m_folder.filePath("Xvfb_screen0"));
+    return readFrameBuffer(m_frameBuffer + "/Xvfb_screen0");
 }
 
 QImage Desktop::picture(const WindowId &window) const
@@ -250,18 +288,28 @@ QRect Desktop::frame(const WindowId &window) const
     return inside.adjusted(-width(1), -width(3), width(2), width(4));
 }
 
-QString Desktop::keepPicture(const QString &what)
+QImage Desktop::stillScreen() const
 {
-    // A countdown never stands still for long: what is there then is taken.
-    QImage now = screen();
+    constexpr int Longest = 1000; // a countdown never stands still for long
+    QImage still = screen();
+    QElapsedTimer unchanged;
+    unchanged.start();
     comesTrue(
         [&] {
-            const QImage before = now;
-            now = screen();
-            return now == before;
+            const QImage now = screen();
+            if (now == still)
+                return unchanged.elapsed() >= m_stillness;
+            still = now;
+            unchanged.start();
+            return false;
         },
-        1000);
+        Longest + m_stillness);
+    return still;
+}
 
+QString Desktop::keepPicture(const QString &what)
+{
+    QImage now = stillScreen();
     QRegion shown;
     const QStringList windows = visibleWindows();
     for (const WindowId &window : windows) {
@@ -281,8 +329,10 @@ QString Desktop::keepPicture(const QString &what)
         painter.end();
         now = cut;
     }
-    const QString name =
-        QString("%1/%2-%3.png").arg(m_artefacts).arg(++m_pictures, 2, 10, QChar('0')).arg(what);
+    const QString name = QString("%1/%2-%3.png")
+                             .arg(m_artefacts)
+                             .arg(++m_pictures, 2, 10, QChar('0'))
+                             .arg(QString(what).replace(' ', '-'));
     expect(now.save(name), "Cannot write " + name);
     return name;
 }

@@ -1,4 +1,4 @@
-#include "childprocess.h"
+#include "tests/desktop/childprocess.h"
 
 #include <csignal>
 

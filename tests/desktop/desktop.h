@@ -1,6 +1,6 @@
 #pragma once
 
-#include "childprocess.h"
+#include "tests/desktop/childprocess.h"
 
 #include <QImage>
 #include <QProcessEnvironment>
@@ -8,6 +8,8 @@
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+
+#include <functional>
 
 /// The X window number, as text.
 using WindowId = QString;
@@ -23,19 +25,29 @@ public:
     /// every coordinate below is in their own, unscaled pixels.
     explicit Desktop(const QString &artefacts, double scale = 1);
 
+    /// A display that somebody else made with its window manager, and ends.
+    struct Display {
+        QString name;        ///< ":7"
+        QString frameBuffer; ///< the folder in which Xvfb keeps its screen (-fbdir)
+    };
+    Desktop(const QString &artefacts, const Display &display);
+
     /// What a program needs to show up here. No setting of the caller's own
     /// desktop is in it.
     QProcessEnvironment environment() const;
     double scale() const { return m_scale; }
 
-    /// The visible window with exactly this title; empty when there is none.
+    /// The visible window with exactly this title, the topmost of several;
+    /// empty when there is none. A blank behind the title does not count.
     WindowId window(const QString &title) const;
     WindowId waitForWindow(const QString &title, int timeout) const;
     WindowId waitForWindow(const QString &title) const;
     void waitForNoWindow(const QString &title) const;
     /// Waits until the window has the keyboard.
     void waitForFocus(const WindowId &window) const;
-    /// Every visible window, menus and lists included.
+    /// Gives the window the keyboard and waits until it has it.
+    void activate(const WindowId &window) const;
+    /// Every visible window of a program, menus and lists included.
     QStringList visibleWindows() const;
     /// The titles of the visible windows, for a person to read.
     QStringList visibleTitles() const;
@@ -53,6 +65,17 @@ public:
     /// Presses keys one after the other, named as X names them: "alt+n".
     void press(const QStringList &keys) const;
     void press(const QString &key) const { press(QStringList{key}); }
+    /// The same in this window, which is given the keyboard first.
+    void pressIn(const WindowId &window, const QStringList &keys) const;
+    void pressIn(const WindowId &window, const QString &key) const
+    {
+        pressIn(window, QStringList{key});
+    }
+    /// Presses the key in the window every few seconds until `done`, as a
+    /// person does whose key came before the window was ready. Only where a
+    /// second press does no harm. `what` names what is waited for.
+    void pressUntil(const WindowId &window, const QString &key, const QString &what,
+                    const std::function<bool()> &done) const;
     /// Asks the window to close, as its title bar's button does.
     void close(const WindowId &window) const;
 
@@ -64,10 +87,18 @@ public:
     QImage picture(const WindowId &window, const QRect &part) const;
     /// Leaves the visible windows with their frames, and nothing of the desktop
     /// between them, in the artefact folder as NN-<what>.png, numbered in order.
-    /// Waits until the picture stands still. Returns the file's name.
+    /// Waits until the picture has stood still for as long as setStillness()
+    /// says. Returns the file's name.
     QString keepPicture(const QString &what);
+    /// How long the screen has to be unchanged to stand still, in milliseconds.
+    /// More where a window is painted late.
+    void setStillness(int milliseconds) { m_stillness = milliseconds; }
 
 private:
+    void removeEarlierPictures() const;
+    /// The screen when it stands still; of one that never does, what is there
+    /// after a while.
+    QImage stillScreen() const;
     /// The window with the frame that the window manager put around it, on the
     /// screen.
     QRect frame(const WindowId &window) const;
@@ -77,7 +108,9 @@ private:
     QString m_artefacts;
     double m_scale;
     int m_pictures = 0;
+    int m_stillness = 20;
     QTemporaryDir m_folder;
+    QString m_frameBuffer;
     QString m_name;
     ChildProcess m_display;
     ChildProcess m_windowManager;

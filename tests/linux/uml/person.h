@@ -1,0 +1,48 @@
+#pragma once
+
+#include "tests/desktop/childprocess.h"
+#include "tests/desktop/desktop.h"
+
+#include <memory>
+
+inline constexpr char mainTitle[] = "Tolvane Modem Connector";
+inline constexpr char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
+inline constexpr char dialTitle[] = "Connect TolvaneModem 1";
+
+/// A person at the guest's desktop with the installed program. Everything
+/// throws NotAsExpected when it cannot be done.
+class Person
+{
+public:
+    /// Pictures and the program's log go to that folder.
+    explicit Person(const QString &pictures);
+
+    Desktop desktop;
+
+    void startProgram(const QStringList &command = {"tolvane-dialler"});
+    void endProgram() { m_program->end(); }
+    void waitForProgramEnd() const;
+    /// What the program wrote to its debug stream since it was started.
+    QByteArray log() const;
+    void waitForLog(const QByteArray &text, qsizetype from = 0) const;
+
+    /// Waits until the window is there and has the keyboard.
+    WindowId waitForWindow(const char *title) const;
+    void pressMainButton() const;
+    /// What the main window's button looks like now.
+    QImage face() const;
+    void waitForOtherFace(const QImage &before, const QString &what) const;
+
+    /// Dials in the dialog that is to come; the link is up afterwards.
+    void dial();
+    /// What the dial dialog says, copied by mouse and keyboard. This program
+    /// itself, on the same display, then looks at the clipboard.
+    QString dialogText() const;
+    /// Dials in the dialog that is to come; it fails with that number and stays.
+    void dialInVain(const QString &picture, const QString &words, int error);
+
+private:
+    QString m_log;
+    qsizetype m_logStart = 0;
+    std::unique_ptr<ChildProcess> m_program;
+};
