@@ -1,6 +1,7 @@
+#include "app/damagedsettings.h"
+#include "app/formfont.h"
 #include "app/identity.h"
 #include "app/settings.h"
-#include "mainwindow/formfont.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 

@@ -1,6 +1,7 @@
 #include "install/devicerescan.h"
 
 #include "app/diagnostics.h"
+#include "install/installationsteps.h"
 #include "platform/platform.h"
 #include "platform/text.h"
 

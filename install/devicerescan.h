@@ -2,11 +2,6 @@
 
 #include "platform/configmanager.h"
 
-/// Set-up step: rescans the device tree from its root, so that a phone that
-/// is plugged in already meets the new drivers. Worker thread; may take
-/// seconds.
-bool ReScanDriver();
-
 /// CM_Locate_DevNode_ExA, bound for this one call. 1 when "cfgmgr32.dll" is
 /// missing.
 platform::ConfigRet LocateDevNode(platform::DEVINST *devInst, const char *deviceId,

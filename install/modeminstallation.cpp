@@ -4,7 +4,7 @@
 #include "app/settings.h"
 #include "install/driverpackages.h"
 #include "install/fatalerror.h"
-#include "install/portdiscovery.h"
+#include "install/installationsteps.h"
 #include "platform/newdev.h"
 #include "platform/platform.h"
 #include "platform/text.h"

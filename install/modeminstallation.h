@@ -5,10 +5,6 @@
 // The root-enumerated modem device on the phone's COM port. Worker thread; a
 // driver installation may take minutes.
 
-/// Set-up step: creates the modem device on the current port and installs its
-/// driver.
-bool InstallModem();
-
 /// Creates a device with the hardware id, attaches it to the port and
 /// installs the INF's driver on it. hardwareId is a writable multi-string with
 /// room for its second NUL; rebootRequired may be null.

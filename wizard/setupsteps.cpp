@@ -1,10 +1,7 @@
 #include "wizard/setupsteps.h"
 
 #include "dialup/phonebookentry.h"
-#include "install/devicerescan.h"
-#include "install/driverpackages.h"
-#include "install/modeminstallation.h"
-#include "install/portdiscovery.h"
+#include "install/installationsteps.h"
 
 // Support answers quote these texts, so they keep their slips.
 const SetupStep setupSteps[SetupStepCount + 1] = {

@@ -1,4 +1,5 @@
 #include "install/devicerescan.h"
+#include "install/installationsteps.h"
 #include "tests/support/bench.h"
 #include "tests/support/stdoutcapture.h"
 

@@ -1,3 +1,4 @@
+#include "install/installationsteps.h"
 #include "install/modeminstallation.h"
 #include "platform/standin/lasterror.h"
 #include "platform/text.h"

@@ -1,10 +1,10 @@
 #include "mainwindow/mainwindow.h"
 
+#include "app/formfont.h"
 #include "app/operators.h"
 #include "app/settings.h"
 #include "dialogs/aboutdialog.h"
 #include "dialogs/creditdialog.h"
-#include "mainwindow/formfont.h"
 #include "platform/faultinjection/faultinjectingplatform.h"
 #include "tests/support/logcatcher.h"
 #include "tests/support/markingtranslator.h"
