@@ -14,7 +14,7 @@ using namespace platform;
 
 namespace {
 
-/// The path with the separators that the system's installation functions want.
+/// The path with the separators that the installation functions expect.
 QString nativePath(QString path)
 {
     return path.replace('/', '\\');
@@ -29,8 +29,8 @@ bool SetupAllInfs()
         return true;
 
     WCHAR infPath[PathBufferSize] = {};
-    // The installer is not waited for: it may still be at work while the
-    // modem INF is copied and the next steps run.
+    // Nobody waits for the installer: it may still run while the modem INF is
+    // copied and while the next steps run. Kept on purpose.
     if (!RunDriverInstaller()) {
         logError("SetupAllInfs", "Port INF setup failed.");
         return false;
@@ -60,7 +60,7 @@ bool RunDriverInstaller()
     ProcessInformation process{};
     const bool created = current().CreateProcessW(application, commandLine, nullptr, nullptr, false,
                                                   0, nullptr, nullptr, &startup, &process);
-    // When nothing was started there is nothing to close, and closing does no
+    // If nothing was started both handles are null, and closing them does no
     // harm.
     current().CloseHandle(process.hProcess);
     current().CloseHandle(process.hThread);
@@ -70,8 +70,8 @@ bool RunDriverInstaller()
 void GetModemINFLocation(WCHAR *buffer)
 {
     const int code = GetWindowsVersionCode();
-    // The processor is read off the code, so a release that is not known gets
-    // the 32-bit INF even on a 64-bit system.
+    // Codes of 64-bit systems begin at 20. An unknown release has code 0, so it
+    // gets the 32-bit INF even on a 64-bit system. Kept on purpose.
     const QString path = nativePath(QString("%1\\%2\\modem_inf_%3.inf")
                                         .arg(QCoreApplication::applicationDirPath(), "drivers",
                                              QString::number(code < 20 ? 32 : 64)));

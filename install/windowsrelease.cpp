@@ -26,8 +26,8 @@ bool isXpX64(const OsVersionInfoEx &version, WORD architecture)
     return version.wProductType == ProductWorkstation && architecture == ArchitectureX64;
 }
 
-/// Releases of version 5.2. The second release of Windows Server 2003 is told
-/// by a system metric, so that is asked first.
+/// Releases of version 5.2. Only a system metric distinguishes the second
+/// release of Windows Server 2003 from the others, so it is asked first.
 int baseCodeOf52(const OsVersionInfoEx &version, WORD architecture)
 {
     if (current().GetSystemMetrics(MetricServerR2) != 0)
@@ -37,7 +37,7 @@ int baseCodeOf52(const OsVersionInfoEx &version, WORD architecture)
     return isXpX64(version, architecture) ? 2 : 3;
 }
 
-/// The release without its processor; 0 for one that the driver packages do
+/// The code without the processor; 0 for a release that the driver packages do
 /// not know.
 int baseCode(const OsVersionInfoEx &version, WORD architecture)
 {
@@ -85,7 +85,7 @@ int GetWindowsVersionCode()
 {
     OsVersionInfoEx version{};
     version.dwOSVersionInfoSize = sizeof version;
-    // When it fails the record stays clear, which is a release not known.
+    // If this fails the record stays zero, which is an unknown release.
     current().GetVersionExW(&version);
     const WORD architecture = nativeArchitecture();
     const int code = baseCode(version, architecture);
