@@ -103,8 +103,10 @@ void DriverPackagesTest::copiesAnInf()
     Bench<> bench;
     const QString path = "C:\\a b\\x.inf";
     QVERIFY(CopyInf(wide(path)));
-    QCOMPARE(bench.calls(), QStringList({"SetupCopyOEMInfW(\"C:\\a b\\x.inf\", \"C:\\a b\\x.inf\", "
-                                         "0, 262144, null, 0, null, null)"}));
+    QCOMPARE(bench.calls(),
+             QStringList(
+                 {"SetupCopyOEMInfW(\"C:\\a b\\x.inf\", \"C:\\a b\\x.inf\", "
+                  "0, 262144, null, 0, null, null)"})); // SPOST_NONE, SP_COPY_OEMINF_CATALOG_ONLY
     QCOMPARE(bench.log.lines(), QStringList());
 }
 
