@@ -12,9 +12,9 @@ QDebug operator<<(QDebug debug, const Quoted &quoted)
 
 namespace {
 
-// The stream puts a blank behind each item and the tags carry blanks of their
-// own, hence the double ones. endl ends the line a first time, the stream's
-// own end a second time.
+// QDebug adds a blank after each item and the tags contain blanks too, so the
+// line has double blanks. Qt::endl ends the line; the end of the statement adds
+// a second line end.
 void logTagged(const char *tag, const LogItem &function, const LogItem &message)
 {
     qDebug().noquote() << tag << function.text() << " - " << message.text() << Qt::endl;
@@ -38,6 +38,7 @@ void printDiagnostic(const char *format, ...)
     va_start(arguments, format);
     std::vprintf(format, arguments);
     va_end(arguments);
-    // A pipe or file would otherwise get nothing while the modem is waited for.
+    // Without this a pipe or a file stays empty while the program waits for
+    // the modem.
     std::fflush(stdout);
 }

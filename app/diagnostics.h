@@ -3,13 +3,13 @@
 #include <QDebug>
 #include <QString>
 
-// The diagnostics of the program go to the debug stream only. Support notes
-// and users' scripts compare the lines byte for byte, so the two tagged forms
-// are written here and nowhere else.
+// The program's diagnostics go to the debug stream. Support notes and users'
+// scripts compare the lines byte for byte, so only the functions here write
+// the two tagged forms.
 
-/// A string value on the debug stream: its text as it is, between two double
+/// A string value on the debug stream: its text unchanged, between two double
 /// quotes. QDebug itself would escape backslashes and everything beyond ASCII,
-/// and a logged path would no longer be one.
+/// and nobody could copy a path from the log.
 struct Quoted {
     explicit Quoted(const QString &value) : text(value) {}
     QString text;
@@ -39,9 +39,9 @@ private:
 void logMessage(const LogItem &function, const LogItem &message);
 
 /// Writes `ERROR  <function>  -  <message> ` and an extra line end. Any thread.
-/// A few callers use it on their good path; that is theirs to explain.
+/// A few callers use it for a success; each says why.
 void logError(const LogItem &function, const LogItem &message);
 
-/// Prints to standard output what the serial link and the device rescan have
-/// to say; those diagnostics never went to the debug stream. printf format.
+/// Prints a diagnostic of the serial link or the device rescan to standard
+/// output. These have never gone to the debug stream. printf format.
 void printDiagnostic(const char *format, ...) Q_ATTRIBUTE_FORMAT_PRINTF(1, 2);

@@ -10,8 +10,8 @@ void setApplicationIdentity()
     QCoreApplication::setApplicationName("Tolvane Modem Connector");
     QSettings::setDefaultFormat(QSettings::IniFormat);
     // Only the system scope is moved. Settings are written to the user's own
-    // file; the delivered folder is a read-only fall-back for an administrator
-    // who wants to preset values.
+    // file. An administrator can preset values in the delivered folder, which
+    // the program only reads.
     QSettings::setPath(QSettings::IniFormat, QSettings::SystemScope,
                        QCoreApplication::applicationDirPath() + "/settings/");
 }

@@ -23,19 +23,12 @@ QString port(int portNumber);
 
 } // namespace settingskeys
 
-/// Whether a phone-book entry was ever created: "NoOfDialups" is not 0. An
-/// unreadable count counts as "yes", so that an existing set-up is not taken
-/// for a first run.
+/// Whether a phone-book entry was ever created: "NoOfDialups" is not 0. A
+/// count that cannot be read is a "yes", so that a machine that is set up is
+/// not taken for a new one.
 bool hasDialupEntry();
 
-/// Says on the debug stream when the user's settings cannot be written: the
-/// program then works, and forgets everything when it ends. Makes the file's
-/// folder where it is missing.
+/// Warns on the debug stream when the user's settings cannot be written: the
+/// program still works, but forgets everything when it ends. Creates the
+/// file's folder when it is missing.
 void reportUnwritableSettings();
-
-/// Keeps a copy of a settings file that cannot be read whole, because the next
-/// write would drop the unreadable lines. The copy lies beside the file, named
-/// like it with ".damaged" and a number; a warning on the debug stream says
-/// so. Does nothing for a sound or missing file, nor when the same content was
-/// kept before.
-void preserveDamagedSettings();

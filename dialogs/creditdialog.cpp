@@ -16,8 +16,8 @@ CreditDialog::CreditDialog(QWidget *parent)
     : QDialog(parent), ui(std::make_unique<Ui::CreditDialog>())
 {
     ui->setupUi(this);
-    // The label comes first, and Enter on its link would open the browser; the
-    // form cannot name the button inside the box.
+    // Otherwise the label has the focus first, and Enter on its link opens the
+    // browser. The form cannot give the focus to a button inside the box.
     ui->buttonBox->button(QDialogButtonBox::Ok)->setFocus();
 }
 
@@ -30,8 +30,8 @@ void CreditDialog::changeEvent(QEvent *event)
         ui->retranslateUi(this);
 }
 
-// The form has no such button, on purpose: nobody is to erase the store from
-// here by accident. Support can still invoke the slot by name.
+// The form has no button of this name, on purpose: nobody shall erase the store
+// by accident. Support can still call the slot by its name.
 void CreditDialog::on_pushButton_2_clicked()
 {
     QSettings().clear();

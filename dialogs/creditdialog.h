@@ -29,5 +29,5 @@ private slots:
 
 private:
     std::unique_ptr<Ui::CreditDialog> ui;
-    int m_clicks = 0; ///< never set back
+    int m_clicks = 0; ///< on the invisible button; never reset
 };

@@ -10,12 +10,12 @@ using namespace platform;
 
 namespace {
 
-// More active connections than these make the enumeration fail.
+// With more active connections than this, listing them fails.
 constexpr int MaximumConnections = 100;
 
-/// Hands the handle of the first active connection of that name to `action`
-/// and returns its answer; false when there is none. Query and hang-up share
-/// the log texts of this scan, function name included.
+/// Calls `action` with the handle of the first active connection of that name
+/// and returns its result; false when there is none. The query and the hang-up
+/// log the same lines here, with the query's function name.
 bool withConnection(const QString &connName, const std::function<bool(RasConnectionHandle)> &action)
 {
     qDebug() << "in isDialupConnectionConnected, connName: " << Quoted(connName);
@@ -29,7 +29,7 @@ bool withConnection(const QString &connName, const std::function<bool(RasConnect
 
     logMessage("isDialupConnectionConnected", QString("No of Connections = %1").arg(count));
     qDebug() << "The following RAS connections are currently active:" << Qt::endl;
-    // The count is the system's word; the records are only these.
+    // Do not trust the count beyond the array.
     for (DWORD i = 0; i < count && i < MaximumConnections; ++i) {
         const QString entryName = fromField(connections[i].szEntryName);
         qDebug() << Quoted(entryName);

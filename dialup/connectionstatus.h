@@ -8,6 +8,6 @@
 /// when the connections cannot be listed or are more than 100.
 bool isDialupConnectionConnected(QString connName);
 
-/// Ends the first active connection of that entry name; does not wait for it
-/// to go down. False when there is none or it cannot be ended.
+/// Ends the first active connection of that entry name, without waiting until
+/// it is down. False when there is none or it cannot be ended.
 bool hangUpDialupConnection(QString connName);

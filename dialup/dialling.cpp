@@ -23,7 +23,7 @@ bool dialConnection(QString entryName)
     dialog.dwSize = RasDialDialogSize;
     WCHAR entry[EntryNameSize] = {};
     copyToBuffer(entryName, entry, EntryNameSize);
-    // Overrides whatever number the entry holds.
+    // Used instead of the number in the entry.
     WCHAR number[] = {'*', '9', '9', '#', 0};
     return current().RasDialDlgW(nullptr, entry, number, &dialog) != 0;
 }

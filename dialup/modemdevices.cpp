@@ -10,8 +10,8 @@ using namespace platform;
 
 namespace {
 
-/// The low byte of every unit, with no code page in between: device names of
-/// the phone are plain ASCII.
+/// The low byte of each UTF-16 unit, without a code page: the phone's device
+/// names are plain ASCII.
 QByteArray narrowed(const QString &text)
 {
     QByteArray bytes;
@@ -39,7 +39,8 @@ QStringList GetRasDevices()
         ShowFatalError("GetRasDevices", "Small Buffer Small Error Not Found.");
 
     const HANDLE heap = current().GetProcessHeap();
-    // A whole record is written to below, whatever size the system reports.
+    // The code below writes to a whole record, even if the system reports a
+    // smaller size.
     const DWORD blockSize = std::max(size, RasDeviceInfoSize);
     auto *devices =
         static_cast<RasDeviceInfo *>(current().HeapAlloc(heap, HeapZeroMemory, blockSize));
@@ -50,7 +51,7 @@ QStringList GetRasDevices()
         ShowFatalError("GetRasDevices", "An Error Occured.");
 
     QStringList names;
-    // The count is the system's word; the records are only those of the block.
+    // Do not trust the count beyond the block.
     for (DWORD i = 0; i < count && i < blockSize / RasDeviceInfoSize; ++i) {
         if (fromField(devices[i].szDeviceType) != QLatin1String("modem"))
             continue;

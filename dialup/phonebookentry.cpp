@@ -48,8 +48,8 @@ void logStoreFailure(DWORD error)
 bool createDialupConnection()
 {
     QSettings settings;
-    // A damaged store may hold the largest count. It stays what it is then: a
-    // count that wrapped around could come out as "no entry yet".
+    // A damaged store may hold the largest int. It is then not increased: an
+    // overflow could give 0, which means "no entry yet".
     const int count = settings.value(settingskeys::NoOfDialups).toInt();
     const int number = count < std::numeric_limits<int>::max() ? count + 1 : count;
     const QString entryName = QString("%1 %2").arg("TolvaneModem").arg(number);
@@ -63,7 +63,8 @@ bool createDialupConnection()
         RasErrorBufferTooSmall)
         return false;
     const HANDLE heap = current().GetProcessHeap();
-    // A whole record is written to below, whatever size the system reports.
+    // The code below writes to a whole record, even if the system reports a
+    // smaller size.
     auto *entry = static_cast<RasEntry *>(
         current().HeapAlloc(heap, HeapZeroMemory, std::max(size, RasEntrySize)));
     if (!entry) {
@@ -86,13 +87,14 @@ bool createDialupConnection()
     }
     setField(entry->szDeviceName, devices.last());
     setField(entry->szLocalPhoneNumber, "*99#");
-    // The name of the system's constant, not its value "modem": entries have
-    // always been stored so, and the system finds the device by its name.
+    // The name of the system's constant instead of its value "modem". Entries
+    // have always been stored like this, and the system finds the device by
+    // its name.
     setField(entry->szDeviceType, "RASDT_Modem");
     entry->dwfOptions &= ~(EntryPreviewUserPassword | EntryPreviewPhoneNumber);
 
-    // The size is the one that the query gave, which newer systems report
-    // larger than the record's own dwSize.
+    // The size is the one that the query reported. On newer systems it is
+    // larger than the record's dwSize.
     const DWORD result =
         current().RasSetEntryPropertiesW(nullptr, entryBuffer.get(), entry, size, nullptr, 0);
     if (result == Success) {

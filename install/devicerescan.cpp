@@ -1,6 +1,7 @@
 #include "install/devicerescan.h"
 
 #include "app/diagnostics.h"
+#include "install/installationsteps.h"
 #include "platform/platform.h"
 #include "platform/text.h"
 
@@ -12,8 +13,9 @@ namespace {
 
 constexpr ConfigRet LibraryMissing = 1;
 
-/// Calls one function of the configuration manager, which is bound for this
-/// call only: `Function` is its type, `name` its exported name.
+/// Calls one function of the configuration manager; loads the library before
+/// the call and frees it afterwards. `Function` is the function's type, `name`
+/// its exported name.
 template<typename Function, typename... Arguments>
 ConfigRet callConfigManager(const char *name, Arguments... arguments)
 {
@@ -23,7 +25,7 @@ ConfigRet callConfigManager(const char *name, Arguments... arguments)
         printDiagnostic("Error, cfgmgr32.dll not found\n");
         return LibraryMissing;
     }
-    // Every release that has the library has both functions.
+    // Every Windows release that has this library has both functions.
     const auto function = reinterpret_cast<Function>(current().GetProcAddress(library, name));
     const ConfigRet result = function(arguments...);
     current().FreeLibrary(library);
@@ -46,8 +48,8 @@ bool ReScanDriver()
         return false;
     }
     logMessage(function, "CM_Reenumerate_DevNode_Ex done");
-    // A thread that waits for itself returns at once, with a warning: no pause
-    // comes of this, and none is needed behind a synchronous rescan.
+    // A thread that waits for itself returns at once with a warning, so this
+    // is no pause. None is needed: the rescan is synchronous. Kept on purpose.
     QThread::currentThread()->wait(40);
     return true;
 }

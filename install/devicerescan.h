@@ -2,17 +2,15 @@
 
 #include "platform/configmanager.h"
 
-/// Set-up step: rescans the device tree from its root, so that a phone that
-/// is plugged in already meets the new drivers. Worker thread; may take
-/// seconds.
-bool ReScanDriver();
+// Each call loads "cfgmgr32.dll" and frees it again. Worker thread; the
+// re-enumeration may take seconds.
 
-/// CM_Locate_DevNode_ExA, bound for this one call. 1 when "cfgmgr32.dll" is
+/// Calls CM_Locate_DevNode_ExA and returns its result; 1 when the library is
 /// missing.
 platform::ConfigRet LocateDevNode(platform::DEVINST *devInst, const char *deviceId,
                                   platform::ULONG flags, platform::MachineHandle machine);
 
-/// CM_Reenumerate_DevNode_Ex, bound for this one call. 1 when "cfgmgr32.dll"
+/// Calls CM_Reenumerate_DevNode_Ex and returns its result; 1 when the library
 /// is missing.
 platform::ConfigRet ReenumerateDevNode(platform::DEVINST devInst, platform::ULONG flags,
                                        platform::MachineHandle machine);

@@ -17,8 +17,8 @@ void showBox(const char *function, const char *message)
                          QObject::tr(message), QMessageBox::Ok, QMessageBox::NoButton);
 }
 
-/// Lets the GUI thread show the box and waits until it is closed, or until
-/// there is no GUI thread any more that could show it.
+/// Lets the GUI thread show the box. Returns when the box is closed, or when the
+/// program is ending and the GUI thread cannot show it any more.
 void showBoxOnGuiThread(QCoreApplication *application, const char *function, const char *message)
 {
     const auto closed = std::make_shared<QSemaphore>();
@@ -29,8 +29,8 @@ void showBoxOnGuiThread(QCoreApplication *application, const char *function, con
             closed->release();
         },
         Qt::QueuedConnection);
-    // The application object waits for the pool's threads when it is
-    // destroyed; it must not wait for one that waits for its box.
+    // The destructor of the application object waits for the pool's threads.
+    // This thread must not wait for the application at the same time.
     while (!closed->tryAcquire(1, 100)) {
         if (QCoreApplication::closingDown())
             return;
@@ -51,7 +51,7 @@ void showBoxOnGuiThread(QCoreApplication *application, const char *function, con
 void ShowFatalError(const char *function, const char *message)
 {
     QCoreApplication *application = QCoreApplication::instance();
-    // An application object that is being destroyed is not to be touched.
+    // Do not touch an application object that is being destroyed.
     if (application && !QCoreApplication::closingDown()) {
         if (QThread::currentThread() == application->thread())
             showBox(function, message);

@@ -4,7 +4,7 @@
 #include "app/settings.h"
 #include "install/driverpackages.h"
 #include "install/fatalerror.h"
-#include "install/portdiscovery.h"
+#include "install/installationsteps.h"
 #include "platform/newdev.h"
 #include "platform/platform.h"
 #include "platform/text.h"
@@ -21,8 +21,8 @@ constexpr int PortNameSize = 24;     // UTF-16 units
 constexpr int ClassNameSize = 100;   // UTF-16 units
 constexpr int InstanceIdSize = 1000; // UTF-16 units
 
-/// Keeps the thread's last error over a scope: a log line clears it on Windows,
-/// and the line that closes an installation is to name the real one.
+/// Restores the thread's last error at the end of a scope. On Windows a log line
+/// clears it, and the last line of an installation must name the real one.
 class LastErrorKeeper
 {
 public:
@@ -82,8 +82,9 @@ bool updateDriver(const WCHAR *hardwareId, const WCHAR *infPath, BOOL *rebootReq
     const char *function = "InstallRootEnumeratedDriver";
     if (UpdateDriverForPlugAndPlayDevicesLoader(nullptr, hardwareId, infPath, InstallFlagForce,
                                                 rebootRequired)) {
-        // The pointer is asked, not the flag, and the text has no place for
-        // the word: the line always ends in "== ". Support notes quote it so.
+        // This tests the pointer, not the flag, and the text has no %1 for the
+        // word, so the line always ends in "== ". Kept on purpose: support
+        // notes quote it.
         logMessage(function,
                    QString("UpdateDriverForPlugAndPlayDevices finished. Reboot required == ")
                        .arg(rebootRequired ? "true" : "false"));
@@ -98,7 +99,7 @@ bool updateDriver(const WCHAR *hardwareId, const WCHAR *infPath, BOOL *rebootReq
 
 enum class DeviceCreation {
     Installed,
-    NotCreated, ///< nothing was registered that would have to be removed
+    NotCreated, ///< nothing was registered, so nothing has to be removed
     Failed,     ///< the registered device has to be removed
 };
 
@@ -134,7 +135,8 @@ DeviceCreation createModemDevice(HDEVINFO set, DeviceInfoData *device, const Gui
             QString("RegisterModem failed. Tried to register it to %1").arg(fromWide(portName)));
         return DeviceCreation::Failed;
     }
-    // In the error form although all is well; support notes look for it so.
+    // An error line although nothing failed. Kept on purpose: support notes
+    // look for it.
     logError(function,
              QString("RegisterModem finished. Tried to register it to %1").arg(fromWide(portName)));
     return updateDriver(hardwareId, infPath, rebootRequired) ? DeviceCreation::Installed
@@ -145,7 +147,7 @@ DeviceCreation createModemDevice(HDEVINFO set, DeviceInfoData *device, const Gui
 
 bool InstallModem()
 {
-    // A multi-string of one: the second NUL is written when it is used.
+    // A multi-string of one string. Its second NUL is written where it is used.
     WCHAR hardwareId[32] = {};
     copyToBuffer("mtkgprsmodem", hardwareId, 32);
     WCHAR infPath[PathBufferSize] = {};
@@ -158,7 +160,7 @@ bool InstallModem()
     WCHAR portName[PortNameSize] = {};
     copyToBuffer(QString("COM%1").arg(port), portName, PortNameSize);
 
-    // Not looked at afterwards: the set-up goes on without a restart.
+    // Ignored: the set-up goes on without a restart.
     BOOL rebootRequired = false;
     const bool installed =
         InstallRootEnumeratedDriver(hardwareId, infPath, portName, &rebootRequired);
@@ -173,8 +175,8 @@ bool InstallRootEnumeratedDriver(WCHAR *hardwareId, const WCHAR *infPath, const 
     const char *function = "InstallRootEnumeratedDriver";
     Guid classGuid{};
     WCHAR className[ClassNameSize] = {};
-    // The size handed in counts bytes where the function wants characters; the
-    // class name is short.
+    // The size is in bytes although the function expects characters. This does
+    // no harm: a class name has at most 31 characters.
     if (!current().SetupDiGetINFClassW(infPath, &classGuid, className, sizeof className, nullptr)) {
         logError(function, "ERROR SetupDiGetINFClass");
         return false;
@@ -203,8 +205,8 @@ bool InstallRootEnumeratedDriver(WCHAR *hardwareId, const WCHAR *infPath, const 
         current().SetupDiDestroyDeviceInfoList(set);
     }
     logMessage(function, QString("Last Error %1").arg(lastError));
-    // A device that could not be created or named counts as success: the
-    // set-up goes on and finds out at the phone-book entry.
+    // A device that could not be created or named counts as success. The set-up
+    // goes on and fails at the phone-book entry. Kept on purpose.
     return outcome != DeviceCreation::Failed;
 }
 
@@ -218,8 +220,8 @@ bool RegisterModem(HDEVINFO set, DeviceInfoData *device, const WCHAR *portName)
     }
     logMessage(function, "SetupDiRegisterDeviceInfo OK\n");
 
-    // A new device has no driver key yet. One that is there belongs to
-    // somebody else's set-up, so it is left alone, and left open.
+    // A new device has no driver key yet. A key that exists belongs to another
+    // set-up, so it is not changed. Its handle stays open, on purpose.
     HKEY key = current().SetupDiOpenDevRegKey(set, device, ScopeGlobal, 0, DriverKey, KeyAllAccess);
     if (key != invalidHandle() || current().GetLastError() != ErrorKeyDoesNotExist) {
         const LastErrorKeeper kept;
@@ -243,13 +245,14 @@ bool RegisterModem(HDEVINFO set, DeviceInfoData *device, const WCHAR *portName)
         logError(function, "RegSetValueEx");
         current().SetLastError(static_cast<DWORD>(result));
     }
-    // Names the value, not the port, and is written after a failure too.
+    // The line names the value instead of the port, and it is written after a
+    // failure too. Kept on purpose.
     logMessage(
         function,
         QString("RegSetValueEx succeded. Now the modem is registered with %1").arg(valueName));
     current().RegCloseKey(key);
 
-    // Without the second registration the system does not take the key over.
+    // The system accepts the key only with the second registration.
     if (!current().SetupDiRegisterDeviceInfo(set, device, 0, nullptr, nullptr, nullptr)) {
         const LastErrorKeeper kept;
         logError(function, "SetupDiRegisterDeviceInfo call for the second time failed(don't know "
@@ -259,8 +262,8 @@ bool RegisterModem(HDEVINFO set, DeviceInfoData *device, const WCHAR *portName)
     logMessage(function, "SetupDiRegisterDeviceInfo call for the second time succeded(don't know "
                          "why called it :-S. But it is needed.");
 
-    // The record's size field stays 0, so this is expected to fail; both
-    // outcomes are written in the error form and neither matters.
+    // The record's size field stays 0, so this is expected to fail. Both
+    // outcomes are logged as errors, and neither matters. Kept on purpose.
     DriverInfoData driver{};
     if (current().SetupDiGetSelectedDriverW(set, device, &driver))
         logError(function, "SetupDiGetSelectedDriver succeded! I didn't hope for success. It's "
@@ -280,7 +283,7 @@ BOOL UpdateDriverForPlugAndPlayDevicesLoader(HWND parent, const WCHAR *hardwareI
     const HMODULE library = current().LoadLibraryW(wide(file));
     if (!library)
         ShowFatalError("newdev.dll", "Error, newdev.dll not found\n");
-    // Every release that has the library has the function.
+    // Every Windows release that has this library has the function.
     const auto update = reinterpret_cast<UpdateDriverFunction>(
         current().GetProcAddress(library, "UpdateDriverForPlugAndPlayDevicesW"));
     const BOOL updated = update(parent, hardwareId, infPath, flags, rebootRequired);

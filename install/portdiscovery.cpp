@@ -13,9 +13,9 @@ using namespace platform;
 
 namespace {
 
-/// A device's friendly name; "" when it cannot be read. The block has twice
-/// the size that was reported, because some releases report characters where
-/// they mean bytes.
+/// A device's friendly name; "" when it cannot be read. The buffer gets twice
+/// the reported size, because some Windows releases report characters instead
+/// of bytes.
 QString friendlyName(HDEVINFO set, DeviceInfoData *device)
 {
     DWORD type = 0;
@@ -42,8 +42,8 @@ bool isModemPort(const QString &name)
     return name.contains("Tolvane Modem Driver") || name.contains("USB Modem Driver");
 }
 
-/// The first run of digits anywhere in the name: a digit ahead of "(COM5)" is
-/// taken for the port. Nothing when the name has no digit.
+/// The first digits anywhere in the name, on purpose: digits before "(COM5)" are
+/// taken instead of the 5. Nothing when the name has no digit.
 std::optional<int> portNumber(const QString &name)
 {
     const auto isDigit = [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); };
@@ -52,8 +52,7 @@ std::optional<int> portNumber(const QString &name)
         ++i;
     if (i == name.size())
         return std::nullopt;
-    // A run that is too long for a number wraps around; unsigned, because a
-    // signed one must not.
+    // Too many digits wrap around, which C++ allows for unsigned numbers only.
     unsigned number = 0;
     for (; i < name.size() && isDigit(name.at(i)); ++i)
         number = number * 10 + (name.at(i).unicode() - '0');
@@ -108,8 +107,7 @@ bool SetCurrentPortSettings()
         port = ports.first();
         logMessage(function, QString("port %1 available").arg(port));
     }
-    // A failed search overwrites the port that was known: readers take 0 as
-    // "no port".
+    // A failed search overwrites the known port with 0, which means "no port".
     QSettings().setValue(settingskeys::CurrentPort, port);
     return !ports.isEmpty();
 }

@@ -43,16 +43,17 @@ QTimer *newTimer(QObject *parent, int interval)
     return timer;
 }
 
-/// Clicks and keys that came while the window was blocked are for the Please
-/// Wait button that it showed. Delivered later they would press what takes its
-/// place, and a click out of impatience would hang up or dial again.
+/// Delivers the clicks and keys that came while the window was blocked. They
+/// were meant for the Please Wait button, which is still shown. Delivered later
+/// they would press the button that replaces it, and an impatient click would
+/// hang up or dial again.
 void deliverPendingInput()
 {
     QCoreApplication::processEvents();
 }
 
-/// Closing the dialog ends nothing: the wizard may be all that is left beside
-/// it, and does not count.
+/// Closing the dialog must not end the program. The toolkit would end it when
+/// only the wizard is left, because it does not count windows with a parent.
 void showDialog(QDialog *dialog)
 {
     dialog->setAttribute(Qt::WA_QuitOnClose, false);
@@ -87,15 +88,17 @@ const MainWindow::ViewStateRow &MainWindow::viewStateRow(ViewState state)
 {
     // clang-format off
     static const ViewStateRow rows[] = {
-        //                 File   Discon. Connect Connect Discon. Please  Auto    Port
-        //                 menu   action  action  button  button  Wait    label   check
-        /*WaitingForPort*/ {false, Hide,   Hide,   Hide,   Hide,   Show,   Hide,   Show},
-        /*Busy*/           {false, Hide,   Hide,   Hide,   Hide,   Show,   Hide,   Hide},
-        /*Connected*/      {true,  Show,   Hide,   Hide,   Show,   Hide,   Hide,   Hide},
-        /*Disconnected*/   {true,  Hide,   Show,   Show,   Hide,   Hide,   Keep,   Hide},
+        //                    File   Discon. Connect Connect Discon. Please  Auto    Port
+        //                    menu   action  action  button  button  Wait    label   check
+        /*Start*/             {true,  Keep,   Keep,   Keep,   Hide,   Hide,   Keep,   Hide},
+        /*WaitingForPort*/    {false, Hide,   Hide,   Hide,   Hide,   Show,   Hide,   Show},
+        /*Busy*/              {false, Hide,   Hide,   Hide,   Hide,   Show,   Hide,   Hide},
+        /*Connected*/         {true,  Show,   Hide,   Hide,   Show,   Hide,   Hide,   Hide},
+        /*Disconnected*/      {true,  Hide,   Show,   Show,   Hide,   Hide,   Keep,   Hide},
+        /*CountingDownAgain*/ {true,  Hide,   Show,   Show,   Hide,   Hide,   Show,   Hide},
     };
     // clang-format on
-    static_assert(std::size(rows) == static_cast<int>(ViewState::Disconnected) + 1);
+    static_assert(std::size(rows) == static_cast<int>(ViewState::CountingDownAgain) + 1);
     return rows[static_cast<int>(state)];
 }
 
@@ -103,19 +106,17 @@ MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent), ui(std::make_unique<Ui::MainWindow>())
 {
     ui->setupUi(this);
-    // The icon's file is looked for in the working directory. An icon without
-    // its file is not null and would hide the application's.
+    // The form looks for its icon file in the working directory. Without the
+    // file its icon is empty but not null, and would hide the application's.
     if (windowIcon().availableSizes().isEmpty())
         setWindowIcon(QApplication::windowIcon());
-    // A disabled or hidden menu may take its actions' shortcuts along. Setting
-    // up anew must stay possible while the window waits for a port that never
-    // comes, so this shortcut belongs to the window as well.
+    // A disabled or hidden menu may disable its actions' shortcuts. A user whose
+    // port never appears must still be able to set up anew, so the window has
+    // this action too.
     addAction(ui->actionCreate_New_Connection);
     const QSettings settings;
 
-    ui->pleaseWaitbutton->setVisible(false);
-    ui->disconnectButton->setVisible(false);
-    ui->portCheckButton->setVisible(false);
+    applyViewState(ViewState::Start);
 
     progressTimer = newTimer(this, ProgressInterval);
     connect(progressTimer, &QTimer::timeout, this, &MainWindow::UpdateProgressBar);
@@ -167,20 +168,20 @@ void MainWindow::changeEvent(QEvent *event)
         ui->retranslateUi(this);
 }
 
-// The status and port timers are left as they are, and so is the window: when
-// the wizard brings it back, it shows what it showed before.
+// The status and port timers go on, and the controls stay as they are: when the
+// wizard closes, the window shows what it showed before.
 void MainWindow::ShowCreateNewConnectionWizard()
 {
     progressTimer->stop();
-    // The wizard is put over this window, which lies in the screen's corner
-    // until it is shown for the first time.
+    // The toolkit centres the wizard on this window. A window that was never
+    // shown lies in the corner of the screen.
     if (!windowHandle())
         move(screen()->availableGeometry().center() - rect().center());
     auto *wizard = new SettingsWizard(this);
     hide();
     wizard->show();
-    // The wizard stands in for this window. As its dependant, Qt 6 would not
-    // count it among the windows whose closing ends the program.
+    // Qt 6 ends the program when the last window without a transient parent is
+    // closed, and the wizard has to be one.
     wizard->windowHandle()->setTransientParent(nullptr);
 }
 
@@ -210,16 +211,16 @@ void MainWindow::StopDialling()
     showBusy();
     const bool hungUp = hangUpDialupConnection(connectionName);
     deliverPendingInput();
-    // Connected also when nothing was: File offers Disconnect during the first
-    // countdown. The next status poll puts it right.
+    // Also shows Connected when there was no connection: File offers Disconnect
+    // during the first countdown. The next status poll corrects it.
     if (hungUp)
         showDisconnected();
     else
         showConnected();
 }
 
-// The bar starts at -1 and ignores values beyond 100. So the first tick shows
-// 10 seconds, the 101st dials, and as nothing sets the bar back, a later
+// The bar starts at -1 and ignores values above 100. So the first tick shows 10
+// seconds and the 101st dials. Nothing resets the bar, on purpose: a later
 // countdown dials on its first tick.
 void MainWindow::UpdateProgressBar()
 {
@@ -251,7 +252,7 @@ void MainWindow::CheckPortAvailability()
         return;
     }
     progressTimer->start();
-    ui->autoConnectLabel->setVisible(true);
+    applyViewState(ViewState::CountingDownAgain);
 }
 
 void MainWindow::ShowCreditDialog()
@@ -272,8 +273,8 @@ void MainWindow::showWaitingForPort()
 void MainWindow::showBusy()
 {
     applyViewState(ViewState::Busy);
-    // The caller is about to block the event loop: what the user is to see
-    // meanwhile must be on the screen before.
+    // The caller is about to block the event loop, and the user must see this
+    // state meanwhile.
     repaint();
 }
 
@@ -295,8 +296,9 @@ void MainWindow::showDisconnected()
 void MainWindow::applyViewState(ViewState state)
 {
     const ViewStateRow &row = viewStateRow(state);
-    // A button that goes hands the focus to the operator list, never to the
-    // one that appears in its place: a key pressed twice would undo itself.
+    // When the focused button disappears, focus goes to the operator list, not
+    // to the button that replaces it: a double key press would otherwise undo
+    // the action.
     if (qobject_cast<QPushButton *>(focusWidget()))
         ui->operatorComboBox->setFocus(Qt::OtherFocusReason);
 
@@ -312,7 +314,7 @@ void MainWindow::applyViewState(ViewState state)
 
 QList<QVariant> MainWindow::CurrentConnectionParameters()
 {
-    // Without a port the number is 0, which cannot be opened: dialling fails there.
+    // Without a port the number is 0. COM0 cannot be opened, so dialling fails.
     SetCurrentPortSettings();
     const int port = currentPort();
     return {entryName(port), port};

@@ -41,16 +41,26 @@ private slots:
     void UpdateProgressBar();
     /// Notices that the connection is gone.
     void CheckDialupConnectionStatus();
-    /// Looks for the modem's port; found, it starts the countdown or opens the
-    /// wizard.
+    /// Looks for the modem's port. When it is found, starts the countdown, or
+    /// opens the wizard if the port has no phone-book entry.
     void CheckPortAvailability();
     /// Opens a new modeless dialog, owned by this window.
     void ShowCreditDialog();
-    /// As for the credits.
+    /// Opens a new modeless dialog, owned by this window.
     void ShowAboutDialog();
 
 private:
-    enum class ViewState { WaitingForPort, Busy, Connected, Disconnected };
+    /// Which controls the window offers. At the start the form is left as it
+    /// was made, except for the buttons of other states; the first countdown
+    /// runs in that view.
+    enum class ViewState {
+        Start,
+        WaitingForPort,
+        Busy,
+        Connected,
+        Disconnected,
+        CountingDownAgain
+    };
     struct ViewStateRow;
 
     static const ViewStateRow &viewStateRow(ViewState state);
@@ -60,7 +70,8 @@ private:
     void showConnected();
     void showDisconnected();
 
-    /// Looks for the port anew; entry name (string) and port number (int).
+    /// Looks for the port again and returns the entry name (string) and the
+    /// port number (int).
     QList<QVariant> CurrentConnectionParameters();
 
     std::unique_ptr<Ui::MainWindow> ui;

@@ -9,9 +9,9 @@ bool configureModemApn(int portNumber, const QString &apn)
     const ModemPort port = openModemPort(portNumber);
     if (port.state == ModemPortState::Failed)
         return false;
-    // Without an event mask no answer can be waited for, but the port works:
-    // dialling goes on with the APN that the modem has, and the port stays
-    // open.
+    // Without an event mask the program cannot wait for an answer, but the port
+    // works. Dialling goes on with the APN that the modem already has, and the
+    // port stays open. Kept on purpose.
     if (port.state == ModemPortState::NoEventMask)
         return true;
 
@@ -20,8 +20,8 @@ bool configureModemApn(int portNumber, const QString &apn)
         qDebug() << "AT\r"
                  << "\ncommand is invalid\n";
 
-    // The APN goes in as it stands. The dial that follows tells whether the
-    // modem took it, so its answer is not examined.
+    // The APN is inserted unchanged. The modem's answer is not examined: the
+    // dial that follows shows whether the modem accepted the APN.
     const QString command = QString("AT+CGDCONT=1,\"IP\",\"%1\"\r").arg(apn);
     writeCommand(port.handle, command.toLatin1().constData());
     waitForResponse(port.handle);

@@ -13,9 +13,9 @@ namespace {
 constexpr int PortPathSize = 100;   // UTF-16 units
 constexpr DWORD ResponseSize = 100; // bytes
 
-/// An overlapped record with a new manual-reset event; hEvent is null when
-/// none could be made. The event is never closed; the system takes it back
-/// with the process.
+/// An overlapped record with a new manual-reset event; hEvent is null when the
+/// event could not be created. The event is never closed, on purpose; the system
+/// frees it when the process ends.
 Overlapped makeOverlapped()
 {
     Overlapped overlapped{};
@@ -23,15 +23,15 @@ Overlapped makeOverlapped()
     return overlapped;
 }
 
-/// What the system writes to while the port's next event is waited for.
+/// What the system writes to during a wait for the port's next event.
 struct EventWait {
     DWORD events;
     Overlapped overlapped;
 };
 
-/// The record of one wait. It outlives its caller: after a wait that failed the
-/// port's event is still due, and the system writes to the record when the port
-/// is closed. A port is waited for twice before it is closed, hence two.
+/// The record of one wait. It must outlive its caller: after a failed wait the
+/// request is still pending, and the system writes to the record when the port
+/// is closed. There are two, because a port has two waits before it is closed.
 EventWait *newEventWait()
 {
     static EventWait waits[2];
@@ -41,8 +41,8 @@ EventWait *newEventWait()
     return &waits[latest];
 }
 
-// The handle stays open on these paths, as it does on every path but the
-// complete one: the port is then free again only when the program ends.
+// The handle stays open on these paths, as on every path except a complete
+// exchange, on purpose. The port is then in use until the program ends.
 ModemPort configurationFailed(const char *text, HANDLE handle, ModemPortState state)
 {
     const DWORD error = current().GetLastError();
@@ -54,7 +54,8 @@ ModemPort configurationFailed(const char *text, HANDLE handle, ModemPortState st
 
 ModemPort openModemPort(int portNumber)
 {
-    // Above COM9 a port opens under the device path only.
+    // "COM10" and above are no file names that Windows knows. With the prefix
+    // "\\.\" every port opens, COM1 to COM9 too.
     const QString path = QString("\\\\.\\COM%1").arg(portNumber);
     qDebug() << Quoted(path) << Qt::endl;
     WCHAR pathBuffer[PortPathSize] = {};
@@ -133,10 +134,10 @@ int waitForResponse(HANDLE port)
             current().ReadFile(port, response, ResponseSize, &read, overlapped);
             if (read == 0)
                 break;
-            // A full chunk leaves no terminator, so printing stops at its end.
+            // A full chunk has no terminator, so its size limits the printing.
             printDiagnostic("%.*s\n", static_cast<int>(ResponseSize), response);
-            // Each chunk is judged alone and its terminator compared with it:
-            // an echo, a line in between or a split answer is not an answer.
+            // Each chunk is compared alone, terminator included. So an echo, a
+            // line in between or a split answer is not an answer.
             if (std::memcmp(response, okAnswer, sizeof okAnswer) == 0)
                 return ResponseOk;
             if (std::memcmp(response, errorAnswer, sizeof errorAnswer) == 0)

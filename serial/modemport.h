@@ -2,11 +2,11 @@
 
 #include "platform/types.h"
 
-// The modem's COM port and the exchange of AT commands over it. GUI thread;
-// nothing here has a time-out, so a modem that does not answer keeps the
-// caller waiting.
+// The modem's COM port and the exchange of AT commands over it. GUI thread.
+// Nothing here has a time-out: while the modem does not answer, the caller
+// waits.
 
-/// What opening the modem's port came to.
+/// The result of opening the modem's port.
 enum class ModemPortState {
     Ready,       ///< open and configured
     Failed,      ///< not opened, or not configured
@@ -16,15 +16,15 @@ enum class ModemPortState {
 /// The modem's port as openModemPort left it.
 struct ModemPort {
     ModemPortState state;
-    /// The port's handle, the caller's to close when the state is Ready. In
-    /// the other states it is left as it is.
+    /// The port's handle. The caller closes it when the state is Ready and
+    /// leaves it as it is in the other states.
     platform::HANDLE handle;
 };
 
 /// What waitForResponse heard.
 enum ModemResponse {
     ResponseOk = 0,         ///< "OK"
-    ResponseNoEvent = 1,    ///< no event object could be made
+    ResponseNoEvent = 1,    ///< an event object could not be created
     ResponseWaitFailed = 2, ///< waiting failed
     ResponseError = 10,     ///< "ERROR"
 };

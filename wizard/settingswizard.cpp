@@ -1,8 +1,8 @@
 #include "wizard/settingswizard.h"
 
 #include "app/settings.h"
-// For its base class only: whatever is called on the window is QWidget's, so
-// this folder does not depend on that one's library.
+// Needed because the constructor takes a MainWindow. Only functions of QWidget
+// are called on it, so this folder does not link the main window's library.
 #include "mainwindow/mainwindow.h"
 #include "wizard/setuppage.h"
 #include "wizard/welcomepage.h"

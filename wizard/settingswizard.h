@@ -4,8 +4,8 @@
 
 class MainWindow;
 
-/// The two-page wizard that sets the modem up. Shown modelessly by the main
-/// window, which hides meanwhile; closing does not delete it.
+/// The two-page wizard that sets the modem up. The main window shows it
+/// modelessly and hides meanwhile. Closing does not delete it.
 class SettingsWizard : public QWizard
 {
     Q_OBJECT

@@ -12,7 +12,7 @@
 SetupPage::SetupPage(QWidget *parent) : QWizardPage(parent), currentStep(0), setupComplete(false)
 {
     setTitle(tr("Installing Drivers & Others"));
-    // Not the first step's text: this one stands until the page is entered.
+    // Shown until the page is entered. The first step has a text of its own.
     statusLabel = new QLabel("<html>Installing the drivers. It may take several minutes. Please "
                              "wait till finish.</html>");
     statusLabel->setWordWrap(true);
@@ -45,8 +45,8 @@ void SetupPage::StartSetup()
     if (currentStep >= 0 && currentStep < SetupStepCount) {
         const SetupStep &step = setupSteps[currentStep];
         statusLabel->setText(step.statusText);
-        // A step that still runs goes on to its end; from here on nobody
-        // listens to it.
+        // A step that is still running runs to its end, but its result is
+        // ignored from here on.
         setupWatcher.setFuture(QtConcurrent::run(step.function));
     } else if (currentStep == SetupStepCount) {
         statusLabel->setText(setupSteps[currentStep].statusText);
@@ -54,8 +54,9 @@ void SetupPage::StartSetup()
         emit completeChanged();
     }
     statusLabel->setStyleSheet("");
-    // A button that goes would hand the focus on to Back, where a key pressed
-    // twice leaves the page. The page takes no keys, and gives the focus back.
+    // When the focused Retry button disappears, Qt would give the focus to Back,
+    // and a double key press would leave the page. So the page takes the focus.
+    // It ignores keys and returns the focus when Retry appears again.
     if (window()->focusWidget() == retryButton)
         setFocus();
     retryButton->setVisible(false);
@@ -74,8 +75,8 @@ void SetupPage::OnDriverSetupComplete()
         ++currentStep;
         StartSetup();
     }
-    // Behind a failed rescan too: the port check then runs under a red label
-    // with Retry at hand, the only hint that something went wrong.
+    // Also after a failed rescan: the port check then runs under a red label
+    // and with a Retry button, the only hint that something went wrong.
     statusLabel->setStyleSheet("color: red");
     retryButton->setVisible(true);
     if (window()->focusWidget() == this)

@@ -6,10 +6,10 @@
 class QLabel;
 class QPushButton;
 
-/// Second page of the settings wizard: runs the set-up steps one after
-/// another on the global thread pool and tells how they go. Entering the page
-/// starts them; the page is complete when the last one has succeeded. Hiding
-/// or cancelling the wizard does not stop them.
+/// Second page of the settings wizard: runs the set-up steps one after another
+/// on the global thread pool and shows their progress. Entering the page starts
+/// them; the page is complete when the last one has succeeded. Hiding or
+/// cancelling the wizard does not stop them.
 class SetupPage : public QWizardPage
 {
     Q_OBJECT
@@ -31,6 +31,6 @@ private:
     QFutureWatcher<bool> setupWatcher; ///< follows the step started last
     QLabel *statusLabel;               ///< owned through the page's layout
     QPushButton *retryButton;          ///< owned through the page's layout
-    int currentStep;                   ///< row of setupSteps to run or running
-    bool setupComplete;                ///< never set back
+    int currentStep;                   ///< row of setupSteps that runs or runs next
+    bool setupComplete;                ///< never reset
 };

@@ -1,12 +1,9 @@
 #include "wizard/setupsteps.h"
 
 #include "dialup/phonebookentry.h"
-#include "install/devicerescan.h"
-#include "install/driverpackages.h"
-#include "install/modeminstallation.h"
-#include "install/portdiscovery.h"
+#include "install/installationsteps.h"
 
-// Support answers quote these texts, so they keep their slips.
+// Support answers quote these texts, so their spelling mistakes stay.
 const SetupStep setupSteps[SetupStepCount + 1] = {
     {"<html>Installing the Mobile Driver. It may take several minutes. Please wait till "
      "finish.</html>",

@@ -8,15 +8,15 @@ struct SetupStep {
     const char *errorText;  ///< shown when the function returned false
 };
 
-/// How many steps there are; the table has one row more, which says that all
-/// is done.
+/// How many steps there are. The table has one more row, for the finished
+/// set-up.
 inline constexpr int SetupStepCount = 5;
 
-/// The rescan of the devices is the one step whose failure does not stop the
-/// set-up: a phone that is plugged in again is found without it.
+/// The device rescan, the only step whose failure does not stop the set-up: a
+/// phone that is unplugged and plugged in again is found without it.
 inline constexpr int RescanStep = 1;
 
-/// Where the set-up of a machine begins that has the drivers already.
+/// The first step on a machine that already has the drivers.
 inline constexpr int PortCheckStep = 2;
 
 /// The steps in their order, and the closing row at SetupStepCount.

@@ -1,9 +1,9 @@
+#include "app/damagedsettings.h"
 #include "app/operators.h"
 #include "app/settings.h"
 #include "dialup/phonebookentry.h"
-#include "install/driverpackages.h"
-#include "install/modeminstallation.h"
-#include "install/portdiscovery.h"
+#include "install/installationsteps.h"
+#include "tests/app/settingsfiles.h"
 #include "tests/support/bench.h"
 #include "tests/support/ordinaryuser.h"
 #include "tests/support/testsettings.h"
@@ -43,48 +43,15 @@ private slots:
     void readOnlyFileLosesNothing();
     void writableSettingsAreNotReported();
 
-    void damagedFileIsKeptOnce();
-    void secondDamageGetsTheNextNumber();
-    void soundFileIsNotCopied_data();
-    void soundFileIsNotCopied();
-    void missingFileIsNotCopied();
-    void damagedPresetIsNotTakenForTheUsersFile();
-    void copyThatCannotBeMadeIsReported();
-    void valuesBesideTheDamageSurviveTheNextWrite();
-
 private:
-    static QByteArray read(const QString &fileName)
-    {
-        QFile file(fileName);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
-    }
-
     /// The same with the line ends of one system, whichever this one has.
     static QByteArray readText(const QString &fileName)
     {
-        return read(fileName).replace("\r\n", "\n");
-    }
-
-    /// What a later start of the program finds: the file is parsed again.
-    static void touch(const QString &fileName)
-    {
-        QFile file(fileName);
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        const QDateTime later = QFileInfo(fileName).lastModified().addSecs(5);
-        QVERIFY(file.setFileTime(later, QFileDevice::FileModificationTime));
-    }
-
-    QStringList copies() const
-    {
-        const QFileInfo file(m_store->userFile());
-        return file.dir().entryList({file.fileName() + ".damaged*"}, QDir::Files, QDir::Name);
+        return contentOf(fileName).replace("\r\n", "\n");
     }
 
     std::unique_ptr<TestSettings> m_store;
 };
-
-static const QByteArray garbage =
-    "[General]\nNoOfDialups=2\n\x01\xff what is this\nCurrentPort=7\n";
 
 void SettingsTest::keys()
 {
@@ -164,7 +131,7 @@ void SettingsTest::writesGoToTheUsersFileOnly()
     Bench<> bench;
     bench.machine.ports = {{"USB Modem Driver (COM5)"}};
     QVERIFY(SetCurrentPortSettings());
-    QCOMPARE(read(m_store->systemFile()), preset);
+    QCOMPARE(contentOf(m_store->systemFile()), preset);
     QCOMPARE(readText(m_store->userFile()), QByteArray("[General]\nCurrentPort=5\n"));
 }
 
@@ -222,7 +189,7 @@ void SettingsTest::damagedFileReadsAsFarAsItGoes_data()
     QTest::newRow("half a map") << QByteArray(
                                        "[General]\nNoOfDialups=2\nMobileOperators=@Variant(\\0\\0")
                                 << 2;
-    QTest::newRow("garbage between") << garbage << 2;
+    QTest::newRow("garbage between") << damagedBytes << 2;
     QTest::newRow("empty") << QByteArray("") << 0;
     QTest::newRow("zeros") << QByteArray(4096, '\0') << 0;
 }
@@ -274,7 +241,7 @@ void SettingsTest::folderThatCannotBeWritten()
     QVERIFY(QSettings().fileName().contains(place));
     QCOMPARE(MobileOperatorNames().size(), 5);
     if (belowAFile)
-        QCOMPARE(read(place), QByteArray("not a folder"));
+        QCOMPARE(contentOf(place), QByteArray("not a folder"));
 }
 
 void SettingsTest::readOnlyFileLosesNothing()
@@ -301,7 +268,7 @@ void SettingsTest::readOnlyFileLosesNothing()
         QSettings().setValue(settingskeys::isINFSetupDone, true);
     }
     QCOMPARE(log.lines(), QStringList({"The settings cannot be written: " + file}));
-    QCOMPARE(read(file), before);
+    QCOMPARE(contentOf(file), before);
     QVERIFY(QFile::setPermissions(file, everything));
     touch(file);
     QCOMPARE(QSettings().value(settingskeys::port(7)).toString(), QString("Entry"));
@@ -323,117 +290,10 @@ void SettingsTest::writableSettingsAreNotReported()
     TestSettings::write(m_store->systemFile(), "[General]\nCurrentPort=4\n");
     QVERIFY(QFile::setPermissions(m_store->systemFile(), QFileDevice::ReadOwner));
     reportUnwritableSettings();
-    QCOMPARE(read(m_store->userFile()), QByteArray("[General]\nCurrentPort=7\n"));
+    QCOMPARE(contentOf(m_store->userFile()), QByteArray("[General]\nCurrentPort=7\n"));
     QVERIFY(QFile::setPermissions(m_store->systemFile(),
                                   QFileDevice::ReadOwner | QFileDevice::WriteOwner));
     QCOMPARE(log.lines(), QStringList());
-}
-
-void SettingsTest::damagedFileIsKeptOnce()
-{
-    TestSettings::write(m_store->userFile(), garbage);
-    const LogCatcher log;
-    preserveDamagedSettings();
-    QCOMPARE(log.lines(), QStringList({"The settings file is damaged; a copy was kept as " +
-                                       m_store->userFile() + ".damaged1"}));
-    QCOMPARE(read(m_store->userFile() + ".damaged1"), garbage);
-    QCOMPARE(read(m_store->userFile()), garbage);
-
-    // The next start finds the file as damaged as before.
-    touch(m_store->userFile());
-    {
-        const QSettings parsedAgain;
-        QVERIFY(!parsedAgain.allKeys().isEmpty());
-        QCOMPARE(parsedAgain.status(), QSettings::FormatError);
-    }
-    touch(m_store->userFile());
-    preserveDamagedSettings();
-    QCOMPARE(copies().size(), 1);
-    QCOMPARE(log.lines().size(), 1);
-}
-
-void SettingsTest::secondDamageGetsTheNextNumber()
-{
-    const LogCatcher log;
-    TestSettings::write(m_store->userFile(), garbage);
-    preserveDamagedSettings();
-    const QByteArray worse = garbage + "still worse\n";
-    TestSettings::write(m_store->userFile(), worse);
-    preserveDamagedSettings();
-    QCOMPARE(copies().size(), 2);
-    QCOMPARE(read(m_store->userFile() + ".damaged1"), garbage);
-    QCOMPARE(read(m_store->userFile() + ".damaged2"), worse);
-    QCOMPARE(log.lines().last(), "The settings file is damaged; a copy was kept as " +
-                                     m_store->userFile() + ".damaged2");
-}
-
-void SettingsTest::soundFileIsNotCopied_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("values") << QByteArray("[General]\nCurrentPort=7\n");
-    QTest::newRow("comment") << QByteArray("; comment\n[General]\n\n");
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("odd values") << QByteArray("[General]\nCurrentPort=@Variant(\\0)\n");
-}
-
-void SettingsTest::soundFileIsNotCopied()
-{
-    QFETCH(const QByteArray, bytes);
-    TestSettings::write(m_store->userFile(), bytes);
-    const LogCatcher log;
-    preserveDamagedSettings();
-    QCOMPARE(copies(), QStringList());
-    QCOMPARE(log.lines(), QStringList());
-}
-
-void SettingsTest::missingFileIsNotCopied()
-{
-    const LogCatcher log;
-    preserveDamagedSettings();
-    QVERIFY(!QFileInfo::exists(QFileInfo(m_store->userFile()).path()));
-    QCOMPARE(log.lines(), QStringList());
-}
-
-void SettingsTest::damagedPresetIsNotTakenForTheUsersFile()
-{
-    TestSettings::write(m_store->userFile(), "[General]\nCurrentPort=7\n");
-    TestSettings::write(m_store->systemFile(), garbage);
-    const LogCatcher log;
-    preserveDamagedSettings();
-    QCOMPARE(copies(), QStringList());
-    QCOMPARE(log.lines(), QStringList());
-    QCOMPARE(read(m_store->systemFile()), garbage);
-}
-
-void SettingsTest::copyThatCannotBeMadeIsReported()
-{
-    TestSettings::write(m_store->userFile(), garbage);
-    // A dangling link is no file that exists, and none that can be written.
-    const QString link = m_store->userFile() + ".damaged1";
-    QVERIFY(QFile::link("/proc/settings/nowhere", link));
-    if (QFileInfo::exists(link))
-        QSKIP("A link is a file on this system, wherever it leads.");
-    const LogCatcher log;
-    preserveDamagedSettings();
-    QCOMPARE(log.lines(), QStringList({"The settings file is damaged and could not be copied: " +
-                                       m_store->userFile()}));
-    QCOMPARE(read(m_store->userFile()), garbage);
-}
-
-void SettingsTest::valuesBesideTheDamageSurviveTheNextWrite()
-{
-    TestSettings::write(m_store->userFile(), garbage);
-    {
-        const LogCatcher log;
-        preserveDamagedSettings();
-    }
-    QSettings().setValue(settingskeys::isINFSetupDone, true);
-    touch(m_store->userFile());
-    const QSettings settings;
-    QCOMPARE(settings.value(settingskeys::NoOfDialups).toInt(), 2);
-    QCOMPARE(settings.value(settingskeys::CurrentPort).toInt(), 7);
-    QCOMPARE(settings.status(), QSettings::NoError);
-    QCOMPARE(read(m_store->userFile() + ".damaged1"), garbage);
 }
 
 QTEST_GUILESS_MAIN(SettingsTest)

@@ -1,7 +1,7 @@
+#include "app/formfont.h"
 #include "dialogs/aboutdialog.h"
 #include "dialogs/creditdialog.h"
 #include "dialogs/helpdialog.h"
-#include "mainwindow/formfont.h"
 #include "tests/support/markingtranslator.h"
 #include "tests/support/testsettings.h"
 

@@ -1,5 +1,6 @@
 #include "dialup/modemdevices.h"
 #include "platform/text.h"
+#include "tests/dialup/dialupfixture.h"
 #include "tests/support/bench.h"
 
 #include <QTest>
@@ -84,9 +85,9 @@ void ModemDevicesTest::asksTwice()
     Bench<> bench;
     bench.machine.rasDevices = {{"vpn", "WAN Miniport"}, {"modem", "MTK GPRS Modem"}};
     QCOMPARE(GetRasDevices(), QStringList({"MTK GPRS Modem"}));
-    QCOMPARE(bench.calls(), QStringList({"RasEnumDevicesW(null, &, &)", "GetProcessHeap()",
-                                         "HeapAlloc(0x1, 8, 592)", "RasEnumDevicesW(&, &, &)",
-                                         "HeapFree(0x1, 0, @)"}));
+    QCOMPARE(bench.calls(),
+             QStringList({"RasEnumDevicesW(null, &, &)", "GetProcessHeap()", zeroed(592),
+                          "RasEnumDevicesW(&, &, &)", "HeapFree(0x1, 0, @)"}));
     QCOMPARE(bench.log.lines(), QStringList());
     QCOMPARE(bench.leftOpen(), QString());
 }
@@ -204,14 +205,11 @@ void ModemDevicesTest::misreportedSizes_data()
     QTest::addColumn<DWORD>("count");
     QTest::addColumn<QString>("allocation");
     QTest::addColumn<int>("found");
-    QTest::newRow("less than a record") << DWORD{100} << DWORD{1} << "HeapAlloc(0x1, 8, 296)" << 1;
-    QTest::newRow("nothing") << DWORD{0} << DWORD{1} << "HeapAlloc(0x1, 8, 296)" << 1;
-    QTest::newRow("part of a second record")
-        << DWORD{400} << DWORD{2} << "HeapAlloc(0x1, 8, 400)" << 1;
-    QTest::newRow("count beyond the block")
-        << DWORD{296} << DWORD{9} << "HeapAlloc(0x1, 8, 296)" << 1;
-    QTest::newRow("no devices after all")
-        << DWORD{296} << DWORD{0} << "HeapAlloc(0x1, 8, 296)" << 0;
+    QTest::newRow("less than a record") << DWORD{100} << DWORD{1} << zeroed(296) << 1;
+    QTest::newRow("nothing") << DWORD{0} << DWORD{1} << zeroed(296) << 1;
+    QTest::newRow("part of a second record") << DWORD{400} << DWORD{2} << zeroed(400) << 1;
+    QTest::newRow("count beyond the block") << DWORD{296} << DWORD{9} << zeroed(296) << 1;
+    QTest::newRow("no devices after all") << DWORD{296} << DWORD{0} << zeroed(296) << 0;
 }
 
 void ModemDevicesTest::misreportedSizes()

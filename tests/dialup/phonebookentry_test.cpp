@@ -1,5 +1,6 @@
 #include "dialup/phonebookentry.h"
 #include "platform/text.h"
+#include "tests/dialup/dialupfixture.h"
 #include "tests/support/bench.h"
 #include "tests/support/testsettings.h"
 
@@ -96,14 +97,14 @@ void PhonebookEntryTest::createsTheFirstEntry()
     Bench<> bench;
     withModem(bench);
     QVERIFY(createDialupConnection());
-    QCOMPARE(bench.calls(),
-             QStringList(
-                 {"RasGetEntryPropertiesW(null, \"\", null, &, null, null)", "GetProcessHeap()",
-                  "HeapAlloc(0x1, 8, 5616)", "RasGetEntryPropertiesW(null, \"\", &, &, null, null)",
-                  "RasEnumDevicesW(null, &, &)", "GetProcessHeap()", "HeapAlloc(0x1, 8, 296)",
-                  "RasEnumDevicesW(&, &, &)", "HeapFree(0x1, 0, @)",
-                  "RasSetEntryPropertiesW(null, \"TolvaneModem 1\", &, 5616, null, 0)",
-                  "HeapFree(0x1, 0, @)"}));
+    QCOMPARE(
+        bench.calls(),
+        QStringList({"RasGetEntryPropertiesW(null, \"\", null, &, null, null)", "GetProcessHeap()",
+                     zeroed(5616), "RasGetEntryPropertiesW(null, \"\", &, &, null, null)",
+                     "RasEnumDevicesW(null, &, &)", "GetProcessHeap()", zeroed(296),
+                     "RasEnumDevicesW(&, &, &)", "HeapFree(0x1, 0, @)",
+                     "RasSetEntryPropertiesW(null, \"TolvaneModem 1\", &, 5616, null, 0)",
+                     "HeapFree(0x1, 0, @)"}));
     QCOMPARE(bench.log.lines(), QStringList({created}));
     // Without a current port the name belongs to port 0.
     QCOMPARE(QSettings().allKeys(), QStringList({"NoOfDialups", "ports/0"}));
@@ -169,10 +170,10 @@ void PhonebookEntryTest::recordSizes_data()
 {
     QTest::addColumn<DWORD>("size");
     QTest::addColumn<QString>("allocation");
-    QTest::newRow("4048") << DWORD{4048} << "HeapAlloc(0x1, 8, 4048)";
-    QTest::newRow("5616") << DWORD{5616} << "HeapAlloc(0x1, 8, 5616)";
-    QTest::newRow("9000") << DWORD{9000} << "HeapAlloc(0x1, 8, 9000)";
-    QTest::newRow("100") << DWORD{100} << "HeapAlloc(0x1, 8, 4048)";
+    QTest::newRow("4048") << DWORD{4048} << zeroed(4048);
+    QTest::newRow("5616") << DWORD{5616} << zeroed(5616);
+    QTest::newRow("9000") << DWORD{9000} << zeroed(9000);
+    QTest::newRow("100") << DWORD{100} << zeroed(4048);
 }
 
 void PhonebookEntryTest::recordSizes()

@@ -1,4 +1,5 @@
 #include "install/devicerescan.h"
+#include "install/installationsteps.h"
 #include "tests/support/bench.h"
 #include "tests/support/stdoutcapture.h"
 
@@ -16,12 +17,14 @@ const QString locateFailed = errorLine(function, "CM_Locate_DevNode_Ex failed");
 const QString rescanFailed = errorLine(function, "CM_Reenumerate_DevNode_Ex failed");
 const QByteArray libraryMissing = "Error, cfgmgr32.dll not found\n";
 
-const QStringList locateCalls = {"LoadLibraryW(\"cfgmgr32.dll\")",
-                                 "GetProcAddress(0x10, \"CM_Locate_DevNode_ExA\")",
-                                 "CM_Locate_DevNode_ExA(&, null, 0, null)", "FreeLibrary(0x10)"};
+const QStringList locateCalls = {
+    "LoadLibraryW(\"cfgmgr32.dll\")", "GetProcAddress(0x10, \"CM_Locate_DevNode_ExA\")",
+    "CM_Locate_DevNode_ExA(&, null, 0, null)", // CM_LOCATE_DEVNODE_NORMAL
+    "FreeLibrary(0x10)"};
 const QStringList rescanCalls = {"LoadLibraryW(\"cfgmgr32.dll\")",
                                  "GetProcAddress(0x20, \"CM_Reenumerate_DevNode_Ex\")",
-                                 "CM_Reenumerate_DevNode_Ex(1, 0, null)", "FreeLibrary(0x20)"};
+                                 "CM_Reenumerate_DevNode_Ex(1, 0, null)", // CM_REENUMERATE_NORMAL
+                                 "FreeLibrary(0x20)"};
 
 struct Outcome {
     bool result;

@@ -3,9 +3,8 @@
 // test's to judge.
 #include "app/identity.h"
 #include "dialup/phonebookentry.h"
-#include "install/devicerescan.h"
 #include "install/fatalerror.h"
-#include "install/modeminstallation.h"
+#include "install/installationsteps.h"
 #include "platform/faultinjection/faultinjectingplatform.h"
 #include "tests/support/scriptedmachine.h"
 

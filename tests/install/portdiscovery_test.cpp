@@ -56,6 +56,23 @@ public:
     }
 };
 
+/// The set of the Ports class with DIGCF_PRESENT.
+const QString presentPorts = "SetupDiGetClassDevsW(&, null, null, 2)";
+/// The two queries for SPDRP_FRIENDLYNAME: for the name's size in bytes, then
+/// for the name.
+const QString nameSize = "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, null, 0, &)";
+
+QString nameOf(int bytes)
+{
+    return QString("SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, &, %1, &)").arg(bytes);
+}
+
+/// An allocation of that many bytes with LPTR: fixed and filled with zeros.
+QString zeroed(int bytes)
+{
+    return QString("LocalAlloc(64, %1)").arg(bytes);
+}
+
 } // namespace
 
 class PortDiscoveryTest : public QObject
@@ -93,14 +110,9 @@ void PortDiscoveryTest::findsThePort()
     QVERIFY(SetCurrentPortSettings());
     QCOMPARE(
         bench.calls(),
-        QStringList({"SetupDiGetClassDevsW(&, null, null, 2)", "SetupDiEnumDeviceInfo(0x10, 0, &)",
-                     "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, null, 0, &)",
-                     "LocalFree(null)", "LocalAlloc(64, 108)",
-                     "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, &, 54, &)", "LocalFree(@)",
-                     "SetupDiEnumDeviceInfo(0x10, 1, &)",
-                     "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, null, 0, &)",
-                     "LocalFree(null)", "LocalAlloc(64, 96)",
-                     "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, &, 48, &)", "LocalFree(@)",
+        QStringList({presentPorts, "SetupDiEnumDeviceInfo(0x10, 0, &)", nameSize, "LocalFree(null)",
+                     zeroed(108), nameOf(54), "LocalFree(@)", "SetupDiEnumDeviceInfo(0x10, 1, &)",
+                     nameSize, "LocalFree(null)", zeroed(96), nameOf(48), "LocalFree(@)",
                      "SetupDiEnumDeviceInfo(0x10, 2, &)", "SetupDiDestroyDeviceInfoList(0x10)"}));
     QCOMPARE(bench.log.lines(),
              QStringList({device("Communications Port (COM1)"), device("USB Modem Driver (COM5)"),
@@ -198,8 +210,8 @@ void PortDiscoveryTest::nameThatGrows()
     // Each try offers what the one before reported and has twice that.
     QCOMPARE(bench.machine.offered, QList<DWORD>({0, 4, 20, 40, 48}));
     const QStringList calls = bench.calls();
-    QCOMPARE(calls.filter("LocalAlloc"), QStringList({"LocalAlloc(64, 8)", "LocalAlloc(64, 40)",
-                                                      "LocalAlloc(64, 80)", "LocalAlloc(64, 96)"}));
+    QCOMPARE(calls.filter("LocalAlloc"),
+             QStringList({zeroed(8), zeroed(40), zeroed(80), zeroed(96)}));
     QCOMPARE(calls.filter("LocalFree").size(), 5);
     QCOMPARE(bench.leftOpen(), QString());
 }
@@ -271,24 +283,21 @@ void PortDiscoveryTest::operationFails_data()
     const QString none = errorLine(function, "No ports available");
     const QString name = device("USB Modem Driver (COM5)");
     const QString found = messageLine(function, quoted("port 5 available"));
-    const QString set = "SetupDiGetClassDevsW(&, null, null, 2)";
     const QString firstDevice = "SetupDiEnumDeviceInfo(0x10, 0, &)";
     const QString secondDevice = "SetupDiEnumDeviceInfo(0x10, 1, &)";
-    const QString sizeQuery = "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, null, 0, &)";
-    const QStringList block = {"LocalFree(null)", "LocalAlloc(64, 96)"};
-    const QString nameQuery = "SetupDiGetDeviceRegistryPropertyW(0x10, &, 12, &, &, 48, &)";
+    const QStringList block = {"LocalFree(null)", zeroed(96)};
     const QString freed = "LocalFree(@)";
     const QString nothingFreed = "LocalFree(null)";
     const QString destroyed = "SetupDiDestroyDeviceInfoList(0x10)";
     const QStringList untilName =
-        QStringList{set, firstDevice, sizeQuery} + block + QStringList{nameQuery};
+        QStringList{presentPorts, firstDevice, nameSize} + block + QStringList{nameOf(48)};
     const QStringList all = untilName + QStringList{freed, secondDevice, destroyed};
     QTest::newRow("no set") << "SetupDiGetClassDevsW" << 1 << ErrorInvalidParameter << 0
                             << QStringList{"Got Invalid Handle Value on SetupDiGetClassDevs", none}
-                            << QStringList{set} << "";
+                            << QStringList{presentPorts} << "";
     QTest::newRow("first device") << "SetupDiEnumDeviceInfo" << 1 << ErrorAccessDenied << 0
                                   << QStringList{"Error occured after enumaration", none}
-                                  << QStringList{set, firstDevice} << "1 device set";
+                                  << QStringList{presentPorts, firstDevice} << "1 device set";
     QTest::newRow("second device")
         << "SetupDiEnumDeviceInfo" << 2 << ErrorAccessDenied << 0
         << QStringList{name, "Got Port  5", "Error occured after enumaration", none}
@@ -296,12 +305,13 @@ void PortDiscoveryTest::operationFails_data()
     QTest::newRow("size of the name")
         << "SetupDiGetDeviceRegistryPropertyW" << 1 << ErrorInvalidData << 0
         << QStringList{device(""), none}
-        << QStringList{set, firstDevice, sizeQuery, nothingFreed, secondDevice, destroyed} << "";
+        << QStringList{presentPorts, firstDevice, nameSize, nothingFreed, secondDevice, destroyed}
+        << "";
     QTest::newRow("name") << "SetupDiGetDeviceRegistryPropertyW" << 2 << ErrorInvalidData << 0
                           << QStringList{device(""), none} << all << "";
     QTest::newRow("no memory") << "LocalAlloc" << 1 << ErrorNotEnoughMemory << 0
                                << QStringList{device(""), none}
-                               << QStringList{set, firstDevice, sizeQuery} + block +
+                               << QStringList{presentPorts, firstDevice, nameSize} + block +
                                       QStringList{nothingFreed, secondDevice, destroyed}
                                << "";
     QTest::newRow("free") << "LocalFree" << 2 << ErrorInvalidHandle << 5

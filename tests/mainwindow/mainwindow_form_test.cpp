@@ -1,4 +1,4 @@
-#include "mainwindow/formfont.h"
+#include "app/formfont.h"
 #include "tests/support/markingtranslator.h"
 #include "ui_mainwindow.h"
 

@@ -4,11 +4,8 @@
 
 #include "app/identity.h"
 #include "dialup/phonebookentry.h"
-#include "install/devicerescan.h"
-#include "install/driverpackages.h"
-#include "install/modeminstallation.h"
-#include "install/portdiscovery.h"
-#include "platform/platform.h"
+#include "install/installationsteps.h"
+#include "platform/windows/windowsplatform.h"
 
 #include <QCoreApplication>
 

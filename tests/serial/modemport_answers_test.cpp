@@ -1,62 +1,16 @@
-#include "platform/text.h"
-#include "serial/modemport.h"
-#include "tests/support/bench.h"
-#include "tests/support/stdoutcapture.h"
+#include "tests/serial/serialfixture.h"
 
 #include <QMutex>
 #include <QSemaphore>
 #include <QTest>
 
-#include <climits>
-#include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <new>
 #include <thread>
 
 using namespace platform;
 
-// On Windows the mere creation of a debug stream clears the thread's last
-// error, long before the line is written. What every creation does is allocate,
-// so here each allocation clears it: code streamed straight from GetLastError
-// would be 0.
-void *operator new(std::size_t size)
-{
-    ScriptedMachine::clearLastErrorOfThread();
-    if (void *memory = std::malloc(size == 0 ? 1 : size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void *operator new(std::size_t size, const std::nothrow_t &) noexcept
-{
-    ScriptedMachine::clearLastErrorOfThread();
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-void operator delete(void *memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void *memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-
 namespace {
 
-const QByteArray ok = "\r\nOK\r\n";
-const QByteArray error = "\r\nERROR\r\n";
 const QByteArray waitFailed = "Waiting for single object failed with error no 995\n";
-
-/// What a function prints to standard output while it runs.
-QByteArray printedBy(const std::function<void()> &function)
-{
-    const StdoutCapture capture;
-    function();
-    return capture.text();
-}
 
 /// A port on which a wait blocks, as the real one does, until somebody
 /// answers.
@@ -123,11 +77,6 @@ public:
         WaitCommEvent.wrap([this](auto &next, HANDLE file, DWORD *mask, Overlapped *record) {
             overlapped.append(*record);
             return next(file, mask, record);
-        });
-        WriteFile.wrap([this](auto &next, HANDLE file, const void *buffer, DWORD size, DWORD *count,
-                              Overlapped *record) {
-            overlapped.append(*record);
-            return next(file, buffer, size, count, record);
         });
         ReadFile.wrap([this](auto &next, HANDLE file, void *buffer, DWORD size, DWORD *count,
                              Overlapped *record) {
@@ -207,26 +156,11 @@ public:
 
 } // namespace
 
-class ModemPortTest : public QObject
+class ModemPortAnswersTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void opensAndConfigures();
-    void changesFourLineFieldsOnly();
-    void portPath_data();
-    void portPath();
-    void openingFails_data();
-    void openingFails();
-    void failureOfTheMaskIsReportedApart();
-
-    void writesAtOnce();
-    void writesPending();
-    void writtenBytes_data();
-    void writtenBytes();
-    void writingFails_data();
-    void writingFails();
-
     void answers_data();
     void answers();
     void eachReadGetsAClearBufferAndCount();
@@ -242,232 +176,7 @@ private slots:
     void silentModemIsWaitedFor();
 };
 
-void ModemPortTest::opensAndConfigures()
-{
-    Bench<> bench;
-    ModemPort port{};
-    QCOMPARE(printedBy([&] { port = openModemPort(7); }), QByteArray());
-
-    QCOMPARE(port.state, ModemPortState::Ready);
-    QCOMPARE(port.handle, reinterpret_cast<HANDLE>(ULONG_PTR{0x10}));
-    QCOMPARE(bench.calls(),
-             QStringList({"CreateFileW(\"\\\\.\\COM7\", 3221225472, 0, null, 3, 1073741824, null)",
-                          "GetCommState(0x10, &)", "SetCommState(0x10, &)",
-                          "SetCommTimeouts(0x10, &)", "SetCommMask(0x10, 5)"}));
-    QCOMPARE(bench.log.lines(),
-             QStringList({"\"\\\\.\\COM7\" \n", "Serial port  7  is successfully reconfigured."}));
-    QCOMPARE(bench.machine.timeouts.ReadIntervalTimeout, 0xFFFFFFFFu);
-    QCOMPARE(bench.machine.timeouts.ReadTotalTimeoutMultiplier, 0u);
-    QCOMPARE(bench.machine.timeouts.ReadTotalTimeoutConstant, 0u);
-    QCOMPARE(bench.machine.timeouts.WriteTotalTimeoutMultiplier, 0u);
-    QCOMPARE(bench.machine.timeouts.WriteTotalTimeoutConstant, 0u);
-    QCOMPARE(bench.leftOpen(), QString("1 port"));
-}
-
-void ModemPortTest::changesFourLineFieldsOnly()
-{
-    Bench<> bench;
-    DeviceControlBlock expected{};
-    for (std::size_t i = 0; i < sizeof expected; ++i)
-        reinterpret_cast<unsigned char *>(&expected)[i] = static_cast<unsigned char>(0xA0 + i);
-    bench.machine.lineSettings = expected;
-    bench.machine.stateQuery.DCBlength = 1;
-
-    openModemPort(7);
-    expected.BaudRate = 9600;
-    expected.ByteSize = 8;
-    expected.Parity = 0;
-    expected.StopBits = 0;
-    QCOMPARE(std::memcmp(&bench.machine.lineSettings, &expected, sizeof expected), 0);
-    const DeviceControlBlock zero{};
-    QCOMPARE(std::memcmp(&bench.machine.stateQuery, &zero, sizeof zero), 0);
-}
-
-void ModemPortTest::portPath_data()
-{
-    QTest::addColumn<int>("number");
-    QTest::addColumn<QString>("path");
-    QTest::newRow("COM1") << 1 << "\\\\.\\COM1";
-    QTest::newRow("COM9") << 9 << "\\\\.\\COM9";
-    QTest::newRow("COM10") << 10 << "\\\\.\\COM10";
-    QTest::newRow("COM12") << 12 << "\\\\.\\COM12";
-    QTest::newRow("COM256") << 256 << "\\\\.\\COM256";
-    QTest::newRow("none") << 0 << "\\\\.\\COM0";
-    QTest::newRow("largest") << INT_MAX << "\\\\.\\COM2147483647";
-    QTest::newRow("smallest") << INT_MIN << "\\\\.\\COM-2147483648";
-}
-
-void ModemPortTest::portPath()
-{
-    QFETCH(const int, number);
-    QFETCH(const QString, path);
-    Bench<> bench;
-    openModemPort(number);
-    QCOMPARE(bench.machine.openedPath, path);
-    QCOMPARE(bench.log.lines(),
-             QStringList({'"' + path + "\" \n",
-                          QString("Serial port  %1  is successfully reconfigured.").arg(number)}));
-}
-
-void ModemPortTest::openingFails_data()
-{
-    QTest::addColumn<QString>("operation");
-    QTest::addColumn<DWORD>("code");
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<int>("calls");
-    QTest::addColumn<QString>("leftOpen");
-    // The handle of a port that was opened stays open on every one of these.
-    QTest::newRow("missing") << "CreateFileW" << ErrorFileNotFound
-                             << "CreateFile failed with error  2" << 1 << "";
-    QTest::newRow("open elsewhere")
-        << "CreateFileW" << ErrorAccessDenied << "CreateFile failed with error  5" << 1 << "";
-    QTest::newRow("GetCommState") << "GetCommState" << ErrorGenFailure
-                                  << "GetCommState failed with error 31" << 2 << "1 port";
-    QTest::newRow("SetCommState") << "SetCommState" << ErrorInvalidParameter
-                                  << "SetCommState failed with error 87" << 3 << "1 port";
-    QTest::newRow("SetCommTimeouts") << "SetCommTimeouts" << DWORD{0xE0000235}
-                                     << "Error setting time-outs 3758096949" << 4 << "1 port";
-}
-
-void ModemPortTest::openingFails()
-{
-    QFETCH(const QString, operation);
-    QFETCH(const DWORD, code);
-    QFETCH(const QString, line);
-    QFETCH(const int, calls);
-    QFETCH(const QString, leftOpen);
-    Bench<> bench;
-    bench.fail(operation, code);
-    ModemPort port{};
-    QCOMPARE(printedBy([&] { port = openModemPort(7); }), QByteArray());
-    QCOMPARE(port.state, ModemPortState::Failed);
-
-    const QStringList all = {"CreateFileW", "GetCommState", "SetCommState", "SetCommTimeouts",
-                             "SetCommMask"};
-    QCOMPARE(bench.injector.operations(), QStringList(all.mid(0, calls)));
-    QStringList lines = {"\"\\\\.\\COM7\" \n"};
-    if (operation == "SetCommTimeouts")
-        lines.append("Serial port  7  is successfully reconfigured.");
-    lines.append(line);
-    QCOMPARE(bench.log.lines(), lines);
-    QCOMPARE(bench.leftOpen(), leftOpen);
-}
-
-void ModemPortTest::failureOfTheMaskIsReportedApart()
-{
-    Bench<> bench;
-    bench.fail("SetCommMask", 31);
-    ModemPort port{};
-    QCOMPARE(printedBy([&] { port = openModemPort(7); }), QByteArray());
-    QCOMPARE(port.state, ModemPortState::NoEventMask);
-    QCOMPARE(bench.injector.operations(),
-             QStringList({"CreateFileW", "GetCommState", "SetCommState", "SetCommTimeouts",
-                          "SetCommMask"}));
-    QCOMPARE(bench.log.lines(),
-             QStringList({"\"\\\\.\\COM7\" \n", "Serial port  7  is successfully reconfigured.",
-                          "SetCommMask failed with error 31"}));
-    QCOMPARE(bench.leftOpen(), QString("1 port"));
-}
-
-void ModemPortTest::writesAtOnce()
-{
-    Bench<RecordKeepingMachine> bench;
-    const HANDLE port = openModemPort(7).handle;
-    bench.injector.reset();
-    bool written = false;
-    QCOMPARE(printedBy([&] { written = writeCommand(port, "AT\r"); }),
-             QByteArray("\nWriteFile completed immediately.\n"));
-
-    QVERIFY(written);
-    QCOMPARE(bench.calls(),
-             QStringList({"CreateEventW(null, 1, 0, null)", "WriteFile(0x10, &, 3, &, &)"}));
-    QCOMPARE(bench.machine.written, QByteArray("AT\r"));
-    QCOMPARE(bench.machine.overlapped.size(), 1);
-    Overlapped expected{};
-    expected.hEvent = reinterpret_cast<HANDLE>(ULONG_PTR{0x20});
-    QCOMPARE(std::memcmp(&bench.machine.overlapped.first(), &expected, sizeof expected), 0);
-    // The event is never closed.
-    QCOMPARE(bench.leftOpen(), QString("1 port, 1 event"));
-}
-
-void ModemPortTest::writesPending()
-{
-    Bench<> bench;
-    const HANDLE port = openModemPort(7).handle;
-    bench.injector.reset();
-    bench.machine.writesArePending = true;
-    bool written = false;
-    QCOMPARE(printedBy([&] { written = writeCommand(port, "AT\r"); }),
-             QByteArray("\nWrite operation completed successfully.\n"));
-
-    QVERIFY(written);
-    QCOMPARE(bench.calls(),
-             QStringList({"CreateEventW(null, 1, 0, null)", "WriteFile(0x10, &, 3, &, &)",
-                          "GetOverlappedResult(0x10, &, &, 1)"}));
-    QCOMPARE(bench.leftOpen(), QString("1 port, 1 event"));
-}
-
-void ModemPortTest::writtenBytes_data()
-{
-    QTest::addColumn<QByteArray>("command");
-    QTest::newRow("AT") << QByteArray("AT\r");
-    QTest::newRow("empty") << QByteArray("");
-    QTest::newRow("beyond ASCII") << QByteArray("\xe4\xff\r");
-    QTest::newRow("long") << QByteArray(20000, 'x');
-}
-
-void ModemPortTest::writtenBytes()
-{
-    QFETCH(const QByteArray, command);
-    Bench<> bench;
-    const HANDLE port = openModemPort(7).handle;
-    printedBy([&] { writeCommand(port, command.constData()); });
-    QCOMPARE(bench.machine.written, command);
-}
-
-void ModemPortTest::writingFails_data()
-{
-    QTest::addColumn<QString>("operation");
-    QTest::addColumn<DWORD>("code");
-    QTest::addColumn<QByteArray>("printed");
-    QTest::addColumn<int>("calls");
-    QTest::addColumn<QString>("leftOpen");
-    QTest::newRow("no event") << "CreateEventW" << ErrorNotEnoughMemory << QByteArray() << 1
-                              << "1 port";
-    QTest::newRow("unplugged") << "WriteFile" << ErrorDeviceNotConnected
-                               << QByteArray("\nWriteFile failed with error 1167.\n") << 2
-                               << "1 port, 1 event";
-    QTest::newRow("no code") << "WriteFile" << Success
-                             << QByteArray("\nWriteFile failed with error 0.\n") << 2
-                             << "1 port, 1 event";
-    QTest::newRow("pending fails")
-        << "GetOverlappedResult" << ErrorOperationAborted << QByteArray() << 3 << "1 port, 1 event";
-}
-
-void ModemPortTest::writingFails()
-{
-    QFETCH(const QString, operation);
-    QFETCH(const DWORD, code);
-    QFETCH(const QByteArray, printed);
-    QFETCH(const int, calls);
-    QFETCH(const QString, leftOpen);
-    Bench<> bench;
-    const HANDLE port = openModemPort(7).handle;
-    bench.injector.reset();
-    bench.log.clear();
-    bench.machine.writesArePending = true;
-    bench.fail(operation, code);
-    bool written = true;
-    QCOMPARE(printedBy([&] { written = writeCommand(port, "AT\r"); }), printed);
-
-    QVERIFY(!written);
-    const QStringList all = {"CreateEventW", "WriteFile", "GetOverlappedResult"};
-    QCOMPARE(bench.injector.operations(), QStringList(all.mid(0, calls)));
-    QCOMPARE(bench.leftOpen(), leftOpen);
-    QCOMPARE(bench.log.lines(), QStringList());
-}
-
-void ModemPortTest::answers_data()
+void ModemPortAnswersTest::answers_data()
 {
     QTest::addColumn<QList<QByteArray>>("chunks");
     QTest::addColumn<int>("response");
@@ -534,7 +243,7 @@ void ModemPortTest::answers_data()
     QTest::newRow("never anything") << Chunks{} << 2 << waitFailed << 0;
 }
 
-void ModemPortTest::answers()
+void ModemPortAnswersTest::answers()
 {
     QFETCH(const QList<QByteArray>, chunks);
     QFETCH(const int, response);
@@ -553,7 +262,7 @@ void ModemPortTest::answers()
     QCOMPARE(bench.machine.written, QByteArray());
 }
 
-void ModemPortTest::eachReadGetsAClearBufferAndCount()
+void ModemPortAnswersTest::eachReadGetsAClearBufferAndCount()
 {
     Bench<RecordKeepingMachine> bench;
     const HANDLE port = openModemPort(7).handle;
@@ -575,7 +284,7 @@ void ModemPortTest::eachReadGetsAClearBufferAndCount()
     QCOMPARE(bench.machine.overlapped.first().Offset, DWORD{0});
 }
 
-void ModemPortTest::readsUntilThereIsNothingAndWaitsAgain()
+void ModemPortAnswersTest::readsUntilThereIsNothingAndWaitsAgain()
 {
     Bench<> bench;
     const HANDLE port = openModemPort(7).handle;
@@ -585,13 +294,14 @@ void ModemPortTest::readsUntilThereIsNothingAndWaitsAgain()
     printedBy([&] { result = waitForResponse(port); });
 
     QCOMPARE(result, 0);
-    const QStringList once = {"WaitCommEvent(0x10, &, &)", "WaitForSingleObject(0x20, 4294967295)"};
+    const QStringList once = {"WaitCommEvent(0x10, &, &)",
+                              "WaitForSingleObject(0x20, 4294967295)"}; // INFINITE
     const QString read = "ReadFile(0x10, @, 100, &, &)";
-    QCOMPARE(bench.calls(), QStringList({"CreateEventW(null, 1, 0, null)"}) + once +
-                                QStringList({read, read}) + once + QStringList({read}));
+    QCOMPARE(bench.calls(),
+             QStringList{newEvent} + once + QStringList({read, read}) + once + QStringList({read}));
 }
 
-void ModemPortTest::failingReadCountsAsNothing()
+void ModemPortAnswersTest::failingReadCountsAsNothing()
 {
     Bench<FailingReadMachine> bench;
     const HANDLE port = openModemPort(7).handle;
@@ -605,7 +315,7 @@ void ModemPortTest::failingReadCountsAsNothing()
 }
 
 // Pending, already happened or failed: the wait that follows tells.
-void ModemPortTest::waitCommEventIsNotLookedAt()
+void ModemPortAnswersTest::waitCommEventIsNotLookedAt()
 {
     Bench<> bench;
     const HANDLE port = openModemPort(7).handle;
@@ -616,7 +326,7 @@ void ModemPortTest::waitCommEventIsNotLookedAt()
     QCOMPARE(result, 0);
 }
 
-void ModemPortTest::noEventObject()
+void ModemPortAnswersTest::noEventObject()
 {
     Bench<> bench;
     const HANDLE port = openModemPort(7).handle;
@@ -630,7 +340,7 @@ void ModemPortTest::noEventObject()
     QCOMPARE(bench.leftOpen(), QString("1 port"));
 }
 
-void ModemPortTest::waitFails_data()
+void ModemPortAnswersTest::waitFails_data()
 {
     QTest::addColumn<int>("wait");
     QTest::addColumn<QByteArray>("printed");
@@ -638,7 +348,7 @@ void ModemPortTest::waitFails_data()
     QTest::newRow("second") << 2 << QByteArray("AT\r\n");
 }
 
-void ModemPortTest::waitFails()
+void ModemPortAnswersTest::waitFails()
 {
     QFETCH(const int, wait);
     QFETCH(const QByteArray, printed);
@@ -654,15 +364,15 @@ void ModemPortTest::waitFails()
 }
 
 // Anything but signalled counts as failed: a time-out, an abandoned object.
-void ModemPortTest::waitEndsUnsignalled_data()
+void ModemPortAnswersTest::waitEndsUnsignalled_data()
 {
     QTest::addColumn<DWORD>("waitResult");
-    QTest::newRow("time-out") << DWORD{0x102};
-    QTest::newRow("abandoned") << DWORD{0x80};
+    QTest::newRow("time-out") << DWORD{0x102}; // WAIT_TIMEOUT
+    QTest::newRow("abandoned") << DWORD{0x80}; // WAIT_ABANDONED
     QTest::newRow("failed") << WaitFailed;
 }
 
-void ModemPortTest::waitEndsUnsignalled()
+void ModemPortAnswersTest::waitEndsUnsignalled()
 {
     QFETCH(const DWORD, waitResult);
     Bench<UnsignalledMachine> bench;
@@ -680,7 +390,7 @@ void ModemPortTest::waitEndsUnsignalled()
 
 // The port's event stays due then: what it is written to must still be there
 // when the port is closed, for each of the two waits.
-void ModemPortTest::recordsOutliveAFailedWait()
+void ModemPortAnswersTest::recordsOutliveAFailedWait()
 {
     Bench<LateMachine> bench;
     const HANDLE port = openModemPort(7).handle;
@@ -696,7 +406,7 @@ void ModemPortTest::recordsOutliveAFailedWait()
 
 // Nothing has a time-out: the wait lasts as long as the modem says nothing,
 // and goes on behind everything that is not an answer.
-void ModemPortTest::silentModemIsWaitedFor()
+void ModemPortAnswersTest::silentModemIsWaitedFor()
 {
     Bench<BlockingMachine> bench;
     const HANDLE port = openModemPort(7).handle;
@@ -725,5 +435,5 @@ void ModemPortTest::silentModemIsWaitedFor()
     QCOMPARE(printed, "\r\n+CREG: 1\r\n\n" + error + '\n');
 }
 
-QTEST_GUILESS_MAIN(ModemPortTest)
-#include "modemport_test.moc"
+QTEST_GUILESS_MAIN(ModemPortAnswersTest)
+#include "modemport_answers_test.moc"

@@ -1,4 +1,4 @@
-#include "mainwindow/formfont.h"
+#include "app/formfont.h"
 
 #include <QApplication>
 #include <QFont>

@@ -1,0 +1,154 @@
+#include "dialogs/aboutdialog.h"
+#include "tests/mainwindow/mainwindowbench.h"
+
+#include <QComboBox>
+#include <QTest>
+
+#include <memory>
+
+class MainWindowKeysTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        useFormFont();
+        m_settings = std::make_unique<TestSettings>();
+    }
+    void init() { m_settings->clear(); }
+
+    void shortcuts_data()
+    {
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<bool>("acts");
+        const auto row = [](const char *state, bool connects, bool disconnects) {
+            QTest::addRow("connect, %s", state) << state << int(Qt::Key_C) << connects;
+            QTest::addRow("disconnect, %s", state) << state << int(Qt::Key_D) << disconnects;
+        };
+        row("counting down", true, true);
+        row("waiting", false, false);
+        row("connected", false, true);
+        row("disconnected", true, false);
+    }
+
+    /// What the window does not show has no key either.
+    void shortcuts()
+    {
+        QFETCH(QString, state);
+        QFETCH(int, key);
+        QFETCH(bool, acts);
+        MainWindowBench bench;
+        const std::unique_ptr<MainWindow> window = bench.windowInState(state);
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        progressTimer(*window)->stop();
+        bench.log.clear();
+        const auto dials = bench.machine.dials.size();
+        bench.answerDial();
+        QTest::keyClick(window.get(), static_cast<Qt::Key>(key), Qt::ControlModifier);
+        QCOMPARE(!bench.log.lines().isEmpty(), acts);
+        QCOMPARE(bench.machine.dials.size() - dials, acts && key == Qt::Key_C ? 1 : 0);
+    }
+
+    void shortcutsWhileBusy()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        bench.answerDial();
+        int listed = 0;
+        bench.machine.whileListingConnections = [&] { ++listed; };
+        bench.machine.whileDialling = [&] {
+            QTest::keyClick(&window, Qt::Key_C, Qt::ControlModifier);
+            QTest::keyClick(&window, Qt::Key_D, Qt::ControlModifier);
+        };
+        button(window, "connectButton")->click();
+        QCOMPARE(bench.machine.dials.size(), 1);
+        QCOMPARE(listed, 0);
+    }
+
+    /// Ctrl+C connects also while the footer's link has the focus.
+    void copyKeyConnectsFromTheFooter()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        auto *label = window.findChild<QLabel *>("label");
+        label->setFocus(Qt::TabFocusReason);
+        QVERIFY(label->hasFocus());
+        bench.answerDial();
+        QTest::keyClick(label, Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(bench.machine.dials.size(), 1);
+    }
+
+    /// A key that is pressed twice must not undo what it did.
+    void keyPressedTwice()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QCOMPARE(QApplication::focusWidget(), window.findChild<QComboBox *>());
+        QTest::keyClick(&window, Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), button(window, "connectButton"));
+        bench.answerDial();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+        QCOMPARE(view(window), connectedView);
+        QCOMPARE(QApplication::focusWidget(), window.findChild<QComboBox *>());
+        for (const Qt::Key key : {Qt::Key_Enter, Qt::Key_Return})
+            QTest::keyClick(QApplication::focusWidget(), key);
+        QCOMPARE(view(window), connectedView);
+
+        QTest::keyClick(&window, Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), button(window, "disconnectButton"));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+        QCOMPARE(view(window), disconnectedView);
+        QCOMPARE(QApplication::focusWidget(), window.findChild<QComboBox *>());
+    }
+
+    /// With File disabled, Help is the only menu left.
+    void helpByKeyWhileWaiting()
+    {
+        MainWindowBench bench;
+        bench.setUpWaiting();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QWidget *focus = QApplication::focusWidget();
+        QTest::keyPress(focus, Qt::Key_Alt, Qt::AltModifier);
+        QTest::keyRelease(focus, Qt::Key_Alt);
+        for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Down})
+            QTest::keyClick(QApplication::focusWidget(), key);
+        auto *help = window.findChild<QMenu *>("menuHelp");
+        QTRY_VERIFY(help->isVisible());
+        for (int stop = 0; stop < 3 && help->activeAction() != action(window, "actionAbout");
+             ++stop)
+            QTest::keyClick(help, Qt::Key_Down);
+        QTest::keyClick(help, Qt::Key_Enter);
+        QCOMPARE(window.findChildren<AboutDialog *>().size(), 1);
+    }
+
+    void portCheckByKey()
+    {
+        MainWindowBench bench;
+        bench.setUpWaiting();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        for (int stop = 0; stop < 4 && !button(window, "portCheckButton")->hasFocus(); ++stop)
+            QTest::keyClick(&window, Qt::Key_Tab);
+        QVERIFY(button(window, "portCheckButton")->hasFocus());
+        QSettings().setValue(settingskeys::port(Port), entry);
+        bench.setUpPort();
+        QTest::keyClick(button(window, "portCheckButton"), Qt::Key_Space);
+        QCOMPARE(view(window), countdownAgainView);
+        QCOMPARE(QApplication::focusWidget(), window.findChild<QComboBox *>());
+    }
+
+private:
+    std::unique_ptr<TestSettings> m_settings;
+};
+
+QTEST_MAIN(MainWindowKeysTest)
+#include "mainwindow_keys_test.moc"

@@ -1,0 +1,244 @@
+#include "dialogs/aboutdialog.h"
+#include "dialogs/creditdialog.h"
+#include "tests/mainwindow/mainwindowbench.h"
+
+#include <QTest>
+
+#include <memory>
+
+class MainWindowWizardTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        useFormFont();
+        m_settings = std::make_unique<TestSettings>();
+    }
+    void init() { m_settings->clear(); }
+
+    void wizardFromEveryState_data()
+    {
+        QTest::addColumn<QStringList>("shown");
+        QTest::addColumn<QStringList>("timersBefore");
+        QTest::addColumn<QStringList>("timersAfter");
+        QTest::newRow("counting down") << startView << QStringList("progress") << QStringList();
+        QTest::newRow("waiting") << waitingView << QStringList("port") << QStringList("port");
+        QTest::newRow("connected")
+            << connectedView << QStringList("status") << QStringList("status");
+        QTest::newRow("disconnected") << disconnectedView << QStringList() << QStringList();
+        QTest::newRow("counting down again")
+            << countdownAgainView << QStringList("progress") << QStringList();
+    }
+
+    void wizardFromEveryState()
+    {
+        QFETCH(QStringList, shown);
+        QFETCH(QStringList, timersBefore);
+        QFETCH(QStringList, timersAfter);
+        MainWindowBench bench;
+        const std::unique_ptr<MainWindow> window = bench.windowInState(QTest::currentDataTag());
+        QVERIFY(window->isVisible());
+        QCOMPARE(view(*window), shown);
+        QCOMPARE(runningTimers(*window), timersBefore);
+
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QTest::keyClick(window.get(), Qt::Key_N, Qt::ControlModifier);
+        QCOMPARE(wizards(*window).size(), 1);
+        SettingsWizard *wizard = wizards(*window).first();
+        QVERIFY(wizard->isVisible());
+        QVERIFY(!wizard->isModal());
+        QVERIFY(!window->isVisible());
+        QCOMPARE(runningTimers(*window), timersAfter);
+
+        wizard->reject();
+        QVERIFY(window->isVisible());
+        QCOMPARE(view(*window), shown);
+        QCOMPARE(runningTimers(*window), timersAfter);
+
+        // The next one is another wizard; the first stays alive.
+        QVERIFY(QMetaObject::invokeMethod(window.get(), "ShowCreateNewConnectionWizard"));
+        QCOMPARE(wizards(*window).size(), 2);
+        QVERIFY(!wizard->isVisible());
+    }
+
+    /// A system whose dial dialog lets the window's events through.
+    void wizardWhileBusy()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        bench.answerDial();
+        bench.machine.whileDialling = [&] {
+            QTest::keyClick(&window, Qt::Key_N, Qt::ControlModifier);
+        };
+        button(window, "connectButton")->click();
+        QCOMPARE(wizards(window).size(), 1);
+        QVERIFY(!window.isVisible());
+        QCOMPARE(view(window), connectedView);
+        wizards(window).first()->reject();
+        QVERIFY(window.isVisible());
+    }
+
+    /// The port poll goes on behind the wizard.
+    void portAppearsBehindTheWizard()
+    {
+        MainWindowBench bench;
+        bench.setUpWaiting();
+        MainWindow window;
+        action(window, "actionCreate_New_Connection")->trigger();
+        bench.setUpPort();
+        fire(portTimer(window));
+        QCOMPARE(wizards(window).size(), 2);
+        QVERIFY(!window.isVisible());
+        QCOMPARE(runningTimers(window), QStringList());
+    }
+
+    /// With an entry for the port, it counts down and dials there.
+    void countdownBehindTheWizard()
+    {
+        MainWindowBench bench;
+        bench.setUpWaiting();
+        QSettings().setValue(settingskeys::port(Port), entry);
+        MainWindow window;
+        action(window, "actionCreate_New_Connection")->trigger();
+        bench.setUpPort();
+        fire(portTimer(window));
+        QCOMPARE(runningTimers(window), QStringList("progress"));
+        bench.countDown(window);
+        QCOMPARE(bench.machine.dials.size(), 1);
+        QVERIFY(!window.isVisible());
+        QCOMPARE(view(window), connectedView);
+    }
+
+    void connectionLostBehindTheWizard()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        bench.connectElsewhere();
+        MainWindow window;
+        action(window, "actionCreate_New_Connection")->trigger();
+        bench.machine.connections.clear();
+        fire(statusTimer(window));
+        QVERIFY(!window.isVisible());
+        wizards(window).first()->reject();
+        QVERIFY(window.isVisible());
+        QCOMPARE(view(window), disconnectedView);
+        QCOMPARE(runningTimers(window), QStringList());
+    }
+
+    /// The window comes back as the constructor left it and does not dial by
+    /// itself.
+    void windowAfterTheFirstRun()
+    {
+        MainWindowBench bench;
+        bench.setUpPort();
+        MainWindow window;
+        QSettings().setValue(settingskeys::NoOfDialups, 1);
+        QSettings().setValue(settingskeys::port(Port), entry);
+        wizards(window).first()->accept();
+        QVERIFY(window.isVisible());
+        QCOMPARE(view(window), startView);
+        QCOMPARE(countdownText(window), QString("Auto connecting in 10 seconds"));
+        QCOMPARE(runningTimers(window), QStringList());
+        bench.answerDial();
+        button(window, "connectButton")->click();
+        QCOMPARE(view(window), connectedView);
+    }
+
+    void cancelledFirstRunLeavesNoWindow()
+    {
+        MainWindowBench bench;
+        MainWindow window;
+        wizards(window).first()->reject();
+        QVERIFY(!window.isVisible());
+        QVERIFY(!wizards(window).first()->isVisible());
+    }
+
+    void cancelledFirstRunEndsTheProgram()
+    {
+        MainWindowBench bench;
+        MainWindow window;
+        QTimer::singleShot(0, &window, [&] { wizards(window).first()->close(); });
+        QTimer::singleShot(10000, &window, [] { QCoreApplication::exit(1); });
+        QCOMPARE(QApplication::exec(), 0);
+    }
+
+    /// A dialog that was left open may be closed while the wizard works.
+    void dialogClosedBesideTheWizardEndsNothing()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        bool alive = false;
+        QTimer::singleShot(0, &window, [&] {
+            action(window, "actionAbout")->trigger();
+            action(window, "actionCredits")->trigger();
+            action(window, "actionCreate_New_Connection")->trigger();
+            window.findChild<AboutDialog *>()->close();
+            window.findChild<CreditDialog *>()->close();
+            // Anything that was to end the program has its turn before.
+            QTimer::singleShot(200, &window, [&] {
+                alive = wizards(window).first()->isVisible();
+                QCoreApplication::exit(2);
+            });
+        });
+        QTimer::singleShot(10000, &window, [] { QCoreApplication::exit(1); });
+        QCOMPARE(QApplication::exec(), 2);
+        QVERIFY(alive);
+    }
+
+    void windowThatComesBackKeepsTheProgramRunning()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        bool alive = false;
+        QTimer::singleShot(0, &window, [&] {
+            QVERIFY(QMetaObject::invokeMethod(&window, "ShowCreateNewConnectionWizard"));
+            QTimer::singleShot(0, &window, [&] {
+                wizards(window).first()->close();
+                // Anything that was to end the program has its turn before.
+                QTimer::singleShot(200, &window, [&] {
+                    alive = window.isVisible();
+                    action(window, "actionExit")->trigger();
+                });
+            });
+        });
+        QTimer::singleShot(10000, &window, [] { QCoreApplication::exit(1); });
+        QCOMPARE(QApplication::exec(), 0);
+        QVERIFY(alive);
+        QVERIFY(!window.isVisible());
+    }
+
+    // The dialogs, which are opened in the same way.
+
+    void dialogs()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        for (int count = 1; count <= 2; ++count) {
+            action(window, "actionAbout")->trigger();
+            action(window, "actionCredits")->trigger();
+            QCOMPARE(window.findChildren<AboutDialog *>().size(), count);
+            QCOMPARE(window.findChildren<CreditDialog *>().size(), count);
+            for (QDialog *dialog : window.findChildren<QDialog *>()) {
+                QCOMPARE(dialog->parent(), &window);
+                QVERIFY(!dialog->isModal());
+            }
+            QVERIFY(window.findChildren<AboutDialog *>().last()->isVisible());
+            QVERIFY(window.findChildren<CreditDialog *>().last()->isVisible());
+            for (QDialog *dialog : window.findChildren<QDialog *>())
+                dialog->close();
+        }
+    }
+
+private:
+    std::unique_ptr<TestSettings> m_settings;
+};
+
+QTEST_MAIN(MainWindowWizardTest)
+#include "mainwindow_wizard_test.moc"
