@@ -160,9 +160,11 @@ struct Ras : Family {
                     DWORD *lpdwEntryInfoSize, BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)>
         RasGetEntryPropertiesW{this, "RasGetEntryPropertiesW", FailureCode::Result};
 
-    /// Creates or changes an entry: 5 without the rights, 87 for incomplete
-    /// properties, dwSize 0 among them, 610 without a record, 632 for one whose
-    /// dwSize is not known. Any thread.
+    /// Creates or changes an entry: 5 without the rights, 123 for a name that no
+    /// entry can have, 610 without a record, 621 for another or a damaged phone
+    /// book, 632 for a record whose dwSize is not known. 87 unless all of these
+    /// are given: dwSize, dwfOptions, szLocalPhoneNumber, dwFramingProtocol,
+    /// szDeviceType, szDeviceName, dwType. Any thread.
     Operation<DWORD(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry, RasEntry *lpRasEntry,
                     DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo, DWORD dwDeviceInfoSize)>
         RasSetEntryPropertiesW{this, "RasSetEntryPropertiesW", FailureCode::Result};
