@@ -165,7 +165,7 @@ private:
                 return Success;
             }
         }
-        return RasErrorHardwareFailure;
+        return RasErrorPortOrDevice;
     }
 
     const SystemPaths m_paths;

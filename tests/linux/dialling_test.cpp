@@ -395,7 +395,7 @@ void DiallingTest::theDialogIsCancelled()
 
 void DiallingTest::theDialogAsksAnewWhereThePhoneIs()
 {
-    DWORD code = RasErrorHardwareFailure;
+    DWORD code = RasErrorPortOrDevice;
     DialDialog dialog(entryName, "*99#", m_paths.pppd, [&code] {
         return DialDialog::Target{code, linkName, "/dev/ttyACM0"};
     });
@@ -596,7 +596,7 @@ void DiallingTest::dialDialogTellsItsError()
     QCOMPARE(ras().RasSetEntryPropertiesW(nullptr, entry, &properties, RasEntrySize, nullptr, 0),
              DWORD(Success));
     QCOMPARE(dialAndCancel(), 0);
-    QCOMPARE(info.dwError, RasErrorHardwareFailure); // no phone at COM77
+    QCOMPARE(info.dwError, RasErrorPortOrDevice); // no phone at COM77
     m_store->change([](QJsonObject *state) {
         writeDevices(state, {});
         return true;
