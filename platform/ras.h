@@ -128,7 +128,8 @@ inline constexpr DWORD RasErrorNoAnswer = 678;            ///< ERROR_NO_ANSWER
 inline constexpr DWORD RasErrorInvalidHandle = 6; ///< ERROR_INVALID_HANDLE for a dead HRASCONN
 
 /// Remote Access Service (rasapi32, rasdlg). A null phone book is the user's
-/// default one. Results are error codes, 0 for success, not GetLastError.
+/// default one; a phone book that cannot be opened answers 621. Results are
+/// error codes, 0 for success, not GetLastError.
 struct Ras : Family {
     /// The active connections. *lpcb holds the buffer's size in bytes and
     /// receives the size needed; 603 when the buffer is too small, 632 for a
@@ -160,8 +161,8 @@ struct Ras : Family {
         RasGetEntryPropertiesW{this, "RasGetEntryPropertiesW", FailureCode::Result};
 
     /// Creates or changes an entry: 5 without the rights, 87 for incomplete
-    /// properties, 610 for a bad record, 621 for an unreadable phone book.
-    /// Any thread.
+    /// properties, dwSize 0 among them, 610 without a record, 632 for one whose
+    /// dwSize is not known. Any thread.
     Operation<DWORD(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry, RasEntry *lpRasEntry,
                     DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo, DWORD dwDeviceInfoSize)>
         RasSetEntryPropertiesW{this, "RasSetEntryPropertiesW", FailureCode::Result};

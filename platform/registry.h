@@ -10,7 +10,8 @@ inline constexpr DWORD RegistryString = 1; ///< REG_SZ
 /// Registry values (advapi32). Results are error codes, not GetLastError.
 struct Registry : Family {
     /// Writes cbData bytes (terminator included) under lpValueName; 0 or an
-    /// error code.
+    /// error code: 5 when the key was not opened for writing, 6 for no key,
+    /// 1018 when the key was deleted meanwhile.
     Operation<LONG(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved, DWORD dwType,
                    const BYTE *lpData, DWORD cbData)>
         RegSetValueExW{this, "RegSetValueExW", FailureCode::Result};

@@ -1,9 +1,9 @@
 #include "platform/linux/activelinks.h"
 #include "platform/linux/dialdialog.h"
 #include "platform/linux/families.h"
-#include "platform/linux/modemdevices.h"
 #include "platform/linux/phonebook.h"
 #include "platform/linux/serialports.h"
+#include "platform/linux/setupapi.h"
 #include "platform/linux/statestore.h"
 #include "platform/platform.h"
 #include "platform/standin/lasterror.h"
@@ -103,8 +103,13 @@ public:
             lpInfo->dwError = ErrorInvalidParameter;
             return 0;
         }
-        if (lpszPhonebook || lpInfo->hwndOwner || lpInfo->dwFlags != 0 || lpInfo->dwSubEntry != 0) {
-            failUnsupported("RasDialDlgW", "other phone books, owners and sub-entries");
+        if (lpszPhonebook) {
+            failUnsupported("RasDialDlgW", "other phone books");
+            lpInfo->dwError = RasErrorCannotOpenPhonebook;
+            return 0;
+        }
+        if (lpInfo->hwndOwner || lpInfo->dwFlags != 0 || lpInfo->dwSubEntry != 0) {
+            failUnsupported("RasDialDlgW", "owners and sub-entries");
             lpInfo->dwError = ErrorNotSupported;
             return 0;
         }
@@ -159,10 +164,12 @@ public:
                                  RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
                                  BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)
     {
-        if (lpszPhonebook)
-            return RasErrorCannotOpenPhonebook;
         if (!lpszEntry || !lpdwEntryInfoSize)
             return ErrorInvalidParameter;
+        if (lpszPhonebook) {
+            failUnsupported("RasGetEntryPropertiesW", "other phone books");
+            return RasErrorCannotOpenPhonebook;
+        }
         if (lpbDeviceInfo) {
             failUnsupported("RasGetEntryPropertiesW", "device information blocks");
             return ErrorNotSupported;
@@ -189,10 +196,14 @@ public:
                                  RasEntry *lpRasEntry, DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo,
                                  DWORD)
     {
-        if (lpszPhonebook)
+        if (lpszPhonebook) {
+            failUnsupported("RasSetEntryPropertiesW", "other phone books");
             return RasErrorCannotOpenPhonebook;
-        if (!lpRasEntry || dwEntryInfoSize < RasEntrySize || lpRasEntry->dwSize != RasEntrySize)
+        }
+        if (!lpRasEntry || dwEntryInfoSize < RasEntrySize)
             return RasErrorInvalidBuffer;
+        if (lpRasEntry->dwSize != RasEntrySize)
+            return lpRasEntry->dwSize == 0 ? ErrorInvalidParameter : RasErrorInvalidSize;
         if (lpbDeviceInfo) {
             failUnsupported("RasSetEntryPropertiesW", "device information blocks");
             return ErrorNotSupported;
@@ -209,14 +220,14 @@ public:
 private:
     DWORD deviceNames(QStringList *names) const
     {
-        QJsonObject state;
-        const DWORD code = m_store->read(&state);
+        DeviceList list;
+        const DWORD code = readDevices(*m_store, &list);
         if (code != Success)
             return code;
-        for (const ModemDevice &device : readDevices(state)) {
+        for (const RootDevice &device : std::as_const(list.devices)) {
             // A device without a driver is no modem yet.
-            if (!device.name.isEmpty())
-                names->append(device.name);
+            if (!device.friendlyName.isEmpty())
+                names->append(device.friendlyName);
         }
         return Success;
     }
@@ -245,13 +256,13 @@ private:
         DWORD code = m_phoneBook.read(entryName, &entry);
         if (code != Success)
             return code;
-        QJsonObject state;
-        if (m_store->read(&state) != Success)
+        DeviceList list;
+        if (readDevices(*m_store, &list) != Success)
             return RasErrorPortNotAvailable;
         QString portName;
         const QString modemName = fromField(entry.szDeviceName);
-        for (const ModemDevice &device : readDevices(state)) {
-            if (device.name == modemName)
+        for (const RootDevice &device : std::as_const(list.devices)) {
+            if (device.friendlyName == modemName)
                 portName = device.driverKey.value("AttachedTo");
         }
         if (portName.isEmpty())

@@ -123,7 +123,7 @@ DWORD Dialler::openLine()
     m_answerTimeoutMs = state.answerTimeoutMs;
     m_guardMs = state.hangUpGuardMs;
     // The entry names its modem; the modem's driver key names the port.
-    const Device *device = state.findDeviceNamed(m_device);
+    const RootDevice *device = state.findDeviceNamed(m_device);
     if (!device)
         return RasErrorPortNotAvailable;
 

@@ -25,7 +25,7 @@ constexpr int LongestEntryName = 256;   // RAS_MaxEntryName
 constexpr DWORD NewerEntrySize = 5616;
 
 /// Dial-up knows a modem only once its driver has been installed on it.
-bool isModem(const Device &device)
+bool isModem(const RootDevice &device)
 {
     return device.className.compare("Modem", Qt::CaseInsensitive) == 0 &&
            !device.driverInf.isEmpty() && !device.friendlyName.isEmpty();
@@ -116,9 +116,12 @@ public:
             return refuse(RasErrorInvalidSize);
         if (!lpszEntry)
             return refuse(ErrorInvalidParameter);
-        if (lpszPhonebook || lpInfo->dwFlags != 0 || lpInfo->dwSubEntry != 0 || lpInfo->hwndOwner)
-            return refuse(
-                unsupported("RasDialDlgW", "phone books, owners, positions, sub-entries"));
+        if (lpszPhonebook) {
+            failUnsupported("RasDialDlgW", "other phone books");
+            return refuse(RasErrorCannotOpenPhonebook);
+        }
+        if (lpInfo->dwFlags != 0 || lpInfo->dwSubEntry != 0 || lpInfo->hwndOwner)
+            return refuse(unsupported("RasDialDlgW", "owners, positions, sub-entries"));
         if (!qobject_cast<QApplication *>(QCoreApplication::instance()) ||
             QThread::currentThread() != QCoreApplication::instance()->thread())
             return refuse(unsupported("RasDialDlgW", "threads other than the GUI thread"));
@@ -151,7 +154,7 @@ public:
             return RasErrorInvalidSize;
         const MachineSession session(m_directory);
         QList<RasDeviceInfo> devices = {deviceInfo("vpn", "WAN Miniport (L2TP)")};
-        for (const Device &device : session.state.devices) {
+        for (const RootDevice &device : session.state.devices) {
             if (isModem(device))
                 devices += deviceInfo("modem", device.friendlyName);
         }
@@ -172,8 +175,12 @@ public:
     {
         if (!lpszEntry || !lpdwEntryInfoSize)
             return ErrorInvalidParameter;
-        if (lpszPhonebook || lpbDeviceInfo)
-            return unsupported("RasGetEntryPropertiesW", "phone books and device information");
+        if (lpszPhonebook) {
+            failUnsupported("RasGetEntryPropertiesW", "other phone books");
+            return RasErrorCannotOpenPhonebook;
+        }
+        if (lpbDeviceInfo)
+            return unsupported("RasGetEntryPropertiesW", "device information");
         if (lpdwDeviceInfoSize)
             *lpdwDeviceInfoSize = 0;
         const MachineSession session(m_directory);
@@ -207,10 +214,16 @@ public:
                                  RasEntry *lpRasEntry, DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo,
                                  DWORD dwDeviceInfoSize)
     {
-        if (lpszPhonebook || lpbDeviceInfo || dwDeviceInfoSize != 0)
-            return unsupported("RasSetEntryPropertiesW", "phone books and device information");
+        if (lpszPhonebook) {
+            failUnsupported("RasSetEntryPropertiesW", "other phone books");
+            return RasErrorCannotOpenPhonebook;
+        }
+        if (lpbDeviceInfo || dwDeviceInfoSize != 0)
+            return unsupported("RasSetEntryPropertiesW", "device information");
         if (!lpRasEntry)
             return RasErrorInvalidBuffer;
+        if (lpRasEntry->dwSize == 0)
+            return ErrorInvalidParameter;
         if (!isKnownEntrySize(lpRasEntry->dwSize))
             return RasErrorInvalidSize;
         if (dwEntryInfoSize < lpRasEntry->dwSize)

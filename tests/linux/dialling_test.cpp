@@ -4,8 +4,8 @@
 #include "platform/linux/activelinks.h"
 #include "platform/linux/dialdialog.h"
 #include "platform/linux/families.h"
-#include "platform/linux/modemdevices.h"
 #include "platform/linux/phonebook.h"
+#include "platform/linux/setupapi.h"
 #include "platform/linux/statestore.h"
 #include "platform/platform.h"
 #include "platform/posix/serialdevice.h"
@@ -152,14 +152,15 @@ pid_t DiallingTest::startLink(const QByteArray &interface, const QString &name,
 void DiallingTest::addModem(const QString &name, const QString &port)
 {
     m_store->change([&](QJsonObject *state) {
-        QList<ModemDevice> devices = readDevices(*state);
-        ModemDevice device;
-        device.instanceId = newInstanceId(devices, "Modem");
-        device.name = name;
+        DeviceList list;
+        readDevices(*state, &list);
+        RootDevice device;
+        device.instanceId = newInstanceId(list.devices, "Modem");
+        device.friendlyName = name;
         device.hasDriverKey = true;
         device.driverKey.insert("AttachedTo", port);
-        devices.append(device);
-        writeDevices(state, devices);
+        list.devices.append(device);
+        writeDevices(state, list);
         return true;
     });
 }
@@ -566,7 +567,7 @@ void DiallingTest::dialDialogRefusals()
     QCOMPARE(info.dwError, ErrorInvalidParameter);
     QCOMPARE(ras().RasDialDlgW(nullptr, nullptr, number, &info), 0);
     QCOMPARE(ras().RasDialDlgW(number, entry, number, &info), 0);
-    QCOMPARE(info.dwError, ErrorNotSupported);
+    QCOMPARE(info.dwError, RasErrorCannotOpenPhonebook);
     info.dwSubEntry = 1;
     QCOMPARE(ras().RasDialDlgW(nullptr, entry, number, &info), 0);
     QCOMPARE(info.dwError, ErrorNotSupported);
@@ -728,7 +729,9 @@ void DiallingTest::settingAnEntryIsRefused()
     QCOMPARE(set(entryFor(modemName), RasEntrySize - 1), RasErrorInvalidBuffer);
     RasEntry entry = entryFor(modemName);
     entry.dwSize = 0;
-    QCOMPARE(set(entry), RasErrorInvalidBuffer);
+    QCOMPARE(set(entry), ErrorInvalidParameter);
+    entry.dwSize = RasEntrySize - 1;
+    QCOMPARE(set(entry), RasErrorInvalidSize);
     entry = entryFor(modemName);
     entry.szLocalPhoneNumber[0] = 0;
     QCOMPARE(set(entry), ErrorInvalidParameter);
