@@ -5,7 +5,8 @@
 
 namespace platform {
 
-inline constexpr DWORD RegistryString = 1; ///< REG_SZ
+inline constexpr DWORD RegistryString = 1;    ///< REG_SZ
+inline constexpr LONG ErrorKeyDeleted = 1018; ///< ERROR_KEY_DELETED
 
 /// Registry values (advapi32). Results are error codes, not GetLastError.
 struct Registry : Family {

@@ -10,7 +10,6 @@ namespace platform {
 
 namespace {
 
-constexpr LONG ErrorKeyDeleted = 1018; // ERROR_KEY_DELETED
 constexpr DWORD KeyWriteAccess = 0x2;  // KEY_SET_VALUE
 
 /// A driver key, opened or created.

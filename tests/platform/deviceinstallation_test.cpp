@@ -8,7 +8,6 @@ namespace {
 constexpr DWORD RegistryMultiString = 7; // REG_MULTI_SZ
 constexpr DWORD RegistryNumber = 4;      // REG_DWORD
 constexpr DWORD KeyRead = 0x20019;       // KEY_READ
-constexpr DWORD ErrorKeyDeleted = 1018;  // ERROR_KEY_DELETED
 
 /// An empty record that may be filled.
 DeviceInfoData sizedRecord()
