@@ -56,8 +56,8 @@ bool readLink(const QString &path, const QString &linkName, ActiveLink *link)
     if (link->process <= 0 || lines.size() < 2 || !hasAddress(lines.at(1)))
         return false;
     link->interface = QString::fromLatin1(lines.at(1));
-    // A process number comes round again: only a pppd that was told this very
-    // link is the one.
+    // Process numbers are used again: only a pppd that was started for this very
+    // link counts.
     return pppdArguments(link->process).contains(linkName.toLatin1());
 }
 
@@ -68,7 +68,7 @@ QList<ActiveLink> activeLinks(const QString &runFolder)
     QList<ActiveLink> links;
     const QString prefix = "ppp-";
     const QString suffix = ".pid";
-    // As it was built, pppd has a folder of its own there.
+    // Some builds of pppd use a subfolder.
     for (const QString &path : {runFolder, runFolder + "/pppd"}) {
         const QDir folder(path);
         for (const QString &file : folder.entryList({prefix + '*' + suffix}, QDir::Files)) {
@@ -90,10 +90,10 @@ DWORD endLink(const ActiveLink &link, int patience)
     // The descriptor stands for this process alone, even when it ends and its
     // number is given away before the signal is sent.
     const int process = static_cast<int>(::syscall(SYS_pidfd_open, link.process, 0));
-    const bool isIt =
+    const bool isThatLink =
         process >= 0 &&
         pppdArguments(link.process).contains(PhoneBook::fileName(link.entryName).toLatin1());
-    if (!isIt) {
+    if (!isThatLink) {
         if (process >= 0)
             ::close(process);
         return ErrorInvalidHandle;
