@@ -56,8 +56,8 @@ bool readLink(const QString &path, const QString &linkName, ActiveLink *link)
     if (link->process <= 0 || lines.size() < 2 || !hasAddress(lines.at(1)))
         return false;
     link->interface = QString::fromLatin1(lines.at(1));
-    // Process numbers are used again: only a pppd that was started for this very
-    // link counts.
+    // A process number comes round again: only a pppd that was told this very
+    // link is the one.
     return pppdArguments(link->process).contains(linkName.toLatin1());
 }
 
@@ -90,10 +90,10 @@ DWORD endLink(const ActiveLink &link, int patience)
     // The descriptor stands for this process alone, even when it ends and its
     // number is given away before the signal is sent.
     const int process = static_cast<int>(::syscall(SYS_pidfd_open, link.process, 0));
-    const bool isThatLink =
+    const bool isIt =
         process >= 0 &&
         pppdArguments(link.process).contains(PhoneBook::fileName(link.entryName).toLatin1());
-    if (!isThatLink) {
+    if (!isIt) {
         if (process >= 0)
             ::close(process);
         return ErrorInvalidHandle;
