@@ -1,7 +1,5 @@
 #include "platform/linux/activelinks.h"
 
-#include "platform/linux/phonebook.h"
-
 #include <QDir>
 #include <QFile>
 
@@ -49,7 +47,7 @@ bool hasAddress(const QByteArray &interface)
 
 /// pppd leaves its process number and, from the moment it has one, the name of
 /// the interface.
-bool readLink(const QString &path, const QString &linkName, ActiveLink *link)
+bool readLink(const QString &path, ActiveLink *link)
 {
     const QList<QByteArray> lines = contentOf(path).split('\n');
     link->process = lines.first().trimmed().toInt();
@@ -58,12 +56,12 @@ bool readLink(const QString &path, const QString &linkName, ActiveLink *link)
     link->interface = QString::fromLatin1(lines.at(1));
     // A process number comes round again: only a pppd that was told this very
     // link is the one.
-    return pppdArguments(link->process).contains(linkName.toLatin1());
+    return pppdArguments(link->process).contains(link->name.toLatin1());
 }
 
 } // namespace
 
-QList<ActiveLink> activeLinks(const QString &runFolder)
+QList<ActiveLink> activeLinks(const PhoneBook &phoneBook, const QString &runFolder)
 {
     QList<ActiveLink> links;
     const QString prefix = "ppp-";
@@ -72,11 +70,10 @@ QList<ActiveLink> activeLinks(const QString &runFolder)
     for (const QString &path : {runFolder, runFolder + "/pppd"}) {
         const QDir folder(path);
         for (const QString &file : folder.entryList({prefix + '*' + suffix}, QDir::Files)) {
-            const QString linkName =
-                file.mid(prefix.size(), file.size() - prefix.size() - suffix.size());
-            const std::optional<QString> entry = PhoneBook::entryName(linkName);
             ActiveLink link;
-            if (!entry || !readLink(folder.filePath(file), linkName, &link))
+            link.name = file.mid(prefix.size(), file.size() - prefix.size() - suffix.size());
+            const std::optional<QString> entry = phoneBook.entryName(link.name);
+            if (!entry || !readLink(folder.filePath(file), &link))
                 continue;
             link.entryName = *entry;
             links.append(link);
@@ -90,9 +87,7 @@ DWORD endLink(const ActiveLink &link, int patience)
     // The descriptor stands for this process alone, even when it ends and its
     // number is given away before the signal is sent.
     const int process = static_cast<int>(::syscall(SYS_pidfd_open, link.process, 0));
-    const bool isIt =
-        process >= 0 &&
-        pppdArguments(link.process).contains(PhoneBook::fileName(link.entryName).toLatin1());
+    const bool isIt = process >= 0 && pppdArguments(link.process).contains(link.name.toLatin1());
     if (!isIt) {
         if (process >= 0)
             ::close(process);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/phonebook.h"
 #include "platform/types.h"
 
 #include <QList>
@@ -17,6 +18,7 @@ inline constexpr int PppdEndPatience = 8000;
 /// carries an address.
 struct ActiveLink {
     QString entryName;
+    QString name;      ///< by which pppd knows it: the entry's file name
     QString interface; ///< "ppp0"
     pid_t process = 0;
 };
@@ -24,7 +26,7 @@ struct ActiveLink {
 /// The links as the system has them now, whoever made them: found from the
 /// process numbers that pppd leaves below the run folder. Left-over files of a
 /// process that is gone or is another program do not count. Any thread.
-QList<ActiveLink> activeLinks(const QString &runFolder);
+QList<ActiveLink> activeLinks(const PhoneBook &phoneBook, const QString &runFolder);
 
 /// Ends the link's pppd and waits until it has taken the interface down, that
 /// many milliseconds at most. Success, also for one that is not done by then;

@@ -19,16 +19,18 @@ void provideConfigManager(Platform *platform);
 void provideProcess(Platform *platform, const std::shared_ptr<Handles> &handles);
 
 /// Remote access over pppd.
-void provideRas(Platform *platform, const SystemPaths &paths,
+void provideRas(Platform *platform, const SystemPaths &paths, const Program &program,
                 const std::shared_ptr<StateStore> &store);
 
 /// The COM ports of this machine. A line that another program has announced as
 /// its own, or opened for itself alone, answers 5.
 void provideSerialComm(Platform *platform, const std::shared_ptr<Handles> &handles,
-                       const SystemPaths &paths, const std::shared_ptr<StateStore> &store);
+                       const SystemPaths &paths, const Program &program,
+                       const std::shared_ptr<StateStore> &store);
 
 /// SetupApi, Registry and NewDev.
-void provideDeviceInstallation(Platform *platform, const std::shared_ptr<StateStore> &store);
+void provideDeviceInstallation(Platform *platform, const Program &program,
+                               const std::shared_ptr<StateStore> &store);
 
 /// Answers as the newest release of Windows that the phone's drivers know.
 void provideSystemInformation(Platform *platform);

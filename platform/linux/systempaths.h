@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/program.h"
+
 #include <QString>
 
 namespace platform::linuxsystem {
@@ -9,7 +11,7 @@ namespace platform::linuxsystem {
 struct SystemPaths {
     /// What the program installed on this machine: port numbers, INF store,
     /// root-enumerated devices. Written with administrator rights only.
-    QString state = "/var/lib/tolvane-modem-connector";
+    QString state;
     /// The phone book: pppd's own entries.
     QString peers = "/etc/ppp/peers";
     /// Where pppd leaves the process number of a named link.
@@ -22,7 +24,7 @@ struct SystemPaths {
 
     /// The paths of the running system; the drivers folder is the one beside
     /// the executable.
-    static SystemPaths ofThisSystem();
+    static SystemPaths ofThisSystem(const Program &program);
 };
 
 } // namespace platform::linuxsystem

@@ -1,6 +1,7 @@
 // Before Qt: GLib has a member called "signals".
 #include <umockdev.h>
 
+#include "app/identity.h"
 #include "platform/linux/activelinks.h"
 #include "platform/linux/dialdialog.h"
 #include "platform/linux/families.h"
@@ -93,6 +94,11 @@ private slots:
     void settingAnEntryIsRefused();
 
 private:
+    /// What is connected now.
+    QList<ActiveLink> links() const
+    {
+        return activeLinks(PhoneBook(programIdentity(), m_paths.peers, {}), m_paths.run);
+    }
     void plan(const QByteArray &steps) { qputenv("STANDIN_PPPD", steps); }
     pid_t startLink(const QByteArray &interface, const QString &name = linkName,
                     const QByteArray &first = {});
@@ -102,7 +108,7 @@ private:
     Platform &ras()
     {
         m_platform = std::make_unique<Platform>();
-        provideRas(m_platform.get(), m_paths, m_store);
+        provideRas(m_platform.get(), m_paths, programIdentity(), m_store);
         return *m_platform;
     }
     /// Presses a button of the modal dialog once it is there.
@@ -134,7 +140,7 @@ void DiallingTest::init()
 
 void DiallingTest::cleanup()
 {
-    for (const ActiveLink &link : activeLinks(m_paths.run))
+    for (const ActiveLink &link : links())
         ::kill(link.process, SIGKILL);
 }
 
@@ -196,7 +202,7 @@ void DiallingTest::press(const QString &button, const std::function<void(DialDia
 
 void DiallingTest::aDialSucceeds()
 {
-    plan("say:tolvane-dial:_dialling_*99# say:tolvane-dial:_connected say:Connect:_ppp0_<-->_x "
+    plan("say:DialPhone:_dialling_*99# say:DialPhone:_connected say:Connect:_ppp0_<-->_x "
          "exit:0");
     Dialler dialler(m_paths.pppd);
     QSignalSpy connected(&dialler, &Dialler::connected);
@@ -216,7 +222,7 @@ void DiallingTest::aDialFails_data()
     QTest::addColumn<int>("code");
     QTest::addColumn<QString>("words");
     const auto answer = [](const QByteArray &text) {
-        return "say:tolvane-dial:_failed_" + text + " exit:8";
+        return "say:DialPhone:_failed_" + text + " exit:8";
     };
     QTest::newRow("fatal") << QByteArray("exit:1") << 635 << "log";
     QTest::newRow("options") << QByteArray("exit:2") << 625 << "entry is damaged";
@@ -289,7 +295,7 @@ void DiallingTest::aPppdThatMayNotBeRunIsAFailure()
 
 void DiallingTest::aDialIsStopped()
 {
-    plan("say:tolvane-dial:_dialling_1 wait");
+    plan("say:DialPhone:_dialling_1 wait");
     Dialler dialler(m_paths.pppd);
     DialFailure seen;
     QString told;
@@ -354,7 +360,7 @@ void DiallingTest::theDialogConnects()
 
 void DiallingTest::theDialogSaysWhyNot()
 {
-    plan("say:tolvane-dial:_failed_NO_CARRIER exit:8");
+    plan("say:DialPhone:_failed_NO_CARRIER exit:8");
     DialDialog dialog(entryName, "*99#", m_paths.pppd, [] {
         return DialDialog::Target{Success, linkName, "/dev/ttyACM0"};
     });
@@ -378,7 +384,7 @@ void DiallingTest::theDialogSaysWhyNot()
 
 void DiallingTest::theDialogIsCancelled()
 {
-    plan("say:tolvane-dial:_dialling_*99# wait");
+    plan("say:DialPhone:_dialling_*99# wait");
     DialDialog dialog(entryName, "*99#", m_paths.pppd, [] {
         return DialDialog::Target{Success, linkName, "/dev/ttyACM0"};
     });
@@ -409,16 +415,16 @@ void DiallingTest::theDialogAsksAnewWhereThePhoneIs()
 
 void DiallingTest::linksAreFound()
 {
-    QVERIFY(activeLinks(m_paths.run).isEmpty());
+    QVERIFY(links().isEmpty());
     const pid_t process = startLink("lo");
-    const QList<ActiveLink> links = activeLinks(m_paths.run);
-    QCOMPARE(links.size(), 1);
-    QCOMPARE(links.first().entryName, QString(entryName));
-    QCOMPARE(links.first().process, process);
-    QCOMPARE(links.first().interface, QString("lo"));
+    const QList<ActiveLink> found = links();
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(found.first().entryName, QString(entryName));
+    QCOMPARE(found.first().process, process);
+    QCOMPARE(found.first().interface, QString("lo"));
     ::kill(process, SIGKILL);
     // The file of a killed pppd stays, the link does not.
-    QTRY_VERIFY(activeLinks(m_paths.run).isEmpty());
+    QTRY_VERIFY(links().isEmpty());
     QVERIFY(QFile::exists(m_paths.run + "/ppp-" + linkName + ".pid"));
 }
 
@@ -444,9 +450,9 @@ void DiallingTest::whatIsNoLinkIsNotFound()
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(content);
     file.close();
-    const QList<ActiveLink> links = activeLinks(m_paths.run);
-    QCOMPARE(links.size(), 1);
-    QCOMPARE(links.first().entryName, QString("other"));
+    const QList<ActiveLink> found = links();
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(found.first().entryName, QString("other"));
     ::kill(own, SIGKILL);
 }
 
@@ -456,13 +462,13 @@ void DiallingTest::linksInPppdsOwnFolderAreFound()
     const QString file = QString("ppp-") + linkName + ".pid";
     QVERIFY(QDir(m_paths.run).mkdir("pppd"));
     QVERIFY(QFile::rename(m_paths.run + '/' + file, m_paths.run + "/pppd/" + file));
-    QCOMPARE(activeLinks(m_paths.run).size(), 1);
+    QCOMPARE(links().size(), 1);
 }
 
 void DiallingTest::aLinkIsEnded()
 {
     startLink("lo");
-    const ActiveLink link = activeLinks(m_paths.run).first();
+    const ActiveLink link = links().first();
     QCOMPARE(endLink(link), DWORD(Success));
     QVERIFY(!QFile::exists(m_paths.run + "/ppp-" + linkName + ".pid"));
     QCOMPARE(endLink(link), DWORD(ErrorInvalidHandle));
@@ -474,9 +480,9 @@ void DiallingTest::aLinkIsEnded()
 void DiallingTest::aLinkThatDoesNotEndCountsAsEnded()
 {
     startLink("lo", linkName, "deaf ");
-    const ActiveLink link = activeLinks(m_paths.run).first();
+    const ActiveLink link = links().first();
     QCOMPARE(endLink(link, 50), DWORD(Success));
-    QCOMPARE(activeLinks(m_paths.run).size(), 1);
+    QCOMPARE(links().size(), 1);
 }
 
 void DiallingTest::connectionsAreListed()
@@ -533,9 +539,9 @@ void DiallingTest::onlyThatLinkIsHungUp()
     QCOMPARE(ras().RasHangUpW(nullptr), RasErrorInvalidHandle);
     QCOMPARE(ras().RasHangUpW(handle(one)), DWORD(Success));
     QCOMPARE(ras().RasHangUpW(handle(one)), RasErrorInvalidHandle);
-    const QList<ActiveLink> links = activeLinks(m_paths.run);
-    QCOMPARE(links.size(), 1);
-    QCOMPARE(links.first().process, other);
+    const QList<ActiveLink> found = links();
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(found.first().process, other);
 }
 
 void DiallingTest::anotherUsersLinkIsNotHungUp()
@@ -553,7 +559,7 @@ void DiallingTest::anotherUsersLinkIsNotHungUp()
     int status = 0;
     QCOMPARE(::waitpid(other, &status, 0), other);
     QCOMPARE(WEXITSTATUS(status), int(ErrorAccessDenied));
-    QCOMPARE(activeLinks(m_paths.run).size(), 1);
+    QCOMPARE(links().size(), 1);
 }
 
 void DiallingTest::dialDialogRefusals()
