@@ -29,8 +29,8 @@ private slots:
                             {"GetModuleHandleW", 1, 4294967295.0, true}};
         });
         qputenv("SIMULATED_PC", machine.directory().toLocal8Bit());
-        Platform &pc = backend();
-        QCOMPARE(&backend(), &pc);
+        Platform &pc = backend({});
+        QCOMPARE(&backend({}), &pc);
         OsVersionInfoEx version = {};
         version.dwOSVersionInfoSize = sizeof version;
         QVERIFY(pc.GetVersionExW(&version));
