@@ -626,7 +626,7 @@ void DiallingTest::dialDialogFindsThePhone()
 {
     UMockdevTestbed *machine = umockdev_testbed_new();
     if (!umockdev_in_mock_environment())
-        QSKIP("Needs a machine of the test's own: linux_dial_target runs it with one.");
+        QSKIP("Needs a machine of the test's own: linux_dial_target_test runs it with one.");
     char *const end = nullptr;
     g_free(umockdev_testbed_add_device(machine, "tty", "rfcomm7", nullptr, end, "DEVNAME",
                                        "/dev/rfcomm7", "TOLVANE_MODEM_PORT", "1", end));
