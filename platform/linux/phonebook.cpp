@@ -35,8 +35,8 @@ QByteArray optionWord(const QByteArray &text)
     return word + '"';
 }
 
-/// pppd hands its connect command to a shell: the program's path is all that
-/// it ever gets to see, as one quoted word.
+/// pppd hands its connect command to a shell. That command is nothing but the
+/// program's path, as one quoted word.
 QByteArray shellWord(const QByteArray &text)
 {
     QByteArray word = text;
@@ -151,16 +151,17 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry) const
     text += "# By hand: pppd call " + link + " /dev/DEVICE\n";
     text += "linkname " + optionWord(link) + '\n';
     text += "connect " + optionWord(shellWord(QFile::encodeName(m_dialProgram))) + '\n';
-    // The number reaches the dialling program as data; a dialog's own number
-    // comes as DIAL_NUMBER and goes before it.
+    // The dialling program gets the number from its environment, where no shell
+    // reads it. A number from the dial dialog comes as DIAL_NUMBER and is
+    // preferred.
     text += "set " + optionWord("DIAL_ENTRY_NUMBER=" + numberOf(entry)) + '\n';
     text += "115200\n"
             "modem\n"
             "crtscts\n"
             "lock\n"
-            // The network knows the phone by its card. Some phones ask for a
-            // name and a password all the same and take any, but pppd ends a
-            // connection for which it has no password to give.
+            // The network knows the phone by its card. Some phones still ask
+            // for a name and a password and accept any. pppd must have some to
+            // give, or it would end the connection.
             "noauth\n"
             "user gprs\n"
             "password gprs\n"

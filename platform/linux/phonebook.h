@@ -11,8 +11,8 @@
 namespace platform::linuxsystem {
 
 /// The dial-up entries of this machine: one peers file of pppd for each, so
-/// that `pppd call FILE DEVICE` dials it without this program too. The record
-/// as it was set stands in a comment of the file. Any thread.
+/// that `pppd call FILE DEVICE` also dials it without this program. A comment
+/// in the file holds the record as it was set. Any thread.
 class PhoneBook
 {
 public:

@@ -31,9 +31,9 @@ RasConnectionHandle handleOf(const ActiveLink &link)
     return reinterpret_cast<RasConnectionHandle>(static_cast<ULONG_PTR>(link.process));
 }
 
-/// Remote access over pppd. Connections are what pppd itself shows, so that
-/// one made or ended outside this program is seen; a handle stands for the
-/// link's process.
+/// Remote access over pppd. Connections are read from what pppd itself shows,
+/// so a connection that another program made or ended is seen, too. A handle is
+/// the number of the link's process.
 class PppdMachine : public DialUpMachine
 {
 public:

@@ -23,8 +23,8 @@ QString property(udev_device *device, const QString &name)
     return QString::fromUtf8(udev_device_get_property_value(device, name.toUtf8().constData()));
 }
 
-/// A line counts when hardware stands behind it. The kernel keeps nodes for
-/// on-board lines that are not fitted: their type is 0.
+/// A line counts if there is hardware for it. The kernel also has nodes for
+/// on-board lines that the machine does not have; their type is 0.
 bool isThere(udev_device *device, bool isPhoneModem)
 {
     if (!udev_device_get_devnode(device) || attribute(device, "type") == "0")
@@ -114,7 +114,8 @@ bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers)
     bool added = false;
     QSet<QString> seen;
     for (SerialPortDevice &port : *ports) {
-        // Two devices alike without serial numbers have one identity.
+        // Two devices of the same kind without serial numbers would have the
+        // same identity.
         const QString identity = port.identity;
         for (int copy = 2; seen.contains(port.identity); ++copy)
             port.identity = QString("%1#%2").arg(identity).arg(copy);
@@ -145,7 +146,7 @@ DWORD presentSerialPorts(const Program &program, StateStore *store, QList<Serial
         return code;
     QJsonObject numbers = content.value("ports").toObject();
     if (assignNumbers(ports, &numbers)) {
-        // Another program may have numbered ports since: its numbers stand.
+        // Another program may have stored numbers since then. Those are kept.
         const auto number = [ports, &program](QJsonObject *current) {
             QList<SerialPortDevice> again = enumerate(program);
             QJsonObject stored = current->value("ports").toObject();
@@ -155,8 +156,8 @@ DWORD presentSerialPorts(const Program &program, StateStore *store, QList<Serial
             return added;
         };
         code = store->change(number);
-        // Numbers that cannot be stored, for want of rights or of room, are
-        // found anew; damage is to be told.
+        // Numbers that cannot be stored (no rights, or a full disk) are found
+        // again next time. A damaged store is reported.
         if (code == ErrorInvalidData)
             return code;
     }

@@ -8,7 +8,8 @@ SystemPaths SystemPaths::ofThisSystem(const Program &program)
 {
     SystemPaths paths;
     paths.state = "/var/lib/" + program.stateFolder;
-    // The backend is made before the application object, which would know.
+    // The application object would know this path, but the backend is made
+    // before it.
     paths.drivers = QFileInfo("/proc/self/exe").canonicalPath() + "/drivers";
     return paths;
 }
