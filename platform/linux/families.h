@@ -28,7 +28,7 @@ void provideSerialComm(Platform *platform, const std::shared_ptr<Handles> &handl
                        const SystemPaths &paths, const Program &program,
                        const std::shared_ptr<StateStore> &store);
 
-/// SetupApi, Registry and NewDev.
+/// Fills three families: SetupApi, Registry and NewDev. In setupapi.cpp.
 void provideDeviceInstallation(Platform *platform, const Program &program,
                                const std::shared_ptr<StateStore> &store);
 

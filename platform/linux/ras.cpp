@@ -4,7 +4,7 @@
 #include "platform/linux/dialdialog.h"
 #include "platform/linux/families.h"
 #include "platform/linux/phonebook.h"
-#include "platform/linux/serialports.h"
+#include "platform/linux/portlist.h"
 #include "platform/linux/setupapi.h"
 #include "platform/linux/statestore.h"
 #include "platform/text.h"

@@ -1,8 +1,8 @@
 #include "platform/posix/serialcomm.h"
 
 #include "platform/linux/families.h"
+#include "platform/linux/portlist.h"
 #include "platform/linux/seriallock.h"
-#include "platform/linux/serialports.h"
 
 namespace platform::linuxsystem {
 

@@ -1,7 +1,7 @@
 #include "platform/linux/setupapi.h"
 
 #include "platform/linux/families.h"
-#include "platform/linux/serialports.h"
+#include "platform/linux/portlist.h"
 #include "platform/linux/statestore.h"
 #include "platform/posix/storedfiles.h"
 #include "platform/standin/deviceinstallation.h"

@@ -1,8 +1,8 @@
 #include "platform/posix/serialcomm.h"
 
 #include "platform/platform.h"
+#include "platform/posix/openport.h"
 #include "platform/posix/serialdevice.h"
-#include "platform/posix/serialport.h"
 #include "platform/standin/lasterror.h"
 #include "platform/text.h"
 

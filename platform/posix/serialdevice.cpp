@@ -71,7 +71,7 @@ bool makeRaw(int descriptor)
     line.c_oflag &= ~tcflag_t(OPOST);
     line.c_lflag &= ~tcflag_t(ECHO | ECHONL | ICANON | ISIG | IEXTEN);
     line.c_cflag |= CLOCAL | CREAD;
-    line.c_cc[VMIN] = 1; // an empty line is EAGAIN, so that 0 bytes mean a hang-up
+    line.c_cc[VMIN] = 1; // with nothing received read() fails; 0 then means a hang-up only
     line.c_cc[VTIME] = 0;
     return ::tcsetattr(descriptor, TCSANOW, &line) == 0;
 }
@@ -82,7 +82,7 @@ bool makeRaw(int descriptor)
 void dropStaleInput(int descriptor)
 {
     pollfd line = {descriptor, POLLIN, 0};
-    ::poll(&line, 1, 0); // passes on first what has come but was not delivered
+    ::poll(&line, 1, 0); // hands over what the kernel still holds back, to be flushed, too
     ::tcflush(descriptor, TCIFLUSH);
 }
 

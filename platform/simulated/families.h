@@ -14,7 +14,7 @@ namespace platform::simulated {
 
 void provideConfigManager(Platform *platform, const QString &directory);
 
-/// SetupApi, Registry and NewDev.
+/// Fills three families: SetupApi, Registry and NewDev. In setupapi.cpp.
 void provideDeviceInstallation(Platform *platform, const QString &directory);
 
 /// What is started runs on the same machine.

@@ -26,8 +26,9 @@ template<typename From, typename To> constexpr bool areSameRecords()
         return AreSame<Ours, Theirs>::value || AreSame<Theirs, Ours>::value;
 }
 
-/// An argument or a result as the other side names its type. What is neither
-/// an opaque handle nor declared to be the same does not compile.
+/// Converts an argument or a result to the other side's type. Compiles only
+/// for a type that converts by itself, an opaque handle, or a pointer to a
+/// record that AreSame names.
 template<typename To, typename From> To convert(From value)
 {
     if constexpr (std::is_convertible_v<From, To>)

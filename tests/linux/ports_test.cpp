@@ -3,7 +3,7 @@
 
 #include "app/identity.h"
 #include "platform/linux/families.h"
-#include "platform/linux/serialports.h"
+#include "platform/linux/portlist.h"
 #include "platform/linux/statestore.h"
 #include "platform/platform.h"
 #include "platform/standin/lasterror.h"

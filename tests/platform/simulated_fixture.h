@@ -30,7 +30,7 @@ public:
             state.installerDurationMs = 0;
             state.rescanDurationMs = 0;
             state.answerTimeoutMs = 2000;
-            state.hangUpGuardMs = 20;
+            state.hangUpGuardMs = 30; // longer than the phones', as on a real PC
         });
     }
 

@@ -1,4 +1,4 @@
-#include "platform/linux/serialports.h"
+#include "platform/linux/portlist.h"
 
 #include "platform/linux/udevpointer.h"
 

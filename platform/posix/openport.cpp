@@ -1,4 +1,4 @@
-#include "platform/posix/serialport.h"
+#include "platform/posix/openport.h"
 
 #include "platform/kernelobjects.h"
 #include "platform/posix/errno.h"
