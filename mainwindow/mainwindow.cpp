@@ -8,6 +8,7 @@
 #include "dialup/connectionstatus.h"
 #include "dialup/dialling.h"
 #include "install/portdiscovery.h"
+#include "mainwindow/windowblock.h"
 #include "ui_mainwindow.h"
 #include "wizard/settingswizard.h"
 
@@ -41,15 +42,6 @@ QTimer *newTimer(QObject *parent, int interval)
     auto *timer = new QTimer(parent);
     timer->setInterval(interval);
     return timer;
-}
-
-/// Delivers the clicks and keys that came while the window was blocked. They
-/// were meant for the Please Wait button, which is still shown. Delivered later
-/// they would press the button that replaces it, and an impatient click would
-/// hang up or dial again.
-void deliverPendingInput()
-{
-    QCoreApplication::processEvents();
 }
 
 /// Closing the dialog must not end the program. The toolkit would end it when
@@ -188,6 +180,7 @@ void MainWindow::ShowCreateNewConnectionWizard()
 void MainWindow::StartDialling()
 {
     progressTimer->stop();
+    WindowBlock block(this, ui->pleaseWaitbutton, {progressTimer, statusTimer, portTimer});
     showBusy();
     const QList<QVariant> parameters = CurrentConnectionParameters();
     const QString entry = parameters.at(0).toString();
@@ -196,7 +189,7 @@ void MainWindow::StartDialling()
 
     const QString apn = MobileOperatorApn(mobileOperator);
     const bool dialled = setApnAndDial(entry, parameters.at(1).toInt(), apn);
-    deliverPendingInput();
+    block.takePendingInput();
     if (dialled) {
         showConnected();
         connectionName = entry;
@@ -208,9 +201,10 @@ void MainWindow::StartDialling()
 void MainWindow::StopDialling()
 {
     progressTimer->stop();
+    WindowBlock block(this, ui->pleaseWaitbutton, {progressTimer, statusTimer, portTimer});
     showBusy();
     const bool hungUp = hangUpDialupConnection(connectionName);
-    deliverPendingInput();
+    block.takePendingInput();
     // Also shows Connected when there was no connection: File offers Disconnect
     // during the first countdown. The next status poll corrects it.
     if (hungUp)
@@ -273,6 +267,7 @@ void MainWindow::showWaitingForPort()
 void MainWindow::showBusy()
 {
     applyViewState(ViewState::Busy);
+    ui->pleaseWaitbutton->setFocus(Qt::OtherFocusReason);
     // The caller is about to block the event loop, and the user must see this
     // state meanwhile.
     repaint();
