@@ -8,6 +8,7 @@
 #include "dialup/connectionstatus.h"
 #include "dialup/dialling.h"
 #include "install/portdiscovery.h"
+#include "mainwindow/singlepress.h"
 #include "mainwindow/windowblock.h"
 #include "ui_mainwindow.h"
 #include "wizard/settingswizard.h"
@@ -109,6 +110,8 @@ MainWindow::MainWindow(QWidget *parent)
     const QSettings settings;
 
     applyViewState(ViewState::Start);
+    new SinglePress(
+        {ui->connectButton, ui->disconnectButton, ui->pleaseWaitbutton, ui->portCheckButton}, this);
 
     progressTimer = newTimer(this, ProgressInterval);
     connect(progressTimer, &QTimer::timeout, this, &MainWindow::UpdateProgressBar);

@@ -13,10 +13,16 @@ class EndToEndImpatienceTest : public QObject
 private slots:
     void popupOpenWhenTheCountdownEnds_data();
     void popupOpenWhenTheCountdownEnds();
+    void doubleClickOnConnect();
+    void doubleClickOnDisconnect();
+    void doubleClickOnThePortCheck();
     void inputWhileHangingUp();
 };
 
 namespace {
+
+// Each dial looks for the port once, and so does each start and port check.
+const QByteArray portSearch = "Got Port  5\n";
 
 /// When this returns, the program has taken everything that was typed and
 /// clicked before: it takes one after the other.
@@ -68,6 +74,55 @@ void EndToEndImpatienceTest::popupOpenWhenTheCountdownEnds()
         session.machine.phone("set silent off");
         session.dial();
         session.waitForFace(Face::Disconnect);
+    });
+}
+
+// The first click dials and fails at once; the button is back before the second.
+void EndToEndImpatienceTest::doubleClickOnConnect()
+{
+    onPreparedPc("double-click-connect", [](Session &session) {
+        session.machine.startPhone();
+        session.machine.pc({"fault", "add", "CreateFileW", "5"});
+        session.startProgram();
+        session.mainWindow();
+        session.waitForFace(Face::ConnectNow);
+        const int searches = session.machine.log().count(portSearch);
+        session.doubleClickButton();
+        waitUntilInputIsTaken(session);
+        QCOMPARE(session.machine.log().count(portSearch), searches + 1);
+        QVERIFY(session.shows(Face::ConnectNow));
+        QCOMPARE(session.machine.heard(), QByteArray());
+    });
+}
+
+// The first click's hang-up fails at once; the second's would not.
+void EndToEndImpatienceTest::doubleClickOnDisconnect()
+{
+    onPreparedPc("double-click-disconnect", [](Session &session) {
+        session.machine.pc({"fault", "add", "RasHangUpW", "6"});
+        connectIt(session);
+        const QByteArray search = "in isDialupConnectionConnected";
+        const int searches = session.machine.log().count(search);
+        session.doubleClickButton();
+        waitUntilInputIsTaken(session);
+        QCOMPARE(session.machine.log().count(search), searches + 1);
+        QVERIFY(session.shows(Face::Disconnect));
+        QCOMPARE(session.machine.connectionCount(), 1);
+    });
+}
+
+void EndToEndImpatienceTest::doubleClickOnThePortCheck()
+{
+    onPreparedPc("double-click-port-check", [](Session &session) {
+        session.startProgram();
+        session.mainWindow();
+        session.learnFace(Face::CheckConnection);
+        session.machine.startPhone();
+        session.doubleClickButton();
+        session.waitForFace(Face::ConnectNow);
+        waitUntilInputIsTaken(session);
+        QCOMPARE(session.machine.log().count(portSearch), 1);
+        QCOMPARE(session.machine.heard(), QByteArray());
     });
 }
 

@@ -163,6 +163,66 @@ private slots:
         QVERIFY(!portTimer(window)->isActive());
     }
 
+    void doubleClickCountsOnce_data()
+    {
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<QString>("pressed");
+        QTest::addColumn<int>("hangUps");
+        QTest::addColumn<int>("dials");
+        QTest::newRow("connect") << "counting down"
+                                 << "connectButton" << 0 << 1;
+        QTest::newRow("disconnect") << "connected"
+                                    << "disconnectButton" << 1 << 0;
+        QTest::newRow("port check") << "port found"
+                                    << "portCheckButton" << 0 << 0;
+    }
+
+    /// Three presses in a row, each within the time of a double click. The
+    /// second and third reach the button that has taken the first one's place.
+    void doubleClickCountsOnce()
+    {
+        QFETCH(QString, state);
+        QFETCH(QString, pressed);
+        MainWindowBench bench;
+        const std::unique_ptr<MainWindow> window =
+            bench.windowInState(state == "port found" ? "waiting" : state);
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        if (state == "port found")
+            bench.setUpEntry();
+        bench.answerDial();
+        QVERIFY(button(*window, pressed.toUtf8())->isVisible());
+        ulong time = 100000;
+        for (int click = 0; click < 3; ++click) {
+            for (const QEvent::Type type :
+                 {click == 1 ? QEvent::MouseButtonDblClick : QEvent::MouseButtonPress,
+                  QEvent::MouseButtonRelease}) {
+                const auto held =
+                    type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+                QMouseEvent event(type, buttonPlace, window->mapToGlobal(buttonPlace),
+                                  Qt::LeftButton, held, Qt::NoModifier);
+                event.setTimestamp(time += 60);
+                QCoreApplication::sendEvent(window->windowHandle(), &event);
+            }
+        }
+        QTEST(int(bench.machine.hungUp.size()), "hangUps");
+        QTEST(int(bench.machine.dials.size()), "dials");
+    }
+
+    /// Two clicks that are no double click are two.
+    void slowClicksCountEach()
+    {
+        MainWindowBench bench;
+        const std::unique_ptr<MainWindow> window = bench.windowInState("connected");
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        bench.answerDial();
+        // The test library leaves the time of a double click between its clicks.
+        QTest::mouseClick(button(*window, "disconnectButton"), Qt::LeftButton);
+        QTest::mouseClick(button(*window, "connectButton"), Qt::LeftButton);
+        QCOMPARE(bench.machine.hungUp.size(), 1);
+        QCOMPARE(bench.machine.dials.size(), 1);
+        QCOMPARE(view(*window), connectedView);
+    }
+
     void keysWhileBlockedDoNothing_data()
     {
         QTest::addColumn<QList<int>>("keys");
