@@ -21,6 +21,7 @@
 #include <QTimer>
 #include <QWindow>
 
+#include <algorithm>
 #include <iterator>
 
 namespace {
@@ -239,6 +240,10 @@ void MainWindow::CheckDialupConnectionStatus()
 
 void MainWindow::CheckPortAvailability()
 {
+    // Behind the wizard the poll would open another wizard over it, or dial while
+    // it installs the modem.
+    if (isWizardOpen())
+        return;
     qDebug() << "Checking port availability" << Qt::endl;
     if (!SetCurrentPortSettings())
         return;
@@ -308,6 +313,13 @@ void MainWindow::applyViewState(ViewState state)
     apply(row.pleaseWaitButton, ui->pleaseWaitbutton);
     apply(row.autoConnectLabel, ui->autoConnectLabel);
     apply(row.portCheckButton, ui->portCheckButton);
+}
+
+bool MainWindow::isWizardOpen() const
+{
+    const QList<SettingsWizard *> wizards = findChildren<SettingsWizard *>();
+    return std::any_of(wizards.begin(), wizards.end(),
+                       [](const SettingsWizard *wizard) { return wizard->isVisible(); });
 }
 
 QList<QVariant> MainWindow::CurrentConnectionParameters()
