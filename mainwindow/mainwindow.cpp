@@ -175,10 +175,13 @@ void MainWindow::ShowCreateNewConnectionWizard()
         move(screen()->availableGeometry().center() - rect().center());
     auto *wizard = new SettingsWizard(this);
     hide();
-    wizard->show();
-    // Qt 6 ends the program when the last window without a transient parent is
-    // closed, and the wizard has to be one.
+    // A window of its own for the window system, too: one that a hidden window
+    // owns has no button on the taskbar. It is told when the wizard shows, so
+    // its window has to be there before. Qt 6 also ends the program when the last
+    // window without a transient parent is closed.
+    wizard->winId();
     wizard->windowHandle()->setTransientParent(nullptr);
+    wizard->show();
 }
 
 void MainWindow::StartDialling()

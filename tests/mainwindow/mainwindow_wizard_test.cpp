@@ -3,8 +3,34 @@
 #include "tests/mainwindow/mainwindowbench.h"
 
 #include <QTest>
+#include <QWindow>
+
+#include <functional>
 
 #include <memory>
+
+namespace {
+
+/// Tells of a wizard's window when the window system is about to show it.
+class OwnerWatcher : public QObject
+{
+public:
+    explicit OwnerWatcher(std::function<void(const QWindow *)> tell) : m_tell(std::move(tell)) {}
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        const auto *window = qobject_cast<QWindow *>(watched);
+        if (window && window->title().startsWith("Welcome") && event->type() == QEvent::Show)
+            m_tell(window);
+        return false;
+    }
+
+private:
+    std::function<void(const QWindow *)> m_tell;
+};
+
+} // namespace
 
 class MainWindowWizardTest : public QObject
 {
@@ -118,6 +144,30 @@ private slots:
         QCOMPARE(runningTimers(window), known ? QStringList("progress") : QStringList());
         QCOMPARE(wizards(window).size(), known ? 1 : 2);
         QCOMPARE(window.isVisible(), known);
+    }
+
+    void wizardIsAWindowOfItsOwn_data()
+    {
+        QTest::addColumn<bool>("firstRun");
+        QTest::newRow("first run") << true;
+        QTest::newRow("later") << false;
+    }
+
+    /// A window that belongs to a hidden one cannot be found again once it is
+    /// covered. Nothing takes this back once the window shows.
+    void wizardIsAWindowOfItsOwn()
+    {
+        QFETCH(bool, firstRun);
+        MainWindowBench bench;
+        if (!firstRun)
+            bench.setUpEntry();
+        MainWindow window;
+        QList<bool> owned;
+        OwnerWatcher watcher([&](const QWindow *shown) { owned.append(shown->transientParent()); });
+        qApp->installEventFilter(&watcher);
+        action(window, "actionCreate_New_Connection")->trigger();
+        QCOMPARE(owned, QList<bool>{false});
+        QVERIFY(!wizards(window).last()->windowHandle()->transientParent());
     }
 
     void connectionLostBehindTheWizard()
