@@ -121,14 +121,28 @@ inline constexpr DWORD RasErrorBufferTooSmall = 603;      ///< ERROR_BUFFER_TOO_
 inline constexpr DWORD RasErrorInvalidBuffer = 610;       ///< ERROR_BUFFER_INVALID
 inline constexpr DWORD RasErrorCannotOpenPhonebook = 621; ///< ERROR_CANNOT_OPEN_PHONEBOOK
 inline constexpr DWORD RasErrorEntryNotFound = 623;       ///< ERROR_CANNOT_FIND_PHONEBOOK_ENTRY
+inline constexpr DWORD RasErrorCorruptPhonebook = 625;    ///< ERROR_CORRUPT_PHONEBOOK
+inline constexpr DWORD RasErrorPortDisconnected = 629;    ///< ERROR_REMOTE_DISCONNECTION
+inline constexpr DWORD RasErrorUserDisconnected = 631;    ///< ERROR_USER_DISCONNECTION
 inline constexpr DWORD RasErrorInvalidSize = 632;         ///< ERROR_INVALID_SIZE
 inline constexpr DWORD RasErrorPortNotAvailable = 633;    ///< ERROR_PORT_NOT_AVAILABLE
-inline constexpr DWORD RasErrorHardwareFailure = 692;     ///< ERROR_HARDWARE_FAILURE
+inline constexpr DWORD RasErrorUnknown = 635;             ///< ERROR_UNKNOWN
+inline constexpr DWORD RasErrorRequestTimeout = 638;      ///< ERROR_REQUEST_TIMEOUT
+inline constexpr DWORD RasErrorFromDevice = 651;          ///< ERROR_FROM_DEVICE
+inline constexpr DWORD RasErrorDeviceNotReady = 666;      ///< ERROR_DEVICE_NOT_READY
+inline constexpr DWORD RasErrorLineBusy = 676;            ///< ERROR_LINE_BUSY
 inline constexpr DWORD RasErrorNoAnswer = 678;            ///< ERROR_NO_ANSWER
-inline constexpr DWORD RasErrorInvalidHandle = 6; ///< ERROR_INVALID_HANDLE for a dead HRASCONN
+inline constexpr DWORD RasErrorNoCarrier = 679;           ///< ERROR_NO_CARRIER
+inline constexpr DWORD RasErrorNoDialTone = 680;          ///< ERROR_NO_DIALTONE
+inline constexpr DWORD RasErrorAuthentication = 691;      ///< ERROR_AUTHENTICATION_FAILURE
+inline constexpr DWORD RasErrorPortOrDevice = 692;        ///< ERROR_PORT_OR_DEVICE
+inline constexpr DWORD RasErrorPppTimeout = 718;          ///< ERROR_PPP_TIMEOUT
+inline constexpr DWORD RasErrorNoProtocols = 720;         ///< ERROR_PPP_NO_PROTOCOLS_CONFIGURED
+inline constexpr DWORD RasErrorInvalidHandle = 6; ///< ERROR_INVALID_HANDLE, of a dead HRASCONN
 
 /// Remote Access Service (rasapi32, rasdlg). A null phone book is the user's
-/// default one. Results are error codes, 0 for success, not GetLastError.
+/// default one; a phone book that cannot be opened answers 621. Results are
+/// error codes, 0 for success, not GetLastError.
 struct Ras : Family {
     /// The active connections. *lpcb holds the buffer's size in bytes and
     /// receives the size needed; 603 when the buffer is too small, 632 for a
@@ -159,9 +173,11 @@ struct Ras : Family {
                     DWORD *lpdwEntryInfoSize, BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)>
         RasGetEntryPropertiesW{this, "RasGetEntryPropertiesW", FailureCode::Result};
 
-    /// Creates or changes an entry: 5 without the rights, 87 for incomplete
-    /// properties, 610 for a bad record, 621 for an unreadable phone book.
-    /// Any thread.
+    /// Creates or changes an entry: 5 without the rights, 123 for a name that no
+    /// entry can have, 610 without a record, 621 for another or a damaged phone
+    /// book, 632 for a record whose dwSize is not known. 87 unless all of these
+    /// are given: dwSize, dwfOptions, szLocalPhoneNumber, dwFramingProtocol,
+    /// szDeviceType, szDeviceName, dwType. Any thread.
     Operation<DWORD(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry, RasEntry *lpRasEntry,
                     DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo, DWORD dwDeviceInfoSize)>
         RasSetEntryPropertiesW{this, "RasSetEntryPropertiesW", FailureCode::Result};

@@ -5,12 +5,14 @@
 
 namespace platform {
 
-inline constexpr DWORD RegistryString = 1; ///< REG_SZ
+inline constexpr DWORD RegistryString = 1;    ///< REG_SZ
+inline constexpr LONG ErrorKeyDeleted = 1018; ///< ERROR_KEY_DELETED
 
 /// Registry values (advapi32). Results are error codes, not GetLastError.
 struct Registry : Family {
     /// Writes cbData bytes (terminator included) under lpValueName; 0 or an
-    /// error code.
+    /// error code: 5 when the key was not opened for writing, 6 for no key,
+    /// 1018 when the key was deleted meanwhile.
     Operation<LONG(HKEY hKey, const WCHAR *lpValueName, DWORD Reserved, DWORD dwType,
                    const BYTE *lpData, DWORD cbData)>
         RegSetValueExW{this, "RegSetValueExW", FailureCode::Result};

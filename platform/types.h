@@ -71,6 +71,7 @@ inline constexpr DWORD ErrorNotEnoughMemory = 8;       ///< ERROR_NOT_ENOUGH_MEM
 inline constexpr DWORD ErrorInvalidData = 13;          ///< ERROR_INVALID_DATA
 inline constexpr DWORD ErrorGenFailure = 31;           ///< ERROR_GEN_FAILURE
 inline constexpr DWORD ErrorNotSupported = 50;         ///< ERROR_NOT_SUPPORTED
+inline constexpr DWORD ErrorFileExists = 80;           ///< ERROR_FILE_EXISTS
 inline constexpr DWORD ErrorInvalidParameter = 87;     ///< ERROR_INVALID_PARAMETER
 inline constexpr DWORD ErrorInsufficientBuffer = 122;  ///< ERROR_INSUFFICIENT_BUFFER
 inline constexpr DWORD ErrorModuleNotFound = 126;      ///< ERROR_MOD_NOT_FOUND

@@ -55,7 +55,9 @@ need_linux_build_packages() {
     need_packages "what the Linux backend is built with" libudev-dev pkg-config
 }
 
-need_linux_test_packages() {
+# What the developers' trees are built with: the program for every machine that
+# is not Windows, and its tests.
+need_test_build_packages() {
     need_linux_build_packages
     need_packages "machines with the test's devices" umockdev libumockdev-dev
 }

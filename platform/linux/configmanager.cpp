@@ -3,6 +3,7 @@
 #include "platform/linux/families.h"
 #include "platform/linux/udevpointer.h"
 #include "platform/platform.h"
+#include "platform/standin/devices.h"
 #include "platform/standin/lasterror.h"
 
 #include <QSet>

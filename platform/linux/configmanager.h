@@ -6,9 +6,6 @@
 
 namespace platform::linuxsystem {
 
-/// The node that stands for the root of the device tree.
-inline constexpr DEVINST RootDevNode = 1;
-
 /// Lets udev look at every serial line again with the rules as they are now,
 /// and returns when it has done so, after that time at most. ConfigSuccess,
 /// ConfigAccessDenied without administrator rights, ConfigFailure when udev

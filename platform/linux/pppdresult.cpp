@@ -10,21 +10,6 @@ namespace platform::linuxsystem {
 
 namespace {
 
-// Numbers of RAS that only this backend answers with.
-constexpr DWORD ErrorInvalidEntry = 625;     // ERROR_INVALID_INFO_IN_PHONEBOOK
-constexpr DWORD ErrorPortDisconnected = 629; // ERROR_REMOTE_DISCONNECTION
-constexpr DWORD ErrorUserDisconnected = 631; // ERROR_USER_DISCONNECTION
-constexpr DWORD ErrorUnknownFailure = 635;   // ERROR_UNKNOWN
-constexpr DWORD ErrorTimedOut = 638;         // ERROR_REQUEST_TIMEOUT
-constexpr DWORD ErrorFromDevice = 651;       // ERROR_FROM_DEVICE
-constexpr DWORD ErrorDeviceNotReady = 666;   // ERROR_DEVICE_NOT_READY
-constexpr DWORD ErrorLineBusy = 676;         // ERROR_LINE_BUSY
-constexpr DWORD ErrorNoCarrier = 679;        // ERROR_NO_CARRIER
-constexpr DWORD ErrorNoDialtone = 680;       // ERROR_NO_DIALTONE
-constexpr DWORD ErrorAuthentication = 691;   // ERROR_AUTHENTICATION_FAILURE
-constexpr DWORD ErrorPppTimeout = 718;       // ERROR_PPP_TIMEOUT
-constexpr DWORD ErrorNoProtocols = 720;      // ERROR_PPP_NO_PROTOCOLS_CONFIGURED
-
 QString text(const char *sentence)
 {
     return QObject::tr(sentence);
@@ -36,34 +21,35 @@ DialFailure modemFailure(const QString &answer)
 {
     switch (atline::resultCode(answer.toStdString())) {
     case atline::ResultCode::NoCarrier:
-        return {ErrorNoCarrier,
+        return {RasErrorNoCarrier,
                 text("The network did not accept the connection. Check that the operator is the "
                      "one of the card in the phone, and that the phone has reception.")};
     case atline::ResultCode::Busy:
-        return {ErrorLineBusy, text("The line is busy.")};
+        return {RasErrorLineBusy, text("The line is busy.")};
     case atline::ResultCode::NoAnswer:
         return {RasErrorNoAnswer, text("There was no answer.")};
     case atline::ResultCode::NoDialtone:
-        return {ErrorNoDialtone, text("The phone has no dial tone: it may have no reception.")};
+        return {RasErrorNoDialTone, text("The phone has no dial tone: it may have no reception.")};
     default:
         break;
     }
     if (answer == dialphone::PhoneNotReady)
-        return {ErrorDeviceNotReady, text("The phone does not answer. Unplug it, plug it in "
-                                          "again and try once more.")};
+        return {RasErrorDeviceNotReady, text("The phone does not answer. Unplug it, plug it in "
+                                             "again and try once more.")};
     if (answer == dialphone::NetworkTimedOut)
-        return {ErrorTimedOut, text("The network did not answer in time.")};
+        return {RasErrorRequestTimeout, text("The network did not answer in time.")};
     if (answer == dialphone::LineHungUp)
-        return {RasErrorHardwareFailure, text("The phone was unplugged.")};
-    return {ErrorFromDevice, text("The phone refused to dial. The operator's access point may be "
-                                  "wrong, or the phone may not be allowed to use the network.")};
+        return {RasErrorPortOrDevice, text("The phone was unplugged.")};
+    return {RasErrorFromDevice,
+            text("The phone refused to dial. The operator's access point may be "
+                 "wrong, or the phone may not be allowed to use the network.")};
 }
 
 DialFailure pppdFailure(int exitStatus, const QString &lastAnswer)
 {
     switch (exitStatus) {
     case 2:
-        return {ErrorInvalidEntry, text("The dial-up entry is damaged.")};
+        return {RasErrorCorruptPhonebook, text("The dial-up entry is damaged.")};
     case StatusNotPermitted:
         return {ErrorAccessDenied, text("You may not make dial-up connections on this computer. "
                                         "An administrator can add you to the group \"dip\".")};
@@ -71,7 +57,7 @@ DialFailure pppdFailure(int exitStatus, const QString &lastAnswer)
         return {ErrorServiceMissing,
                 text("This computer's system kernel cannot make dial-up connections.")};
     case 5:
-        return {ErrorUserDisconnected, text("Dialling was stopped.")};
+        return {RasErrorUserDisconnected, text("Dialling was stopped.")};
     case 6:
     case 7:
         return {RasErrorPortNotAvailable,
@@ -79,17 +65,17 @@ DialFailure pppdFailure(int exitStatus, const QString &lastAnswer)
     case 8:
         return modemFailure(lastAnswer);
     case 10:
-        return {ErrorNoProtocols, text("The network gave no address.")};
+        return {RasErrorNoProtocols, text("The network gave no address.")};
     case 15:
-        return {ErrorPppTimeout, text("The network stopped answering.")};
+        return {RasErrorPppTimeout, text("The network stopped answering.")};
     case 16:
     case 17: // the phone is back at its command line, which repeats what it hears
-        return {ErrorPortDisconnected, text("The phone ended the connection.")};
+        return {RasErrorPortDisconnected, text("The phone ended the connection.")};
     case 19:
-        return {ErrorAuthentication, text("The network did not accept the sign-in.")};
+        return {RasErrorAuthentication, text("The network did not accept the sign-in.")};
     default:
-        return {ErrorUnknownFailure, text("The connection could not be made. The system's log "
-                                          "tells more.")};
+        return {RasErrorUnknown, text("The connection could not be made. The system's log "
+                                      "tells more.")};
     }
 }
 
@@ -108,7 +94,7 @@ DialFailure failureOf(DWORD code)
         return {code, text("The phone book has no entry of this name.")};
     case RasErrorPortNotAvailable:
         return {code, text("The modem of this entry is not installed, or it is in use.")};
-    case RasErrorHardwareFailure:
+    case RasErrorPortOrDevice:
         return {code, text("The phone is not plugged in.")};
     case ErrorInvalidParameter:
         return {code, text("The number cannot be dialled.")};

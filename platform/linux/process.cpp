@@ -1,7 +1,7 @@
 #include "platform/posix/process.h"
 
 #include "platform/linux/families.h"
-#include "platform/linux/systempath.h"
+#include "platform/standin/paths.h"
 
 #include <QFileInfo>
 

@@ -1,13 +1,15 @@
+#include "platform/standin/ras.h"
+
 #include "platform/linux/activelinks.h"
 #include "platform/linux/dialdialog.h"
 #include "platform/linux/families.h"
-#include "platform/linux/modemdevices.h"
 #include "platform/linux/phonebook.h"
 #include "platform/linux/serialports.h"
+#include "platform/linux/setupapi.h"
 #include "platform/linux/statestore.h"
-#include "platform/platform.h"
-#include "platform/standin/lasterror.h"
 #include "platform/text.h"
+
+#include <algorithm>
 
 namespace platform::linuxsystem {
 
@@ -29,89 +31,88 @@ RasConnectionHandle handleOf(const ActiveLink &link)
     return reinterpret_cast<RasConnectionHandle>(static_cast<ULONG_PTR>(link.process));
 }
 
-/// The protocol of the two lists: the size needed is always told.
-template<class Record>
-DWORD beginList(const Record *first, DWORD declaredSize, DWORD *bytes, DWORD *count, int found)
-{
-    if (!bytes || !count)
-        return ErrorInvalidParameter;
-    if (first && first->dwSize != declaredSize)
-        return RasErrorInvalidSize;
-    const DWORD needed = static_cast<DWORD>(found) * DWORD(sizeof(Record));
-    const bool fits = needed == 0 || (first && *bytes >= needed);
-    *bytes = needed;
-    *count = static_cast<DWORD>(found);
-    return fits ? Success : RasErrorBufferTooSmall;
-}
-
 /// Remote access over pppd. Connections are what pppd itself shows, so that
 /// one made or ended outside this program is seen; a handle stands for the
-/// link's process. The default phone book is the only one.
-class RemoteAccess
+/// link's process.
+class PppdMachine : public DialUpMachine
 {
 public:
-    RemoteAccess(const SystemPaths &paths, std::shared_ptr<StateStore> store)
-        : m_paths(paths),
-          m_store(std::move(store)),
-          m_phoneBook(paths.peers, paths.drivers + "/DialPhone")
+    PppdMachine(const SystemPaths &paths, const std::shared_ptr<StateStore> &store)
+        : m_paths(paths), m_store(store), m_phoneBook(paths.peers, paths.drivers + "/DialPhone")
     {
     }
 
-    DWORD RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DWORD *lpcConnections)
+    QList<ActiveConnection> connections() override
     {
-        const QList<ActiveLink> links = activeLinks(m_paths.run);
-        const DWORD code = beginList(lprasconn, RasConnectionSize, lpcb, lpcConnections,
-                                     static_cast<int>(links.size()));
-        if (code != Success)
-            return code;
-        for (int index = 0; index < links.size(); ++index) {
-            RasConnection &record = lprasconn[index];
-            record = {};
-            record.dwSize = RasConnectionSize;
-            record.hrasconn = handleOf(links.at(index));
-            setField(record.szEntryName, links.at(index).entryName);
-            setField(record.szDeviceType, modemType);
-            RasEntry entry;
-            if (m_phoneBook.read(links.at(index).entryName, &entry) == Success)
-                setField(record.szDeviceName, fromField(entry.szDeviceName));
-            setField(record.szPhonebook, m_paths.peers);
+        QList<ActiveConnection> list;
+        for (const ActiveLink &link : activeLinks(m_paths.run)) {
+            RasEntry entry = {};
+            m_phoneBook.read(link.entryName, &entry); // nameless when it cannot be read
+            list.append({handleOf(link), link.entryName, fromField(entry.szDeviceName)});
         }
-        return Success;
+        return list;
     }
 
     /// Returns when the link is down, after eight seconds at most; 5 for a link
     /// that another user made.
-    DWORD RasHangUpW(RasConnectionHandle hrasconn)
+    DWORD hangUp(RasConnectionHandle handle) override
     {
         for (const ActiveLink &link : activeLinks(m_paths.run)) {
-            if (handleOf(link) == hrasconn)
+            if (handleOf(link) == handle)
                 return endLink(link);
         }
         return RasErrorInvalidHandle;
     }
 
-    BOOL RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
-                     RasDialDialog *lpInfo)
+    DWORD devices(QList<DialDevice> *list) override
     {
-        if (!lpInfo)
-            return fail(ErrorInvalidParameter);
-        if (lpInfo->dwSize != RasDialDialogSize) {
-            lpInfo->dwError = RasErrorInvalidSize;
-            return 0;
+        DeviceList known;
+        const DWORD code = readDevices(*m_store, &known);
+        if (code != Success)
+            return code;
+        for (const RootDevice &device : std::as_const(known.devices)) {
+            // A device without a driver is no modem yet.
+            if (!device.friendlyName.isEmpty())
+                list->append({modemType, device.friendlyName});
         }
-        if (!lpszEntry || lpszEntry[0] == 0) {
-            lpInfo->dwError = ErrorInvalidParameter;
-            return 0;
-        }
-        if (lpszPhonebook || lpInfo->hwndOwner || lpInfo->dwFlags != 0 || lpInfo->dwSubEntry != 0) {
-            failUnsupported("RasDialDlgW", "other phone books, owners and sub-entries");
-            lpInfo->dwError = ErrorNotSupported;
-            return 0;
-        }
+        return Success;
+    }
 
-        const QString entryName = fromWide(lpszEntry);
-        QString number = lpszPhoneNumber ? fromWide(lpszPhoneNumber) : QString();
-        RasEntry entry;
+    DWORD readEntry(const QString &name, RasEntry *entry) override
+    {
+        if (!name.isEmpty())
+            return m_phoneBook.read(name, entry);
+        entry->dwfOptions = OptionIpHeaderCompression | OptionRemoteDefaultGateway |
+                            OptionModemLights | OptionSoftwareCompression |
+                            EntryPreviewUserPassword | EntryPreviewPhoneNumber;
+        entry->dwfNetProtocols = ProtocolIp;
+        entry->dwFramingProtocol = FramingPpp;
+        entry->dwType = TypePhone;
+        setField(entry->szDeviceType, modemType);
+        QList<DialDevice> modems;
+        if (devices(&modems) == Success && !modems.isEmpty())
+            setField(entry->szDeviceName, modems.first().name);
+        return Success;
+    }
+
+    /// 87 also for a device that is not there: pppd could not be told its line.
+    DWORD writeEntry(const QString &name, const RasEntry &entry) override
+    {
+        QList<DialDevice> modems;
+        const DWORD code = devices(&modems);
+        if (code != Success)
+            return code;
+        const QString device = fromField(entry.szDeviceName);
+        const bool isKnown = std::any_of(modems.begin(), modems.end(), [&device](const auto &each) {
+            return each.name == device;
+        });
+        return isKnown ? m_phoneBook.write(name, entry) : ErrorInvalidParameter;
+    }
+
+    bool dial(const QString &entryName, const QString &givenNumber, DWORD *error) override
+    {
+        QString number = givenNumber;
+        RasEntry entry = {};
         if (number.isEmpty() && m_phoneBook.read(entryName, &entry) == Success)
             number = fromField(entry.szLocalPhoneNumber);
         const auto findTarget = [this, entryName, number] {
@@ -124,120 +125,18 @@ public:
         };
         DialDialog dialog(entryName, number, m_paths.pppd, findTarget);
         const bool accepted = dialog.exec() == QDialog::Accepted;
-        lpInfo->dwError = dialog.lastError();
+        *error = dialog.lastError();
         if (accepted)
-            return 1;
+            return true;
         // The link may have come up in the moment in which it was cancelled.
         for (const ActiveLink &link : activeLinks(m_paths.run)) {
             if (dialog.wasCancelledWhileDialling() && link.entryName == entryName)
                 endLink(link);
         }
-        return 0;
-    }
-
-    DWORD RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices)
-    {
-        QStringList names;
-        DWORD code = deviceNames(&names);
-        if (code != Success)
-            return code;
-        code = beginList(lpRasDevInfo, RasDeviceInfoSize, lpcb, lpcDevices,
-                         static_cast<int>(names.size()));
-        if (code != Success)
-            return code;
-        for (int index = 0; index < names.size(); ++index) {
-            RasDeviceInfo &record = lpRasDevInfo[index];
-            record = {};
-            record.dwSize = RasDeviceInfoSize;
-            setField(record.szDeviceType, modemType);
-            setField(record.szDeviceName, names.at(index));
-        }
-        return Success;
-    }
-
-    DWORD RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                 RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
-                                 BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)
-    {
-        if (lpszPhonebook)
-            return RasErrorCannotOpenPhonebook;
-        if (!lpszEntry || !lpdwEntryInfoSize)
-            return ErrorInvalidParameter;
-        if (lpbDeviceInfo) {
-            failUnsupported("RasGetEntryPropertiesW", "device information blocks");
-            return ErrorNotSupported;
-        }
-        RasEntry entry = defaultEntry();
-        if (lpszEntry[0] != 0) {
-            const DWORD code = m_phoneBook.read(fromWide(lpszEntry), &entry);
-            if (code != Success)
-                return code;
-        }
-        const DWORD given = *lpdwEntryInfoSize;
-        *lpdwEntryInfoSize = RasEntrySize;
-        if (lpdwDeviceInfoSize)
-            *lpdwDeviceInfoSize = 0;
-        if (!lpRasEntry || given < RasEntrySize)
-            return RasErrorBufferTooSmall;
-        if (lpRasEntry->dwSize != RasEntrySize)
-            return RasErrorInvalidSize;
-        *lpRasEntry = entry;
-        return Success;
-    }
-
-    DWORD RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                 RasEntry *lpRasEntry, DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo,
-                                 DWORD)
-    {
-        if (lpszPhonebook)
-            return RasErrorCannotOpenPhonebook;
-        if (!lpRasEntry || dwEntryInfoSize < RasEntrySize || lpRasEntry->dwSize != RasEntrySize)
-            return RasErrorInvalidBuffer;
-        if (lpbDeviceInfo) {
-            failUnsupported("RasSetEntryPropertiesW", "device information blocks");
-            return ErrorNotSupported;
-        }
-        QStringList names;
-        const DWORD code = deviceNames(&names);
-        if (code != Success)
-            return code;
-        if (!lpszEntry || !names.contains(fromField(lpRasEntry->szDeviceName)))
-            return ErrorInvalidParameter;
-        return m_phoneBook.write(fromWide(lpszEntry), *lpRasEntry);
+        return false;
     }
 
 private:
-    DWORD deviceNames(QStringList *names) const
-    {
-        QJsonObject state;
-        const DWORD code = m_store->read(&state);
-        if (code != Success)
-            return code;
-        for (const ModemDevice &device : readDevices(state)) {
-            // A device without a driver is no modem yet.
-            if (!device.name.isEmpty())
-                names->append(device.name);
-        }
-        return Success;
-    }
-
-    RasEntry defaultEntry() const
-    {
-        RasEntry entry = {};
-        entry.dwSize = RasEntrySize;
-        entry.dwfOptions = OptionIpHeaderCompression | OptionRemoteDefaultGateway |
-                           OptionModemLights | OptionSoftwareCompression |
-                           EntryPreviewUserPassword | EntryPreviewPhoneNumber;
-        entry.dwfNetProtocols = ProtocolIp;
-        entry.dwFramingProtocol = FramingPpp;
-        entry.dwType = TypePhone;
-        setField(entry.szDeviceType, modemType);
-        QStringList names;
-        if (deviceNames(&names) == Success && !names.isEmpty())
-            setField(entry.szDeviceName, names.first());
-        return entry;
-    }
-
     /// The line that an entry's modem is attached to, as it is now.
     DWORD findDevice(const QString &entryName, QString *node) const
     {
@@ -245,13 +144,13 @@ private:
         DWORD code = m_phoneBook.read(entryName, &entry);
         if (code != Success)
             return code;
-        QJsonObject state;
-        if (m_store->read(&state) != Success)
+        DeviceList list;
+        if (readDevices(*m_store, &list) != Success)
             return RasErrorPortNotAvailable;
         QString portName;
         const QString modemName = fromField(entry.szDeviceName);
-        for (const ModemDevice &device : readDevices(state)) {
-            if (device.name == modemName)
+        for (const RootDevice &device : std::as_const(list.devices)) {
+            if (device.friendlyName == modemName)
                 portName = device.driverKey.value("AttachedTo");
         }
         if (portName.isEmpty())
@@ -266,7 +165,7 @@ private:
                 return Success;
             }
         }
-        return RasErrorHardwareFailure;
+        return RasErrorPortOrDevice;
     }
 
     const SystemPaths m_paths;
@@ -279,13 +178,7 @@ private:
 void provideRas(Platform *platform, const SystemPaths &paths,
                 const std::shared_ptr<StateStore> &store)
 {
-    const auto access = std::make_shared<RemoteAccess>(paths, store);
-    platform->RasEnumConnectionsW.provide(access, &RemoteAccess::RasEnumConnectionsW);
-    platform->RasHangUpW.provide(access, &RemoteAccess::RasHangUpW);
-    platform->RasDialDlgW.provide(access, &RemoteAccess::RasDialDlgW);
-    platform->RasEnumDevicesW.provide(access, &RemoteAccess::RasEnumDevicesW);
-    platform->RasGetEntryPropertiesW.provide(access, &RemoteAccess::RasGetEntryPropertiesW);
-    platform->RasSetEntryPropertiesW.provide(access, &RemoteAccess::RasSetEntryPropertiesW);
+    platform::provideRas(platform, std::make_shared<PppdMachine>(paths, store));
 }
 
 } // namespace platform::linuxsystem

@@ -14,7 +14,6 @@ constexpr ConfigRet InvalidPointer = 3;      // CR_INVALID_POINTER
 constexpr ConfigRet NoSuchNode = 13;         // CR_NO_SUCH_DEVNODE
 constexpr ConfigRet CallNotImplemented = 32; // CR_CALL_NOT_IMPLEMENTED
 constexpr ULONG ReenumerateSynchronous = 1;  // CM_REENUMERATE_SYNCHRONOUS
-constexpr DEVINST RootNode = 1;
 
 class DeviceTree
 {
@@ -31,14 +30,14 @@ public:
             return CallNotImplemented;
         }
         if (!pDeviceID || !*pDeviceID) {
-            *pdnDevInst = RootNode;
+            *pdnDevInst = RootDevNode;
             return ConfigSuccess;
         }
         const QString wanted = QString::fromLatin1(pDeviceID).toUpper();
         const MachineSession session(m_directory);
-        for (const Device &device : session.state.devices) {
+        for (const RootDevice &device : session.state.devices) {
             if (device.instanceId == wanted) {
-                *pdnDevInst = static_cast<DEVINST>(device.devInst);
+                *pdnDevInst = device.devInst;
                 return ConfigSuccess;
             }
         }
@@ -56,7 +55,7 @@ public:
             const MachineSession session(m_directory);
             duration = session.state.rescanDurationMs;
         }
-        if (dnDevInst != RootNode)
+        if (dnDevInst != RootDevNode)
             return ConfigInvalidDevNode;
         // The time that a bus takes; a driver that is installed meanwhile counts.
         QThread::msleep(static_cast<unsigned long>(duration));

@@ -20,8 +20,6 @@ namespace platform::simulated {
 
 namespace {
 
-constexpr DWORD LineBusy = 676;        // ERROR_LINE_BUSY
-constexpr DWORD NoDialTone = 680;      // ERROR_NO_DIALTONE
 constexpr int ResetTimeoutMs = 5000;   // a modem answers ATZ at once or never
 constexpr int EscapeAnswerMs = 500;    // beyond the guard time
 constexpr int CarrierTimeoutMs = 2000; // after CONNECT
@@ -42,11 +40,11 @@ QString dialErrorText(DWORD code)
         return "The modem is already in use or not connected.";
     case RasErrorNoAnswer:
         return "There was no answer.";
-    case LineBusy:
+    case RasErrorLineBusy:
         return "The line is busy.";
-    case NoDialTone:
+    case RasErrorNoDialTone:
         return "There was no dial tone.";
-    case RasErrorHardwareFailure:
+    case RasErrorPortOrDevice:
         return "There was a hardware failure in the modem.";
     default:
         return "The connection could not be made.";
@@ -123,7 +121,7 @@ DWORD Dialler::openLine()
     m_answerTimeoutMs = state.answerTimeoutMs;
     m_guardMs = state.hangUpGuardMs;
     // The entry names its modem; the modem's driver key names the port.
-    const Device *device = state.findDeviceNamed(m_device);
+    const RootDevice *device = state.findDeviceNamed(m_device);
     if (!device)
         return RasErrorPortNotAvailable;
 
@@ -173,7 +171,7 @@ void Dialler::readLine()
     if (count < 0 && (errno == EAGAIN || errno == EINTR))
         return;
     if (count <= 0) {
-        finish(RasErrorHardwareFailure); // hung up: the phone was unplugged
+        finish(RasErrorPortOrDevice); // hung up: the phone was unplugged
         return;
     }
     m_received.append(buffer, static_cast<int>(count));
@@ -199,7 +197,7 @@ void Dialler::judge(const QByteArray &answer)
                (code == ResultCode::Ok || code == ResultCode::NoCarrier)) {
         reset();
     } else if (m_step == Step::Resetting && code == ResultCode::Error) {
-        finish(RasErrorHardwareFailure);
+        finish(RasErrorPortOrDevice);
     } else if (m_step == Step::Resetting && code == ResultCode::Ok) {
         m_step = Step::Dialling;
         emit progressed(QString("Dialling %1...").arg(m_number));
@@ -225,13 +223,13 @@ void Dialler::judgeDial(ResultCode code)
         finish(RasErrorNoAnswer);
         break;
     case ResultCode::Busy:
-        finish(LineBusy);
+        finish(RasErrorLineBusy);
         break;
     case ResultCode::NoDialtone:
-        finish(NoDialTone);
+        finish(RasErrorNoDialTone);
         break;
     case ResultCode::Error:
-        finish(RasErrorHardwareFailure);
+        finish(RasErrorPortOrDevice);
         break;
     case ResultCode::None:
     case ResultCode::Ok:
@@ -251,7 +249,7 @@ void Dialler::onTimeout()
         reset();
         return;
     }
-    finish(m_step == Step::Resetting ? RasErrorHardwareFailure : RasErrorNoAnswer);
+    finish(m_step == Step::Resetting ? RasErrorPortOrDevice : RasErrorNoAnswer);
 }
 
 void Dialler::checkCarrier()
@@ -281,7 +279,7 @@ void Dialler::checkCarrier()
     }
     if (saved)
         emit progressed("Connected.");
-    finish(saved ? DWORD(Success) : RasErrorHardwareFailure);
+    finish(saved ? DWORD(Success) : RasErrorPortOrDevice);
 }
 
 void Dialler::finish(DWORD code)

@@ -1,5 +1,7 @@
 #include "platform/simulated/machinestate.h"
 
+#include "platform/standin/jsonreader.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -10,104 +12,6 @@ namespace platform::simulated {
 namespace {
 
 constexpr int FormatVersion = 1;
-
-/// Reads values strictly: what is there must be of the right type and range.
-/// Only the first complaint is kept.
-class Reader
-{
-public:
-    Reader(const QJsonObject &object, const QString &where, QString *error)
-        : m_object(object), m_where(where), m_error(error)
-    {
-    }
-
-    void boolean(const QString &key, bool *value)
-    {
-        const QJsonValue found = take(key, QJsonValue::Bool, "true or false");
-        if (found.isBool())
-            *value = found.toBool();
-    }
-
-    void text(const QString &key, QString *value)
-    {
-        const QJsonValue found = take(key, QJsonValue::String, "a text");
-        if (found.isString())
-            *value = found.toString();
-    }
-
-    void number(const QString &key, double *value, double lowest, double highest)
-    {
-        const QJsonValue found = take(key, QJsonValue::Double, "a number");
-        if (!found.isDouble())
-            return;
-        const double read = found.toDouble();
-        if (read < lowest || read > highest)
-            complain(key, QString("must be from %1 to %2").arg(lowest).arg(highest, 0, 'f', 0));
-        else
-            *value = read;
-    }
-
-    void number(const QString &key, int *value, int lowest = 0,
-                int highest = std::numeric_limits<int>::max())
-    {
-        double read = *value;
-        number(key, &read, lowest, highest);
-        *value = static_cast<int>(read);
-    }
-
-    void texts(const QString &key, QStringList *value)
-    {
-        for (const auto &item : array(key)) {
-            if (item.isString())
-                *value += item.toString();
-            else
-                complain(key, "must hold texts only");
-        }
-    }
-
-    QJsonArray array(const QString &key)
-    {
-        return take(key, QJsonValue::Array, "a list").toArray();
-    }
-
-    QJsonObject object(const QString &key)
-    {
-        return take(key, QJsonValue::Object, "an object").toObject();
-    }
-
-    QList<QJsonObject> objects(const QString &key)
-    {
-        QList<QJsonObject> result;
-        for (const auto &item : array(key)) {
-            if (item.isObject())
-                result += item.toObject();
-            else
-                complain(key, "must hold objects only");
-        }
-        return result;
-    }
-
-    void complain(const QString &key, const QString &what)
-    {
-        if (m_error->isEmpty())
-            *m_error = QString("\"%1%2\" %3").arg(m_where, key, what);
-    }
-
-private:
-    QJsonValue take(const QString &key, QJsonValue::Type type, const QString &typeName)
-    {
-        const QJsonValue found = m_object.value(key);
-        if (!found.isUndefined() && found.type() != type) {
-            complain(key, "must be " + typeName);
-            return QJsonValue(QJsonValue::Undefined);
-        }
-        return found;
-    }
-
-    const QJsonObject m_object;
-    const QString m_where;
-    QString *m_error;
-};
 
 QJsonObject windowsToJson(const WindowsRelease &windows)
 {
@@ -125,7 +29,7 @@ QJsonObject windowsToJson(const WindowsRelease &windows)
 
 void windowsFromJson(const QJsonObject &object, WindowsRelease *windows, QString *error)
 {
-    Reader reader(object, "windows.", error);
+    JsonReader reader(object, "windows.", error);
     reader.number("major", &windows->major);
     reader.number("minor", &windows->minor);
     reader.number("build", &windows->build);
@@ -141,47 +45,6 @@ void windowsFromJson(const QJsonObject &object, WindowsRelease *windows, QString
         reader.complain("processor", "must be x86, x64 or ia64");
 }
 
-QJsonObject deviceToJson(const Device &device)
-{
-    QJsonObject result = {{"devInst", device.devInst},
-                          {"instanceId", device.instanceId},
-                          {"class", device.className},
-                          {"classGuid", device.classGuid},
-                          {"hardwareIds", QJsonArray::fromStringList(device.hardwareIds)},
-                          {"friendlyName", device.friendlyName},
-                          {"driverInf", device.driverInf}};
-    if (device.hasDriverKey) {
-        QJsonObject key;
-        for (auto it = device.driverKey.cbegin(); it != device.driverKey.cend(); ++it)
-            key[it.key()] = it.value();
-        result["driverKey"] = key;
-    }
-    return result;
-}
-
-Device deviceFromJson(const QJsonObject &object, QString *error)
-{
-    Device device;
-    Reader reader(object, "devices.", error);
-    reader.number("devInst", &device.devInst);
-    reader.text("instanceId", &device.instanceId);
-    reader.text("class", &device.className);
-    reader.text("classGuid", &device.classGuid);
-    reader.texts("hardwareIds", &device.hardwareIds);
-    reader.text("friendlyName", &device.friendlyName);
-    reader.text("driverInf", &device.driverInf);
-    // A key without values exists all the same: opening it succeeds.
-    device.hasDriverKey = object.contains("driverKey");
-    const QJsonObject key = reader.object("driverKey");
-    for (auto it = key.begin(); it != key.end(); ++it) {
-        if (it.value().isString())
-            device.driverKey[it.key()] = it.value().toString();
-        else
-            reader.complain("driverKey", "must hold texts only");
-    }
-    return device;
-}
-
 QJsonObject connectionToJson(const Connection &connection)
 {
     return {{"handle", connection.handle}, {"entry", connection.entry},
@@ -192,7 +55,7 @@ QJsonObject connectionToJson(const Connection &connection)
 Connection connectionFromJson(const QJsonObject &object, QString *error)
 {
     Connection connection;
-    Reader reader(object, "connections.", error);
+    JsonReader reader(object, "connections.", error);
     reader.number("handle", &connection.handle, 1);
     reader.text("entry", &connection.entry);
     reader.text("device", &connection.device);
@@ -213,7 +76,7 @@ QJsonObject faultToJson(const InjectedFault &fault)
 InjectedFault faultFromJson(const QJsonObject &object, QString *error)
 {
     InjectedFault fault;
-    Reader reader(object, "faults.", error);
+    JsonReader reader(object, "faults.", error);
     reader.text("operation", &fault.operation);
     reader.number("call", &fault.call, 1);
     reader.number("code", &fault.code, 0, std::numeric_limits<DWORD>::max());
@@ -256,18 +119,9 @@ bool processorFromName(const QString &name, Processor *processor)
     return false;
 }
 
-Device *MachineState::findDevice(const QString &instanceId)
+const RootDevice *MachineState::findDeviceNamed(const QString &friendlyName) const
 {
-    for (Device &device : devices) {
-        if (device.instanceId == instanceId)
-            return &device;
-    }
-    return nullptr;
-}
-
-const Device *MachineState::findDeviceNamed(const QString &friendlyName) const
-{
-    for (const Device &device : devices) {
+    for (const RootDevice &device : devices) {
         if (device.friendlyName == friendlyName)
             return &device;
     }
@@ -294,8 +148,8 @@ QByteArray MachineState::toJson() const
         {"portDriverInstalled", portDriverInstalled},
         {"unmatchedPlugIds", QJsonArray::fromStringList(unmatchedPlugIds)},
         {"portOfSocket", ports},
-        {"nextDevInst", nextDevInst},
-        {"devices", listToJson(devices, deviceToJson)},
+        {"nextDevInst", static_cast<double>(nextDevInst)},
+        {"devices", listToJson(devices, platform::toJson)},
         {"phonebookDamaged", phonebookDamaged},
         {"phonebook", entries},
         {"nextConnection", nextConnection},
@@ -319,7 +173,7 @@ bool MachineState::fromJson(const QByteArray &content, QString *error)
         return false;
     }
 
-    Reader reader(document.object(), QString(), error);
+    JsonReader reader(document.object(), QString(), error);
     // A newer program's file is not for this one to overwrite: it counts as
     // damaged and is kept aside.
     int version = FormatVersion;
@@ -334,9 +188,11 @@ bool MachineState::fromJson(const QByteArray &content, QString *error)
     reader.texts("unmatchedPlugIds", &unmatchedPlugIds);
     const QJsonObject ports = reader.object("portOfSocket");
     for (const QString &socket : ports.keys())
-        Reader(ports, "portOfSocket.", error)
+        JsonReader(ports, "portOfSocket.", error)
             .number(socket, &portOfSocket[socket.toInt()], 1, LastPort);
-    reader.number("nextDevInst", &nextDevInst, 2);
+    double next = nextDevInst;
+    reader.number("nextDevInst", &next, next, std::numeric_limits<int>::max());
+    nextDevInst = static_cast<DEVINST>(next);
     for (const QJsonObject &device : reader.objects("devices"))
         devices += deviceFromJson(device, error);
     reader.boolean("phonebookDamaged", &phonebookDamaged);

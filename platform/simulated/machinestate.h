@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/types.h"
+#include "platform/standin/devices.h"
 
 #include <QByteArray>
 #include <QJsonObject>
@@ -38,19 +38,6 @@ struct WindowsRelease {
     bool nativeSystemInfo = true; ///< kernel32 exports GetNativeSystemInfo
 };
 
-/// A root-enumerated device that was registered.
-struct Device {
-    int devInst = 0;
-    QString instanceId; ///< ROOT\MODEM\0000
-    QString className;
-    QString classGuid; ///< in braces and capitals
-    QStringList hardwareIds;
-    QString friendlyName; ///< given by its driver; empty without one
-    QString driverInf;    ///< oem0.inf in the INF store; empty without a driver
-    bool hasDriverKey = false;
-    QMap<QString, QString> driverKey; ///< its text values
-};
-
 /// A dial-up connection. It belongs to the system: the process that dialled
 /// may end.
 struct Connection {
@@ -86,8 +73,8 @@ struct MachineState {
     QStringList unmatchedPlugIds;
     QMap<int, int> portOfSocket; ///< the COM number that each USB socket got
 
-    int nextDevInst = 2; ///< 1 is the root
-    QList<Device> devices;
+    DEVINST nextDevInst = RootDevNode + 1;
+    QList<RootDevice> devices;
 
     bool phonebookDamaged = false;
     QMap<QString, QJsonObject> phonebook; ///< the entries by name
@@ -97,11 +84,9 @@ struct MachineState {
 
     QList<InjectedFault> faults;
 
-    /// The registered device of this instance id, to be changed in place; null
-    /// when there is none. Valid until devices are added or removed.
-    Device *findDevice(const QString &instanceId);
-    /// The device to which its driver gave this name; null as above.
-    const Device *findDeviceNamed(const QString &friendlyName) const;
+    /// The device to which its driver gave this name; null when there is none.
+    /// Valid until devices are added or removed.
+    const RootDevice *findDeviceNamed(const QString &friendlyName) const;
 
     /// The content of pc.json.
     QByteArray toJson() const;

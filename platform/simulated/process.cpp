@@ -1,7 +1,7 @@
 #include "platform/posix/process.h"
 
 #include "platform/simulated/families.h"
-#include "platform/simulated/infstore.h"
+#include "platform/standin/paths.h"
 
 #include <algorithm>
 
@@ -26,7 +26,7 @@ std::vector<QByteArray> childEnvironment(const QString &stateDirectory)
 void provideProcess(Platform *platform, const std::shared_ptr<Handles> &handles,
                     const QString &directory)
 {
-    platform::provideProcess(platform, handles, hostPath,
+    platform::provideProcess(platform, handles, systemPath,
                              [directory] { return childEnvironment(directory); });
 }
 

@@ -1,235 +1,99 @@
-#include "platform/platform.h"
+#include "platform/standin/ras.h"
+
 #include "platform/simulated/dialdialog.h"
 #include "platform/simulated/entryrecord.h"
 #include "platform/simulated/families.h"
 #include "platform/simulated/hangup.h"
 #include "platform/simulated/machinesession.h"
 #include "platform/simulated/usbbus.h"
-#include "platform/standin/lasterror.h"
 #include "platform/text.h"
-
-#include <QApplication>
-#include <QThread>
-
-#include <cstring>
 
 namespace platform::simulated {
 
 namespace {
 
-constexpr DWORD ErrorInvalidName = 123; // ERROR_INVALID_NAME
-constexpr int LongestEntryName = 256;   // RAS_MaxEntryName
-
-/// The entry record of newer releases, whose size this one reports, too:
-/// fields were appended, and the older record is still taken.
-constexpr DWORD NewerEntrySize = 5616;
-
 /// Dial-up knows a modem only once its driver has been installed on it.
-bool isModem(const Device &device)
+bool isModem(const RootDevice &device)
 {
     return device.className.compare("Modem", Qt::CaseInsensitive) == 0 &&
            !device.driverInf.isEmpty() && !device.friendlyName.isEmpty();
 }
 
-/// Zero-filled first: the unused part of a field is not left to chance.
-RasDeviceInfo deviceInfo(const QString &type, const QString &name)
-{
-    RasDeviceInfo info = {};
-    info.dwSize = sizeof info;
-    setField(info.szDeviceType, type);
-    setField(info.szDeviceName, name);
-    return info;
-}
-
-bool isKnownEntrySize(DWORD size)
-{
-    return size == RasEntrySize || size == NewerEntrySize;
-}
-
-DWORD unsupported(const char *operation, const char *what)
-{
-    failUnsupported(operation, what);
-    return ErrorNotSupported;
-}
-
-class RemoteAccess
+/// Connections go out over the phones in the USB sockets.
+class PhoneMachine : public DialUpMachine
 {
 public:
-    explicit RemoteAccess(const QString &directory) : m_directory(directory) {}
+    explicit PhoneMachine(const QString &directory) : m_directory(directory) {}
 
-    DWORD RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DWORD *lpcConnections)
+    QList<ActiveConnection> connections() override
     {
-        if (!lpcb || !lpcConnections)
-            return ErrorInvalidParameter;
-        // The first record's size is the caller's version of the interface; it is
-        // looked at before anything is counted.
-        if (lprasconn && lprasconn->dwSize != RasConnectionSize &&
-            lprasconn->dwSize != sizeof(RasConnection))
-            return RasErrorInvalidSize;
         MachineSession session(m_directory);
         dropDeadConnections(&session);
-        const QList<Connection> &connections = session.state.connections;
-        const auto required = static_cast<DWORD>(connections.size() * int(sizeof(RasConnection)));
-        // Sizes and counts are answered in every case. With no connection there is
-        // nothing that could be too small.
-        const bool fits = lprasconn && *lpcb >= required;
-        *lpcb = required;
-        *lpcConnections = static_cast<DWORD>(connections.size());
-        if (!fits)
-            return required > 0 ? RasErrorBufferTooSmall : Success;
-
-        const DWORD size = lprasconn->dwSize;
-        RasConnection *next = lprasconn;
-        for (const Connection &connection : connections) {
-            RasConnection record = {};
-            record.dwSize = size;
-            record.hrasconn = reinterpret_cast<RasConnectionHandle>(ULONG_PTR(connection.handle));
-            setField(record.szEntryName, connection.entry);
-            setField(record.szDeviceType, "modem");
-            setField(record.szDeviceName, connection.device);
-            // Only what the declared size covers belongs to the caller's record.
-            std::memcpy(static_cast<void *>(next++), &record, size);
+        QList<ActiveConnection> list;
+        for (const Connection &connection : std::as_const(session.state.connections)) {
+            const auto handle = reinterpret_cast<RasConnectionHandle>(ULONG_PTR(connection.handle));
+            list.append({handle, connection.entry, connection.device});
         }
-        return Success;
+        return list;
     }
 
-    DWORD RasHangUpW(RasConnectionHandle hrasconn)
+    DWORD hangUp(RasConnectionHandle handle) override
     {
-        const auto handle = reinterpret_cast<ULONG_PTR>(hrasconn);
         // Handles are the connections' running numbers; nothing is ever followed.
-        if (handle == 0 || handle > 0x7FFFFFFF)
+        const auto number = reinterpret_cast<ULONG_PTR>(handle);
+        if (number == 0 || number > 0x7FFFFFFF)
             return RasErrorInvalidHandle;
-        return hangUp(m_directory, static_cast<int>(handle));
+        return simulated::hangUp(m_directory, static_cast<int>(number));
     }
 
-    BOOL RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
-                     RasDialDialog *lpInfo)
+    DWORD devices(QList<DialDevice> *list) override
     {
-        if (!lpInfo)
-            return 0;
-        lpInfo->dwError = Success;
-        const auto refuse = [lpInfo](DWORD code) {
-            lpInfo->dwError = code;
-            return 0;
-        };
-        if (lpInfo->dwSize != RasDialDialogSize)
-            return refuse(RasErrorInvalidSize);
-        if (!lpszEntry)
-            return refuse(ErrorInvalidParameter);
-        if (lpszPhonebook || lpInfo->dwFlags != 0 || lpInfo->dwSubEntry != 0 || lpInfo->hwndOwner)
-            return refuse(
-                unsupported("RasDialDlgW", "phone books, owners, positions, sub-entries"));
-        if (!qobject_cast<QApplication *>(QCoreApplication::instance()) ||
-            QThread::currentThread() != QCoreApplication::instance()->thread())
-            return refuse(unsupported("RasDialDlgW", "threads other than the GUI thread"));
-
-        const QString entry = fromWide(lpszEntry);
-        QString number = lpszPhoneNumber ? fromWide(lpszPhoneNumber) : QString();
-        {
-            // What can be refused without asking the user is refused without a dialog.
-            // The session must end before the dialog begins: the dial needs its own.
-            const MachineSession session(m_directory);
-            if (session.state.phonebookDamaged)
-                return refuse(RasErrorCannotOpenPhonebook);
-            if (!session.state.phonebook.contains(entry))
-                return refuse(RasErrorEntryNotFound);
-            if (number.isEmpty())
-                number =
-                    session.state.phonebook.value(entry).value("szLocalPhoneNumber").toString();
-        }
-        DialDialog dialog(m_directory, entry, number);
-        if (dialog.exec() == QDialog::Accepted)
-            return 1;
-        return refuse(dialog.lastError());
-    }
-
-    DWORD RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices)
-    {
-        if (!lpcb || !lpcDevices)
-            return ErrorInvalidParameter;
-        if (lpRasDevInfo && lpRasDevInfo->dwSize != RasDeviceInfoSize)
-            return RasErrorInvalidSize;
+        list->append(DialDevice{"vpn", "WAN Miniport (L2TP)"});
         const MachineSession session(m_directory);
-        QList<RasDeviceInfo> devices = {deviceInfo("vpn", "WAN Miniport (L2TP)")};
-        for (const Device &device : session.state.devices) {
+        for (const RootDevice &device : session.state.devices) {
             if (isModem(device))
-                devices += deviceInfo("modem", device.friendlyName);
+                list->append(DialDevice{"modem", device.friendlyName});
         }
-        const auto required = static_cast<DWORD>(devices.size() * int(sizeof(RasDeviceInfo)));
-        const bool fits = lpRasDevInfo && *lpcb >= required;
-        *lpcb = required;
-        *lpcDevices = static_cast<DWORD>(devices.size());
-        if (!fits)
-            return RasErrorBufferTooSmall;
-        for (const RasDeviceInfo &device : devices)
-            *lpRasDevInfo++ = device;
         return Success;
     }
 
-    DWORD RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                 RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
-                                 BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)
+    DWORD readEntry(const QString &name, RasEntry *entry) override
     {
-        if (!lpszEntry || !lpdwEntryInfoSize)
-            return ErrorInvalidParameter;
-        if (lpszPhonebook || lpbDeviceInfo)
-            return unsupported("RasGetEntryPropertiesW", "phone books and device information");
-        if (lpdwDeviceInfoSize)
-            *lpdwDeviceInfoSize = 0;
         const MachineSession session(m_directory);
         if (session.state.phonebookDamaged)
             return RasErrorCannotOpenPhonebook;
-        const QString name = fromWide(lpszEntry);
-        // The empty name stands for an entry still to be made.
         if (!name.isEmpty() && !session.state.phonebook.contains(name))
             return RasErrorEntryNotFound;
-        if (!lpRasEntry || *lpdwEntryInfoSize < RasEntrySize) {
-            *lpdwEntryInfoSize = NewerEntrySize;
-            return RasErrorBufferTooSmall;
-        }
-        const DWORD size = lpRasEntry->dwSize;
-        if (!isKnownEntrySize(size))
-            return RasErrorInvalidSize;
-        if (*lpdwEntryInfoSize < size) {
-            *lpdwEntryInfoSize = NewerEntrySize;
-            return RasErrorBufferTooSmall;
-        }
-
-        // The newer record's additional fields are all zero by default.
-        std::memset(static_cast<void *>(lpRasEntry), 0, size);
-        *lpRasEntry =
+        *entry =
             name.isEmpty() ? defaultEntry() : entryFromJson(session.state.phonebook.value(name));
-        lpRasEntry->dwSize = size;
         return Success;
     }
 
-    DWORD RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
-                                 RasEntry *lpRasEntry, DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo,
-                                 DWORD dwDeviceInfoSize)
+    /// The device itself may come later: it is looked for when the entry is used.
+    DWORD writeEntry(const QString &name, const RasEntry &entry) override
     {
-        if (lpszPhonebook || lpbDeviceInfo || dwDeviceInfoSize != 0)
-            return unsupported("RasSetEntryPropertiesW", "phone books and device information");
-        if (!lpRasEntry)
-            return RasErrorInvalidBuffer;
-        if (!isKnownEntrySize(lpRasEntry->dwSize))
-            return RasErrorInvalidSize;
-        if (dwEntryInfoSize < lpRasEntry->dwSize)
-            return RasErrorInvalidBuffer;
-        const QString name = lpszEntry ? fromWide(lpszEntry) : QString();
-        if (name.trimmed().isEmpty() || name.size() > LongestEntryName || name.startsWith('.'))
-            return ErrorInvalidName;
         MachineSession session(m_directory);
         if (!session.state.administrator)
             return ErrorAccessDenied;
         if (session.state.phonebookDamaged)
             return RasErrorCannotOpenPhonebook;
-        // The least that can be dialled. The device itself may come later: it is
-        // looked for when the entry is used.
-        if (fromField(lpRasEntry->szLocalPhoneNumber).isEmpty() ||
-            fromField(lpRasEntry->szDeviceName).isEmpty())
-            return ErrorInvalidParameter;
-        session.state.phonebook[name] = entryToJson(*lpRasEntry);
+        session.state.phonebook[name] = entryToJson(entry);
         return session.save() ? Success : ErrorGenFailure;
+    }
+
+    /// What can be refused without asking the user is refused without a dialog.
+    bool dial(const QString &entryName, const QString &number, DWORD *error) override
+    {
+        RasEntry entry = {};
+        *error = readEntry(entryName, &entry);
+        if (*error != Success)
+            return false;
+        DialDialog dialog(m_directory, entryName,
+                          number.isEmpty() ? fromField(entry.szLocalPhoneNumber) : number);
+        if (dialog.exec() == QDialog::Accepted)
+            return true;
+        *error = dialog.lastError();
+        return false;
     }
 
 private:
@@ -240,13 +104,7 @@ private:
 
 void provideRas(Platform *platform, const QString &directory)
 {
-    const auto access = std::make_shared<RemoteAccess>(directory);
-    platform->RasEnumConnectionsW.provide(access, &RemoteAccess::RasEnumConnectionsW);
-    platform->RasHangUpW.provide(access, &RemoteAccess::RasHangUpW);
-    platform->RasDialDlgW.provide(access, &RemoteAccess::RasDialDlgW);
-    platform->RasEnumDevicesW.provide(access, &RemoteAccess::RasEnumDevicesW);
-    platform->RasGetEntryPropertiesW.provide(access, &RemoteAccess::RasGetEntryPropertiesW);
-    platform->RasSetEntryPropertiesW.provide(access, &RemoteAccess::RasSetEntryPropertiesW);
+    platform::provideRas(platform, std::make_shared<PhoneMachine>(directory));
 }
 
 } // namespace platform::simulated

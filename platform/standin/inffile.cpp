@@ -105,7 +105,7 @@ private:
 
 } // namespace
 
-std::optional<InfFile> InfFile::read(const QString &path, QString *error)
+std::optional<InfFile> InfFile::read(const QString &path, QString *error, QByteArray *content)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -116,7 +116,10 @@ std::optional<InfFile> InfFile::read(const QString &path, QString *error)
         *error = QString("%1: too large for an INF").arg(path);
         return std::nullopt;
     }
-    std::optional<InfFile> inf = parse(file.readAll(), error);
+    const QByteArray bytes = file.readAll();
+    if (content)
+        *content = bytes;
+    std::optional<InfFile> inf = parse(bytes, error);
     if (!inf)
         *error = QString("%1: %2").arg(path, *error);
     return inf;

@@ -27,8 +27,9 @@ class InfFile
 {
 public:
     /// Reads a file; none, with a sentence for people in *error, when it
-    /// cannot be read or is no INF.
-    static std::optional<InfFile> read(const QString &path, QString *error);
+    /// cannot be read or is no INF. *content, when given, gets what was read.
+    static std::optional<InfFile> read(const QString &path, QString *error,
+                                       QByteArray *content = nullptr);
 
     /// The same from a file's content.
     static std::optional<InfFile> parse(const QByteArray &content, QString *error);

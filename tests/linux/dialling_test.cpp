@@ -4,8 +4,8 @@
 #include "platform/linux/activelinks.h"
 #include "platform/linux/dialdialog.h"
 #include "platform/linux/families.h"
-#include "platform/linux/modemdevices.h"
 #include "platform/linux/phonebook.h"
+#include "platform/linux/setupapi.h"
 #include "platform/linux/statestore.h"
 #include "platform/platform.h"
 #include "platform/posix/serialdevice.h"
@@ -152,14 +152,15 @@ pid_t DiallingTest::startLink(const QByteArray &interface, const QString &name,
 void DiallingTest::addModem(const QString &name, const QString &port)
 {
     m_store->change([&](QJsonObject *state) {
-        QList<ModemDevice> devices = readDevices(*state);
-        ModemDevice device;
-        device.instanceId = newInstanceId(devices, "Modem");
-        device.name = name;
+        DeviceList list;
+        readDevices(*state, &list);
+        RootDevice device;
+        device.instanceId = newInstanceId(list.devices, "Modem");
+        device.friendlyName = name;
         device.hasDriverKey = true;
         device.driverKey.insert("AttachedTo", port);
-        devices.append(device);
-        writeDevices(state, devices);
+        list.devices.append(device);
+        writeDevices(state, list);
         return true;
     });
 }
@@ -168,6 +169,10 @@ RasEntry DiallingTest::entryFor(const QString &modem) const
 {
     RasEntry entry = {};
     entry.dwSize = RasEntrySize;
+    entry.dwfOptions = 0x10;
+    entry.dwFramingProtocol = 1;
+    entry.dwType = 1;
+    copyToBuffer("modem", entry.szDeviceType, 17);
     copyToBuffer("*99#", entry.szLocalPhoneNumber, 129);
     copyToBuffer(modem, entry.szDeviceName, 129);
     return entry;
@@ -390,7 +395,7 @@ void DiallingTest::theDialogIsCancelled()
 
 void DiallingTest::theDialogAsksAnewWhereThePhoneIs()
 {
-    DWORD code = RasErrorHardwareFailure;
+    DWORD code = RasErrorPortOrDevice;
     DialDialog dialog(entryName, "*99#", m_paths.pppd, [&code] {
         return DialDialog::Target{code, linkName, "/dev/ttyACM0"};
     });
@@ -566,7 +571,7 @@ void DiallingTest::dialDialogRefusals()
     QCOMPARE(info.dwError, ErrorInvalidParameter);
     QCOMPARE(ras().RasDialDlgW(nullptr, nullptr, number, &info), 0);
     QCOMPARE(ras().RasDialDlgW(number, entry, number, &info), 0);
-    QCOMPARE(info.dwError, ErrorNotSupported);
+    QCOMPARE(info.dwError, RasErrorCannotOpenPhonebook);
     info.dwSubEntry = 1;
     QCOMPARE(ras().RasDialDlgW(nullptr, entry, number, &info), 0);
     QCOMPARE(info.dwError, ErrorNotSupported);
@@ -591,7 +596,7 @@ void DiallingTest::dialDialogTellsItsError()
     QCOMPARE(ras().RasSetEntryPropertiesW(nullptr, entry, &properties, RasEntrySize, nullptr, 0),
              DWORD(Success));
     QCOMPARE(dialAndCancel(), 0);
-    QCOMPARE(info.dwError, RasErrorHardwareFailure); // no phone at COM77
+    QCOMPARE(info.dwError, RasErrorPortOrDevice); // no phone at COM77
     m_store->change([](QJsonObject *state) {
         writeDevices(state, {});
         return true;
@@ -686,7 +691,8 @@ void DiallingTest::entryProperties()
     DWORD size = 0;
     QCOMPARE(ras().RasGetEntryPropertiesW(nullptr, empty, nullptr, &size, nullptr, nullptr),
              RasErrorBufferTooSmall);
-    QCOMPARE(size, RasEntrySize);
+    QCOMPARE(size, DWORD(5616)); // as newer releases of Windows ask for
+    size = RasEntrySize;
     RasEntry entry = {};
     QCOMPARE(ras().RasGetEntryPropertiesW(nullptr, empty, &entry, &size, nullptr, nullptr),
              RasErrorInvalidSize);
@@ -728,13 +734,15 @@ void DiallingTest::settingAnEntryIsRefused()
     QCOMPARE(set(entryFor(modemName), RasEntrySize - 1), RasErrorInvalidBuffer);
     RasEntry entry = entryFor(modemName);
     entry.dwSize = 0;
-    QCOMPARE(set(entry), RasErrorInvalidBuffer);
+    QCOMPARE(set(entry), ErrorInvalidParameter);
+    entry.dwSize = RasEntrySize - 1;
+    QCOMPARE(set(entry), RasErrorInvalidSize);
     entry = entryFor(modemName);
     entry.szLocalPhoneNumber[0] = 0;
     QCOMPARE(set(entry), ErrorInvalidParameter);
     entry = entryFor(modemName);
     QCOMPARE(ras().RasSetEntryPropertiesW(nullptr, nullptr, &entry, RasEntrySize, nullptr, 0),
-             ErrorInvalidParameter);
+             DWORD(123)); // ERROR_INVALID_NAME
     QCOMPARE(ras().RasSetEntryPropertiesW(wide(name), wide(name), &entry, RasEntrySize, nullptr, 0),
              RasErrorCannotOpenPhonebook);
     BYTE block = 0;

@@ -4,6 +4,7 @@
 #include "platform/linux/seriallock.h"
 #include "platform/linux/statestore.h"
 #include "platform/newdev.h"
+#include "platform/standin/devices.h"
 #include "platform/standin/lasterror.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
@@ -33,6 +34,7 @@ class SystemTest : public QObject
 private slots:
     void init();
 
+    void everyOperationIsProvided();
     void librariesAreBoundAtRunTime();
     void bindingIsRefused();
     void theRootIsLocated();
@@ -89,6 +91,12 @@ void SystemTest::init()
     m_platform = std::make_unique<LinuxPlatform>(paths);
     setCurrent(m_platform.get()); // whose slots functions bound at run time call
     setLastError(Success);
+}
+
+void SystemTest::everyOperationIsProvided()
+{
+    for (const AnyOperation *operation : m_platform->allOperations())
+        QVERIFY2(operation->isProvided(), operation->name());
 }
 
 void SystemTest::librariesAreBoundAtRunTime()

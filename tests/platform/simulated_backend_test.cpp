@@ -11,6 +11,14 @@ class SimulatedBackendTest : public QObject
     Q_OBJECT
 
 private slots:
+    void everyOperationIsProvided()
+    {
+        const TestMachine machine;
+        const SimulatedPc pc(machine.directory());
+        for (const AnyOperation *operation : pc.allOperations())
+            QVERIFY2(operation->isProvided(), operation->name());
+    }
+
     /// There is one backend in a process, so one test tells all of it.
     void worksOnTheChosenMachineWithItsFaults()
     {

@@ -118,7 +118,7 @@ void prepareEntry(TestMachine &machine)
     machine.change([](simulated::MachineState &state) {
         state.portDriverInstalled = true;
         state.portOfSocket[1] = 12;
-        simulated::Device device;
+        RootDevice device;
         device.instanceId = "ROOT\\MODEM\\0000";
         device.className = "Modem";
         device.friendlyName = "MTK GPRS Modem";
@@ -197,7 +197,7 @@ private slots:
         TestMachine machine;
         QCOMPARE(tool(machine, "set windows 6.1/" + processor).exitCode, 0);
         machine.change([](simulated::MachineState &state) {
-            simulated::Device device;
+            RootDevice device;
             device.instanceId = "ROOT\\MODEM\\0000";
             device.className = "Modem";
             device.hardwareIds = QStringList{"mtkgprsmodem"};

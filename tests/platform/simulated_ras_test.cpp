@@ -18,9 +18,9 @@ using namespace platform::simulated;
 
 namespace {
 
-simulated::Device modem(const QString &name = "MTK GPRS Modem", const QString &port = "COM5")
+RootDevice modem(const QString &name = "MTK GPRS Modem", const QString &port = "COM5")
 {
-    simulated::Device device;
+    RootDevice device;
     device.instanceId = "ROOT\\MODEM\\" + name;
     device.className = "Modem";
     device.friendlyName = name;
@@ -167,7 +167,7 @@ void SimulatedRasTest::listsDevices()
     machine.change([](simulated::MachineState &state) {
         state.devices += modem();
         state.devices += modem("MTK GPRS Modem #2");
-        simulated::Device bare = modem("No driver");
+        RootDevice bare = modem("No driver");
         bare.driverInf.clear();
         state.devices += bare;
     });
@@ -243,7 +243,7 @@ void SimulatedRasTest::givesDefaultProperties()
     QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, nullptr, entry, &size, nullptr, nullptr),
              DWORD(ErrorInvalidParameter));
     QCOMPARE(pc.RasGetEntryPropertiesW(wide(unknown), wide(name), entry, &size, nullptr, nullptr),
-             DWORD(ErrorNotSupported));
+             DWORD(RasErrorCannotOpenPhonebook));
     machine.change([](simulated::MachineState &state) { state.phonebookDamaged = true; });
     QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
              DWORD(RasErrorCannotOpenPhonebook));
@@ -292,6 +292,8 @@ void SimulatedRasTest::refusesEntryProperties()
     RasEntry bad = good;
     bad.dwSize = 4047;
     QCOMPARE(set(&bad), DWORD(RasErrorInvalidSize));
+    bad.dwSize = 0;
+    QCOMPARE(set(&bad), DWORD(ErrorInvalidParameter));
     QCOMPARE(set(&good, "Entry", 4047), DWORD(RasErrorInvalidBuffer));
     bad = good;
     bad.szLocalPhoneNumber[0] = 0;
@@ -305,6 +307,8 @@ void SimulatedRasTest::refusesEntryProperties()
     const QString name = "Entry";
     QCOMPARE(pc.RasSetEntryPropertiesW(nullptr, wide(name), &good, 4048, &block, 1),
              DWORD(ErrorNotSupported));
+    QCOMPARE(pc.RasSetEntryPropertiesW(wide(name), wide(name), &good, 4048, nullptr, 0),
+             DWORD(RasErrorCannotOpenPhonebook));
     machine.change([](simulated::MachineState &state) { state.phonebookDamaged = true; });
     QCOMPARE(set(&good), DWORD(RasErrorCannotOpenPhonebook));
     machine.setAdministrator(false);
@@ -647,7 +651,7 @@ void SimulatedRasTest::refusesToDial()
     };
     QCOMPARE(refusal(nullptr, name), DWORD(RasErrorInvalidSize));
     info.dwSize = RasDialDialogSize;
-    QCOMPARE(refusal(name, name), DWORD(ErrorNotSupported));
+    QCOMPARE(refusal(name, name), DWORD(RasErrorCannotOpenPhonebook));
     QCOMPARE(refusal(nullptr, nullptr), DWORD(ErrorInvalidParameter));
     info.dwFlags = 1;
     QCOMPARE(refusal(nullptr, name), DWORD(ErrorNotSupported));

@@ -30,7 +30,7 @@ MachineState fullState()
     state.unmatchedPlugIds = QStringList{"a", "b"};
     state.portOfSocket = {{1, 12}, {2, 5}};
     state.nextDevInst = 9;
-    Device device;
+    platform::RootDevice device;
     device.devInst = 8;
     device.instanceId = "ROOT\\MODEM\\0000";
     device.className = "Modem";
@@ -40,7 +40,7 @@ MachineState fullState()
     device.driverInf = "oem0.inf";
     device.hasDriverKey = true;
     device.driverKey["AttachedTo"] = "COM12";
-    state.devices = {device, Device()};
+    state.devices = {device, platform::RootDevice()};
     state.phonebookDamaged = true;
     state.phonebook["TolvaneModem 1"] = QJsonObject{{"szLocalPhoneNumber", "*99#"}};
     state.nextConnection = 7;

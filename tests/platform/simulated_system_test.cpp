@@ -160,7 +160,7 @@ private slots:
         TestMachine machine;
         SimulatedPc pc(machine.directory());
         machine.change([](simulated::MachineState &state) {
-            simulated::Device device;
+            RootDevice device;
             device.devInst = 7;
             device.instanceId = "ROOT\\MODEM\\0000";
             state.devices += device;

@@ -104,7 +104,7 @@ int show(const QString &directory, const QStringList &)
     showPorts(&session);
     const QStringList infs = QDir(directory + "/inf").entryList({"*.inf"}, QDir::Files);
     print("INF store: " + (infs.isEmpty() ? QString("empty") : infs.join(", ")));
-    for (const Device &device : state.devices) {
+    for (const platform::RootDevice &device : state.devices) {
         print(QString("device %1: %2, %3, attached to %4")
                   .arg(device.instanceId, device.hardwareIds.join(", "),
                        device.driverInf.isEmpty() ? QString("no driver") : device.friendlyName,

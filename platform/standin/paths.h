@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace platform::linuxsystem {
+namespace platform {
 
 /// The file behind a path in the manner of Windows: its separators turned
 /// back. A folder whose own name holds a backslash cannot be named this way.
@@ -11,4 +11,10 @@ inline QString systemPath(QString path)
     return path.replace('\\', '/');
 }
 
-} // namespace platform::linuxsystem
+/// The same path as the program expects to be told it.
+inline QString windowsPath(QString path)
+{
+    return path.replace('/', '\\');
+}
+
+} // namespace platform

@@ -1,0 +1,114 @@
+#include "platform/linux/setupapi.h"
+
+#include "platform/linux/families.h"
+#include "platform/linux/serialports.h"
+#include "platform/linux/statestore.h"
+#include "platform/posix/storedfiles.h"
+#include "platform/standin/deviceinstallation.h"
+#include "platform/standin/jsonreader.h"
+
+#include <limits>
+
+namespace platform::linuxsystem {
+
+namespace {
+
+/// The ports are those that udev knows; INF store and root-enumerated devices
+/// are kept in the state store, which needs administrator rights to change.
+class LinuxMachine : public Machine
+{
+public:
+    explicit LinuxMachine(const std::shared_ptr<StateStore> &store) : m_store(store) {}
+
+    DWORD presentPorts(QList<PortDevice> *ports) override
+    {
+        QList<SerialPortDevice> lines;
+        const DWORD code = presentSerialPorts(m_store.get(), &lines);
+        for (const SerialPortDevice &line : std::as_const(lines)) {
+            PortDevice port;
+            port.number = line.number;
+            port.friendlyName = friendlyName(line);
+            port.instanceId = QString(line.identity).replace(':', '\\').toUpper();
+            *ports += port;
+        }
+        return code;
+    }
+
+    DWORD readDevices(DeviceList *list) override
+    {
+        return linuxsystem::readDevices(*m_store, list);
+    }
+
+    DWORD changeDevices(const std::function<DWORD(DeviceList *)> &change) override
+    {
+        DWORD outcome = Success;
+        const DWORD code = m_store->change([&](QJsonObject *state) {
+            DeviceList list;
+            outcome = linuxsystem::readDevices(*state, &list);
+            const DeviceList before = list;
+            if (outcome == Success)
+                outcome = change(&list);
+            if (outcome != Success || list == before)
+                return false;
+            writeDevices(state, list);
+            return true;
+        });
+        return code == Success ? outcome : code;
+    }
+
+    QString infFolder() const override { return m_store->folder() + "/inf"; }
+
+    DWORD writeInf(const QString &fileName, const QByteArray &content) override
+    {
+        const DWORD code = makeFolder(infFolder());
+        return code == Success ? replaceFile(infFolder() + '/' + fileName, content, 0644) : code;
+    }
+
+    /// The driver packages for Linux serve every processor alike.
+    QStringList modelDecorations() override { return {QString()}; }
+
+private:
+    const std::shared_ptr<StateStore> m_store;
+};
+
+} // namespace
+
+void provideDeviceInstallation(Platform *platform, const std::shared_ptr<StateStore> &store)
+{
+    platform::provideDeviceInstallation(platform, std::make_shared<LinuxMachine>(store));
+}
+
+DWORD readDevices(const StateStore &store, DeviceList *list)
+{
+    QJsonObject state;
+    const DWORD code = store.read(&state);
+    return code == Success ? readDevices(state, list) : code;
+}
+
+DWORD readDevices(const QJsonObject &state, DeviceList *list)
+{
+    QString error;
+    JsonReader reader(state, QString(), &error);
+    double next = list->nextDevInst;
+    reader.number("nextDevInst", &next, next, std::numeric_limits<int>::max());
+    list->nextDevInst = static_cast<DEVINST>(next);
+    for (const QJsonObject &object : reader.objects("devices"))
+        list->devices += deviceFromJson(object, &error);
+    // Earlier versions gave no numbers to their devices.
+    for (RootDevice &device : list->devices) {
+        if (device.devInst == 0)
+            device.devInst = list->nextDevInst++;
+    }
+    return error.isEmpty() ? Success : ErrorInvalidData;
+}
+
+void writeDevices(QJsonObject *state, const DeviceList &list)
+{
+    QJsonArray devices;
+    for (const RootDevice &device : list.devices)
+        devices.append(toJson(device));
+    state->insert("devices", devices);
+    state->insert("nextDevInst", static_cast<double>(list.nextDevInst));
+}
+
+} // namespace platform::linuxsystem

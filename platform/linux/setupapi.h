@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/standin/devices.h"
+
+#include <QJsonObject>
+
+namespace platform::linuxsystem {
+
+class StateStore;
+
+/// The root-enumerated devices that the state store keeps. Success, 13 when
+/// they are damaged, or the code with which the store cannot be read.
+DWORD readDevices(const StateStore &store, DeviceList *list);
+
+/// The same of the store's content, to change them within it.
+DWORD readDevices(const QJsonObject &state, DeviceList *list);
+void writeDevices(QJsonObject *state, const DeviceList &list);
+
+} // namespace platform::linuxsystem

@@ -1,0 +1,211 @@
+#include "platform/standin/ras.h"
+
+#include "platform/platform.h"
+#include "platform/standin/lasterror.h"
+#include "platform/text.h"
+
+#include <QCoreApplication>
+#include <QThread>
+
+#include <cstring>
+
+namespace platform {
+
+namespace {
+
+constexpr DWORD ErrorInvalidName = 123; // ERROR_INVALID_NAME
+constexpr int LongestEntryName = 256;   // RAS_MaxEntryName
+
+/// The entry record of newer releases, whose size the stand-ins report: fields
+/// were appended, and the older record is still taken.
+constexpr DWORD NewerEntrySize = 5616;
+
+bool isKnownEntrySize(DWORD size)
+{
+    return size == RasEntrySize || size == NewerEntrySize;
+}
+
+/// Refuses what only another phone book or a device's own block could answer.
+DWORD checkBooks(const char *operation, const WCHAR *phonebook, const void *deviceInfo)
+{
+    if (phonebook) {
+        failUnsupported(operation, "other phone books");
+        return RasErrorCannotOpenPhonebook;
+    }
+    if (deviceInfo) {
+        failUnsupported(operation, "device information blocks");
+        return ErrorNotSupported;
+    }
+    return Success;
+}
+
+/// The protocol of the two lists: size and count are told in every case. An
+/// empty list fits anywhere.
+template<class Record>
+DWORD tellSize(const Record *first, DWORD *bytes, DWORD *count, qsizetype found)
+{
+    const DWORD needed = static_cast<DWORD>(found) * DWORD(sizeof(Record));
+    const bool fits = needed == 0 || (first && *bytes >= needed);
+    *bytes = needed;
+    *count = static_cast<DWORD>(found);
+    return fits ? Success : RasErrorBufferTooSmall;
+}
+
+/// The least that an entry needs to be stored.
+bool isComplete(const RasEntry &entry)
+{
+    return entry.dwfOptions != 0 && entry.dwFramingProtocol != 0 && entry.dwType != 0 &&
+           entry.szLocalPhoneNumber[0] != 0 && entry.szDeviceType[0] != 0 &&
+           entry.szDeviceName[0] != 0;
+}
+
+class RemoteAccess
+{
+public:
+    explicit RemoteAccess(const std::shared_ptr<DialUpMachine> &machine) : m_machine(machine) {}
+
+    DWORD RasEnumConnectionsW(RasConnection *lprasconn, DWORD *lpcb, DWORD *lpcConnections)
+    {
+        if (!lpcb || !lpcConnections)
+            return ErrorInvalidParameter;
+        // The first record's size is the caller's version of the interface; it is
+        // looked at before anything is counted.
+        const DWORD size = lprasconn ? lprasconn->dwSize : RasConnectionSize;
+        if (size != RasConnectionSize && size != sizeof(RasConnection))
+            return RasErrorInvalidSize;
+        const QList<ActiveConnection> connections = m_machine->connections();
+        const DWORD code = tellSize(lprasconn, lpcb, lpcConnections, connections.size());
+        if (code != Success)
+            return code;
+        for (const ActiveConnection &connection : connections) {
+            RasConnection record = {};
+            record.dwSize = size;
+            record.hrasconn = connection.handle;
+            setField(record.szEntryName, connection.entry);
+            setField(record.szDeviceType, "modem");
+            setField(record.szDeviceName, connection.device);
+            // Only what the declared size covers belongs to the caller's record.
+            std::memcpy(static_cast<void *>(lprasconn++), &record, size);
+        }
+        return Success;
+    }
+
+    DWORD RasHangUpW(RasConnectionHandle hrasconn) { return m_machine->hangUp(hrasconn); }
+
+    BOOL RasDialDlgW(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
+                     RasDialDialog *lpInfo)
+    {
+        if (!lpInfo)
+            return fail(ErrorInvalidParameter);
+        lpInfo->dwError = Success;
+        if (lpInfo->dwSize != RasDialDialogSize)
+            lpInfo->dwError = RasErrorInvalidSize;
+        else if (!lpszEntry || lpszEntry[0] == 0)
+            lpInfo->dwError = ErrorInvalidParameter;
+        else
+            lpInfo->dwError = checkBooks("RasDialDlgW", lpszPhonebook, nullptr);
+        if (lpInfo->dwError != Success)
+            return 0;
+        if (lpInfo->dwFlags != 0 || lpInfo->dwSubEntry != 0 || lpInfo->hwndOwner ||
+            !QCoreApplication::instance() ||
+            QThread::currentThread() != QCoreApplication::instance()->thread()) {
+            failUnsupported("RasDialDlgW", "owners, positions, sub-entries and other threads");
+            lpInfo->dwError = ErrorNotSupported;
+            return 0;
+        }
+        const QString number = lpszPhoneNumber ? fromWide(lpszPhoneNumber) : QString();
+        return m_machine->dial(fromWide(lpszEntry), number, &lpInfo->dwError) ? 1 : 0;
+    }
+
+    DWORD RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices)
+    {
+        if (!lpcb || !lpcDevices)
+            return ErrorInvalidParameter;
+        if (lpRasDevInfo && lpRasDevInfo->dwSize != RasDeviceInfoSize)
+            return RasErrorInvalidSize;
+        QList<DialDevice> devices;
+        DWORD code = m_machine->devices(&devices);
+        if (code == Success)
+            code = tellSize(lpRasDevInfo, lpcb, lpcDevices, devices.size());
+        if (code != Success)
+            return code;
+        for (const DialDevice &device : std::as_const(devices)) {
+            RasDeviceInfo &record = *lpRasDevInfo++;
+            record = {};
+            record.dwSize = RasDeviceInfoSize;
+            setField(record.szDeviceType, device.type);
+            setField(record.szDeviceName, device.name);
+        }
+        return Success;
+    }
+
+    DWORD RasGetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
+                                 RasEntry *lpRasEntry, DWORD *lpdwEntryInfoSize,
+                                 BYTE *lpbDeviceInfo, DWORD *lpdwDeviceInfoSize)
+    {
+        if (!lpszEntry || !lpdwEntryInfoSize)
+            return ErrorInvalidParameter;
+        DWORD code = checkBooks("RasGetEntryPropertiesW", lpszPhonebook, lpbDeviceInfo);
+        if (code != Success)
+            return code;
+        if (lpdwDeviceInfoSize)
+            *lpdwDeviceInfoSize = 0;
+        RasEntry entry = {};
+        code = m_machine->readEntry(fromWide(lpszEntry), &entry);
+        if (code != Success)
+            return code;
+        const DWORD given = *lpdwEntryInfoSize;
+        if (lpRasEntry && given >= RasEntrySize && !isKnownEntrySize(lpRasEntry->dwSize))
+            return RasErrorInvalidSize;
+        if (!lpRasEntry || given < RasEntrySize || given < lpRasEntry->dwSize) {
+            *lpdwEntryInfoSize = NewerEntrySize;
+            return RasErrorBufferTooSmall;
+        }
+        // The newer record's additional fields are all zero by default.
+        const DWORD size = lpRasEntry->dwSize;
+        std::memset(static_cast<void *>(lpRasEntry), 0, size);
+        *lpRasEntry = entry;
+        lpRasEntry->dwSize = size;
+        return Success;
+    }
+
+    DWORD RasSetEntryPropertiesW(const WCHAR *lpszPhonebook, const WCHAR *lpszEntry,
+                                 RasEntry *lpRasEntry, DWORD dwEntryInfoSize, BYTE *lpbDeviceInfo,
+                                 DWORD)
+    {
+        const DWORD code = checkBooks("RasSetEntryPropertiesW", lpszPhonebook, lpbDeviceInfo);
+        if (code != Success)
+            return code;
+        if (!lpRasEntry)
+            return RasErrorInvalidBuffer;
+        if (lpRasEntry->dwSize == 0)
+            return ErrorInvalidParameter;
+        if (!isKnownEntrySize(lpRasEntry->dwSize))
+            return RasErrorInvalidSize;
+        if (dwEntryInfoSize < lpRasEntry->dwSize)
+            return RasErrorInvalidBuffer;
+        const QString name = lpszEntry ? fromWide(lpszEntry) : QString();
+        if (name.trimmed().isEmpty() || name.size() > LongestEntryName || name.startsWith('.'))
+            return ErrorInvalidName;
+        return isComplete(*lpRasEntry) ? m_machine->writeEntry(name, *lpRasEntry)
+                                       : ErrorInvalidParameter;
+    }
+
+private:
+    const std::shared_ptr<DialUpMachine> m_machine;
+};
+
+} // namespace
+
+void provideRas(Platform *platform, const std::shared_ptr<DialUpMachine> &machine)
+{
+    const auto access = std::make_shared<RemoteAccess>(machine);
+    platform->RasEnumConnectionsW.provide(access, &RemoteAccess::RasEnumConnectionsW);
+    platform->RasHangUpW.provide(access, &RemoteAccess::RasHangUpW);
+    platform->RasDialDlgW.provide(access, &RemoteAccess::RasDialDlgW);
+    platform->RasEnumDevicesW.provide(access, &RemoteAccess::RasEnumDevicesW);
+    platform->RasGetEntryPropertiesW.provide(access, &RemoteAccess::RasGetEntryPropertiesW);
+    platform->RasSetEntryPropertiesW.provide(access, &RemoteAccess::RasSetEntryPropertiesW);
+}
+
+} // namespace platform
