@@ -73,6 +73,7 @@ VIAddVersionKey "LegalCopyright" "GNU General Public License, version 3 or later
     Delete "${FOLDER}\${PROGRAM}"
     Delete "${FOLDER}\48x48.ico"
     Delete "${FOLDER}\QuickStart.txt"
+    Delete "${FOLDER}\Manual.txt"
     Delete "${FOLDER}\Notices.txt"
     Delete "${FOLDER}\Uninstall.exe"
     Delete "${FOLDER}\drivers\ReadMe.txt"
@@ -109,6 +110,7 @@ Section
     CreateDirectory "$SMPROGRAMS\${PRODUCT}"
     CreateShortcut "$SMPROGRAMS\${PRODUCT}\${PRODUCT}.lnk" "$INSTDIR\${PROGRAM}"
     CreateShortcut "$SMPROGRAMS\${PRODUCT}\Quick Start.lnk" "$INSTDIR\QuickStart.txt"
+    CreateShortcut "$SMPROGRAMS\${PRODUCT}\Manual.lnk" "$INSTDIR\Manual.txt"
 
     WriteUninstaller "$INSTDIR\Uninstall.exe"
     WriteRegStr HKLM "${UNINSTALL}" "DisplayName" "${PRODUCT}"
@@ -135,6 +137,7 @@ Section "Uninstall"
     !insertmacro DeleteInstalledFiles "$INSTDIR"
     Delete "$SMPROGRAMS\${PRODUCT}\${PRODUCT}.lnk"
     Delete "$SMPROGRAMS\${PRODUCT}\Quick Start.lnk"
+    Delete "$SMPROGRAMS\${PRODUCT}\Manual.lnk"
     RMDir "$SMPROGRAMS\${PRODUCT}"
     DeleteRegKey HKLM "${UNINSTALL}"
 

@@ -68,7 +68,7 @@ QList<ActiveLink> activeLinks(const QString &runFolder)
     QList<ActiveLink> links;
     const QString prefix = "ppp-";
     const QString suffix = ".pid";
-    // As it was built, pppd has a folder of its own there.
+    // Some builds of pppd use a subfolder.
     for (const QString &path : {runFolder, runFolder + "/pppd"}) {
         const QDir folder(path);
         for (const QString &file : folder.entryList({prefix + '*' + suffix}, QDir::Files)) {

@@ -10,7 +10,7 @@ namespace platform {
 
 namespace {
 
-constexpr DWORD KeyWriteAccess = 0x2;  // KEY_SET_VALUE
+constexpr DWORD KeyWriteAccess = 0x2; // KEY_SET_VALUE
 
 /// A driver key, opened or created.
 struct OpenKey {

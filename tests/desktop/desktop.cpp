@@ -286,7 +286,8 @@ void Desktop::pressUntil(const WindowId &window, const QString &key, const QStri
 
 void Desktop::close(const WindowId &window) const
 {
-    pressIn(window, "alt+F4");
+    pressUntil(window, "alt+F4", "The window is gone",
+               [&] { return !visibleWindows().contains(window); });
 }
 
 QImage Desktop::screen() const

@@ -83,7 +83,7 @@ public:
     /// second press does no harm. `what` names what is waited for.
     void pressUntil(const WindowId &window, const QString &key, const QString &what,
                     const std::function<bool()> &done) const;
-    /// Asks the window to close, as its title bar's button does.
+    /// Closes the window, as its title bar's button does, and waits until it is gone.
     void close(const WindowId &window) const;
 
     /// Whether another program could have the mouse and the keyboard for

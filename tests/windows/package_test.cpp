@@ -168,7 +168,7 @@ void PackageTest::archiveHoldsWhatIsDelivered()
     onMachine([&](Desktop &) {
         const QSet<QString> names = archiveNames();
         for (const char *name :
-             {"TolvaneDialler.exe", "48x48.ico", "QuickStart.txt", "Notices.txt",
+             {"TolvaneDialler.exe", "48x48.ico", "QuickStart.txt", "Manual.txt", "Notices.txt",
               "drivers/ReadMe.txt", "settings/ReadMe.txt", "licences/TolvaneModemConnector.txt",
               "licences/Qt-LGPL3.txt", "licences/Qt-GPL2.txt", "licences/Qt-GPL3.txt",
               "licences/Qt-copyright.txt", "licences/Qt-3rdparty-zlib.txt",
@@ -179,9 +179,11 @@ void PackageTest::archiveHoldsWhatIsDelivered()
         QVERIFY(content(m_machine->hostFolder() + "/licences/GCC.txt")
                     .contains("GCC RUNTIME LIBRARY EXCEPTION"));
         // Texts have the line ends that every Windows editor shows.
-        const QByteArray text = content(m_machine->hostFolder() + "/QuickStart.txt");
-        QVERIFY(text.contains("\r\n"));
-        QVERIFY(!text.contains("@VERSION@"));
+        for (const char *name : {"/QuickStart.txt", "/Manual.txt"}) {
+            const QByteArray text = content(m_machine->hostFolder() + name);
+            QVERIFY2(text.count("\r\n") > 1 && text.count("\r\n") == text.count('\n'), name);
+            QVERIFY2(!text.contains("@VERSION@"), name);
+        }
     });
 }
 
@@ -195,7 +197,10 @@ void PackageTest::silentlyInstalledStartedAndRemoved()
         QVERIFY(content(m_folder + "/TolvaneDialler.exe") ==
                 content(m_machine->hostFolder() + "/TolvaneDialler.exe"));
         QVERIFY(isRegistered());
-        QVERIFY(QFile::exists(m_machine->driveC() + startMenu + "/Tolvane Modem Connector.lnk"));
+        for (const char *name : {"Tolvane Modem Connector", "Quick Start", "Manual"}) {
+            const QString shortcut = QString("%1/%2.lnk").arg(startMenu, name);
+            QVERIFY2(QFile::exists(m_machine->driveC() + shortcut), name);
+        }
 
         // Started from where it was installed.
         const WindowId wizard = m_machine->startUntil(wizardTitle, installedProgram);

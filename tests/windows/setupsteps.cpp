@@ -5,7 +5,7 @@
 #include "app/identity.h"
 #include "dialup/phonebookentry.h"
 #include "install/installationsteps.h"
-#include "platform/windows/windowsplatform.h"
+#include "platform/platform.h"
 
 #include <QCoreApplication>
 
