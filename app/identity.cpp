@@ -3,11 +3,17 @@
 #include <QCoreApplication>
 #include <QSettings>
 
+namespace {
+
+const char applicationName[] = "Tolvane Modem Connector";
+
+} // namespace
+
 void setApplicationIdentity()
 {
     QCoreApplication::setOrganizationName("Brantiq Developer Network");
     QCoreApplication::setOrganizationDomain("brantiq.example");
-    QCoreApplication::setApplicationName("Tolvane Modem Connector");
+    QCoreApplication::setApplicationName(applicationName);
     QSettings::setDefaultFormat(QSettings::IniFormat);
     // Only the system scope is moved. Settings are written to the user's own
     // file. An administrator can preset values in the delivered folder, which
@@ -20,4 +26,16 @@ QString applicationFolder()
 {
     static const QString folder = QCoreApplication::applicationDirPath();
     return folder;
+}
+
+platform::Program programIdentity()
+{
+    platform::Program program;
+    program.name = applicationName;
+    program.stateFolder = "tolvane-modem-connector";
+    program.filePrefix = "tolvane-";
+    program.modemPortMark = "TOLVANE_MODEM_PORT";
+    program.modemPortName = UsbPortName;
+    program.modemPortWords = "Modem Driver"; // as in both names of a phone's port
+    return program;
 }

@@ -10,7 +10,7 @@
 
 int main(int argc, char *argv[])
 {
-    platform::setCurrent(&platform::backend());
+    platform::setCurrent(&platform::backend(programIdentity()));
 
     // On X11, Qt 5 would load the whole OpenGL stack at the start. Nothing here
     // draws with it, and without it the program starts four times as fast.

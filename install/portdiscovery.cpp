@@ -1,6 +1,7 @@
 #include "install/portdiscovery.h"
 
 #include "app/diagnostics.h"
+#include "app/identity.h"
 #include "app/settings.h"
 #include "platform/platform.h"
 #include "platform/text.h"
@@ -39,7 +40,7 @@ QString friendlyName(HDEVINFO set, DeviceInfoData *device)
 
 bool isModemPort(const QString &name)
 {
-    return name.contains("Tolvane Modem Driver") || name.contains("USB Modem Driver");
+    return name.contains(TolvanePortName) || name.contains(UsbPortName);
 }
 
 /// The first digits anywhere in the name, on purpose: digits before "(COM5)" are

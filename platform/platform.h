@@ -7,6 +7,7 @@
 #include "platform/modules.h"
 #include "platform/newdev.h"
 #include "platform/process.h"
+#include "platform/program.h"
 #include "platform/ras.h"
 #include "platform/registry.h"
 #include "platform/serialcomm.h"
@@ -47,8 +48,9 @@ Platform &current();
 /// every call.
 void setCurrent(Platform *backend);
 
-/// The backend that this executable was built with. Made at the first call
-/// and alive until the process ends. Defined once in each backend's folder.
-Platform &backend();
+/// The backend that this executable was built with. Made at the first call, for
+/// the program named there, and alive until the process ends. Defined once in
+/// each backend's folder.
+Platform &backend(const Program &program);
 
 } // namespace platform

@@ -1,7 +1,5 @@
 #include "platform/linux/activelinks.h"
 
-#include "platform/linux/phonebook.h"
-
 #include <QDir>
 #include <QFile>
 
@@ -23,7 +21,8 @@ QByteArray contentOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// The arguments of a running pppd; empty for any other process and for none.
+/// The arguments of a running pppd. Empty when no such process runs or when it
+/// is another program.
 QList<QByteArray> pppdArguments(pid_t process)
 {
     const QString folder = QString("/proc/%1/").arg(process);
@@ -47,23 +46,23 @@ bool hasAddress(const QByteArray &interface)
     return found;
 }
 
-/// pppd leaves its process number and, from the moment it has one, the name of
-/// the interface.
-bool readLink(const QString &path, const QString &linkName, ActiveLink *link)
+/// pppd writes its process number into the file and, once it has one, the name
+/// of its network interface. False when the link is not up.
+bool readLink(const QString &path, ActiveLink *link)
 {
     const QList<QByteArray> lines = contentOf(path).split('\n');
     link->process = lines.first().trimmed().toInt();
     if (link->process <= 0 || lines.size() < 2 || !hasAddress(lines.at(1)))
         return false;
     link->interface = QString::fromLatin1(lines.at(1));
-    // A process number comes round again: only a pppd that was told this very
-    // link is the one.
-    return pppdArguments(link->process).contains(linkName.toLatin1());
+    // The system uses process numbers again. So the process must be a pppd that
+    // was started for this link.
+    return pppdArguments(link->process).contains(link->name.toLatin1());
 }
 
 } // namespace
 
-QList<ActiveLink> activeLinks(const QString &runFolder)
+QList<ActiveLink> activeLinks(const PhoneBook &phoneBook, const QString &runFolder)
 {
     QList<ActiveLink> links;
     const QString prefix = "ppp-";
@@ -72,11 +71,10 @@ QList<ActiveLink> activeLinks(const QString &runFolder)
     for (const QString &path : {runFolder, runFolder + "/pppd"}) {
         const QDir folder(path);
         for (const QString &file : folder.entryList({prefix + '*' + suffix}, QDir::Files)) {
-            const QString linkName =
-                file.mid(prefix.size(), file.size() - prefix.size() - suffix.size());
-            const std::optional<QString> entry = PhoneBook::entryName(linkName);
             ActiveLink link;
-            if (!entry || !readLink(folder.filePath(file), linkName, &link))
+            link.name = file.mid(prefix.size(), file.size() - prefix.size() - suffix.size());
+            const std::optional<QString> entry = phoneBook.entryName(link.name);
+            if (!entry || !readLink(folder.filePath(file), &link))
                 continue;
             link.entryName = *entry;
             links.append(link);
@@ -87,12 +85,10 @@ QList<ActiveLink> activeLinks(const QString &runFolder)
 
 DWORD endLink(const ActiveLink &link, int patience)
 {
-    // The descriptor stands for this process alone, even when it ends and its
-    // number is given away before the signal is sent.
+    // The process may end before the signal is sent, and its number may go to
+    // another process. The descriptor never stands for that one.
     const int process = static_cast<int>(::syscall(SYS_pidfd_open, link.process, 0));
-    const bool isIt =
-        process >= 0 &&
-        pppdArguments(link.process).contains(PhoneBook::fileName(link.entryName).toLatin1());
+    const bool isIt = process >= 0 && pppdArguments(link.process).contains(link.name.toLatin1());
     if (!isIt) {
         if (process >= 0)
             ::close(process);

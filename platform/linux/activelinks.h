@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/phonebook.h"
 #include "platform/types.h"
 
 #include <QList>
@@ -9,26 +10,27 @@
 
 namespace platform::linuxsystem {
 
-/// How long a pppd that was told to end may take: it asks its peer twice, three
-/// seconds apart, before it puts the line back. Milliseconds.
+/// How long a pppd that was told to end may take: it first asks the other side
+/// to end the connection, twice, three seconds apart. Milliseconds.
 inline constexpr int PppdEndPatience = 8000;
 
-/// A PPP link of the phone book that is up: its pppd lives and its interface
-/// carries an address.
+/// A connected entry of the phone book: its pppd is running and its network
+/// interface has an address.
 struct ActiveLink {
     QString entryName;
+    QString name;      ///< by which pppd knows it: the entry's file name
     QString interface; ///< "ppp0"
     pid_t process = 0;
 };
 
-/// The links as the system has them now, whoever made them: found from the
-/// process numbers that pppd leaves below the run folder. Left-over files of a
-/// process that is gone or is another program do not count. Any thread.
-QList<ActiveLink> activeLinks(const QString &runFolder);
+/// The links that are up now, whoever made them. They are found by the files in
+/// which pppd writes its process number, below the run folder. A file that is
+/// left over from a pppd that has ended does not count. Any thread.
+QList<ActiveLink> activeLinks(const PhoneBook &phoneBook, const QString &runFolder);
 
-/// Ends the link's pppd and waits until it has taken the interface down, that
-/// many milliseconds at most. Success, also for one that is not done by then;
-/// 5 for a link of another user, 6 when the process is gone already.
+/// Ends the link's pppd and waits, at most `patience` milliseconds, until it
+/// has taken the interface down. Success, even when pppd needs longer; 5 for a
+/// link of another user, 6 when the process has ended already.
 DWORD endLink(const ActiveLink &link, int patience = PppdEndPatience);
 
 } // namespace platform::linuxsystem

@@ -2,9 +2,10 @@
 
 namespace platform {
 
-Platform &backend()
+Platform &backend(const Program &program)
 {
-    static linuxsystem::LinuxPlatform instance(linuxsystem::SystemPaths::ofThisSystem());
+    static linuxsystem::LinuxPlatform instance(linuxsystem::SystemPaths::ofThisSystem(program),
+                                               program);
     return instance;
 }
 

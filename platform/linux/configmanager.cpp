@@ -25,8 +25,8 @@ bool isConsole(const QString &path)
     return path.contains("/devices/virtual/") && !path.contains("/ttyS");
 }
 
-/// Asks for the event of a newly plugged-in device once more; the set becomes
-/// the lines that were asked for.
+/// Asks for the event that plugging in a device sends, for every line. The set
+/// receives the lines for which it was asked.
 ConfigRet triggerAll(udev *context, QSet<QString> *waiting)
 {
     waiting->clear();
@@ -58,7 +58,7 @@ ConfigRet triggerAll(udev *context, QSet<QString> *waiting)
 
 ConfigRet rescanSerialDevices(std::chrono::milliseconds patience)
 {
-    // Without its daemon nothing would ever answer.
+    // Without the udev daemon nobody would answer.
     if (::access("/run/udev/control", F_OK) != 0)
         return ConfigFailure;
     const UdevPointer<udev> context(udev_new());
@@ -85,7 +85,7 @@ ConfigRet rescanSerialDevices(std::chrono::milliseconds patience)
             return ConfigFailure;
         if (ready <= 0)
             continue;
-        // Reading takes a pending error off the socket, too.
+        // Reading also clears an error of the socket.
         errno = 0;
         const UdevPointer<udev_device> device(udev_monitor_receive_device(monitor.get()));
         if (device)

@@ -43,7 +43,7 @@ DialDialog::DialDialog(const QString &entryName, const QString &number, const QS
     m_status->setObjectName("statusLabel");
     m_status->setAccessibleName(tr("State of the connection"));
     m_status->setWordWrap(true);
-    // So that a reason can be copied for whoever is asked for help.
+    // Users can copy the reason of a failure into a request for help.
     m_status->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_status->setMinimumSize(StatusWidth, StatusLines * m_status->fontMetrics().lineSpacing());
     m_status->setAlignment(Qt::AlignLeft | Qt::AlignTop);

@@ -11,17 +11,17 @@ class QPushButton;
 
 namespace platform::linuxsystem {
 
-/// The system's dial dialog for one entry: its name and number, Dial and
-/// Cancel, what is going on and why it failed. Accepted when a connection was
-/// made. GUI thread.
+/// The system's dial dialog for one entry. It shows name, number, progress and
+/// the reason of a failure, and has the buttons Dial and Cancel. Accepted when
+/// a connection was made. GUI thread.
 class DialDialog : public QDialog
 {
     Q_OBJECT
 
 public:
-    /// What a dial needs; code tells when it cannot even begin (Success
-    /// otherwise). Asked for anew at each press of Dial: a phone may have been
-    /// plugged in meanwhile.
+    /// What a dial needs. `code` is Success, or the reason why the dial cannot
+    /// begin. It is asked for at each press of Dial, as a phone may have been
+    /// plugged in since the last one.
     struct Target {
         DWORD code = 0;
         QString peer;

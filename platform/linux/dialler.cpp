@@ -12,7 +12,7 @@ namespace platform::linuxsystem {
 
 namespace {
 
-/// What follows a beginning; nothing when the text begins otherwise.
+/// The rest of a text that begins so; nothing when it does not.
 std::optional<QString> textAfter(const char *beginning, const QString &text)
 {
     const QString start = QString::fromLatin1(beginning);
@@ -24,7 +24,7 @@ std::optional<QString> textAfter(const char *beginning, const QString &text)
 Dialler::Dialler(const QString &pppd, QObject *parent) : QObject(parent), m_pppd(pppd)
 {
     m_process.setProcessChannelMode(QProcess::MergedChannels);
-    // On a terminal as standard input pppd would take that for its line.
+    // If standard input were a terminal, pppd would use it as its line.
     m_process.setStandardInputFile(QProcess::nullDevice());
     connect(&m_process, &QProcess::readyRead, this, &Dialler::readMessages);
     connect(&m_process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
@@ -51,7 +51,7 @@ void Dialler::start(const QString &peer, const QString &device, const QString &n
 {
     m_lastAnswer.clear();
     emit progressed(tr("Opening the phone's port..."));
-    // In the order in which poff looks for a connection.
+    // poff looks for the arguments in this order.
     m_process.start(
         m_pppd, {"call", peer, device, "set", "DIAL_NUMBER=" + number, "logfd", "1", "updetach"});
 }

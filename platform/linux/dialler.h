@@ -21,13 +21,13 @@ public:
     /// pppd cannot be started at all.
     void start(const QString &peer, const QString &device, const QString &number);
 
-    /// Gives up: failed() comes when pppd has put the line back.
+    /// Gives up. failed() follows when pppd has released the line.
     void stop();
 
     bool isRunning() const;
 
 signals:
-    /// What is going on, in words.
+    /// What happens now, as a text for the user.
     void progressed(const QString &text);
     /// The link is up and has an address.
     void connected();

@@ -5,9 +5,9 @@
 
 #include <memory>
 
-// Each of these fills the slots of one family; the file of the family's name
-// holds it. What they are given lives as long as the slots. Any thread may call
-// what they provide, RasDialDlgW excepted.
+// Each function fills the slots of one family and is in the file of that name.
+// The slots keep alive what the functions are given. Any thread may call the
+// operations; RasDialDlgW is for the GUI thread.
 namespace platform::linuxsystem {
 
 class StateStore;
@@ -15,20 +15,22 @@ class StateStore;
 /// Rescans through udev.
 void provideConfigManager(Platform *platform);
 
-/// Programs are started as they are; the system's own shell reads nothing.
+/// Programs are started directly, without a shell.
 void provideProcess(Platform *platform, const std::shared_ptr<Handles> &handles);
 
 /// Remote access over pppd.
-void provideRas(Platform *platform, const SystemPaths &paths,
+void provideRas(Platform *platform, const SystemPaths &paths, const Program &program,
                 const std::shared_ptr<StateStore> &store);
 
-/// The COM ports of this machine. A line that another program has announced as
-/// its own, or opened for itself alone, answers 5.
+/// The COM ports of this machine. Opening a line that another program has
+/// locked or opened exclusively fails with 5.
 void provideSerialComm(Platform *platform, const std::shared_ptr<Handles> &handles,
-                       const SystemPaths &paths, const std::shared_ptr<StateStore> &store);
+                       const SystemPaths &paths, const Program &program,
+                       const std::shared_ptr<StateStore> &store);
 
 /// SetupApi, Registry and NewDev.
-void provideDeviceInstallation(Platform *platform, const std::shared_ptr<StateStore> &store);
+void provideDeviceInstallation(Platform *platform, const Program &program,
+                               const std::shared_ptr<StateStore> &store);
 
 /// Answers as the newest release of Windows that the phone's drivers know.
 void provideSystemInformation(Platform *platform);

@@ -8,7 +8,7 @@
 
 namespace platform::linuxsystem {
 
-LinuxPlatform::LinuxPlatform(const SystemPaths &paths)
+LinuxPlatform::LinuxPlatform(const SystemPaths &paths, const Program &program)
 {
     const auto handles = std::make_shared<Handles>();
     const auto store = std::make_shared<StateStore>(paths.state);
@@ -17,10 +17,10 @@ LinuxPlatform::LinuxPlatform(const SystemPaths &paths)
     provideMemory(this);
     provideModules(this);
     provideConfigManager(this);
-    provideDeviceInstallation(this, store);
+    provideDeviceInstallation(this, program, store);
     provideProcess(this, handles);
-    provideRas(this, paths, store);
-    provideSerialComm(this, handles, paths, store);
+    provideRas(this, paths, program, store);
+    provideSerialComm(this, handles, paths, program, store);
     provideSystemInformation(this);
 }
 

@@ -9,7 +9,7 @@ namespace platform::linuxsystem {
 class LinuxPlatform : public Platform
 {
 public:
-    explicit LinuxPlatform(const SystemPaths &paths);
+    LinuxPlatform(const SystemPaths &paths, const Program &program);
 };
 
 } // namespace platform::linuxsystem

@@ -14,8 +14,6 @@ namespace platform::linuxsystem {
 
 namespace {
 
-const char filePrefix[] = "tolvane-";
-const char signature[] = "# Dial-up entry of Tolvane Modem Connector\n";
 const char recordMark[] = "# record ";
 constexpr int LongestFileName = 240; // "ppp-" and ".pid" go around it
 
@@ -37,8 +35,8 @@ QByteArray optionWord(const QByteArray &text)
     return word + '"';
 }
 
-/// pppd hands its connect command to a shell: the program's path is all that
-/// it ever gets to see, as one quoted word.
+/// pppd hands its connect command to a shell. That command is nothing but the
+/// program's path, as one quoted word.
 QByteArray shellWord(const QByteArray &text)
 {
     QByteArray word = text;
@@ -58,14 +56,17 @@ bool isDialable(const QString &number)
     return dialphone::isDialableNumber(number.toStdString());
 }
 
-PhoneBook::PhoneBook(const QString &peersFolder, const QString &dialProgram)
-    : m_folder(peersFolder), m_dialProgram(dialProgram)
+PhoneBook::PhoneBook(const Program &program, const QString &peersFolder, const QString &dialProgram)
+    : m_filePrefix(program.filePrefix),
+      m_signature("# Dial-up entry of " + program.name.toUtf8() + '\n'),
+      m_folder(peersFolder),
+      m_dialProgram(dialProgram)
 {
 }
 
-QString PhoneBook::fileName(const QString &entryName)
+QString PhoneBook::fileName(const QString &entryName) const
 {
-    QString name = filePrefix;
+    QString name = m_filePrefix;
     for (const char character : entryName.toUtf8()) {
         if (isPlain(character))
             name += QLatin1Char(character);
@@ -78,14 +79,14 @@ QString PhoneBook::fileName(const QString &entryName)
     return entryName.isEmpty() || name.size() > LongestFileName ? QString() : name;
 }
 
-std::optional<QString> PhoneBook::entryName(const QString &fileName)
+std::optional<QString> PhoneBook::entryName(const QString &fileName) const
 {
-    if (!fileName.startsWith(filePrefix))
+    if (!fileName.startsWith(m_filePrefix))
         return {};
-    QByteArray encoded = fileName.mid(int(sizeof filePrefix) - 1).toUtf8();
+    QByteArray encoded = fileName.mid(m_filePrefix.size()).toUtf8();
     encoded.replace('_', ' ');
     const QString name = QString::fromUtf8(QByteArray::fromPercentEncoding(encoded));
-    if (PhoneBook::fileName(name) != fileName)
+    if (this->fileName(name) != fileName)
         return {};
     return name;
 }
@@ -104,7 +105,7 @@ DWORD PhoneBook::readFile(const QString &path, RasEntry *entry) const
     if (!file.open(QIODevice::ReadOnly))
         return QFileInfo::exists(path) ? ErrorAccessDenied : RasErrorEntryNotFound;
     const QList<QByteArray> lines = file.readAll().split('\n');
-    if (lines.first() + '\n' != signature)
+    if (lines.first() + '\n' != m_signature)
         return RasErrorCannotOpenPhonebook;
     for (const QByteArray &line : lines) {
         if (!line.startsWith(recordMark))
@@ -137,29 +138,30 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry) const
     if (name.isEmpty() || !isDialable(fromField(entry.szLocalPhoneNumber)))
         return ErrorInvalidParameter;
     const QDir folder(m_folder);
-    for (const QString &other : folder.entryList({QString(filePrefix) + '*'}, QDir::Files)) {
+    for (const QString &other : folder.entryList({m_filePrefix + '*'}, QDir::Files)) {
         RasEntry ignored;
-        if (PhoneBook::entryName(other) &&
+        if (this->entryName(other) &&
             readFile(folder.filePath(other), &ignored) == RasErrorCannotOpenPhonebook)
             return RasErrorCannotOpenPhonebook;
     }
 
     const QByteArray record(reinterpret_cast<const char *>(&entry), sizeof entry);
     const QByteArray link = name.toLatin1();
-    QByteArray text = signature;
+    QByteArray text = m_signature;
     text += "# By hand: pppd call " + link + " /dev/DEVICE\n";
     text += "linkname " + optionWord(link) + '\n';
     text += "connect " + optionWord(shellWord(QFile::encodeName(m_dialProgram))) + '\n';
-    // The number reaches the dialling program as data; a dialog's own number
-    // comes as DIAL_NUMBER and goes before it.
+    // The dialling program gets the number from its environment, where no shell
+    // reads it. A number from the dial dialog comes as DIAL_NUMBER and is
+    // preferred.
     text += "set " + optionWord("DIAL_ENTRY_NUMBER=" + numberOf(entry)) + '\n';
     text += "115200\n"
             "modem\n"
             "crtscts\n"
             "lock\n"
-            // The network knows the phone by its card. Some phones ask for a
-            // name and a password all the same and take any, but pppd ends a
-            // connection for which it has no password to give.
+            // The network knows the phone by its card. Some phones still ask
+            // for a name and a password and accept any. pppd must have some to
+            // give, or it would end the connection.
             "noauth\n"
             "user gprs\n"
             "password gprs\n"

@@ -16,7 +16,7 @@ struct DialFailure {
 /// The exit status of a pppd that the user may not run.
 inline constexpr int StatusNotPermitted = 3;
 
-/// Nothing here can dial: no pppd, or a kernel without PPP
+/// This machine cannot dial: it has no pppd, or its kernel has no PPP
 /// (ERROR_RASMAN_CANNOT_INITIALIZE).
 inline constexpr DWORD ErrorServiceMissing = 711;
 

@@ -9,7 +9,8 @@ namespace platform::linuxsystem {
 
 namespace {
 
-/// The file named, or where it ends in ".exe" and is missing the same without it.
+/// The named file. If it is missing and its name ends in ".exe", the file of
+/// the same name without that ending.
 QString programPath(const QString &name)
 {
     QString program = systemPath(name);

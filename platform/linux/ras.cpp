@@ -31,21 +31,25 @@ RasConnectionHandle handleOf(const ActiveLink &link)
     return reinterpret_cast<RasConnectionHandle>(static_cast<ULONG_PTR>(link.process));
 }
 
-/// Remote access over pppd. Connections are what pppd itself shows, so that
-/// one made or ended outside this program is seen; a handle stands for the
-/// link's process.
+/// Remote access over pppd. Connections are read from what pppd itself shows,
+/// so a connection that another program made or ended is seen, too. A handle is
+/// the number of the link's process.
 class PppdMachine : public DialUpMachine
 {
 public:
-    PppdMachine(const SystemPaths &paths, const std::shared_ptr<StateStore> &store)
-        : m_paths(paths), m_store(store), m_phoneBook(paths.peers, paths.drivers + "/DialPhone")
+    PppdMachine(const SystemPaths &paths, const Program &program,
+                const std::shared_ptr<StateStore> &store)
+        : m_paths(paths),
+          m_program(program),
+          m_store(store),
+          m_phoneBook(program, paths.peers, paths.drivers + "/DialPhone")
     {
     }
 
     QList<ActiveConnection> connections() override
     {
         QList<ActiveConnection> list;
-        for (const ActiveLink &link : activeLinks(m_paths.run)) {
+        for (const ActiveLink &link : activeLinks(m_phoneBook, m_paths.run)) {
             RasEntry entry = {};
             m_phoneBook.read(link.entryName, &entry); // nameless when it cannot be read
             list.append({handleOf(link), link.entryName, fromField(entry.szDeviceName)});
@@ -57,7 +61,7 @@ public:
     /// that another user made.
     DWORD hangUp(RasConnectionHandle handle) override
     {
-        for (const ActiveLink &link : activeLinks(m_paths.run)) {
+        for (const ActiveLink &link : activeLinks(m_phoneBook, m_paths.run)) {
             if (handleOf(link) == handle)
                 return endLink(link);
         }
@@ -117,7 +121,7 @@ public:
             number = fromField(entry.szLocalPhoneNumber);
         const auto findTarget = [this, entryName, number] {
             DialDialog::Target target;
-            target.peer = PhoneBook::fileName(entryName);
+            target.peer = m_phoneBook.fileName(entryName);
             target.code = findDevice(entryName, &target.device);
             if (target.code == Success && !isDialable(number))
                 target.code = ErrorInvalidParameter;
@@ -129,7 +133,7 @@ public:
         if (accepted)
             return true;
         // The link may have come up in the moment in which it was cancelled.
-        for (const ActiveLink &link : activeLinks(m_paths.run)) {
+        for (const ActiveLink &link : activeLinks(m_phoneBook, m_paths.run)) {
             if (dialog.wasCancelledWhileDialling() && link.entryName == entryName)
                 endLink(link);
         }
@@ -156,7 +160,7 @@ private:
         if (portName.isEmpty())
             return RasErrorPortNotAvailable;
         QList<SerialPortDevice> ports;
-        code = presentSerialPorts(m_store.get(), &ports);
+        code = presentSerialPorts(m_program, m_store.get(), &ports);
         if (code != Success)
             return RasErrorPortNotAvailable;
         for (const SerialPortDevice &port : std::as_const(ports)) {
@@ -169,16 +173,17 @@ private:
     }
 
     const SystemPaths m_paths;
+    const Program m_program;
     const std::shared_ptr<StateStore> m_store;
     const PhoneBook m_phoneBook;
 };
 
 } // namespace
 
-void provideRas(Platform *platform, const SystemPaths &paths,
+void provideRas(Platform *platform, const SystemPaths &paths, const Program &program,
                 const std::shared_ptr<StateStore> &store)
 {
-    platform::provideRas(platform, std::make_shared<PppdMachine>(paths, store));
+    platform::provideRas(platform, std::make_shared<PppdMachine>(paths, program, store));
 }
 
 } // namespace platform::linuxsystem

@@ -7,12 +7,13 @@
 namespace platform::linuxsystem {
 
 void provideSerialComm(Platform *platform, const std::shared_ptr<Handles> &handles,
-                       const SystemPaths &paths, const std::shared_ptr<StateStore> &store)
+                       const SystemPaths &paths, const Program &program,
+                       const std::shared_ptr<StateStore> &store)
 {
-    const auto deviceNodeForPort = [locks = paths.locks, store](int number,
-                                                                QString *node) -> DWORD {
+    const auto deviceNodeForPort = [locks = paths.locks, program, store](int number,
+                                                                         QString *node) -> DWORD {
         QList<SerialPortDevice> ports;
-        const DWORD code = presentSerialPorts(store.get(), &ports);
+        const DWORD code = presentSerialPorts(program, store.get(), &ports);
         if (code != Success)
             return code;
         for (const SerialPortDevice &port : std::as_const(ports)) {

@@ -14,8 +14,8 @@ namespace platform::linuxsystem {
 bool isLineLocked(const QString &locksFolder, const QString &kernelName)
 {
     const QByteArray name = QFile::encodeName(locksFolder + "/LCK.." + kernelName);
-    // Anyone may put something into that folder: a pipe must not stop this
-    // program, nor a link lead it elsewhere.
+    // Anyone may write into that folder. Reading a pipe there must not block
+    // this program, and links are not followed.
     const int file = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
     if (file < 0)
         return false;

@@ -4,9 +4,9 @@
 
 namespace platform::linuxsystem {
 
-/// Whether a living process has announced a serial line as its own, in the
-/// manner of pppd and the terminal programs: LCK..ttyS0 below the locks folder
-/// with its process number. A file that a dead process left does not count.
+/// Whether a running process holds the lock file of a serial line, as pppd and
+/// terminal programs write it: LCK..ttyS0 in the locks folder, with the process
+/// number. A lock file of a process that has ended does not count.
 bool isLineLocked(const QString &locksFolder, const QString &kernelName);
 
 } // namespace platform::linuxsystem

@@ -18,18 +18,18 @@ QString attribute(udev_device *device, const char *name)
     return QString::fromUtf8(value).simplified();
 }
 
-QString property(udev_device *device, const char *name)
+QString property(udev_device *device, const QString &name)
 {
-    return QString::fromUtf8(udev_device_get_property_value(device, name));
+    return QString::fromUtf8(udev_device_get_property_value(device, name.toUtf8().constData()));
 }
 
-/// A line counts when hardware stands behind it. The kernel keeps nodes for
-/// on-board lines that are not fitted: their type is 0.
-bool isThere(udev_device *device)
+/// A line counts if there is hardware for it. The kernel also has nodes for
+/// on-board lines that the machine does not have; their type is 0.
+bool isThere(udev_device *device, bool isPhoneModem)
 {
     if (!udev_device_get_devnode(device) || attribute(device, "type") == "0")
         return false;
-    return udev_device_get_parent(device) || property(device, "TOLVANE_MODEM_PORT") == "1";
+    return udev_device_get_parent(device) || isPhoneModem;
 }
 
 /// The device's serial number and the interface make an identity that does not
@@ -45,7 +45,7 @@ QString identityOf(udev_device *device, udev_device *usb)
     return parts.join(':');
 }
 
-SerialPortDevice describe(udev_device *device)
+SerialPortDevice describe(udev_device *device, bool isPhoneModem)
 {
     udev_device *usb = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device");
     SerialPortDevice port;
@@ -53,13 +53,13 @@ SerialPortDevice describe(udev_device *device)
     port.node = QString::fromUtf8(udev_device_get_devnode(device));
     port.identity = identityOf(device, usb);
     port.product = attribute(usb, "product");
-    port.isPhoneModem = property(device, "TOLVANE_MODEM_PORT") == "1";
+    port.isPhoneModem = isPhoneModem;
     return port;
 }
 
 /// In the order of their system paths, so that lines that cannot be told apart
 /// are numbered by socket.
-QList<SerialPortDevice> enumerate()
+QList<SerialPortDevice> enumerate(const Program &program)
 {
     QList<SerialPortDevice> ports;
     const UdevPointer<udev> context(udev_new());
@@ -73,8 +73,11 @@ QList<SerialPortDevice> enumerate()
     {
         const UdevPointer<udev_device> device(
             udev_device_new_from_syspath(context.get(), udev_list_entry_get_name(entry)));
-        if (device && isThere(device.get()))
-            ports.append(describe(device.get()));
+        if (!device)
+            continue;
+        const bool isPhoneModem = property(device.get(), program.modemPortMark) == "1";
+        if (isThere(device.get(), isPhoneModem))
+            ports.append(describe(device.get(), isPhoneModem));
     }
     return ports;
 }
@@ -90,13 +93,13 @@ int onBoardNumber(const SerialPortDevice &port)
 
 } // namespace
 
-QString friendlyName(const SerialPortDevice &port)
+QString friendlyName(const SerialPortDevice &port, const Program &program)
 {
     QString name = "Communications Port";
     if (port.isPhoneModem)
-        name = "USB Modem Driver";
-    else if (!port.product.isEmpty() && !port.product.contains("Modem Driver"))
-        name = port.product; // not with the words by which the program knows the phone
+        name = program.modemPortName;
+    else if (!port.product.isEmpty() && !port.product.contains(program.modemPortWords))
+        name = port.product;
     else if (port.identity.startsWith("usb:"))
         name = "USB Serial Port";
     return QString("%1 (COM%2)").arg(name, QString::number(port.number));
@@ -111,7 +114,8 @@ bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers)
     bool added = false;
     QSet<QString> seen;
     for (SerialPortDevice &port : *ports) {
-        // Two devices alike without serial numbers have one identity.
+        // Two devices of the same kind without serial numbers would have the
+        // same identity.
         const QString identity = port.identity;
         for (int copy = 2; seen.contains(port.identity); ++copy)
             port.identity = QString("%1#%2").arg(identity).arg(copy);
@@ -133,18 +137,18 @@ bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers)
     return added;
 }
 
-DWORD presentSerialPorts(StateStore *store, QList<SerialPortDevice> *ports)
+DWORD presentSerialPorts(const Program &program, StateStore *store, QList<SerialPortDevice> *ports)
 {
-    *ports = enumerate();
+    *ports = enumerate(program);
     QJsonObject content;
     DWORD code = store->read(&content);
     if (code != Success)
         return code;
     QJsonObject numbers = content.value("ports").toObject();
     if (assignNumbers(ports, &numbers)) {
-        // Another program may have numbered ports since: its numbers stand.
-        const auto number = [ports](QJsonObject *current) {
-            QList<SerialPortDevice> again = enumerate();
+        // Another program may have stored numbers since then. Those are kept.
+        const auto number = [ports, &program](QJsonObject *current) {
+            QList<SerialPortDevice> again = enumerate(program);
             QJsonObject stored = current->value("ports").toObject();
             const bool added = assignNumbers(&again, &stored);
             current->insert("ports", stored);
@@ -152,8 +156,8 @@ DWORD presentSerialPorts(StateStore *store, QList<SerialPortDevice> *ports)
             return added;
         };
         code = store->change(number);
-        // Numbers that cannot be stored, for want of rights or of room, are
-        // found anew; damage is to be told.
+        // Numbers that cannot be stored (no rights, or a full disk) are found
+        // again next time. A damaged store is reported.
         if (code == ErrorInvalidData)
             return code;
     }

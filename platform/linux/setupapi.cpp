@@ -18,16 +18,19 @@ namespace {
 class LinuxMachine : public Machine
 {
 public:
-    explicit LinuxMachine(const std::shared_ptr<StateStore> &store) : m_store(store) {}
+    LinuxMachine(Program program, const std::shared_ptr<StateStore> &store)
+        : m_program(std::move(program)), m_store(store)
+    {
+    }
 
     DWORD presentPorts(QList<PortDevice> *ports) override
     {
         QList<SerialPortDevice> lines;
-        const DWORD code = presentSerialPorts(m_store.get(), &lines);
+        const DWORD code = presentSerialPorts(m_program, m_store.get(), &lines);
         for (const SerialPortDevice &line : std::as_const(lines)) {
             PortDevice port;
             port.number = line.number;
-            port.friendlyName = friendlyName(line);
+            port.friendlyName = friendlyName(line, m_program);
             port.instanceId = QString(line.identity).replace(':', '\\').toUpper();
             *ports += port;
         }
@@ -68,14 +71,16 @@ public:
     QStringList modelDecorations() override { return {QString()}; }
 
 private:
+    const Program m_program;
     const std::shared_ptr<StateStore> m_store;
 };
 
 } // namespace
 
-void provideDeviceInstallation(Platform *platform, const std::shared_ptr<StateStore> &store)
+void provideDeviceInstallation(Platform *platform, const Program &program,
+                               const std::shared_ptr<StateStore> &store)
 {
-    platform::provideDeviceInstallation(platform, std::make_shared<LinuxMachine>(store));
+    platform::provideDeviceInstallation(platform, std::make_shared<LinuxMachine>(program, store));
 }
 
 DWORD readDevices(const StateStore &store, DeviceList *list)

@@ -25,8 +25,8 @@ DWORD StateStore::read(QJsonObject *content) const
     *content = {};
     const QByteArray name = QFile::encodeName(m_folder + "/state.json");
     const int descriptor = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
-    // Only a store that is not there is empty: what may not be read is no
-    // reason to install everything once more.
+    // Only a missing file means an empty store. A file that may not be read
+    // must not lead to a second installation.
     if (descriptor < 0)
         return errno == ENOENT ? DWORD(Success) : errorFromErrno(errno);
     QFile file;
@@ -43,7 +43,8 @@ DWORD StateStore::change(const std::function<bool(QJsonObject *)> &function)
     DWORD code = makeFolder(m_folder);
     if (code != Success)
         return code;
-    // Nobody else may open it: a lock that is never given back stops everyone.
+    // Only administrators may open the lock file: whoever holds the lock blocks
+    // everybody else.
     const FileLock lock(m_folder + "/state.lock", 0600);
     if (lock.error() != 0)
         return errorFromErrno(lock.error());

@@ -9,7 +9,7 @@
 
 namespace platform::linuxsystem {
 
-/// What outlives the program on this machine, in one JSON file. A reader sees
+/// What the program keeps on this machine, in one JSON file. A reader sees
 /// either the old content or the new one, and two programs that change it at
 /// once do so one after the other. Any thread.
 class StateStore

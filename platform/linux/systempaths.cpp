@@ -4,10 +4,12 @@
 
 namespace platform::linuxsystem {
 
-SystemPaths SystemPaths::ofThisSystem()
+SystemPaths SystemPaths::ofThisSystem(const Program &program)
 {
     SystemPaths paths;
-    // The backend is made before the application object, which would know.
+    paths.state = "/var/lib/" + program.stateFolder;
+    // The application object would know this path, but the backend is made
+    // before it.
     paths.drivers = QFileInfo("/proc/self/exe").canonicalPath() + "/drivers";
     return paths;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/program.h"
+
 #include <QString>
 
 namespace platform::linuxsystem {
@@ -9,20 +11,21 @@ namespace platform::linuxsystem {
 struct SystemPaths {
     /// What the program installed on this machine: port numbers, INF store,
     /// root-enumerated devices. Written with administrator rights only.
-    QString state = "/var/lib/tolvane-modem-connector";
+    QString state;
     /// The phone book: pppd's own entries.
     QString peers = "/etc/ppp/peers";
-    /// Where pppd leaves the process number of a named link.
+    /// Where pppd writes the process number of a link.
     QString run = "/run";
-    /// Where programs that use a serial line announce it (LCK..ttyS0).
+    /// Where programs write lock files for the serial lines that they use
+    /// (LCK..ttyS0).
     QString locks = "/run/lock";
     QString pppd = "/usr/sbin/pppd";
-    /// The drivers folder, in which the program lies that pppd runs to dial.
+    /// The drivers folder. It holds the program that pppd runs to dial.
     QString drivers;
 
     /// The paths of the running system; the drivers folder is the one beside
     /// the executable.
-    static SystemPaths ofThisSystem();
+    static SystemPaths ofThisSystem(const Program &program);
 };
 
 } // namespace platform::linuxsystem

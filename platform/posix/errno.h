@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// The Windows code for an errno value left by a device or a file.
+/// The Windows error code for the errno value of a call on a device or a file.
 DWORD errorFromErrno(int number);
 
 } // namespace platform

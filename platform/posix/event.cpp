@@ -18,8 +18,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// What is left until the deadline as poll(2) wants it, rounded up so that the
-/// last round does not spin.
+/// The time until the deadline, as poll(2) expects it. Rounded up, as
+/// waits of 0 milliseconds would keep the processor busy until then.
 int remaining(DWORD milliseconds, Clock::time_point deadline)
 {
     if (milliseconds == WaitInfinite)
@@ -86,7 +86,7 @@ DWORD Event::wait(DWORD milliseconds)
             const std::lock_guard<std::mutex> lock(m_mutex);
             source = m_source.lock();
         }
-        // Outside the lock: progress may signal this very event.
+        // Without the lock, as progress may signal this event.
         if (source)
             source->progress();
 
@@ -114,7 +114,8 @@ DWORD Event::wait(DWORD milliseconds)
                 }
                 m_waiters.push_back(waiter);
             }
-            // Armed anew since the first look: that source comes first.
+            // The event got another source since the loop began. Look at that
+            // one first.
             if (m_source.lock() != source)
                 continue;
         }
@@ -128,7 +129,8 @@ DWORD Event::wait(DWORD milliseconds)
             result = WaitFailed;
             break;
         }
-        // One more look after the time is over: a signal at the last moment counts.
+        // Look once more after the time is over: a signal at the last moment
+        // counts.
         expired = ready == 0;
         std::uint64_t count = 0;
         if ((descriptors[0].revents & POLLIN) && ::read(waiter, &count, sizeof count) < 0)

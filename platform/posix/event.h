@@ -14,29 +14,31 @@ class KernelObject
 public:
     virtual ~KernelObject() = default;
 
-    /// The handle was closed; others may still be inside a call on the object.
+    /// The handle was closed. Other threads may still be in a call on the
+    /// object.
     virtual void close() {}
 };
 
-/// Something that goes on behind an event: the descriptor to watch and what to
-/// do when it stirs.
+/// Work in progress that signals an event: which descriptor to watch, and what
+/// to do when it is ready.
 class EventSource
 {
 public:
     virtual ~EventSource() = default;
 
-    /// Does what can be done without waiting; signals the events of whatever
-    /// came to its end.
+    /// Does what can be done without waiting, and signals the events of the
+    /// operations that are finished.
     virtual void progress() = 0;
 
-    /// The descriptor that can bring progress; -1 when nothing can any longer.
+    /// The descriptor to wait for; -1 when there is nothing left to wait for.
     virtual int pollDescriptor() const = 0;
-    /// The poll(2) events of it that can; POLLHUP is always reported.
+    /// The poll(2) events of that descriptor to wait for. POLLHUP is always
+    /// reported.
     virtual short pollEvents() const = 0;
 };
 
-/// An event as KernelObjects makes them; also the signalled state of whatever
-/// else can be waited for. Any thread.
+/// An event of KernelObjects, and the signalled state of everything else that
+/// can be waited for. Any thread.
 class Event : public KernelObject
 {
 public:
@@ -44,13 +46,13 @@ public:
     /// releases one waiter and resets itself.
     Event(bool manualReset, bool signalled);
 
-    /// Signals the event, and ends the waits under way.
+    /// Signals the event, which ends the waits that are under way.
     void set();
     /// Makes the event not signalled and forgets a failure.
     void reset();
 
-    /// Makes every wait fail with a last-error code until the next reset():
-    /// what it waited for can no longer happen.
+    /// Makes every wait fail with this last-error code until the next reset(),
+    /// because what it waits for can no longer happen.
     void fail(DWORD code);
 
     /// From now on the source decides when the event is signalled; null for
@@ -58,7 +60,7 @@ public:
     void arm(const std::weak_ptr<EventSource> &source);
 
     /// WaitForSingleObject: WaitObject0, WaitTimeout or WaitFailed. Sleeps in
-    /// poll(2) until something stirs, without waking up in between.
+    /// poll(2) until something happens.
     DWORD wait(DWORD milliseconds);
 
 private:

@@ -6,13 +6,13 @@
 
 namespace platform {
 
-/// A file that is locked for as long as the object lives. Whoever else locks it,
-/// another thread or another process, waits in the constructor until then.
+/// A lock file that is held for as long as the object lives. The constructor
+/// waits until no other thread or process holds it.
 class FileLock
 {
 public:
-    /// Waits for the lock. A missing file is made with this mode: whoever can
-    /// open it can hold the lock for ever.
+    /// Waits for the lock. A missing file is made with this mode. Everybody who
+    /// may open the file can block the others.
     FileLock(const QString &path, mode_t mode);
     ~FileLock();
     FileLock(const FileLock &) = delete;

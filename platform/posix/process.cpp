@@ -22,7 +22,7 @@ namespace {
 
 constexpr DWORD ErrorBadExeFormat = 193; // ERROR_BAD_EXE_FORMAT
 
-/// The arguments of a command line: blanks part them, quotes keep them together.
+/// The arguments of a command line. Blanks separate them, except inside quotes.
 std::vector<QByteArray> splitCommandLine(const QString &line)
 {
     std::vector<QByteArray> arguments;
@@ -63,7 +63,8 @@ DWORD spawnError(int number)
     return number == ENOTDIR ? DWORD(ErrorFileNotFound) : errorFromErrno(number);
 }
 
-/// Keeps the ended child from staying behind and signals its handles.
+/// Waits for the end of the child, so that no zombie is left, and signals its
+/// handles.
 void reap(pid_t child, std::shared_ptr<Event> process, std::shared_ptr<Event> thread)
 {
     while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {

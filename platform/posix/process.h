@@ -11,7 +11,7 @@
 
 namespace platform {
 
-/// The file behind a program's name as the caller wrote it.
+/// The path of a program that the caller names in the manner of Windows.
 using ProgramPath = std::function<QString(const QString &name)>;
 
 /// The variables that a program starts with, as NAME=value.

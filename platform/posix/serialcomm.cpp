@@ -49,7 +49,8 @@ public:
         if (!lpFileName || dwShareMode != 0 || dwCreationDisposition != OpenExisting ||
             hTemplateFile)
             return failedOpen(ErrorInvalidParameter);
-        // Bare names end at COM9 on Windows; the device path works for every port.
+        // On Windows the bare names end at COM9. The device path works for
+        // every port.
         const QString path = fromWide(lpFileName);
         if (!path.startsWith("\\\\.\\")) {
             failUnsupported("CreateFileW", "files");
@@ -107,8 +108,8 @@ public:
         return port ? port->setMask(dwEvtMask) : fail(ErrorInvalidHandle);
     }
 
-    /// On a line that is gone the record's event fails every wait with 1167
-    /// until it is armed again.
+    /// If the line is gone, every wait for the record's event fails with 1167
+    /// until the event is armed again.
     BOOL WaitCommEvent(HANDLE hFile, DWORD *lpEvtMask, Overlapped *lpOverlapped)
     {
         const auto port = m_handles->find<SerialPort>(hFile);
@@ -123,7 +124,7 @@ public:
     BOOL ReadFile(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
                   DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped)
     {
-        // Callers that ignore the result look at the count alone.
+        // Some callers look at the count only and ignore the result.
         if (lpNumberOfBytesRead)
             *lpNumberOfBytesRead = 0;
         const auto port = m_handles->find<SerialPort>(hFile);

@@ -10,8 +10,8 @@ class QString;
 
 namespace platform {
 
-/// The device node behind COMn: Success and its path in *node, else the code
-/// that opening the port fails with (2 missing, 5 in use). Any thread.
+/// Finds the device node of COMn. Success and its path in *node; otherwise the
+/// code with which opening the port fails (2 missing, 5 in use). Any thread.
 using DeviceNodeForPort = std::function<DWORD(int number, QString *node)>;
 
 /// COM ports over serial devices. Handles that are not open answer error 6.

@@ -47,8 +47,8 @@ constexpr BYTE MarkParity = 3;
 constexpr BYTE SpaceParity = 4;
 constexpr BYTE TwoStopBits = 2;
 
-/// A pseudo-terminal keeps its exclusive flag for as long as its other end
-/// lives, even after this process crashed; a real device loses it when closed.
+/// A real device loses its exclusive flag when it is closed. A pseudo-terminal
+/// keeps it until its other end is closed, even after this process has crashed.
 bool isPseudoTerminal(int descriptor)
 {
     struct stat status = {};
@@ -76,9 +76,9 @@ bool makeRaw(int descriptor)
     return ::tcsetattr(descriptor, TCSANOW, &line) == 0;
 }
 
-/// A serial driver of Windows receives nothing while its port is closed; a
-/// terminal keeps what came for whoever opens it next, who would take it for
-/// an answer of his own.
+/// A serial driver of Windows receives nothing while its port is closed. A
+/// terminal keeps what arrives meanwhile, and the next program to open it would
+/// take that for an answer to its own command.
 void dropStaleInput(int descriptor)
 {
     pollfd line = {descriptor, POLLIN, 0};
@@ -213,7 +213,8 @@ int openSerialDevice(const char *node, DWORD *error)
 {
     const int descriptor = ::open(node, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0) {
-        // The node of a pseudo-terminal outlives its other end for a moment.
+        // The node of a pseudo-terminal still exists for a moment after its
+        // other end is closed.
         *error = errno == EIO ? ErrorFileNotFound : errorFromErrno(errno);
         return -1;
     }
@@ -222,8 +223,8 @@ int openSerialDevice(const char *node, DWORD *error)
         ::close(descriptor);
         return -1;
     }
-    // The lock keeps out other ports of this program and root, whom the
-    // terminal's own exclusive mode lets pass.
+    // The terminal's exclusive mode does not keep out root. The lock does, and
+    // also a second opening by this program.
     const bool claimed = !isPseudoTerminal(descriptor) && isClaimed(descriptor);
     if (claimed || ::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         *error = ErrorAccessDenied;
@@ -304,8 +305,8 @@ DWORD applyLineSettings(int descriptor, const DeviceControlBlock &settings)
     if (::tcsetattr(descriptor, TCSANOW, &line) != 0)
         return deviceError();
 
-    // tcsetattr succeeds when any part of the request could be carried out:
-    // only what is in force afterwards tells.
+    // tcsetattr succeeds when it could carry out any part of the request. So
+    // the settings are read back.
     termios applied = {};
     if (::tcgetattr(descriptor, &applied) != 0)
         return deviceError();

@@ -24,7 +24,7 @@ bool returnsAtOnce(const CommTimeouts &timeouts)
            timeouts.WriteTotalTimeoutConstant == 0;
 }
 
-/// A line that went away says so in several ways.
+/// The code for errno after a transfer. A line that is gone has several.
 DWORD transferError()
 {
     const DWORD code = errorFromErrno(errno);
@@ -61,7 +61,7 @@ BOOL SerialPort::setTimeouts(const CommTimeouts &timeouts)
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (isHungUp(m_descriptor))
         return fail(ErrorDeviceNotConnected);
-    // Nothing to hand to the driver: this is how a raw, non-blocking line reads.
+    // There is nothing to set: a raw, non-blocking line reads like this anyway.
     m_timeoutsSet = true;
     return 1;
 }
@@ -89,13 +89,14 @@ BOOL SerialPort::waitEvent(DWORD *mask, Overlapped *overlapped, const std::share
     progressLocked();
     if (m_closed)
         return fail(ErrorInvalidHandle);
-    // One wait for a port, and one for no event could never end: both are
-    // refused as a driver does.
+    // As in a driver, a port has one wait at a time, and a wait for no event at
+    // all is refused, as it could never end.
     if (m_wait || m_mask == 0)
         return fail(ErrorInvalidParameter);
     m_wait = std::make_unique<Wait>();
     m_wait->mask = mask;
-    // Armed before the first look, so that nothing can slip in between.
+    // Arm the event before the first look, so that nothing is missed in
+    // between.
     begin(m_wait.get(), overlapped, event);
     progressWait();
     if (m_wait)
@@ -128,7 +129,7 @@ BOOL SerialPort::read(void *buffer, DWORD size, DWORD *count, Overlapped *overla
     } else if (received == 0 && size > 0) {
         code = ErrorDeviceNotConnected; // in raw mode the end of input is a hang-up
     }
-    // Some lines go on answering "nothing there" after a hang-up.
+    // Some lines still answer "nothing to read" after a hang-up.
     if (code == Success && received == 0 && isHungUp(m_descriptor))
         code = ErrorDeviceNotConnected;
     if (count)
@@ -150,7 +151,7 @@ BOOL SerialPort::write(const void *data, DWORD size, DWORD *count, Overlapped *o
     begin(&write, overlapped, event);
     write.data = static_cast<const BYTE *>(data);
     write.size = size;
-    // Behind those that are pending: bytes leave in the order of the calls.
+    // Behind the pending writes, as bytes are sent in the order of the calls.
     m_writes.push_back(write);
     progressWrites();
     if (completionOf(overlapped))
@@ -176,7 +177,7 @@ BOOL SerialPort::result(Overlapped *overlapped, DWORD *count, bool wait)
                 return code == Success ? 1 : fail(code);
             }
         }
-        // Waiting is done outside the lock, so that other calls can go on.
+        // Wait without the lock, so that other calls can go on.
         if (!wait)
             return fail(ErrorIoIncomplete);
         if (completion->wait(WaitInfinite) == WaitFailed)
@@ -187,7 +188,7 @@ BOOL SerialPort::result(Overlapped *overlapped, DWORD *count, bool wait)
 void SerialPort::close()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    // The caller's records may be gone after this: they are not touched again.
+    // After this the caller may free its records. They are not used again.
     m_closed = true;
     while (!m_writes.empty()) {
         const Write write = m_writes.front();
@@ -216,8 +217,8 @@ short SerialPort::pollEvents() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     short events = 0;
-    // Asking for what nobody waits for would make poll(2) return for nothing.
-    // A hang-up is reported unasked.
+    // poll(2) would return too often if it were asked for events that nobody
+    // waits for. It always reports a hang-up.
     if (m_wait && (m_mask & EventReceivedCharacter))
         events |= POLLIN;
     if (!m_writes.empty())
@@ -233,8 +234,8 @@ void SerialPort::begin(Operation *operation, Overlapped *overlapped,
     operation->overlapped = overlapped;
     operation->event = event;
     operation->completion = std::make_shared<Event>(true, false);
-    // The port's own event tells the result even where the caller's is shared
-    // with another operation or missing.
+    // The caller's event may be missing, or another operation may use it, too.
+    // So result() waits for an event of the port's own.
     operation->completion->arm(weak_from_this());
     if (event) {
         event->reset();
@@ -311,8 +312,8 @@ void SerialPort::progressWait()
         complete(*wait, Success, sizeof(DWORD));
         return;
     }
-    // Nothing will ever come from this line again: a signalled event would
-    // send the caller round and round, so its wait fails instead.
+    // Nothing will ever come from this line again. If the event were signalled,
+    // the caller would read and wait in an endless loop. So its wait fails.
     wait->overlapped->Internal = ErrorDeviceNotConnected;
     wait->completion->set();
     if (wait->event) {

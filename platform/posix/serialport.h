@@ -8,9 +8,9 @@
 namespace platform {
 
 /// One open COM port: overlapped operations over a non-blocking descriptor.
-/// Nothing runs in the background. A pending operation goes on whenever the
-/// port is used and whenever a thread waits for an event of it; that is all a
-/// caller can notice.
+/// Nothing runs in the background. Pending operations make progress whenever
+/// the port is used or a thread waits for one of its events. Callers cannot
+/// tell the difference.
 class SerialPort : public KernelObject,
                    public EventSource,
                    public std::enable_shared_from_this<SerialPort>

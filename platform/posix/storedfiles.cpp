@@ -42,7 +42,8 @@ DWORD makeFolder(const QString &path)
     const QByteArray name = QFile::encodeName(path);
     if (::mkdir(name.constData(), 0755) != 0)
         return errno == EEXIST ? DWORD(Success) : errorFromErrno(errno);
-    // The umask of a careful administrator is not meant for what all share.
+    // Everybody has to read these folders, even if the administrator has a
+    // strict umask.
     return ::chmod(name.constData(), 0755) == 0 ? DWORD(Success) : errorFromErrno(errno);
 }
 

@@ -14,10 +14,11 @@ namespace platform {
 /// or read-only. Any thread.
 DWORD makeFolder(const QString &path);
 
-/// Replaces a file as a whole: a reader sees the old content or the new one,
-/// and on failure the old file is still there. What is written meanwhile has a
-/// hidden name beside it; a process that is killed leaves that behind. Success,
-/// 5 without the rights, 31 for a disk that is full or read-only. Any thread.
+/// Replaces a whole file: a reader sees the old content or the new one, and
+/// after a failure the old file is still there. The new content is first
+/// written to a hidden file beside it, which is left behind if the process is
+/// killed. Success, 5 without the rights, 31 for a disk that is full or
+/// read-only. Any thread.
 DWORD replaceFile(const QString &path, const QByteArray &content, mode_t mode);
 
 } // namespace platform

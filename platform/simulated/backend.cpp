@@ -36,7 +36,7 @@ private:
 
 } // namespace
 
-Platform &backend()
+Platform &backend(const Program &)
 {
     // Never destroyed: threads of the pool may still use it when static
     // objects go.

@@ -73,7 +73,7 @@ public:
         const auto ids = multiStringFromBytes(PropertyBuffer, PropertyBufferSize);
         if (!ids)
             return fail(ErrorInvalidData);
-        // A device that is not registered is the caller's own affair.
+        // The caller may always change a device that is not registered yet.
         if (member->kind != SetMember::Kind::Registered) {
             member->device.hardwareIds = *ids;
             return 1;

@@ -9,9 +9,9 @@
 
 namespace platform {
 
-/// The open handles of one kind. A handle is the address of its object, and is
-/// believed only while the table knows it, so that a stale or foreign handle
-/// answers an error and is never followed. Any thread.
+/// The open handles of one kind. A handle is the address of its object. It is
+/// looked up in the table before it is used, so a closed or foreign handle
+/// gives an error and is never followed. Any thread.
 template<class Object> class HandleTable
 {
 public:

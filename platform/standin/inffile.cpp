@@ -11,8 +11,8 @@ namespace {
 
 constexpr qint64 LargestFile = qint64{4} * 1024 * 1024;
 
-/// INF files come in the code page of whoever wrote them; the marks decide,
-/// and what is not valid UTF-8 is taken as Latin-1.
+/// INF files come in several encodings. A byte order mark decides; without one
+/// it is UTF-8, or Latin-1 if the bytes are not valid UTF-8.
 QString decoded(const QByteArray &content)
 {
     const auto *bytes = reinterpret_cast<const uchar *>(content.constData());
@@ -28,8 +28,8 @@ QString decoded(const QByteArray &content)
     return text.startsWith(QChar::ByteOrderMark) ? text.mid(1) : text;
 }
 
-/// One logical line taken apart. Quotes keep separators and comment signs;
-/// two quotes inside quotes are one.
+/// Takes one logical line apart. Separators and comment signs inside quotes are
+/// text, and two quotes inside quotes mean one.
 class LineSplitter
 {
 public:
@@ -128,8 +128,8 @@ std::optional<InfFile> InfFile::read(const QString &path, QString *error, QByteA
 std::optional<InfFile> InfFile::parse(const QByteArray &content, QString *error)
 {
     const QString text = decoded(content);
-    // A program or picture under an INF's name is told apart here, before its
-    // bytes are taken for lines.
+    // A program or a picture with the name of an INF is refused here, before
+    // its bytes are read as lines.
     if (text.contains(QChar(0))) {
         *error = "not an INF: it holds binary data";
         return std::nullopt;

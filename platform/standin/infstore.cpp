@@ -82,7 +82,7 @@ public:
             return fail(ErrorNoAssociatedClass);
         if (!giveText(inf->className(), ClassName, ClassNameSize, RequiredSize))
             return 0;
-        // Only complete answers are handed out: the name may not have fitted.
+        // The name may not have fitted. Nothing is handed out then.
         *ClassGuid = *guid;
         return 1;
     }

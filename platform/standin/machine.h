@@ -19,9 +19,8 @@ struct PortDevice {
     QStringList hardwareIds;
 };
 
-/// What device installation needs to know of the machine it works on: all in
-/// which one machine differs from another. Results are error codes, 0 for
-/// success. Any thread.
+/// What device installation needs to know of its machine: everything in which
+/// machines differ. Results are error codes, 0 for success. Any thread.
 class Machine
 {
 public:

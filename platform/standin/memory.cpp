@@ -12,7 +12,7 @@ namespace {
 
 char processHeap;
 
-/// A zero-byte block has an address of its own on Windows, too.
+/// As on Windows, a block of no bytes has an address of its own.
 void *allocate(SIZE_T bytes, bool zeroed)
 {
     const SIZE_T size = std::max<SIZE_T>(bytes, 1);

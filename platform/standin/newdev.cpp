@@ -82,7 +82,8 @@ private:
         if (devices.isEmpty())
             return ErrorNoMoreItems;
 
-        // A driver that is used is kept: the INF may lie on a disk that goes.
+        // The INF of a driver in use is kept in the store, as its disk may be
+        // removed.
         QString storedName;
         code = storeInf(m_machine.get(), content, &storedName);
         if (code != Success)

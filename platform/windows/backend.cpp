@@ -26,7 +26,7 @@ struct WindowsPlatform : Platform {
 
 } // namespace
 
-Platform &backend()
+Platform &backend(const Program &)
 {
     // Never destroyed: threads of the pool may still use it when static objects go.
     static WindowsPlatform *const windows = new WindowsPlatform;

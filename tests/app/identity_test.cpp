@@ -1,3 +1,5 @@
+#include "app/identity.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -41,6 +43,7 @@ private slots:
     void namesAndPlaces();
     void missingSettingsFolderIsNotMade();
     void presetIsAFallBackThatIsNeverWritten();
+    void installedFilesKeepTheirNames();
 
 private:
     static bool isWindows() { return QSysInfo::kernelType() == "winnt"; }
@@ -108,6 +111,17 @@ void IdentityTest::presetIsAFallBackThatIsNeverWritten()
     file.seek(0);
     QCOMPARE(file.readAll(), QByteArray("[General]\nPreset=delivered\n"));
     QVERIFY(QFileInfo::exists(m_userFile));
+}
+
+/// Existing installations have files, entries and rules of these names.
+void IdentityTest::installedFilesKeepTheirNames()
+{
+    const platform::Program program = programIdentity();
+    QCOMPARE(program.name, QString("Tolvane Modem Connector"));
+    QCOMPARE(program.stateFolder, QString("tolvane-modem-connector"));
+    QCOMPARE(program.filePrefix, QString("tolvane-"));
+    QCOMPARE(program.modemPortMark, QString("TOLVANE_MODEM_PORT"));
+    QVERIFY(program.modemPortName.contains(program.modemPortWords));
 }
 
 QTEST_GUILESS_MAIN(IdentityTest)

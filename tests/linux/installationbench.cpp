@@ -1,5 +1,6 @@
 #include "tests/platform/installationbench.h"
 
+#include "app/identity.h"
 #include "platform/linux/families.h"
 #include "platform/linux/setupapi.h"
 #include "platform/linux/statestore.h"
@@ -18,7 +19,7 @@ public:
     {
         setMode(path("."), 0755);
         provideErrorHandling(&system);
-        linuxsystem::provideDeviceInstallation(&system, m_store);
+        linuxsystem::provideDeviceInstallation(&system, programIdentity(), m_store);
     }
     ~LinuxBench() override { setAdministrator(true); }
 

@@ -1,3 +1,4 @@
+#include "app/identity.h"
 #include "platform/linux/phonebook.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
@@ -69,7 +70,7 @@ private:
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(content);
     }
-    PhoneBook book() const { return PhoneBook(m_folder->path(), dialProgram); }
+    PhoneBook book() const { return PhoneBook(programIdentity(), m_folder->path(), dialProgram); }
 
     std::unique_ptr<QTemporaryDir> m_folder;
 
@@ -102,8 +103,8 @@ void PhoneBookTest::namesAreMappedAndBack()
 {
     QFETCH(QString, name);
     QFETCH(QString, file);
-    QCOMPARE(PhoneBook::fileName(name), file);
-    QCOMPARE(PhoneBook::entryName(file).value_or("none"), name);
+    QCOMPARE(book().fileName(name), file);
+    QCOMPARE(book().entryName(file).value_or("none"), name);
     QCOMPARE(book().write(name, entryWith("*99#")), Success);
     QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files), QStringList(file));
 }
@@ -121,7 +122,7 @@ void PhoneBookTest::foreignFilesAreNoEntries_data()
 void PhoneBookTest::foreignFilesAreNoEntries()
 {
     QFETCH(QString, file);
-    QVERIFY(!PhoneBook::entryName(file));
+    QVERIFY(!book().entryName(file));
 }
 
 void PhoneBookTest::namesThatNoFileCanHaveAreRefused()
@@ -202,7 +203,7 @@ void PhoneBookTest::missingEntriesAndBooks()
 {
     RasEntry entry;
     QCOMPARE(book().read("a", &entry), RasErrorEntryNotFound);
-    const PhoneBook none(m_folder->filePath("none"), dialProgram);
+    const PhoneBook none(programIdentity(), m_folder->filePath("none"), dialProgram);
     QCOMPARE(none.read("a", &entry), RasErrorCannotOpenPhonebook);
     QCOMPARE(none.write("a", entryWith("1")), RasErrorCannotOpenPhonebook);
 }
@@ -284,7 +285,7 @@ void PhoneBookTest::aWriterThatIsKilledLeavesNoEntry()
     QVERIFY(WIFSIGNALED(status));
     const QStringList left = QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden);
     QCOMPARE(left.size(), 1);
-    QVERIFY2(!PhoneBook::entryName(left.first()), qPrintable(left.first()));
+    QVERIFY2(!book().entryName(left.first()), qPrintable(left.first()));
     QCOMPARE(book().write("b", entryWith("1")), Success);
 }
 

@@ -1,6 +1,7 @@
 // Before Qt: GLib has a member called "signals".
 #include <umockdev.h>
 
+#include "app/identity.h"
 #include "platform/linux/families.h"
 #include "platform/linux/serialports.h"
 #include "platform/linux/statestore.h"
@@ -169,12 +170,12 @@ void PortsTest::unplug(const QString &device)
 QStringList PortsTest::names()
 {
     QList<SerialPortDevice> ports;
-    const DWORD code = presentSerialPorts(m_store.get(), &ports);
+    const DWORD code = presentSerialPorts(programIdentity(), m_store.get(), &ports);
     QStringList result;
     if (code != Success)
         result += QString("error %1").arg(code);
     for (const SerialPortDevice &port : std::as_const(ports))
-        result += friendlyName(port) + ' ' + port.node;
+        result += friendlyName(port, programIdentity()) + ' ' + port.node;
     return result;
 }
 
@@ -382,7 +383,7 @@ void PortsTest::theDeviceSetHoldsThePorts()
 {
     addPhone("1-2", "ABC123", 0);
     Platform installation;
-    provideDeviceInstallation(&installation, m_store);
+    provideDeviceInstallation(&installation, programIdentity(), m_store);
     const HDEVINFO set = installation.SetupDiGetClassDevsW(&PortsClassGuid, nullptr, nullptr, 2);
     QVERIFY(set != invalidHandle());
     DeviceInfoData data = {};

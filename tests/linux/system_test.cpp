@@ -1,3 +1,4 @@
+#include "app/identity.h"
 #include "platform/configmanager.h"
 #include "platform/linux/configmanager.h"
 #include "platform/linux/linuxplatform.h"
@@ -88,7 +89,7 @@ void SystemTest::init()
     paths.state = m_folder->filePath("state");
     paths.peers = m_folder->filePath("peers");
     paths.run = m_folder->filePath("run");
-    m_platform = std::make_unique<LinuxPlatform>(paths);
+    m_platform = std::make_unique<LinuxPlatform>(paths, programIdentity());
     setCurrent(m_platform.get()); // whose slots functions bound at run time call
     setLastError(Success);
 }

@@ -85,7 +85,7 @@ private slots:
 
 private:
     // Writes down which operations were called.
-    platform::FaultInjectingPlatform m_platform{platform::backend()};
+    platform::FaultInjectingPlatform m_platform{platform::backend({})};
     QStringList m_failed; ///< the operations that failed once
 };
 
@@ -406,7 +406,7 @@ void PlatformCalls::everyOperationWasCalled()
                                         "UpdateDriverForPlugAndPlayDevicesW"};
     QStringList notProvided;
     const QStringList calls = m_platform.calls();
-    for (const platform::AnyOperation *operation : platform::backend().allOperations()) {
+    for (const platform::AnyOperation *operation : platform::backend({}).allOperations()) {
         const QString name = operation->name();
         const QString call =
             operation->isProvided() ? '\n' + name + '(' : QString(", \"%1\")").arg(name);

@@ -62,8 +62,8 @@ void breakCall(Platform *platform, const QString &what)
 int main(int argc, char *argv[])
 {
     const QString what = argc > 1 ? argv[1] : "";
-    breakCall(&backend(), what);
-    setCurrent(&backend());
+    breakCall(&backend(programIdentity()), what);
+    setCurrent(&backend(programIdentity()));
     const QCoreApplication application(argc, argv);
     setApplicationIdentity();
     if (what == "order") {

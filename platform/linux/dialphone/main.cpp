@@ -37,7 +37,8 @@ int main()
         tell("there is no number that can be dialled");
         return 1;
     }
-    // A line that goes away ends the reading, not the program.
+    // When the line goes away, reading ends with an error and the reason is
+    // reported. SIGHUP would end the program before that.
     std::signal(SIGHUP, SIG_IGN);
 
     tell(diallingMessage, number);

@@ -42,7 +42,7 @@ std::string PhoneLine::dial(const std::string &number, int answerSeconds, int co
         return LineHungUp;
     result = waitForResult(connectSeconds, NetworkTimedOut);
     code = resultCode(result);
-    // A phone that answers OK has ended the call again.
+    // OK instead of CONNECT means that the phone has ended the call.
     return code == ResultCode::Ok ? "NO CARRIER" : result;
 }
 

@@ -26,7 +26,8 @@ public:
 private:
     bool send(const std::string &command);
     enum class Reading { Line, Late, Gone };
-    /// One line without its end; Late and Gone when there is none.
+    /// Reads one line, without its end characters. Late after the deadline,
+    /// Gone when the other side hung up.
     Reading readLine(long long deadline, std::string *line);
     std::string waitForResult(int seconds, const char *whenLate);
 

@@ -1,0 +1,209 @@
+#include "tests/platform/simulated_ras_fixture.h"
+
+#include <QJsonObject>
+
+#include <cstring>
+
+using namespace platform;
+using namespace platform::simulated;
+
+/// Modem devices and phone-book entries.
+class SimulatedRasEntriesTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void listsDevices();
+    void checksTheSizesOfTheDeviceList();
+    void givesDefaultProperties();
+    void storesAnEntry();
+    void refusesEntryProperties();
+    void keepsEveryFieldOfAnEntry();
+};
+
+void SimulatedRasEntriesTest::listsDevices()
+{
+    TestMachine machine;
+    SimulatedPc pc(machine.directory());
+    machine.change([](simulated::MachineState &state) {
+        state.devices += modem();
+        state.devices += modem("MTK GPRS Modem #2");
+        RootDevice bare = modem("No driver");
+        bare.driverInf.clear();
+        state.devices += bare;
+    });
+    DWORD size = 0;
+    DWORD count = 0;
+    QCOMPARE(pc.RasEnumDevicesW(nullptr, &size, &count), DWORD(RasErrorBufferTooSmall));
+    QCOMPARE(size, DWORD(3 * 296));
+    std::vector<RasDeviceInfo> devices(3);
+    devices[0].dwSize = RasDeviceInfoSize;
+    QCOMPARE(pc.RasEnumDevicesW(devices.data(), &size, &count), DWORD(Success));
+    QCOMPARE(count, DWORD(3));
+    QStringList names;
+    for (const RasDeviceInfo &device : devices)
+        names += fromField(device.szDeviceType) + ":" + fromField(device.szDeviceName);
+    QCOMPARE(names, QStringList({"vpn:WAN Miniport (L2TP)", "modem:MTK GPRS Modem",
+                                 "modem:MTK GPRS Modem #2"}));
+}
+
+void SimulatedRasEntriesTest::checksTheSizesOfTheDeviceList()
+{
+    TestMachine machine;
+    SimulatedPc pc(machine.directory());
+    RasDeviceInfo device = {};
+    DWORD size = sizeof device;
+    DWORD count = 0;
+    QCOMPARE(pc.RasEnumDevicesW(&device, &size, &count), DWORD(RasErrorInvalidSize));
+    device.dwSize = RasDeviceInfoSize;
+    size = 295;
+    QCOMPARE(pc.RasEnumDevicesW(&device, &size, &count), DWORD(RasErrorBufferTooSmall));
+    QCOMPARE(size, DWORD(296));
+    QCOMPARE(count, DWORD(1));
+    QCOMPARE(pc.RasEnumDevicesW(&device, &size, &count), DWORD(Success));
+    QCOMPARE(pc.RasEnumDevicesW(&device, nullptr, &count), DWORD(ErrorInvalidParameter));
+    QCOMPARE(pc.RasEnumDevicesW(&device, &size, nullptr), DWORD(ErrorInvalidParameter));
+}
+
+void SimulatedRasEntriesTest::givesDefaultProperties()
+{
+    TestMachine machine;
+    SimulatedPc pc(machine.directory());
+    const QString name;
+    DWORD size = 0;
+    QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), nullptr, &size, nullptr, nullptr),
+             DWORD(RasErrorBufferTooSmall));
+    QCOMPARE(size, DWORD(5616));
+    QByteArray block(int(size), '\xEE');
+    auto *entry = reinterpret_cast<RasEntry *>(block.data());
+    entry->dwSize = RasEntrySize;
+    QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
+             DWORD(Success));
+    QCOMPARE(size, DWORD(5616));
+    QCOMPARE(entry->dwSize, DWORD(4048));
+    QVERIFY(entry->dwfOptions & EntryPreviewUserPassword);
+    QVERIFY(entry->dwfOptions & EntryPreviewPhoneNumber);
+    QCOMPARE(fromField(entry->szDeviceType), QString("modem"));
+    QVERIFY(fromField(entry->szDeviceName).isEmpty());
+    QCOMPARE(block.at(4048), '\xEE'); // behind the declared record
+    entry->dwSize = 5616;
+    QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
+             DWORD(Success));
+    QCOMPARE(block.at(4048), '\0');
+    entry->dwSize = 4000;
+    QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
+             DWORD(RasErrorInvalidSize));
+    entry->dwSize = RasEntrySize;
+    size = 4047;
+    QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
+             DWORD(RasErrorBufferTooSmall));
+    QCOMPARE(size, DWORD(5616));
+    const QString unknown = "No such entry";
+    QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(unknown), entry, &size, nullptr, nullptr),
+             DWORD(RasErrorEntryNotFound));
+    QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, nullptr, entry, &size, nullptr, nullptr),
+             DWORD(ErrorInvalidParameter));
+    QCOMPARE(pc.RasGetEntryPropertiesW(wide(unknown), wide(name), entry, &size, nullptr, nullptr),
+             DWORD(RasErrorCannotOpenPhonebook));
+    machine.change([](simulated::MachineState &state) { state.phonebookDamaged = true; });
+    QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
+             DWORD(RasErrorCannotOpenPhonebook));
+}
+
+void SimulatedRasEntriesTest::storesAnEntry()
+{
+    TestMachine machine;
+    const QString name = "TolvaneModem 1";
+    {
+        SimulatedPc pc(machine.directory());
+        RasEntry entry = simulated::defaultEntry();
+        entry.dwSize = RasEntrySize;
+        copyToBuffer("MTK GPRS Modem", entry.szDeviceName, 129);
+        copyToBuffer("*99#", entry.szLocalPhoneNumber, 129);
+        std::memset(entry.szDeviceType, 0, sizeof entry.szDeviceType);
+        copyToBuffer("RASDT_Modem", entry.szDeviceType, 17);
+        entry.dwfOptions &= ~(EntryPreviewUserPassword | EntryPreviewPhoneNumber);
+        QCOMPARE(pc.RasSetEntryPropertiesW(nullptr, wide(name), &entry, 5616, nullptr, 0),
+                 DWORD(Success));
+    }
+    SimulatedPc restarted(machine.directory());
+    RasEntry read = {};
+    read.dwSize = RasEntrySize;
+    DWORD size = sizeof read;
+    QCOMPARE(restarted.RasGetEntryPropertiesW(nullptr, wide(name), &read, &size, nullptr, nullptr),
+             DWORD(Success));
+    QCOMPARE(fromField(read.szDeviceType), QString("RASDT_Modem"));
+    QCOMPARE(fromField(read.szDeviceName), QString("MTK GPRS Modem"));
+    QCOMPARE(fromField(read.szLocalPhoneNumber), QString("*99#"));
+    QCOMPARE(read.dwfOptions, DWORD(0x04000110));
+}
+
+void SimulatedRasEntriesTest::refusesEntryProperties()
+{
+    TestMachine machine;
+    SimulatedPc pc(machine.directory());
+    RasEntry good = simulated::defaultEntry();
+    good.dwSize = RasEntrySize;
+    copyToBuffer("MTK GPRS Modem", good.szDeviceName, 129);
+    copyToBuffer("*99#", good.szLocalPhoneNumber, 129);
+    const auto set = [&](RasEntry *entry, const QString &name = "Entry", DWORD size = 5616) {
+        return pc.RasSetEntryPropertiesW(nullptr, wide(name), entry, size, nullptr, 0);
+    };
+    QCOMPARE(set(nullptr), DWORD(RasErrorInvalidBuffer));
+    RasEntry bad = good;
+    bad.dwSize = 4047;
+    QCOMPARE(set(&bad), DWORD(RasErrorInvalidSize));
+    bad.dwSize = 0;
+    QCOMPARE(set(&bad), DWORD(ErrorInvalidParameter));
+    QCOMPARE(set(&good, "Entry", 4047), DWORD(RasErrorInvalidBuffer));
+    bad = good;
+    bad.szLocalPhoneNumber[0] = 0;
+    QCOMPARE(set(&bad), DWORD(ErrorInvalidParameter));
+    bad = good;
+    bad.szDeviceName[0] = 0;
+    QCOMPARE(set(&bad), DWORD(ErrorInvalidParameter));
+    QCOMPARE(set(&good, ""), DWORD(123));
+    QCOMPARE(set(&good, QString(257, 'x')), DWORD(123));
+    BYTE block = 0;
+    const QString name = "Entry";
+    QCOMPARE(pc.RasSetEntryPropertiesW(nullptr, wide(name), &good, 4048, &block, 1),
+             DWORD(ErrorNotSupported));
+    QCOMPARE(pc.RasSetEntryPropertiesW(wide(name), wide(name), &good, 4048, nullptr, 0),
+             DWORD(RasErrorCannotOpenPhonebook));
+    machine.change([](simulated::MachineState &state) { state.phonebookDamaged = true; });
+    QCOMPARE(set(&good), DWORD(RasErrorCannotOpenPhonebook));
+    machine.setAdministrator(false);
+    QCOMPARE(set(&good), DWORD(ErrorAccessDenied));
+    QVERIFY(machine.state().phonebook.isEmpty());
+    machine.change([](simulated::MachineState &state) {
+        state.phonebookDamaged = false;
+        state.administrator = true;
+    });
+    QCOMPARE(set(&good), DWORD(Success));
+}
+
+void SimulatedRasEntriesTest::keepsEveryFieldOfAnEntry()
+{
+    // Every byte of the record different from a default and from its neighbours,
+    // apart from the padding, the size and the fields' last, unused unit.
+    RasEntry entry = {};
+    auto *units = reinterpret_cast<WCHAR *>(&entry);
+    for (std::size_t i = 0; i < sizeof entry / sizeof(WCHAR); ++i)
+        units[i] = static_cast<WCHAR>(0x100 + i % 0x3000);
+    const QJsonObject json = simulated::entryToJson(entry);
+    QCOMPARE(json.size(), 26 + 12 + 1);
+    const RasEntry read = simulated::entryFromJson(json);
+    QCOMPARE(simulated::entryToJson(read).value("szDeviceName").toString().size(), 128);
+    QCOMPARE(read.dwVpnStrategy, entry.dwVpnStrategy);
+    QVERIFY(read.guidId == entry.guidId);
+    for (const QString &field : json.keys()) {
+        const QJsonValue again = simulated::entryToJson(read).value(field);
+        if (again.isString())
+            QVERIFY2(json.value(field).toString().startsWith(again.toString()), qPrintable(field));
+        else
+            QCOMPARE(again, json.value(field));
+    }
+}
+
+QTEST_MAIN(SimulatedRasEntriesTest)
+#include "simulated_ras_entries_test.moc"
