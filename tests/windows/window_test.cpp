@@ -18,7 +18,6 @@ private slots:
     void cleanupTestCase() { m_machine.reset(); }
 
     void menusAndDialogs();
-    void wizardIsAWindowOfItsOwn();
     void settingsOfAnotherAccount();
     void scaledDisplay_data();
     void scaledDisplay();
@@ -61,28 +60,6 @@ void WindowTest::menusAndDialogs()
         desktop.waitForNoWindow("Credits");
         desktop.close(window);
         QCOMPARE(machine.waitForExit(), 0);
-    });
-}
-
-// A window that a hidden one owns has no button on the taskbar.
-void WindowTest::wizardIsAWindowOfItsOwn()
-{
-    onMachine(*m_machine, [&](WineMachine &machine) {
-        Desktop &desktop = machine.desktop;
-        setUpBefore(machine);
-        machine.setConnections({"TolvaneModem 1"});
-        const WindowId window = machine.startUntil(mainTitle);
-        machine.openMenu(window, "alt+f");
-        desktop.press({"Right", "Return"});
-        const WindowId about = desktop.waitForWindow("About");
-        // How an owner is seen from here.
-        QVERIFY(desktop.property(about, "WM_TRANSIENT_FOR").contains("window id"));
-        desktop.pressIn(about, "Escape");
-        desktop.waitForNoWindow("About");
-        desktop.pressIn(window, "ctrl+n");
-        const WindowId wizard = desktop.waitForWindow(wizardTitle);
-        const QString owner = desktop.property(wizard, "WM_TRANSIENT_FOR");
-        QVERIFY2(!owner.contains("window id"), qPrintable(owner));
     });
 }
 
