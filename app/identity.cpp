@@ -19,7 +19,13 @@ void setApplicationIdentity()
     // file. An administrator can preset values in the delivered folder, which
     // the program only reads.
     QSettings::setPath(QSettings::IniFormat, QSettings::SystemScope,
-                       QCoreApplication::applicationDirPath() + "/settings/");
+                       applicationFolder() + "/settings/");
+}
+
+QString applicationFolder()
+{
+    static const QString folder = QCoreApplication::applicationDirPath();
+    return folder;
 }
 
 platform::Program programIdentity()

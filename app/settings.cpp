@@ -2,6 +2,7 @@
 
 #include <QDebug>
 #include <QSettings>
+#include <QTemporaryFile>
 
 namespace settingskeys {
 
@@ -22,6 +23,8 @@ bool hasDialupEntry()
 void reportUnwritableSettings()
 {
     const QSettings settings;
-    if (!settings.isWritable())
+    // A write makes a new file beside the old one and puts it in its place.
+    QTemporaryFile beside(settings.fileName() + ".XXXXXX");
+    if (!settings.isWritable() || !beside.open())
         qWarning().noquote() << "The settings cannot be written:" << settings.fileName();
 }

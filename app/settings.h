@@ -28,7 +28,8 @@ QString port(int portNumber);
 /// not taken for a new one.
 bool hasDialupEntry();
 
-/// Warns on the debug stream when the user's settings cannot be written: the
-/// program still works, but forgets everything when it ends. Creates the
-/// file's folder when it is missing.
+/// Warns on the debug stream when the user's settings cannot be written, file
+/// or folder: a set-up then succeeds, but nothing of it is kept, and the program
+/// ends after Finish as if no entry had been made. Creates the file's folder
+/// when it is missing.
 void reportUnwritableSettings();

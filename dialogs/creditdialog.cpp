@@ -2,6 +2,8 @@
 
 #include "ui_creditdialog.h"
 
+#include <QAccessible>
+#include <QAccessibleWidget>
 #include <QEvent>
 #include <QMessageBox>
 #include <QSettings>
@@ -10,12 +12,36 @@ namespace {
 
 constexpr int ClicksToTheDevelopers = 10;
 
+/// What a screen reader is told of the hidden button: that nobody sees it.
+class UnseenButton : public QAccessibleWidget
+{
+public:
+    explicit UnseenButton(QWidget *button) : QAccessibleWidget(button, QAccessible::NoRole) {}
+
+    QAccessible::State state() const override
+    {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.invisible = true;
+        state.offscreen = true;
+        return state;
+    }
+};
+
+QAccessibleInterface *describeUnseenButton(const QString &, QObject *object)
+{
+    auto *button = qobject_cast<QPushButton *>(object);
+    const bool unseen = button && button->objectName() == "pushButton" &&
+                        qobject_cast<CreditDialog *>(button->parent());
+    return unseen ? new UnseenButton(button) : nullptr;
+}
+
 } // namespace
 
 CreditDialog::CreditDialog(QWidget *parent)
     : QDialog(parent), ui(std::make_unique<Ui::CreditDialog>())
 {
     ui->setupUi(this);
+    QAccessible::installFactory(describeUnseenButton);
     // Otherwise the label has the focus first, and Enter on its link opens the
     // browser. The form cannot give the focus to a button inside the box.
     ui->buttonBox->button(QDialogButtonBox::Ok)->setFocus();

@@ -1,13 +1,13 @@
 #include "install/driverpackages.h"
 
 #include "app/diagnostics.h"
+#include "app/identity.h"
 #include "app/settings.h"
 #include "install/installationsteps.h"
 #include "install/windowsrelease.h"
 #include "platform/platform.h"
 #include "platform/text.h"
 
-#include <QCoreApplication>
 #include <QSettings>
 
 using namespace platform;
@@ -46,8 +46,7 @@ bool SetupAllInfs()
 
 bool RunDriverInstaller()
 {
-    const QString path =
-        nativePath(QCoreApplication::applicationDirPath() + "\\drivers\\InstallDriver.exe");
+    const QString path = nativePath(applicationFolder() + "\\drivers\\InstallDriver.exe");
     qDebug() << "Installer location:" << Quoted(path);
     WCHAR application[PathBufferSize] = {};
     copyToBuffer(path, application, PathBufferSize);
@@ -72,9 +71,9 @@ void GetModemINFLocation(WCHAR *buffer)
     const int code = GetWindowsVersionCode();
     // Codes of 64-bit systems begin at 20. An unknown release has code 0, so it
     // gets the 32-bit INF even on a 64-bit system. Kept on purpose.
-    const QString path = nativePath(QString("%1\\%2\\modem_inf_%3.inf")
-                                        .arg(QCoreApplication::applicationDirPath(), "drivers",
-                                             QString::number(code < 20 ? 32 : 64)));
+    const QString path =
+        nativePath(QString("%1\\%2\\modem_inf_%3.inf")
+                       .arg(applicationFolder(), "drivers", QString::number(code < 20 ? 32 : 64)));
     copyToBuffer(path, buffer, PathBufferSize);
     logMessage(QString("GetModemINFLocation"), path);
 }

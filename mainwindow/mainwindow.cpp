@@ -8,6 +8,8 @@
 #include "dialup/connectionstatus.h"
 #include "dialup/dialling.h"
 #include "install/portdiscovery.h"
+#include "mainwindow/singlepress.h"
+#include "mainwindow/windowblock.h"
 #include "ui_mainwindow.h"
 #include "wizard/settingswizard.h"
 
@@ -19,6 +21,7 @@
 #include <QTimer>
 #include <QWindow>
 
+#include <algorithm>
 #include <iterator>
 
 namespace {
@@ -41,15 +44,6 @@ QTimer *newTimer(QObject *parent, int interval)
     auto *timer = new QTimer(parent);
     timer->setInterval(interval);
     return timer;
-}
-
-/// Delivers the clicks and keys that came while the window was blocked. They
-/// were meant for the Please Wait button, which is still shown. Delivered later
-/// they would press the button that replaces it, and an impatient click would
-/// hang up or dial again.
-void deliverPendingInput()
-{
-    QCoreApplication::processEvents();
 }
 
 /// Closing the dialog must not end the program. The toolkit would end it when
@@ -117,6 +111,8 @@ MainWindow::MainWindow(QWidget *parent)
     const QSettings settings;
 
     applyViewState(ViewState::Start);
+    new SinglePress(
+        {ui->connectButton, ui->disconnectButton, ui->pleaseWaitbutton, ui->portCheckButton}, this);
 
     progressTimer = newTimer(this, ProgressInterval);
     connect(progressTimer, &QTimer::timeout, this, &MainWindow::UpdateProgressBar);
@@ -179,15 +175,19 @@ void MainWindow::ShowCreateNewConnectionWizard()
         move(screen()->availableGeometry().center() - rect().center());
     auto *wizard = new SettingsWizard(this);
     hide();
-    wizard->show();
-    // Qt 6 ends the program when the last window without a transient parent is
-    // closed, and the wizard has to be one.
+    // A window of its own for the window system, too: one that a hidden window
+    // owns has no button on the taskbar. It is told when the wizard shows, so
+    // its window has to be there before. Qt 6 also ends the program when the last
+    // window without a transient parent is closed.
+    wizard->winId();
     wizard->windowHandle()->setTransientParent(nullptr);
+    wizard->show();
 }
 
 void MainWindow::StartDialling()
 {
     progressTimer->stop();
+    WindowBlock block(this, ui->pleaseWaitbutton, {progressTimer, statusTimer, portTimer});
     showBusy();
     const QList<QVariant> parameters = CurrentConnectionParameters();
     const QString entry = parameters.at(0).toString();
@@ -196,7 +196,7 @@ void MainWindow::StartDialling()
 
     const QString apn = MobileOperatorApn(mobileOperator);
     const bool dialled = setApnAndDial(entry, parameters.at(1).toInt(), apn);
-    deliverPendingInput();
+    block.takePendingInput();
     if (dialled) {
         showConnected();
         connectionName = entry;
@@ -208,9 +208,10 @@ void MainWindow::StartDialling()
 void MainWindow::StopDialling()
 {
     progressTimer->stop();
+    WindowBlock block(this, ui->pleaseWaitbutton, {progressTimer, statusTimer, portTimer});
     showBusy();
     const bool hungUp = hangUpDialupConnection(connectionName);
-    deliverPendingInput();
+    block.takePendingInput();
     // Also shows Connected when there was no connection: File offers Disconnect
     // during the first countdown. The next status poll corrects it.
     if (hungUp)
@@ -242,6 +243,10 @@ void MainWindow::CheckDialupConnectionStatus()
 
 void MainWindow::CheckPortAvailability()
 {
+    // Behind the wizard the poll would open another wizard over it, or dial while
+    // it installs the modem.
+    if (isWizardOpen())
+        return;
     qDebug() << "Checking port availability" << Qt::endl;
     if (!SetCurrentPortSettings())
         return;
@@ -273,6 +278,7 @@ void MainWindow::showWaitingForPort()
 void MainWindow::showBusy()
 {
     applyViewState(ViewState::Busy);
+    ui->pleaseWaitbutton->setFocus(Qt::OtherFocusReason);
     // The caller is about to block the event loop, and the user must see this
     // state meanwhile.
     repaint();
@@ -310,6 +316,13 @@ void MainWindow::applyViewState(ViewState state)
     apply(row.pleaseWaitButton, ui->pleaseWaitbutton);
     apply(row.autoConnectLabel, ui->autoConnectLabel);
     apply(row.portCheckButton, ui->portCheckButton);
+}
+
+bool MainWindow::isWizardOpen() const
+{
+    const QList<SettingsWizard *> wizards = findChildren<SettingsWizard *>();
+    return std::any_of(wizards.begin(), wizards.end(),
+                       [](const SettingsWizard *wizard) { return wizard->isVisible(); });
 }
 
 QList<QVariant> MainWindow::CurrentConnectionParameters()

@@ -42,7 +42,8 @@ private slots:
     /// Notices that the connection is gone.
     void CheckDialupConnectionStatus();
     /// Looks for the modem's port. When it is found, starts the countdown, or
-    /// opens the wizard if the port has no phone-book entry.
+    /// opens the wizard if the port has no phone-book entry. Does nothing while
+    /// a wizard is open.
     void CheckPortAvailability();
     /// Opens a new modeless dialog, owned by this window.
     void ShowCreditDialog();
@@ -70,6 +71,7 @@ private:
     void showConnected();
     void showDisconnected();
 
+    bool isWizardOpen() const;
     /// Looks for the port again and returns the entry name (string) and the
     /// port number (int).
     QList<QVariant> CurrentConnectionParameters();

@@ -31,6 +31,9 @@ DialDialog::DialDialog(const QString &entryName, const QString &number, const QS
       m_dialButton(new QPushButton(tr("&Dial")))
 {
     setObjectName("DialDialog");
+    // It is the system's, not a window of the program, whose other windows may all
+    // be hidden or have a parent. The toolkit would end the program with it.
+    setAttribute(Qt::WA_QuitOnClose, false);
     setWindowTitle(tr("Connect %1").arg(entryName));
 
     auto *facts = new QFormLayout;

@@ -16,6 +16,9 @@ DialDialog::DialDialog(const QString &directory, const QString &entry, const QSt
       m_dialButton(new QPushButton("&Dial", this))
 {
     setObjectName("simulatedDialDialog");
+    // It is the system's, not a window of the program, whose other windows may all
+    // be hidden or have a parent. The toolkit would end the program with it.
+    setAttribute(Qt::WA_QuitOnClose, false);
     setWindowTitle(QString("Connect %1 (simulated)").arg(entry));
     auto *nameLabel = new QLabel(entry, this);
     nameLabel->setObjectName("entryLabel");

@@ -41,6 +41,7 @@ private slots:
     void folderThatCannotBeWritten_data();
     void folderThatCannotBeWritten();
     void readOnlyFileLosesNothing();
+    void readOnlyFolderIsReported();
     void writableSettingsAreNotReported();
 
 private:
@@ -273,6 +274,43 @@ void SettingsTest::readOnlyFileLosesNothing()
     touch(file);
     QCOMPARE(QSettings().value(settingskeys::port(7)).toString(), QString("Entry"));
     QCOMPARE(QSettings().value(settingskeys::NoOfDialups).toInt(), 1);
+}
+
+// The file may be written, but not replaced. What a set-up by an administrator
+// left behind may look like this.
+void SettingsTest::readOnlyFolderIsReported()
+{
+    const QByteArray before = "[General]\nCurrentPort=7\n";
+    const QString file = m_store->userFile();
+    TestSettings::write(file, before);
+    const auto everything = QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                            QFileDevice::ExeOwner | QFileDevice::ReadOther |
+                            QFileDevice::WriteOther | QFileDevice::ExeOther;
+    const auto readable = everything & ~(QFileDevice::WriteOwner | QFileDevice::WriteOther);
+    const QDir folder = QFileInfo(file).dir();
+    QVERIFY(QFile::setPermissions(file, everything));
+    QVERIFY(QFile::setPermissions(QFileInfo(folder.path()).path(), everything));
+    QVERIFY(QFile::setPermissions(folder.path(), readable));
+    const LogCatcher log;
+    {
+        const OrdinaryUser user;
+        const bool closed = !QFile(file).open(QIODevice::ReadWrite);
+        const bool open = QFile(folder.filePath("new")).open(QIODevice::WriteOnly);
+        if (closed || open) {
+            QFile::setPermissions(folder.path(), everything);
+            QSKIP("Folders cannot be closed to this process here.");
+        }
+        reportUnwritableSettings();
+        // That this is no false alarm.
+        QSettings settings;
+        settings.setValue(settingskeys::CurrentPort, 8);
+        settings.sync();
+        QCOMPARE(settings.status(), QSettings::AccessError);
+    }
+    QVERIFY(QFile::setPermissions(folder.path(), everything));
+    QCOMPARE(log.lines(), QStringList({"The settings cannot be written: " + file}));
+    QCOMPARE(contentOf(file), before);
+    QCOMPARE(folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 1);
 }
 
 void SettingsTest::writableSettingsAreNotReported()

@@ -1,5 +1,6 @@
 #include "tests/desktop/desktop.h"
 
+#include "tests/desktop/grab.h"
 #include "tests/desktop/waiting.h"
 
 #include <QDir>
@@ -17,6 +18,9 @@ namespace {
 constexpr int ScreenWidth = 1600;
 constexpr int ScreenHeight = 1200;
 constexpr int CommandPatience = 30000; // milliseconds
+// Two clicks nearer than this, in time and place, are a double click somewhere.
+constexpr int DoubleClickTime = 600; // milliseconds
+constexpr int LeastDistance = 20;    // pixels
 
 /// The screen as the display server keeps it in memory: a header of 32-bit
 /// numbers, most significant byte first, then colours, then the pixels.
@@ -217,11 +221,38 @@ QString Desktop::property(const WindowId &window, const QString &name) const
     return run("xprop", {"-id", window, name});
 }
 
-void Desktop::click(const WindowId &window, QPoint point) const
+void Desktop::click(const WindowId &window, QPoint point, const QStringList &how) const
 {
     const QPoint place = geometry(window).topLeft() + (QPointF(point) * m_scale).toPoint();
-    xdotool({"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
+    waitFor("The end of a double click", [&] {
+        return std::none_of(m_clicks.begin(), m_clicks.end(), [&place](const Click &click) {
+            return !click.since.hasExpired(DoubleClickTime) &&
+                   (place - click.place).manhattanLength() < LeastDistance;
+        });
+    });
+    xdotool(
+        QStringList{"mousemove", QString::number(place.x()), QString::number(place.y()), "click"} +
+        how + QStringList{"1"});
+    m_clicks.append({place, QElapsedTimer()});
+    m_clicks.last().since.start();
+    while (m_clicks.size() > 4)
+        m_clicks.removeFirst();
     moveMouseAway();
+}
+
+void Desktop::click(const WindowId &window, QPoint point) const
+{
+    click(window, point, {});
+}
+
+void Desktop::doubleClick(const WindowId &window, QPoint point) const
+{
+    click(window, point, {"--repeat", "2", "--delay", "120"});
+}
+
+bool Desktop::canGrabInput() const
+{
+    return ::canGrabInput(m_name);
 }
 
 void Desktop::moveMouseAway() const

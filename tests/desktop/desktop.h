@@ -2,7 +2,10 @@
 
 #include "tests/desktop/childprocess.h"
 
+#include <QElapsedTimer>
 #include <QImage>
+#include <QList>
+#include <QPoint>
 #include <QProcessEnvironment>
 #include <QRect>
 #include <QString>
@@ -59,7 +62,11 @@ public:
     /// A property as xprop prints it.
     QString property(const WindowId &window, const QString &name) const;
 
+    /// Never the second half of a double click: it waits out the time since
+    /// the last click at the same place.
     void click(const WindowId &window, QPoint point) const;
+    /// Clicks twice at the pace of a person.
+    void doubleClick(const WindowId &window, QPoint point) const;
     /// Puts the mouse where it touches no window.
     void moveMouseAway() const;
     /// Presses keys one after the other, named as X names them: "alt+n".
@@ -79,6 +86,10 @@ public:
     /// Closes the window, as its title bar's button does, and waits until it is gone.
     void close(const WindowId &window) const;
 
+    /// Whether another program could have the mouse and the keyboard for
+    /// itself: nobody else keeps them. Asks the display for both.
+    bool canGrabInput() const;
+
     /// The whole screen, in its own pixels.
     QImage screen() const;
     /// What is on the screen where the window is.
@@ -95,6 +106,7 @@ public:
     void setStillness(int milliseconds) { m_stillness = milliseconds; }
 
 private:
+    void click(const WindowId &window, QPoint point, const QStringList &how) const;
     void removeEarlierPictures() const;
     /// The screen when it stands still; of one that never does, what is there
     /// after a while.
@@ -108,6 +120,11 @@ private:
     QString m_artefacts;
     double m_scale;
     int m_pictures = 0;
+    struct Click {
+        QPoint place;
+        QElapsedTimer since;
+    };
+    mutable QList<Click> m_clicks; ///< the last ones
     int m_stillness = 20;
     QTemporaryDir m_folder;
     QString m_frameBuffer;

@@ -373,10 +373,13 @@ void EndToEndConnectionTest::newConnectionFromEveryState()
 {
     onPreparedPc("new-connection", [](Session &session) {
         const auto thereAndBack = [&session](Face face) {
-            session.mainWindow();
+            const WindowId window = session.mainWindow();
             expect(session.shows(face), "Another state than expected");
             session.desktop.press("ctrl+n");
-            session.wizard();
+            const WindowId wizard = session.wizard();
+            const QString owner = session.desktop.property(wizard, "WM_TRANSIENT_FOR");
+            const QString main = QString::number(window.toLongLong(), 16);
+            expect(!owner.contains("0x" + main), "The wizard belongs to a hidden window: " + owner);
             expect(!session.isMainWindowShown(), "The window shows beside the wizard");
             session.desktop.press("Escape");
             session.desktop.waitForNoWindow(WizardTitle);

@@ -17,6 +17,7 @@ constexpr int WizardHeading = 45; // below the upper edge
 
 constexpr int MenuBarHeight = 21;
 constexpr int MenuItemHeight = 20;
+const QPoint operatorsPlace(100, 101 + MenuBarHeight);
 const QRect buttonPlace(250, 80 + MenuBarHeight, 91, 81);
 // Frame, focus and shading are not what the button says.
 constexpr int ButtonFrame = 10;
@@ -159,6 +160,23 @@ void Session::pressButton() const
     desktop.click(mainWindow(), buttonPlace.center());
 }
 
+void Session::doubleClickButton() const
+{
+    desktop.doubleClick(mainWindow(), buttonPlace.center());
+}
+
+void Session::openOperators() const
+{
+    const QStringList before = desktop.visibleWindows();
+    desktop.click(mainWindow(), operatorsPlace);
+    waitFor("The operators", [&] { return desktop.visibleWindows().size() > before.size(); });
+}
+
+void Session::openHelp() const
+{
+    expect(!openMenu(mainWindow(), HelpMenu, patience).isEmpty(), "No menu opens");
+}
+
 WindowId Session::openMenu(const WindowId &window, int titleMiddle, int timeout) const
 {
     const QStringList before = desktop.visibleWindows();
@@ -197,11 +215,9 @@ bool Session::helpMenuOpens(int timeout) const
 
 void Session::chooseOperator(int index) const
 {
-    const WindowId window = mainWindow();
-    // The list is in the middle of its place; opened, it takes the keys.
+    // Opened, the list takes the keys.
     const QStringList before = desktop.visibleWindows();
-    desktop.click(window, QPoint(100, 101 + MenuBarHeight));
-    waitFor("The operators", [&] { return desktop.visibleWindows().size() > before.size(); });
+    openOperators();
     QStringList keys{"Home"};
     for (int i = 0; i < index; ++i)
         keys.append("Down");

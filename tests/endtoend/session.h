@@ -50,6 +50,11 @@ public:
     bool isMainWindowShown() const { return !desktop.window(MainTitle).isEmpty(); }
     /// Presses the button, whatever it says now.
     void pressButton() const;
+    /// Double-clicks it.
+    void doubleClickButton() const;
+    /// Opens the list of operators or a menu and leaves it open.
+    void openOperators() const;
+    void openHelp() const;
     /// Chooses an item of a menu by mouse; the first is 0.
     void chooseFromHelp(int item) const { chooseFromMenu(HelpMenu, item); }
     void chooseFromFile(int item) const { chooseFromMenu(FileMenu, item); }

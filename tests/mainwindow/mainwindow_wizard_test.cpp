@@ -3,8 +3,34 @@
 #include "tests/mainwindow/mainwindowbench.h"
 
 #include <QTest>
+#include <QWindow>
+
+#include <functional>
 
 #include <memory>
+
+namespace {
+
+/// Tells of a wizard's window when the window system is about to show it.
+class OwnerWatcher : public QObject
+{
+public:
+    explicit OwnerWatcher(std::function<void(const QWindow *)> tell) : m_tell(std::move(tell)) {}
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        const auto *window = qobject_cast<QWindow *>(watched);
+        if (window && window->title().startsWith("Welcome") && event->type() == QEvent::Show)
+            m_tell(window);
+        return false;
+    }
+
+private:
+    std::function<void(const QWindow *)> m_tell;
+};
+
+} // namespace
 
 class MainWindowWizardTest : public QObject
 {
@@ -82,35 +108,66 @@ private slots:
         QVERIFY(window.isVisible());
     }
 
-    /// The port poll goes on behind the wizard.
-    void portAppearsBehindTheWizard()
+    void portAppearsBehindTheWizard_data()
     {
-        MainWindowBench bench;
-        bench.setUpWaiting();
-        MainWindow window;
-        action(window, "actionCreate_New_Connection")->trigger();
-        bench.setUpPort();
-        fire(portTimer(window));
-        QCOMPARE(wizards(window).size(), 2);
-        QVERIFY(!window.isVisible());
-        QCOMPARE(runningTimers(window), QStringList());
+        QTest::addColumn<bool>("known");
+        QTest::newRow("known port") << true;
+        QTest::newRow("new port") << false;
     }
 
-    /// With an entry for the port, it counts down and dials there.
-    void countdownBehindTheWizard()
+    /// Behind the wizard the port poll looks at nothing: it would open a second
+    /// wizard over the first, or dial while the first installs the modem.
+    void portAppearsBehindTheWizard()
     {
+        QFETCH(bool, known);
         MainWindowBench bench;
         bench.setUpWaiting();
-        QSettings().setValue(settingskeys::port(Port), entry);
+        if (known)
+            QSettings().setValue(settingskeys::port(Port), entry);
         MainWindow window;
         action(window, "actionCreate_New_Connection")->trigger();
         bench.setUpPort();
+        bench.log.clear();
+        const QStringList operations = bench.injector.operations();
         fire(portTimer(window));
-        QCOMPARE(runningTimers(window), QStringList("progress"));
-        bench.countDown(window);
-        QCOMPARE(bench.machine.dials.size(), 1);
+        QCOMPARE(bench.injector.operations(), operations);
+        QCOMPARE(bench.log.lines(), QStringList());
+        QCOMPARE(wizards(window).size(), 1);
         QVERIFY(!window.isVisible());
-        QCOMPARE(view(window), connectedView);
+        QCOMPARE(view(window), waitingView);
+        QCOMPARE(runningTimers(window), QStringList("port"));
+
+        // Afterwards it goes on.
+        wizards(window).first()->reject();
+        QVERIFY(window.isVisible());
+        fire(portTimer(window));
+        QCOMPARE(runningTimers(window), known ? QStringList("progress") : QStringList());
+        QCOMPARE(wizards(window).size(), known ? 1 : 2);
+        QCOMPARE(window.isVisible(), known);
+    }
+
+    void wizardIsAWindowOfItsOwn_data()
+    {
+        QTest::addColumn<bool>("firstRun");
+        QTest::newRow("first run") << true;
+        QTest::newRow("later") << false;
+    }
+
+    /// A window that belongs to a hidden one cannot be found again once it is
+    /// covered. Nothing takes this back once the window shows.
+    void wizardIsAWindowOfItsOwn()
+    {
+        QFETCH(bool, firstRun);
+        MainWindowBench bench;
+        if (!firstRun)
+            bench.setUpEntry();
+        MainWindow window;
+        QList<bool> owned;
+        OwnerWatcher watcher([&](const QWindow *shown) { owned.append(shown->transientParent()); });
+        qApp->installEventFilter(&watcher);
+        action(window, "actionCreate_New_Connection")->trigger();
+        QCOMPARE(owned, QList<bool>{false});
+        QVERIFY(!wizards(window).last()->windowHandle()->transientParent());
     }
 
     void connectionLostBehindTheWizard()

@@ -57,6 +57,7 @@ private slots:
     void connectionThatIsUpAlready();
     void connectionThatDrops();
     void dialDialogCancelled();
+    void inputWhileBlocked();
     void answersThatAreNotAnAnswer();
     void modemThatAnswersError();
     void unpluggedAndWaiting();
@@ -209,6 +210,37 @@ void ConnectionTest::dialDialogCancelled()
         const WindowId window = desktop.waitForWindow(mainTitle);
         desktop.pressIn(window, "ctrl+c");
         waitFor("A second dial", [&] { return m_phone->bytesFromPc().size() == 4; });
+    });
+}
+
+// What is clicked and typed while the phone takes its time must not press the
+// button that comes back afterwards.
+void ConnectionTest::inputWhileBlocked()
+{
+    onMachine(*m_machine, [&](WineMachine &machine) {
+        Desktop &desktop = machine.desktop;
+        setUpBefore(machine);
+        m_phone->plugIn({"set delay 4000"});
+        machine.setMachine(machineWithPhone() + QStringList{"dial cancel"});
+        const WindowId window = machine.startUntil(mainTitle);
+        desktop.pressUntil(window, "ctrl+c", "AT",
+                           [&] { return !m_phone->bytesFromPc().isEmpty(); });
+        // It spans 250 to 341 by 80 to 161 of the form, below title and menu.
+        desktop.click(window, {295, 141});
+        desktop.press({"Down", "Down", "space"});
+        desktop.click(window, {295, 141});
+        QVERIFY(machine.calls().filter("RasDialDlgW").isEmpty());
+        desktop.keepPicture("input-while-blocked-1");
+        machine.waitForCall("^RasDialDlgW .* -> 0$");
+        // The menu opens when all of that has been taken.
+        machine.openMenu(window, "alt+f");
+        desktop.keepPicture("input-while-blocked-2");
+        desktop.press("Escape");
+        QCOMPARE(m_phone->bytesFromPc().size(), 2);
+        // The operator is the one that was dialled: the next dial stores it.
+        desktop.pressIn(window, "ctrl+c");
+        waitFor("A second dial", [&] { return m_phone->bytesFromPc().size() == 3; });
+        QCOMPARE(machine.setting("CurrentMobileOperator"), QString("GrameenPhone"));
     });
 }
 

@@ -1,0 +1,324 @@
+// What an impatient person does before and while the window is blocked by a
+// dial or a hang-up.
+
+#include "tests/mainwindow/mainwindowbench.h"
+
+#include <QComboBox>
+#include <QKeyEvent>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+/// Queues a key as the display would deliver it.
+void postKey(MainWindow &window, Qt::Key key)
+{
+    for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease})
+        QCoreApplication::postEvent(window.windowHandle(),
+                                    new QKeyEvent(type, key, Qt::NoModifier));
+}
+
+/// Queues a click as the display would deliver it.
+void postClick(MainWindow &window, const QPoint &place)
+{
+    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+        const auto held = type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton;
+        QCoreApplication::postEvent(window.windowHandle(),
+                                    new QMouseEvent(type, place, window.mapToGlobal(place),
+                                                    Qt::LeftButton, held, Qt::NoModifier));
+    }
+}
+
+/// Queues the time-out of a running timer.
+void postTimeout(QTimer *running)
+{
+    QVERIFY(running->isActive());
+    QCoreApplication::postEvent(running, new QTimerEvent(running->timerId()));
+}
+
+/// On the place that the four buttons share.
+const QPoint buttonPlace(290, 140);
+
+QComboBox *operators(const MainWindow &window)
+{
+    return window.findChild<QComboBox *>("operatorComboBox");
+}
+
+} // namespace
+
+class MainWindowBlockedTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        useFormFont();
+        m_settings = std::make_unique<TestSettings>();
+    }
+    void init() { m_settings->clear(); }
+
+    void popupIsClosedBeforeTheBlock_data()
+    {
+        QTest::addColumn<QString>("popup");
+        for (const char *popup : {"operators", "menu_File", "menuHelp"})
+            QTest::newRow(popup) << QString(popup);
+    }
+
+    /// An open list or menu keeps mouse and keyboard from every other program,
+    /// and the block may have no end.
+    void popupIsClosedBeforeTheBlock()
+    {
+        QFETCH(QString, popup);
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        if (popup == "operators") {
+            operators(window)->showPopup();
+        } else {
+            auto *menu = window.findChild<QMenu *>(popup);
+            menu->popup(window.mapToGlobal(QPoint(20, 20)));
+        }
+        QVERIFY(QApplication::activePopupWidget());
+        bool looked = false;
+        QWidget *open = nullptr;
+        bench.machine.whileOpeningPort = [&] {
+            looked = true;
+            open = QApplication::activePopupWidget();
+        };
+        bench.countDown(window);
+        QVERIFY(looked);
+        QVERIFY(!open);
+        QCOMPARE(operators(window)->currentText(), QString("Banglalink"));
+        QCOMPARE(view(window), connectedView);
+    }
+
+    /// A poll that was due during the hang-up comes after the new view state:
+    /// otherwise the window would offer to end a connection that is gone.
+    void statusPollWaitsForTheHangUp()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        bench.connectElsewhere();
+        MainWindow window;
+        bench.machine.RasHangUpW.wrap([&](auto &, auto...) {
+            bench.machine.connections.clear();
+            postTimeout(statusTimer(window));
+            return platform::RasErrorInvalidHandle;
+        });
+        QTimer *poll = statusTimer(window);
+        const int id = poll->timerId();
+        button(window, "disconnectButton")->click();
+        QCOMPARE(view(window), connectedView);
+        QCOMPARE(poll->timerId(), id);
+        QCoreApplication::processEvents();
+        QCOMPARE(view(window), disconnectedView);
+        QCOMPARE(runningTimers(window), QStringList());
+    }
+
+    /// What the hang-up made pointless does not come at all.
+    void statusPollIsOverWithTheConnection()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        bench.connectElsewhere();
+        MainWindow window;
+        bool due = false;
+        bench.machine.whileListingConnections = [&] {
+            if (!due)
+                postTimeout(statusTimer(window));
+            due = true;
+        };
+        bench.log.clear();
+        button(window, "disconnectButton")->click();
+        QCoreApplication::processEvents();
+        QCOMPARE(view(window), disconnectedView);
+        QCOMPARE(bench.log.lines().filter("in isDialupConnectionConnected").size(), 1);
+    }
+
+    /// A system whose dial dialog lets the window's timers through.
+    void pollsWaitForTheDial()
+    {
+        MainWindowBench bench;
+        bench.setUpWaiting();
+        MainWindow window;
+        QSettings().setValue(settingskeys::port(Port), entry);
+        bench.setUpPort();
+        bench.answerDial();
+        QStringList seen;
+        bench.machine.whileDialling = [&] {
+            postTimeout(portTimer(window));
+            QCoreApplication::processEvents();
+            seen = view(window) + runningTimers(window);
+        };
+        QVERIFY(QMetaObject::invokeMethod(&window, "StartDialling"));
+        QCOMPARE(seen, busyView + QStringList("port"));
+        QCOMPARE(view(window), connectedView);
+        QCOMPARE(runningTimers(window), QStringList({"status", "port"}));
+        QCoreApplication::processEvents();
+        QVERIFY(!portTimer(window)->isActive());
+    }
+
+    void doubleClickCountsOnce_data()
+    {
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<QString>("pressed");
+        QTest::addColumn<int>("hangUps");
+        QTest::addColumn<int>("dials");
+        QTest::newRow("connect") << "counting down"
+                                 << "connectButton" << 0 << 1;
+        QTest::newRow("disconnect") << "connected"
+                                    << "disconnectButton" << 1 << 0;
+        QTest::newRow("port check") << "port found"
+                                    << "portCheckButton" << 0 << 0;
+    }
+
+    /// Three presses in a row, each within the time of a double click. The
+    /// second and third reach the button that has taken the first one's place.
+    void doubleClickCountsOnce()
+    {
+        QFETCH(QString, state);
+        QFETCH(QString, pressed);
+        MainWindowBench bench;
+        const std::unique_ptr<MainWindow> window =
+            bench.windowInState(state == "port found" ? "waiting" : state);
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        if (state == "port found")
+            bench.setUpEntry();
+        bench.answerDial();
+        QVERIFY(button(*window, pressed.toUtf8())->isVisible());
+        ulong time = 100000;
+        for (int click = 0; click < 3; ++click) {
+            for (const QEvent::Type type :
+                 {click == 1 ? QEvent::MouseButtonDblClick : QEvent::MouseButtonPress,
+                  QEvent::MouseButtonRelease}) {
+                const auto held =
+                    type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+                QMouseEvent event(type, buttonPlace, window->mapToGlobal(buttonPlace),
+                                  Qt::LeftButton, held, Qt::NoModifier);
+                event.setTimestamp(time += 60);
+                QCoreApplication::sendEvent(window->windowHandle(), &event);
+            }
+        }
+        QTEST(int(bench.machine.hungUp.size()), "hangUps");
+        QTEST(int(bench.machine.dials.size()), "dials");
+    }
+
+    /// Two clicks that are no double click are two.
+    void slowClicksCountEach()
+    {
+        MainWindowBench bench;
+        const std::unique_ptr<MainWindow> window = bench.windowInState("connected");
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        bench.answerDial();
+        // The test library leaves the time of a double click between its clicks.
+        QTest::mouseClick(button(*window, "disconnectButton"), Qt::LeftButton);
+        QTest::mouseClick(button(*window, "connectButton"), Qt::LeftButton);
+        QCOMPARE(bench.machine.hungUp.size(), 1);
+        QCOMPARE(bench.machine.dials.size(), 1);
+        QCOMPARE(view(*window), connectedView);
+    }
+
+    void keysWhileBlockedDoNothing_data()
+    {
+        QTest::addColumn<QList<int>>("keys");
+        QTest::newRow("Down") << QList<int>{Qt::Key_Down};
+        QTest::newRow("Down, Down") << QList<int>{Qt::Key_Down, Qt::Key_Down};
+        QTest::newRow("a letter") << QList<int>{Qt::Key_G};
+        QTest::newRow("Space") << QList<int>{Qt::Key_Space};
+        QTest::newRow("Tab, Space") << QList<int>{Qt::Key_Tab, Qt::Key_Space};
+        QTest::newRow("F4") << QList<int>{Qt::Key_F4};
+    }
+
+    /// The operator that was dialled stays chosen, and nothing opens.
+    void keysWhileBlockedDoNothing()
+    {
+        QFETCH(QList<int>, keys);
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        operators(window)->setCurrentText("Banglalink");
+        bench.answerDial();
+        QWidget *focus = nullptr;
+        bench.machine.whileOpeningPort = [&] {
+            focus = QApplication::focusWidget();
+            for (const int key : keys)
+                postKey(window, static_cast<Qt::Key>(key));
+        };
+        action(window, "action_Connect")->trigger();
+        QCOMPARE(focus, button(window, "pleaseWaitbutton"));
+        QCoreApplication::processEvents();
+        QCOMPARE(view(window), connectedView);
+        QCOMPARE(operators(window)->currentText(), QString("Banglalink"));
+        QVERIFY(!QApplication::activePopupWidget());
+        QCOMPARE(QApplication::focusWidget(), operators(window));
+        QCOMPARE(bench.machine.hungUp.size(), 0);
+        // The next key is the list's again.
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+        QCOMPARE(operators(window)->currentText(), QString("GrameenPhone"));
+    }
+
+    void clicksWhileBlockedOpenNothing_data()
+    {
+        QTest::addColumn<bool>("onHelp");
+        QTest::newRow("operators") << false;
+        QTest::newRow("Help") << true;
+    }
+
+    void clicksWhileBlockedOpenNothing()
+    {
+        QFETCH(bool, onHelp);
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        bench.answerDial();
+        const QMenuBar *bar = window.menuBar();
+        QAction *help = window.findChild<QMenu *>("menuHelp")->menuAction();
+        const QPoint place = onHelp ? bar->mapTo(&window, bar->actionGeometry(help).center())
+                                    : operators(window)->mapTo(&window, QPoint(100, 11));
+        bench.machine.whileOpeningPort = [&] { postClick(window, place); };
+        button(window, "connectButton")->click();
+        QCoreApplication::processEvents();
+        QVERIFY(!QApplication::activePopupWidget());
+        QCOMPARE(view(window), connectedView);
+    }
+
+    /// What one round of event processing only collects, a later one delivers.
+    void inputThatComesInRoundsIsTaken()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        bench.connectElsewhere();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QObject courier;
+        bench.machine.RasHangUpW.wrap([&](auto &next, auto... arguments) {
+            QMetaObject::invokeMethod(
+                &courier,
+                [&] {
+                    QMetaObject::invokeMethod(
+                        &courier, [&] { postClick(window, buttonPlace); }, Qt::QueuedConnection);
+                },
+                Qt::QueuedConnection);
+            return next(arguments...);
+        });
+        bench.answerDial();
+        button(window, "disconnectButton")->click();
+        QCoreApplication::processEvents();
+        QCoreApplication::processEvents();
+        QCOMPARE(bench.machine.dials.size(), 0);
+        QCOMPARE(view(window), disconnectedView);
+    }
+
+private:
+    std::unique_ptr<TestSettings> m_settings;
+};
+
+QTEST_MAIN(MainWindowBlockedTest)
+#include "mainwindow_blocked_test.moc"
