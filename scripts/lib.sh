@@ -64,7 +64,7 @@ need_test_build_packages() {
 
 need_display_packages() {
     need_packages "a virtual display, a window manager and what clicks and takes pictures" \
-        xvfb openbox xdotool x11-utils imagemagick
+        xvfb openbox xdotool x11-utils libx11-dev imagemagick
     need_packages "a font with the width of the usual Windows fonts" fonts-liberation
 }
 
