@@ -6,6 +6,17 @@
 #include <QTimerEvent>
 #include <QWidget>
 
+namespace {
+
+/// A timer that is stopped before the event reaches it does not time out.
+void timeOutLater(QTimer *timer)
+{
+    if (timer->isActive())
+        QCoreApplication::postEvent(timer, new QTimerEvent(timer->timerId()));
+}
+
+} // namespace
+
 WindowBlock::WindowBlock(QWidget *window, QWidget *waiting, const QList<QTimer *> &timers)
     : m_window(window), m_waiting(waiting), m_timers(timers)
 {
@@ -18,10 +29,8 @@ WindowBlock::WindowBlock(QWidget *window, QWidget *waiting, const QList<QTimer *
 
 WindowBlock::~WindowBlock()
 {
-    for (QTimer *timer : m_due) {
-        if (timer->isActive())
-            QCoreApplication::postEvent(timer, new QTimerEvent(timer->timerId()));
-    }
+    for (QTimer *timer : m_due)
+        timeOutLater(timer);
 }
 
 void WindowBlock::takePendingInput()

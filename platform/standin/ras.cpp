@@ -75,8 +75,8 @@ public:
             return RasErrorInvalidSize;
         const QList<ActiveConnection> connections = m_machine->connections();
         const DWORD code = tellSize(lprasconn, lpcb, lpcConnections, connections.size());
-        if (code != Success)
-            return code;
+        if (code != Success || !lprasconn)
+            return code; // without a record only an empty list fits
         for (const ActiveConnection &connection : connections) {
             RasConnection record = {};
             record.dwSize = size;
@@ -127,7 +127,7 @@ public:
         DWORD code = m_machine->devices(&devices);
         if (code == Success)
             code = tellSize(lpRasDevInfo, lpcb, lpcDevices, devices.size());
-        if (code != Success)
+        if (code != Success || !lpRasDevInfo)
             return code;
         for (const DialDevice &device : std::as_const(devices)) {
             RasDeviceInfo &record = *lpRasDevInfo++;
