@@ -1,6 +1,7 @@
 #include "platform/linux/portlist.h"
 
 #include "platform/linux/udevpointer.h"
+#include "platform/standin/machine.h"
 
 #include <QSet>
 
@@ -9,8 +10,6 @@
 namespace platform::linuxsystem {
 
 namespace {
-
-constexpr int FirstPluggedNumber = 5;
 
 QString attribute(udev_device *device, const char *name)
 {
@@ -126,7 +125,7 @@ bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers)
             continue;
         port.number = onBoardNumber(port);
         if (port.number == 0 || taken.contains(port.number)) {
-            port.number = FirstPluggedNumber;
+            port.number = FirstPluggedPort;
             while (taken.contains(port.number))
                 ++port.number;
         }

@@ -1,5 +1,7 @@
 #include "platform/simulated/usbbus.h"
 
+#include "platform/standin/machine.h"
+
 #include <QDir>
 #include <QFile>
 
@@ -9,8 +11,6 @@
 namespace platform::simulated {
 
 namespace {
-
-constexpr int FirstUsbPort = 5;
 
 /// Whether a process runs; one that only waits to be reaped does not.
 bool isAlive(qint64 pid)
@@ -42,7 +42,7 @@ int numberForSocket(int socket, MachineState *state, bool *assigned)
     if (known != state->portOfSocket.constEnd())
         return *known;
     const QList<int> taken = state->portOfSocket.values();
-    int number = FirstUsbPort;
+    int number = FirstPluggedPort;
     // Numbers of phones that are away stay reserved, as on Windows.
     while (taken.contains(number) || number == OnBoardPort)
         ++number;

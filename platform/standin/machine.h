@@ -11,6 +11,10 @@
 
 namespace platform {
 
+/// The number of the first port that is plugged in: on a PC, COM1 to COM4 are
+/// for ports on board.
+inline constexpr int FirstPluggedPort = 5;
+
 /// A serial port that is present now, as its bus tells. A value.
 struct PortDevice {
     int number = 0; ///< the n of COMn
