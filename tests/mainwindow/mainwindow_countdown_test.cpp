@@ -47,7 +47,7 @@ private slots:
         bench.setUpEntry();
         MainWindow window;
         const auto *bar = window.findChild<QProgressBar *>("connectionProgressBar");
-        QTRY_COMPARE(bar->value(), 1);
+        QTRY_VERIFY(bar->value() >= 1);
     }
 
     /// The bar stays at its end, so the next countdown is over with its first
