@@ -4,6 +4,7 @@
 #include "tests/support/bench.h"
 #include "tests/support/testsettings.h"
 
+#include <QFile>
 #include <QSettings>
 #include <QTest>
 
@@ -44,6 +45,20 @@ public:
     }
 };
 
+/// The keys that were there when the success line came, and who took it before.
+QStringList keysAtSuccess;
+QtMessageHandler catcher = nullptr;
+
+/// Moves the phone to another port when the success line comes.
+void movePhoneAtSuccess(QtMsgType type, const QMessageLogContext &context, const QString &line)
+{
+    if (line == created) {
+        keysAtSuccess = QSettings().allKeys();
+        QSettings().setValue("CurrentPort", 12);
+    }
+    catcher(type, context, line);
+}
+
 /// A system without devices that answers the size query with success.
 class NoSizeMachine : public ScriptedMachine
 {
@@ -65,6 +80,7 @@ private slots:
     void init() { m_store->clear(); }
 
     void createsTheFirstEntry();
+    void orderAfterStoring();
     void entryRecord();
     void optionBits_data();
     void optionBits();
@@ -110,7 +126,27 @@ void PhonebookEntryTest::createsTheFirstEntry()
     QCOMPARE(QSettings().allKeys(), QStringList({"NoOfDialups", "ports/0"}));
     QCOMPARE(QSettings().value("NoOfDialups"), QVariant(1));
     QCOMPARE(QSettings().value("ports/0"), QVariant("TolvaneModem 1"));
+    // The file keeps its groups in the order in which they were first written.
+    QSettings().sync();
+    QFile file(m_store->userFile());
+    QVERIFY(file.open(QIODevice::ReadOnly | QIODevice::Text));
+    QCOMPARE(file.readAll(), QByteArray("[General]\nNoOfDialups=1\n\n[ports]\n"
+                                        "0=TolvaneModem 1\n"));
     QCOMPARE(bench.leftOpen(), QString());
+}
+
+// The line comes first, then the count, and only then the port is read.
+void PhonebookEntryTest::orderAfterStoring()
+{
+    Bench<> bench;
+    withModem(bench);
+    QSettings().setValue("CurrentPort", 5);
+    catcher = qInstallMessageHandler(movePhoneAtSuccess);
+    const bool result = createDialupConnection();
+    qInstallMessageHandler(catcher);
+    QVERIFY(result);
+    QCOMPARE(keysAtSuccess, QStringList({"CurrentPort"}));
+    QCOMPARE(QSettings().allKeys(), QStringList({"CurrentPort", "NoOfDialups", "ports/12"}));
 }
 
 void PhonebookEntryTest::entryRecord()
