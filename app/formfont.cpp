@@ -5,6 +5,8 @@
 #include <QFontDatabase>
 #include <QStringList>
 
+#include <algorithm>
+
 namespace {
 
 const char formFamily[] = "MS Shell Dlg 2";
@@ -19,15 +21,26 @@ QStringList installedFamilies()
 #endif
 }
 
+/// Where two makers' fonts have the same name, the list names the makers:
+/// "Nimbus Sans [URW ]".
+bool isAmong(const QStringList &families, const QString &family)
+{
+    return std::any_of(families.begin(), families.end(), [&family](const QString &each) {
+        return each == family || each.startsWith(family + " [");
+    });
+}
+
 } // namespace
 
 void useFormFont()
 {
     const QStringList installed = installedFamilies();
-    if (!installed.contains(formFamily)) {
-        for (const char *family : {"Tahoma", "Liberation Sans", "Arial", "Nimbus Sans", "FreeSans",
+    if (!isAmong(installed, formFamily)) {
+        // The last two are a little too wide, but less so than what the system would
+        // choose.
+        for (const char *family : {"Tahoma", "Liberation Sans", "Arial", "FreeSans", "Nimbus Sans",
                                    "DejaVu Sans Condensed"}) {
-            if (installed.contains(family)) {
+            if (isAmong(installed, family)) {
                 QFont::insertSubstitution(formFamily, family);
                 break;
             }

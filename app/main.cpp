@@ -20,6 +20,9 @@ int main(int argc, char *argv[])
     // The forms have a fixed geometry, which must grow with the text.
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    // Dialogs and the wizard would have a button for help in their title that
+    // does nothing.
+    QCoreApplication::setAttribute(Qt::AA_DisableWindowContextHelpButton);
 #endif
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);

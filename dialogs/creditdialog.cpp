@@ -56,8 +56,8 @@ void CreditDialog::changeEvent(QEvent *event)
         ui->retranslateUi(this);
 }
 
-// The form has no button of this name, on purpose: nobody shall erase the store
-// by accident. Support can still call the slot by its name.
+// The form has no button of this name, so nothing calls this slot. Kept on
+// purpose.
 void CreditDialog::on_pushButton_2_clicked()
 {
     QSettings().clear();

@@ -2,8 +2,8 @@
 
 #include <QDialog>
 
-/// Reserved for the manual; nothing creates it yet. Scripts that list the
-/// program's classes expect its meta-object.
+/// Only a class with its meta-object: it shows nothing, and nothing creates it.
+/// Kept on purpose.
 class HelpDialog : public QDialog
 {
     Q_OBJECT

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <memory>
 
 using namespace platform;
 
@@ -53,8 +52,8 @@ bool createDialupConnection()
     const int count = settings.value(settingskeys::NoOfDialups).toInt();
     const int number = count < std::numeric_limits<int>::max() ? count + 1 : count;
     const QString entryName = QString("%1 %2").arg("TolvaneModem").arg(number);
-    const auto entryBuffer = std::make_unique<WCHAR[]>(EntryNameSize);
-    copyToBuffer(entryName, entryBuffer.get(), EntryNameSize);
+    WCHAR entryBuffer[EntryNameSize] = {};
+    copyToBuffer(entryName, entryBuffer, EntryNameSize);
 
     // An empty name asks for the properties of a new entry.
     const WCHAR newEntry[] = {0};
@@ -87,16 +86,15 @@ bool createDialupConnection()
     }
     setField(entry->szDeviceName, devices.last());
     setField(entry->szLocalPhoneNumber, "*99#");
-    // The name of the system's constant instead of its value "modem". Entries
-    // have always been stored like this, and the system finds the device by
-    // its name.
+    // The name of the system's constant instead of its value "modem". Kept on
+    // purpose.
     setField(entry->szDeviceType, "RASDT_Modem");
     entry->dwfOptions &= ~(EntryPreviewUserPassword | EntryPreviewPhoneNumber);
 
     // The size is the one that the query reported. On newer systems it is
     // larger than the record's dwSize.
     const DWORD result =
-        current().RasSetEntryPropertiesW(nullptr, entryBuffer.get(), entry, size, nullptr, 0);
+        current().RasSetEntryPropertiesW(nullptr, entryBuffer, entry, size, nullptr, 0);
     if (result == Success) {
         qDebug() << "Successfully created the DIALUP CONNECTION :D :D";
         settings.setValue(settingskeys::NoOfDialups, number);

@@ -83,8 +83,7 @@ bool updateDriver(const WCHAR *hardwareId, const WCHAR *infPath, BOOL *rebootReq
     if (UpdateDriverForPlugAndPlayDevicesLoader(nullptr, hardwareId, infPath, InstallFlagForce,
                                                 rebootRequired)) {
         // This tests the pointer, not the flag, and the text has no %1 for the
-        // word, so the line always ends in "== ". Kept on purpose: support
-        // notes quote it.
+        // word, so the line always ends in "== ". Kept on purpose.
         logMessage(function,
                    QString("UpdateDriverForPlugAndPlayDevices finished. Reboot required == ")
                        .arg(rebootRequired ? "true" : "false"));
@@ -135,8 +134,7 @@ DeviceCreation createModemDevice(HDEVINFO set, DeviceInfoData *device, const Gui
             QString("RegisterModem failed. Tried to register it to %1").arg(fromWide(portName)));
         return DeviceCreation::Failed;
     }
-    // An error line although nothing failed. Kept on purpose: support notes
-    // look for it.
+    // An error line although nothing failed. Kept on purpose.
     logError(function,
              QString("RegisterModem finished. Tried to register it to %1").arg(fromWide(portName)));
     return updateDriver(hardwareId, infPath, rebootRequired) ? DeviceCreation::Installed

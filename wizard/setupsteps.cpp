@@ -3,7 +3,7 @@
 #include "dialup/phonebookentry.h"
 #include "install/installationsteps.h"
 
-// Support answers quote these texts, so their spelling mistakes stay.
+// The spelling mistakes are kept on purpose.
 const SetupStep setupSteps[SetupStepCount + 1] = {
     {"<html>Installing the Mobile Driver. It may take several minutes. Please wait till "
      "finish.</html>",

@@ -44,6 +44,20 @@ public:
     }
 };
 
+/// The keys that were there when the success line came, and who took it before.
+QStringList keysAtSuccess;
+QtMessageHandler catcher = nullptr;
+
+/// Moves the phone to another port when the success line comes.
+void movePhoneAtSuccess(QtMsgType type, const QMessageLogContext &context, const QString &line)
+{
+    if (line == created) {
+        keysAtSuccess = QSettings().allKeys();
+        QSettings().setValue("CurrentPort", 12);
+    }
+    catcher(type, context, line);
+}
+
 /// A system without devices that answers the size query with success.
 class NoSizeMachine : public ScriptedMachine
 {
@@ -65,6 +79,7 @@ private slots:
     void init() { m_store->clear(); }
 
     void createsTheFirstEntry();
+    void orderAfterStoring();
     void entryRecord();
     void optionBits_data();
     void optionBits();
@@ -111,6 +126,21 @@ void PhonebookEntryTest::createsTheFirstEntry()
     QCOMPARE(QSettings().value("NoOfDialups"), QVariant(1));
     QCOMPARE(QSettings().value("ports/0"), QVariant("TolvaneModem 1"));
     QCOMPARE(bench.leftOpen(), QString());
+}
+
+// The line comes before anything is stored, and only then the port is read. Nobody
+// can see which of the two settings is stored first: the file is written as a whole.
+void PhonebookEntryTest::orderAfterStoring()
+{
+    Bench<> bench;
+    withModem(bench);
+    QSettings().setValue("CurrentPort", 5);
+    catcher = qInstallMessageHandler(movePhoneAtSuccess);
+    const bool result = createDialupConnection();
+    qInstallMessageHandler(catcher);
+    QVERIFY(result);
+    QCOMPARE(keysAtSuccess, QStringList({"CurrentPort"}));
+    QCOMPARE(QSettings().allKeys(), QStringList({"CurrentPort", "NoOfDialups", "ports/12"}));
 }
 
 void PhonebookEntryTest::entryRecord()

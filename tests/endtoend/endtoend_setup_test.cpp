@@ -25,6 +25,7 @@ private slots:
     void slowInstaller();
     void fatalBox();
     void keyboardOnly();
+    void nothingOffersHelpInItsTitle();
     void portAboveNine();
     void damagedSettings();
     void otherWorkingDirectory();
@@ -269,6 +270,29 @@ void EndToEndSetupTest::keyboardOnly()
         session.mainWindow();
         desktop.press({"alt+f", "x"});
         QCOMPARE(machine.waitForProgramEnd(patience), 0);
+    });
+}
+
+void EndToEndSetupTest::nothingOffersHelpInItsTitle()
+{
+    onPreparedPc("no-help-button", [](Session &session) {
+        const auto check = [&session](const QString &title) {
+            const WindowId window = session.desktop.waitForWindow(title);
+            const QString offers = session.desktop.property(window, "WM_PROTOCOLS");
+            QVERIFY2(offers.contains("WM_DELETE_WINDOW"), qPrintable(offers));
+            QVERIFY2(!offers.contains("HELP"), qPrintable(offers));
+        };
+        session.startProgram();
+        session.mainWindow();
+        session.chooseFromHelp(0);
+        check("About");
+        session.acknowledge("About");
+        session.chooseFromHelp(1);
+        check("Credits");
+        session.acknowledge("Credits");
+        session.mainWindow();
+        session.desktop.press("ctrl+n");
+        check(WizardTitle);
     });
 }
 

@@ -5,7 +5,12 @@
 #include "tests/support/testsettings.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
 #include <QSettings>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <cstring>
@@ -43,6 +48,7 @@ private slots:
     void modemInfLocation_data();
     void modemInfLocation();
     void modemInfLocationIsLogged();
+    void folderLongerThanThePaths();
 
     void copiesAnInf();
     void copyIsRefused();
@@ -96,6 +102,33 @@ void DriverPackagesTest::modemInfLocationIsLogged()
     modemInf();
     QCOMPARE(bench.log.lines(), QStringList({messageLine("\"GetModemINFLocation\"",
                                                          quoted(driverFile("modem_inf_64.inf")))}));
+}
+
+/// The paths that the system gets end after 260 characters, those in the log do
+/// not.
+void DriverPackagesTest::folderLongerThanThePaths()
+{
+    if (QSysInfo::kernelType() == "winnt")
+        QSKIP("Windows starts no program from such a folder.");
+    const QTemporaryDir dir;
+    const QString folder = QFileInfo(dir.path()).canonicalFilePath() + '/' + QString(200, 'a') +
+                           '/' + QString(200, 'b');
+    QVERIFY(QDir().mkpath(folder));
+    const QString program = folder + "/drivers_probe";
+    QVERIFY(QFile::copy(QCoreApplication::applicationDirPath() + "/drivers_probe", program));
+    QProcess process;
+    process.start(program, QStringList());
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.readAllStandardError(), QByteArray());
+    QCOMPARE(process.exitCode(), 0);
+    const QString drivers = QString(folder).replace('/', '\\') + "\\drivers\\";
+    QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()).split('\n'),
+             QStringList({"installer=" + drivers.left(260), "inf=" + drivers.left(260),
+                          "log=" + installerLine.arg(drivers + "InstallDriver.exe"),
+                          "log=" + messageLine("\"GetModemINFLocation\"",
+                                               quoted(drivers + "modem_inf_64.inf"))
+                                       .trimmed(),
+                          ""}));
 }
 
 void DriverPackagesTest::copiesAnInf()

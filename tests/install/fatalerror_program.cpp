@@ -6,6 +6,7 @@
 #include "install/fatalerror.h"
 #include "install/installationsteps.h"
 #include "platform/faultinjection/faultinjectingplatform.h"
+#include "tests/support/markingtranslator.h"
 #include "tests/support/scriptedmachine.h"
 
 #include <QAbstractButton>
@@ -142,6 +143,10 @@ int main(int argc, char *argv[])
             inLoop(fatal);
         } else if (way == "gui, pool busy") {
             occupyPool();
+            inLoop(fatal);
+        } else if (way == "gui, translated") {
+            static MarkingTranslator translator;
+            QCoreApplication::installTranslator(&translator);
             inLoop(fatal);
         } else if (way == "gui, before the loop") {
             fatal();

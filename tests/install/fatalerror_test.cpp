@@ -14,6 +14,7 @@ class FatalErrorTest : public QObject
 private slots:
     void showsABoxAndEnds_data();
     void showsABoxAndEnds();
+    void textsAreTranslated();
     void messages_data();
     void messages();
     void endsWithoutALoop_data();
@@ -69,9 +70,9 @@ private:
     }
 
     static QByteArray box(const QByteArray &function, const QByteArray &message,
-                          const QByteArray &more = {})
+                          const QByteArray &more = {}, const QByteArray &titleMark = {})
     {
-        return "title Error in Function " + function + "\ntext " + message +
+        return "title " + titleMark + "Error in Function " + function + "\ntext " + message +
                "\nicon warning\nmodal 1, visible 1, parent 0, on the GUI thread 1\n"
                "button Ok\n" +
                more + "pressing\n";
@@ -99,6 +100,14 @@ void FatalErrorTest::showsABoxAndEnds()
     QCOMPARE(untilPress(), box("Subject", "What went wrong."));
     expectEnd(1000);
     QCOMPARE(m_errors, QString());
+}
+
+/// The translator marks each text that it is asked for.
+void FatalErrorTest::textsAreTranslated()
+{
+    start("gui, translated");
+    QCOMPARE(untilPress(), box("[QObject]Subject", "[QObject]What went wrong.", {}, "[QObject]"));
+    expectEnd(1000);
 }
 
 void FatalErrorTest::messages_data()

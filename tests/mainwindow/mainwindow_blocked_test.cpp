@@ -49,18 +49,11 @@ QComboBox *operators(const MainWindow &window)
 
 } // namespace
 
-class MainWindowBlockedTest : public QObject
+class MainWindowBlockedTest : public MainWindowTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-    }
-    void init() { m_settings->clear(); }
-
     void popupIsClosedBeforeTheBlock_data()
     {
         QTest::addColumn<QString>("popup");
@@ -315,9 +308,6 @@ private slots:
         QCOMPARE(bench.machine.dials.size(), 0);
         QCOMPARE(view(window), disconnectedView);
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(MainWindowBlockedTest)

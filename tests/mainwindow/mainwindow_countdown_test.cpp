@@ -3,20 +3,11 @@
 
 #include <QTest>
 
-#include <memory>
-
-class MainWindowCountdownTest : public QObject
+class MainWindowCountdownTest : public MainWindowTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-    }
-    void init() { m_settings->clear(); }
-
     void firstCountdownTakes101Ticks()
     {
         MainWindowBench bench;
@@ -33,7 +24,10 @@ private slots:
             QCOMPARE(bench.machine.dials.size(), 0);
         }
         bench.answerDial();
+        QStringList seen;
+        bench.machine.whileDialling = [&] { seen = view(window) + runningTimers(window); };
         fire(progressTimer(window));
+        QCOMPARE(seen, busyView);
         QCOMPARE(bar->value(), 100);
         QCOMPARE(countdownText(window), QString("Auto connecting in <b>0</b> seconds"));
         QCOMPARE(bench.machine.dials.size(), 1);
@@ -109,9 +103,6 @@ private slots:
         QCoreApplication::removeTranslator(&translator);
         QTRY_COMPARE(window.windowTitle(), QString("Tolvane Modem Connector"));
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(MainWindowCountdownTest)

@@ -4,8 +4,6 @@
 #include <QMouseEvent>
 #include <QTest>
 
-#include <memory>
-
 namespace {
 
 class PaintCounter : public QObject
@@ -37,18 +35,11 @@ void postClick(MainWindow &window, const char *name)
 
 } // namespace
 
-class MainWindowDiallingTest : public QObject
+class MainWindowDiallingTest : public MainWindowTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-    }
-    void init() { m_settings->clear(); }
-
     // Dialling.
 
     void dialling()
@@ -95,6 +86,24 @@ private slots:
         bench.answerDial();
         button(window, "connectButton")->click();
         QCOMPARE(view(window), connectedView);
+    }
+
+    /// A connection ends every countdown.
+    void countdownThatBeganDuringTheDialEnds()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        bench.answerDial();
+        QStringList running;
+        bench.machine.whileDialling = [&] {
+            QVERIFY(QMetaObject::invokeMethod(&window, "CheckPortAvailability"));
+            running = runningTimers(window);
+        };
+        button(window, "connectButton")->click();
+        QCOMPARE(running, QStringList("progress"));
+        QCOMPARE(view(window), connectedView);
+        QCOMPARE(runningTimers(window), QStringList("status"));
     }
 
     void portCannotBeOpened()
@@ -217,7 +226,13 @@ private slots:
         MainWindowBench bench;
         bench.setUpEntry();
         MainWindow window;
+        QStringList seen;
+        bench.machine.whileListingConnections = [&] {
+            seen = view(window) + runningTimers(window);
+        };
         action(window, "action_Disconnect")->trigger();
+        bench.machine.whileListingConnections = nullptr;
+        QCOMPARE(seen, busyView);
         QCOMPARE(view(window), connectedView);
         QCOMPARE(runningTimers(window), QStringList("status"));
         fire(statusTimer(window));
@@ -310,9 +325,6 @@ private slots:
         QCOMPARE(bench.injector.operations(), before);
         QCOMPARE(view(window), waitingView);
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(MainWindowDiallingTest)

@@ -351,25 +351,27 @@ private slots:
     /// The geometry is fixed, so the font has to be narrow enough.
     void textsFit()
     {
-        if (QFontInfo(QFont("MS Shell Dlg 2")).family() == "DejaVu Sans")
-            QSKIP("no font of a similar width is installed");
+        const QString family =
+            QString(" is cut in %1. Is the font that the package depends on missing?")
+                .arg(QFontInfo(QFont("MS Shell Dlg 2")).family());
+        const auto cut = [&family](const QString &text) { return text + family; };
         FormWindow window;
         window.show();
         for (const QString &text : {QString("Auto connecting in 10 seconds"),
                                     QString("Auto connecting in <b>10</b> seconds"),
                                     QString("Auto connecting in <b>8</b> seconds")}) {
             window.ui.autoConnectLabel->setText(text);
-            QVERIFY2(window.ui.autoConnectLabel->sizeHint().width() <= 151, qPrintable(text));
+            QVERIFY2(window.ui.autoConnectLabel->sizeHint().width() <= 151, qPrintable(cut(text)));
             QVERIFY(window.ui.autoConnectLabel->sizeHint().height() <= 20);
         }
-        QVERIFY(window.ui.label->sizeHint().width() <= 301);
+        QVERIFY2(window.ui.label->sizeHint().width() <= 301, qPrintable(cut("The footer")));
         QVERIFY(window.ui.label->sizeHint().height() <= 20);
         for (const QPushButton *button : {window.ui.connectButton, window.ui.disconnectButton,
                                           window.ui.pleaseWaitbutton, window.ui.portCheckButton}) {
             const QSize text =
                 QFontMetrics(button->font()).size(Qt::TextShowMnemonic, button->text());
-            QVERIFY2(text.width() + 6 <= button->width(), qPrintable(button->text()));
-            QVERIFY2(text.height() + 6 <= button->height(), qPrintable(button->text()));
+            QVERIFY2(text.width() + 6 <= button->width(), qPrintable(cut(button->text())));
+            QVERIFY2(text.height() + 6 <= button->height(), qPrintable(cut(button->text())));
         }
         window.ui.operatorComboBox->addItem("GrameenPhone");
         QVERIFY(window.ui.operatorComboBox->sizeHint().width() <= 221);

@@ -6,18 +6,11 @@
 
 #include <memory>
 
-class MainWindowKeysTest : public QObject
+class MainWindowKeysTest : public MainWindowTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-    }
-    void init() { m_settings->clear(); }
-
     void shortcuts_data()
     {
         QTest::addColumn<QString>("state");
@@ -146,9 +139,6 @@ private slots:
         QCOMPARE(view(window), countdownAgainView);
         QCOMPARE(QApplication::focusWidget(), window.findChild<QComboBox *>());
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(MainWindowKeysTest)

@@ -3,8 +3,6 @@
 #include <QComboBox>
 #include <QTest>
 
-#include <memory>
-
 namespace {
 
 QStringList operators(const MainWindow &window)
@@ -18,18 +16,11 @@ QStringList operators(const MainWindow &window)
 
 } // namespace
 
-class MainWindowOperatorsTest : public QObject
+class MainWindowOperatorsTest : public MainWindowTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-    }
-    void init() { m_settings->clear(); }
-
     void operatorsAreListed()
     {
         MainWindowBench bench;
@@ -117,9 +108,6 @@ private slots:
         QVERIFY(bench.machine.written.endsWith("AT+CGDCONT=1,\"IP\",\"\"\r"));
         QCOMPARE(bench.machine.dials.size(), 1);
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(MainWindowOperatorsTest)

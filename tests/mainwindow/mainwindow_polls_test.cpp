@@ -2,8 +2,6 @@
 
 #include <QTest>
 
-#include <memory>
-
 namespace {
 
 void lookForThePort(MainWindow &window, bool byButton)
@@ -16,18 +14,11 @@ void lookForThePort(MainWindow &window, bool byButton)
 
 } // namespace
 
-class MainWindowPollsTest : public QObject
+class MainWindowPollsTest : public MainWindowTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-    }
-    void init() { m_settings->clear(); }
-
     void statusPollFindsTheConnectionGone()
     {
         MainWindowBench bench;
@@ -143,9 +134,6 @@ private slots:
         QVERIFY(QMetaObject::invokeMethod(&window, "StopDialling"));
         QCOMPARE(bench.log.lines().first(), askedFor(""));
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(MainWindowPollsTest)

@@ -6,8 +6,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <memory>
-
 namespace {
 
 void checkFirstCountdown(const MainWindow &window)
@@ -20,18 +18,11 @@ void checkFirstCountdown(const MainWindow &window)
 
 } // namespace
 
-class MainWindowStartTest : public QObject
+class MainWindowStartTest : public MainWindowTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-    }
-    void init() { m_settings->clear(); }
-
     void slotsAndTimers()
     {
         MainWindowBench bench;
@@ -176,9 +167,6 @@ private slots:
         QApplication::setWindowIcon(QIcon());
         QDir::setCurrent(before);
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(MainWindowStartTest)

@@ -2,22 +2,13 @@
 
 #include <QTest>
 
-#include <memory>
-
 /// The table of the view states, row by row. How the window gets from one to
 /// another stands in the other tests of this folder.
-class MainWindowViewsTest : public QObject
+class MainWindowViewsTest : public MainWindowTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-    }
-    void init() { m_settings->clear(); }
-
     void views_data()
     {
         QTest::addColumn<QStringList>("shown");
@@ -50,9 +41,6 @@ private slots:
         QCOMPARE(seen, shown);
         QCOMPARE(running, timers);
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(MainWindowViewsTest)

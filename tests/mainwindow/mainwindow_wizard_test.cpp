@@ -32,18 +32,11 @@ private:
 
 } // namespace
 
-class MainWindowWizardTest : public QObject
+class MainWindowWizardTest : public MainWindowTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-    }
-    void init() { m_settings->clear(); }
-
     void wizardFromEveryState_data()
     {
         QTest::addColumn<QStringList>("shown");
@@ -292,9 +285,6 @@ private slots:
                 dialog->close();
         }
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(MainWindowWizardTest)

@@ -138,6 +138,24 @@ inline void checkWizardStart(const MainWindow &window)
     QCOMPARE(view(window), startView);
 }
 
+/// What every test class of the main window begins with: the forms' font, and
+/// settings of its own that are empty for each case.
+class MainWindowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        useFormFont();
+        m_settings = std::make_unique<TestSettings>();
+    }
+    void init() { m_settings->clear(); }
+
+private:
+    std::unique_ptr<TestSettings> m_settings;
+};
+
 /// Lets a test look at the window while it blocks.
 class WatchedMachine : public ScriptedMachine
 {

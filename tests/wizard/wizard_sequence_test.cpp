@@ -28,16 +28,21 @@ private slots:
         QList<PageView> seen;
         bench.watchSteps(&seen);
         std::atomic<bool> workerIsGui{false};
+        std::atomic<bool> poolIsIdle{false};
         const auto watch = bench.machine.insideStep;
         bench.machine.insideStep = [&, watch](int step) {
             if (QThread::currentThread() == qApp->thread())
                 workerIsGui = true;
+            if (QThreadPool::globalInstance()->activeThreadCount() == 0)
+                poolIsIdle = true;
             watch(step);
         };
         bench.machine.whileRescanning = [&] { watch(1); };
         bench.wizard->next();
         QTRY_VERIFY(bench.page()->isComplete());
         QVERIFY(!workerIsGui.load());
+        // What waits for the global pool at the end waits for the steps.
+        QVERIFY(!poolIsIdle.load());
 
         QStringList texts;
         for (const PageView &view : std::as_const(seen)) {
