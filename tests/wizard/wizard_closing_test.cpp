@@ -5,20 +5,11 @@
 
 #include <memory>
 
-class WizardClosingTest : public QObject
+class WizardClosingTest : public WizardTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-        // Room for the tasks whose results nobody waits for any more.
-        QThreadPool::globalInstance()->setMaxThreadCount(4);
-    }
-    void init() { m_settings->clear(); }
-
     void closing_data()
     {
         QTest::addColumn<QString>("how");
@@ -117,9 +108,6 @@ private slots:
         QTRY_VERIFY(bench.page()->isComplete());
         QCOMPARE(QSettings().value(settingskeys::NoOfDialups).toInt(), 2);
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(WizardClosingTest)

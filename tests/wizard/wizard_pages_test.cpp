@@ -9,8 +9,6 @@
 #include <QTest>
 #include <QVBoxLayout>
 
-#include <memory>
-
 namespace {
 
 QStringList ownMethods(const QMetaObject &meta)
@@ -34,20 +32,11 @@ void checkLayout(const QWizardPage &page, int widgets)
 
 } // namespace
 
-class WizardPagesTest : public QObject
+class WizardPagesTest : public WizardTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-        // Room for the tasks whose results nobody waits for any more.
-        QThreadPool::globalInstance()->setMaxThreadCount(4);
-    }
-    void init() { m_settings->clear(); }
-
     void metaObjects()
     {
         QCOMPARE(SettingsWizard::staticMetaObject.className(), "SettingsWizard");
@@ -172,9 +161,6 @@ private slots:
             }
         }
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(WizardPagesTest)

@@ -5,22 +5,12 @@
 #include <QThread>
 
 #include <atomic>
-#include <memory>
 
-class WizardSequenceTest : public QObject
+class WizardSequenceTest : public WizardTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        useFormFont();
-        m_settings = std::make_unique<TestSettings>();
-        // Room for the tasks whose results nobody waits for any more.
-        QThreadPool::globalInstance()->setMaxThreadCount(4);
-    }
-    void init() { m_settings->clear(); }
-
     void wholeRun()
     {
         WizardBench bench;
@@ -320,9 +310,6 @@ private slots:
         bench.checkDone();
         QCOMPARE(bench.injector.operations(), QStringList());
     }
-
-private:
-    std::unique_ptr<TestSettings> m_settings;
 };
 
 QTEST_MAIN(WizardSequenceTest)

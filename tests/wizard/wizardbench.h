@@ -58,6 +58,26 @@ inline const char *const stepOperations[] = {"CreateProcessW", "CM_Locate_DevNod
                                              "SetupDiGetClassDevsW", "SetupDiGetINFClassW",
                                              "RasSetEntryPropertiesW"};
 
+/// What every test class of the wizard begins with: the forms' font, and settings of
+/// its own that are empty for each case.
+class WizardTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        useFormFont();
+        m_settings = std::make_unique<TestSettings>();
+        // Room for the tasks whose results nobody waits for any more.
+        QThreadPool::globalInstance()->setMaxThreadCount(4);
+    }
+    void init() { m_settings->clear(); }
+
+private:
+    std::unique_ptr<TestSettings> m_settings;
+};
+
 /// Calls a hook inside each step, so that a test can stop the worker there and
 /// look at the page. The hook runs on the worker's thread and is given the
 /// number of the step.
