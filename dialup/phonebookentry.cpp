@@ -87,9 +87,8 @@ bool createDialupConnection()
     }
     setField(entry->szDeviceName, devices.last());
     setField(entry->szLocalPhoneNumber, "*99#");
-    // The name of the system's constant instead of its value "modem". Entries
-    // have always been stored like this, and the system finds the device by
-    // its name.
+    // The name of the system's constant instead of its value "modem". Kept on
+    // purpose.
     setField(entry->szDeviceType, "RASDT_Modem");
     entry->dwfOptions &= ~(EntryPreviewUserPassword | EntryPreviewPhoneNumber);
 
