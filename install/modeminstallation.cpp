@@ -17,8 +17,9 @@ using namespace platform;
 
 namespace {
 
-constexpr int PortNameSize = 24;     // UTF-16 units
-constexpr int ClassNameSize = 100;   // UTF-16 units
+constexpr int PortNameSize = 24;   // UTF-16 units
+constexpr int ClassNameSize = 100; // UTF-16 units
+static_assert(ClassNameSize >= int(MaxClassNameSize));
 constexpr int InstanceIdSize = 1000; // UTF-16 units
 
 /// Restores the thread's last error at the end of a scope. On Windows a log line
@@ -174,7 +175,7 @@ bool InstallRootEnumeratedDriver(WCHAR *hardwareId, const WCHAR *infPath, const 
     Guid classGuid{};
     WCHAR className[ClassNameSize] = {};
     // The size is in bytes although the function expects characters. This does
-    // no harm: a class name has at most 31 characters.
+    // no harm: no class name is longer than MaxClassNameSize. Kept on purpose.
     if (!current().SetupDiGetINFClassW(infPath, &classGuid, className, sizeof className, nullptr)) {
         logError(function, "ERROR SetupDiGetINFClass");
         return false;

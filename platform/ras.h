@@ -14,9 +14,8 @@ using RasConnectionHandle = HANDLE;
 // text fields count UTF-16 units, their terminator included.
 #pragma pack(push, 4)
 
-/// RASCONNW as far as guidEntry. Newer releases append fields; the size that
-/// is declared in dwSize (RasConnectionSize) tells the system which fields to
-/// fill.
+/// RASCONNW as far as guidEntry, which is the record of Windows 2000. Newer
+/// releases append fields. dwSize tells the system which record is meant.
 struct RasConnection {
     DWORD dwSize;
     RasConnectionHandle hrasconn;
@@ -108,7 +107,9 @@ static_assert(offsetof(RasEntry, szDeviceType) == 1892, "RASENTRYW.szDeviceType"
 static_assert(offsetof(RasEntry, szDeviceName) == 1926, "RASENTRYW.szDeviceName");
 static_assert(sizeof(RasDialDialog) == 48, "RASDIALDLG on 64-bit Windows");
 
-/// dwSize of a RasConnection: the Windows 2000 record, without dwSubEntry.
+/// dwSize of a RasConnection, as the program declares it: the offset of
+/// dwSubEntry. On 64 bits it is the size of no release's record; those are 528,
+/// 820, 1344, 1360, 1372 and 1388 bytes. Kept on purpose.
 inline constexpr DWORD RasConnectionSize = 1340;
 inline constexpr DWORD RasDeviceInfoSize = 296; ///< dwSize of a RasDeviceInfo
 inline constexpr DWORD RasEntrySize = 4048;     ///< dwSize of a RasEntry
@@ -146,7 +147,8 @@ inline constexpr DWORD RasErrorInvalidHandle = 6; ///< ERROR_INVALID_HANDLE, of 
 struct Ras : Family {
     /// The active connections. *lpcb holds the buffer's size in bytes and
     /// receives the size needed; 603 when the buffer is too small, 632 for a
-    /// first record with an unknown dwSize.
+    /// first record with an unknown dwSize. RasConnectionSize is always taken;
+    /// the records then lie sizeof(RasConnection) apart.
     Operation<DWORD(RasConnection *lprasconn, DWORD *lpcb, DWORD *lpcConnections)>
         RasEnumConnectionsW{this, "RasEnumConnectionsW", FailureCode::Result};
 
@@ -156,8 +158,8 @@ struct Ras : Family {
                                                               FailureCode::Result};
 
     /// Shows the system's modal dial dialog: GUI thread only. lpszPhoneNumber
-    /// overrides the entry's number. Non-zero when a connection was made; the
-    /// record's dwError then or otherwise tells why not.
+    /// overrides the entry's number. Non-zero when a connection was made. When it
+    /// is zero the record's dwError tells why; it is 0 when the user cancelled.
     Operation<BOOL(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
                    RasDialDialog *lpInfo)>
         RasDialDlgW{this, "RasDialDlgW"};

@@ -87,20 +87,23 @@ struct SerialComm : Family {
     Operation<BOOL(HANDLE hFile, DWORD *lpEvtMask, Overlapped *lpOverlapped)> WaitCommEvent{
         this, "WaitCommEvent"};
 
-    /// Reads at most nNumberOfBytesToRead bytes. With the time-outs above it
-    /// completes at once, possibly with 0 bytes.
+    /// Reads at most nNumberOfBytesToRead bytes. With the time-outs above it is
+    /// done at once, possibly with 0 bytes. A driver may let it pend even so: zero
+    /// with 997. Count and buffer then count from GetOverlappedResult on, and
+    /// until then the buffer and the record must live and not be used.
     Operation<BOOL(HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
                    DWORD *lpNumberOfBytesRead, Overlapped *lpOverlapped)>
         ReadFile{this, "ReadFile"};
 
     /// Writes. Non-zero when it completed at once, zero with 997 when it is
-    /// pending: the buffer must then live until GetOverlappedResult answers.
+    /// pending: buffer and record must then live until GetOverlappedResult
+    /// answers, or until the port is closed.
     Operation<BOOL(HANDLE hFile, const void *lpBuffer, DWORD nNumberOfBytesToWrite,
                    DWORD *lpNumberOfBytesWritten, Overlapped *lpOverlapped)>
         WriteFile{this, "WriteFile"};
 
-    /// The outcome of a pending operation; with bWait it blocks until there
-    /// is one.
+    /// The outcome of a pending operation and its number of bytes; with bWait it
+    /// blocks until there is one.
     Operation<BOOL(HANDLE hFile, Overlapped *lpOverlapped, DWORD *lpNumberOfBytesTransferred,
                    BOOL bWait)>
         GetOverlappedResult{this, "GetOverlappedResult"};

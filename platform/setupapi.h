@@ -37,6 +37,9 @@ static_assert(sizeof(DriverInfoData) == 1568, "SP_DRVINFO_DATA_V2_W on 64-bit Wi
 inline constexpr Guid PortsClassGuid = {
     0x4D36E978, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
 
+/// MAX_CLASS_NAME_LEN: characters of a class name, the terminator included.
+inline constexpr DWORD MaxClassNameSize = 32;
+
 inline constexpr DWORD SourceMediaNone = 0;                  ///< SPOST_NONE
 inline constexpr DWORD CopyNoOverwrite = 0x8;                ///< SP_COPY_NOOVERWRITE
 inline constexpr DWORD CopyInfCatalogOnly = 0x40000;         ///< SP_COPY_OEMINF_CATALOG_ONLY
@@ -55,6 +58,7 @@ inline constexpr DWORD ErrorClassMismatch = 0xE0000201;      ///< ERROR_CLASS_MI
 inline constexpr DWORD ErrorNoDriverSelected = 0xE0000203;   ///< ERROR_NO_DRIVER_SELECTED
 inline constexpr DWORD ErrorKeyDoesNotExist = 0xE0000204;    ///< ERROR_KEY_DOES_NOT_EXIST
 inline constexpr DWORD ErrorInvalidDevInstName = 0xE0000205; ///< ERROR_INVALID_DEVINST_NAME
+inline constexpr DWORD ErrorInvalidClass = 0xE0000206;       ///< ERROR_INVALID_CLASS
 inline constexpr DWORD ErrorNotRegistered = 0xE0000208;      ///< ERROR_DEVINFO_NOT_REGISTERED
 inline constexpr DWORD ErrorNoSuchDevInst = 0xE000020B;      ///< ERROR_NO_SUCH_DEVINST
 
@@ -69,8 +73,9 @@ struct SetupApi : Family {
     /// RequiredSize is in characters, the terminator included. 2 when the file
     /// is missing, 5 without administrator rights, 0xE0000100 for a file that
     /// is no INF, 122 when the path does not fit its buffer. With
-    /// CopyNoOverwrite an INF that the store has already answers 80, and its
-    /// path all the same.
+    /// CopyInfCatalogOnly only the INF's catalogue is copied; the path is empty
+    /// unless the store has the INF already. With CopyNoOverwrite an INF that the
+    /// store has already answers 80, and its path all the same.
     Operation<BOOL(const WCHAR *SourceInfFileName, const WCHAR *OEMSourceMediaLocation,
                    DWORD OEMSourceMediaType, DWORD CopyStyle, WCHAR *DestinationInfFileName,
                    DWORD DestinationInfFileNameSize, DWORD *RequiredSize,
@@ -79,8 +84,9 @@ struct SetupApi : Family {
 
     /// The class GUID and name that an INF states; a bare file name means one
     /// of the INF store. ClassNameSize is in characters, the terminator
-    /// included. Both buffers are needed: 87 without them, 122 when the name
-    /// does not fit. 0xE0000200 for an INF that states no class.
+    /// included; a name never has more than MaxClassNameSize. Both buffers are
+    /// needed: 87 without them, 122 when the name does not fit. 0xE0000200 for an
+    /// INF that states no class, 0xE0000206 for one whose class name is too long.
     Operation<BOOL(const WCHAR *InfName, Guid *ClassGuid, WCHAR *ClassName, DWORD ClassNameSize,
                    DWORD *RequiredSize)>
         SetupDiGetINFClassW{this, "SetupDiGetINFClassW"};
@@ -156,7 +162,7 @@ struct SetupApi : Family {
                    DWORD HwProfile, DWORD KeyType, void *InfHandle, const WCHAR *InfSectionName)>
         SetupDiCreateDevRegKeyW{this, "SetupDiCreateDevRegKeyW", invalidHandle()};
 
-    /// The driver chosen for a device; 0xE0000203 when there is none, 87 for
+    /// The driver chosen for a device; 0xE0000203 when there is none, 1784 for
     /// a record with a wrong cbSize.
     Operation<BOOL(HDEVINFO DeviceInfoSet, DeviceInfoData *deviceInfoData,
                    DriverInfoData *driverInfoData)>

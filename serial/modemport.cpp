@@ -4,7 +4,11 @@
 #include "platform/platform.h"
 #include "platform/text.h"
 
+#include <QByteArray>
+
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 using namespace platform;
 
@@ -13,32 +17,52 @@ namespace {
 constexpr int PortPathSize = 100;   // UTF-16 units
 constexpr DWORD ResponseSize = 100; // bytes
 
-/// An overlapped record with a new manual-reset event; hEvent is null when the
-/// event could not be created. The event is never closed, on purpose; the system
-/// frees it when the process ends.
-Overlapped makeOverlapped()
-{
-    Overlapped overlapped{};
-    overlapped.hEvent = current().CreateEventW(nullptr, true, false, nullptr);
-    return overlapped;
-}
-
-/// What the system writes to during a wait for the port's next event.
-struct EventWait {
-    DWORD events;
+/// What the system uses for one write.
+struct WriteRequest {
     Overlapped overlapped;
+    QByteArray command;
+    DWORD written;
 };
 
-/// The record of one wait. It must outlive its caller: after a failed wait the
-/// request is still pending, and the system writes to the record when the port
-/// is closed. There are two, because a port has two waits before it is closed.
-EventWait *newEventWait()
+/// What the system uses for one wait and the reads that follow it.
+struct WaitRequest {
+    Overlapped overlapped;
+    DWORD events;
+    char response[ResponseSize];
+    DWORD read;
+};
+
+/// A cleared request with a new manual-reset event, null when none could be
+/// made. The event is never closed, on purpose; the system frees it when the
+/// process ends. The request outlives its caller: one whose end could not be
+/// waited for is still pending, and the system uses its memory until the port is
+/// closed. There are two of each kind, because a port has two writes and two
+/// waits before it is closed.
+template<typename Request> Request *newRequest()
 {
-    static EventWait waits[2];
+    static Request requests[2];
     static int latest = 0;
     latest = 1 - latest;
-    waits[latest] = {0, makeOverlapped()};
-    return &waits[latest];
+    Request &request = requests[latest];
+    request = {};
+    request.overlapped.hEvent = current().CreateEventW(nullptr, true, false, nullptr);
+    return &request;
+}
+
+/// Reads what has been received into the cleared response; the number of bytes.
+DWORD readResponse(HANDLE port, WaitRequest *request)
+{
+    std::fill(std::begin(request->response), std::end(request->response), '\0');
+    request->read = 0;
+    if (current().ReadFile(port, request->response, ResponseSize, &request->read,
+                           &request->overlapped))
+        return request->read;
+    // Some drivers let even a read pend that they finish on the spot. Its count
+    // is not known before it is asked for.
+    if (current().GetLastError() == ErrorIoPending &&
+        !current().GetOverlappedResult(port, &request->overlapped, &request->read, true))
+        return 0;
+    return request->read;
 }
 
 // The handle stays open on these paths, as on every path except a complete
@@ -92,13 +116,14 @@ ModemPort openModemPort(int portNumber)
 
 bool writeCommand(HANDLE port, const char *command)
 {
-    Overlapped overlapped = makeOverlapped();
-    if (!overlapped.hEvent)
+    WriteRequest *request = newRequest<WriteRequest>();
+    if (!request->overlapped.hEvent)
         return false;
 
-    DWORD written = 0;
-    if (current().WriteFile(port, command, static_cast<DWORD>(std::strlen(command)), &written,
-                            &overlapped)) {
+    request->command = command;
+    if (current().WriteFile(port, request->command.constData(),
+                            static_cast<DWORD>(request->command.size()), &request->written,
+                            &request->overlapped)) {
         printDiagnostic("\nWriteFile completed immediately.\n");
         return true;
     }
@@ -107,7 +132,7 @@ bool writeCommand(HANDLE port, const char *command)
         printDiagnostic("\nWriteFile failed with error %d.\n", static_cast<int>(error));
         return false;
     }
-    if (!current().GetOverlappedResult(port, &overlapped, &written, true))
+    if (!current().GetOverlappedResult(port, &request->overlapped, &request->written, true))
         return false;
     printDiagnostic("\nWrite operation completed successfully.\n");
     return true;
@@ -118,22 +143,18 @@ int waitForResponse(HANDLE port)
     static const char okAnswer[] = "\r\nOK\r\n";
     static const char errorAnswer[] = "\r\nERROR\r\n";
 
-    EventWait *wait = newEventWait();
-    Overlapped *overlapped = &wait->overlapped;
+    WaitRequest *request = newRequest<WaitRequest>();
+    Overlapped *overlapped = &request->overlapped;
     if (!overlapped->hEvent)
         return ResponseNoEvent;
 
     for (;;) {
-        wait->events = 0;
-        current().WaitCommEvent(port, &wait->events, overlapped);
+        request->events = 0;
+        current().WaitCommEvent(port, &request->events, overlapped);
         if (current().WaitForSingleObject(overlapped->hEvent, WaitInfinite) != WaitObject0)
             break;
-        for (;;) {
-            char response[ResponseSize] = {};
-            DWORD read = 0;
-            current().ReadFile(port, response, ResponseSize, &read, overlapped);
-            if (read == 0)
-                break;
+        while (readResponse(port, request) != 0) {
+            const char *response = request->response;
             // A full chunk has no terminator, so its size limits the printing.
             printDiagnostic("%.*s\n", static_cast<int>(ResponseSize), response);
             // Each chunk is compared alone, terminator included. So an echo, a

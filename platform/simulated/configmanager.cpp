@@ -50,13 +50,15 @@ public:
             failUnsupported("CM_Reenumerate_DevNode_Ex", "flags and other machines");
             return CallNotImplemented;
         }
+        if (dnDevInst != RootDevNode)
+            return ConfigInvalidDevNode;
         int duration = 0;
         {
             const MachineSession session(m_directory);
+            if (!session.state.administrator)
+                return ConfigAccessDenied;
             duration = session.state.rescanDurationMs;
         }
-        if (dnDevInst != RootDevNode)
-            return ConfigInvalidDevNode;
         // The time that a bus takes; a driver that is installed meanwhile counts.
         QThread::msleep(static_cast<unsigned long>(duration));
         MachineSession session(m_directory);

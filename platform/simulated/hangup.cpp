@@ -104,7 +104,8 @@ void talkDown(int line, const Connection &connection, qint64 guardMs)
     // Nothing was sent since the connection came up: that silence counts.
     const auto silent = static_cast<qint64>(
         static_cast<double>(QDateTime::currentMSecsSinceEpoch()) - connection.since);
-    keepSilent(line, silent < 0 ? guardMs : std::max<qint64>(guardMs - silent, 0));
+    const qint64 missing = silent < 0 ? guardMs : std::max<qint64>(guardMs - silent, 0);
+    keepSilent(line, std::min(missing, LongestHangUpMs));
     write(line, "+++");
     bool answered =
         waitForOk(line, std::min(guardMs + AnswerMs, LongestHangUpMs - timer.elapsed()));

@@ -151,6 +151,7 @@ QByteArray MachineState::toJson() const
         {"nextDevInst", static_cast<double>(nextDevInst)},
         {"devices", listToJson(devices, platform::toJson)},
         {"phonebookDamaged", phonebookDamaged},
+        {"phonebookProtected", phonebookProtected},
         {"phonebook", entries},
         {"nextConnection", nextConnection},
         {"connections", listToJson(connections, connectionToJson)},
@@ -196,6 +197,7 @@ bool MachineState::fromJson(const QByteArray &content, QString *error)
     for (const QJsonObject &device : reader.objects("devices"))
         devices += deviceFromJson(device, error);
     reader.boolean("phonebookDamaged", &phonebookDamaged);
+    reader.boolean("phonebookProtected", &phonebookProtected);
     const QJsonObject entries = reader.object("phonebook");
     for (auto it = entries.begin(); it != entries.end(); ++it) {
         if (it.value().isObject())

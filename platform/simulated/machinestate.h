@@ -77,6 +77,7 @@ struct MachineState {
     QList<RootDevice> devices;
 
     bool phonebookDamaged = false;
+    bool phonebookProtected = false;      ///< only an administrator may change it
     QMap<QString, QJsonObject> phonebook; ///< the entries by name
 
     int nextConnection = 1;

@@ -73,7 +73,8 @@ public:
     DWORD writeEntry(const QString &name, const RasEntry &entry) override
     {
         MachineSession session(m_directory);
-        if (!session.state.administrator)
+        // A user's own phone book is his to change.
+        if (session.state.phonebookProtected && !session.state.administrator)
             return ErrorAccessDenied;
         if (session.state.phonebookDamaged)
             return RasErrorCannotOpenPhonebook;

@@ -7,6 +7,7 @@
 #include "platform/standin/textbuffer.h"
 #include "platform/text.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -29,8 +30,6 @@ public:
         const char *operation = "SetupCopyOEMInfW";
         if (!SourceInfFileName)
             return fail(ErrorInvalidParameter);
-        // No catalogue exists here, so a style that asks for it alone copies the
-        // INF as well.
         if (OEMSourceMediaType != SourceMediaNone ||
             (CopyStyle & ~(CopyInfCatalogOnly | CopyNoOverwrite)))
             return failUnsupported(operation, "source media and other copy styles");
@@ -44,13 +43,20 @@ public:
             std::optional<InfFile> inf;
             QByteArray content;
             const DWORD readCode = readInf(operation, source, &inf, &content);
-            return readCode == Success ? storeInf(m_machine.get(), content, &name, &wasThere)
-                                       : readCode;
+            if (readCode != Success)
+                return readCode;
+            if (!(CopyStyle & CopyInfCatalogOnly))
+                return storeInf(m_machine.get(), content, &name, &wasThere);
+            // No INF has a catalogue here, so nothing is copied.
+            name = storedInf(*m_machine, content);
+            wasThere = !name.isEmpty();
+            return Success;
         });
         if (code != Success)
             return fail(code);
 
-        const QString stored = windowsPath(m_machine->infFolder() + '/' + name);
+        const QString stored =
+            name.isEmpty() ? QString() : windowsPath(m_machine->infFolder() + '/' + name);
         if (DestinationInfFileName) {
             if (!giveText(stored, DestinationInfFileName, DestinationInfFileNameSize, RequiredSize))
                 return 0;
@@ -80,6 +86,9 @@ public:
         const auto guid = inf->classGuid();
         if (!guid || inf->className().isEmpty())
             return fail(ErrorNoAssociatedClass);
+        // Callers rely on the limit for their buffers.
+        if (inf->className().size() >= int(MaxClassNameSize))
+            return fail(ErrorInvalidClass);
         if (!giveText(inf->className(), ClassName, ClassNameSize, RequiredSize))
             return 0;
         // The name may not have fitted. Nothing is handed out then.
@@ -106,19 +115,28 @@ DWORD readInf(const char *operation, const QString &path, std::optional<InfFile>
     return QFile(path).open(QIODevice::ReadOnly) ? ErrorWrongInfStyle : ErrorAccessDenied;
 }
 
+QString storedInf(const Machine &machine, const QByteArray &content)
+{
+    const QDir store(machine.infFolder());
+    for (const QString &name : store.entryList({"oem*.inf"}, QDir::Files)) {
+        QFile file(store.filePath(name));
+        if (file.open(QIODevice::ReadOnly) && file.readAll() == content)
+            return name;
+    }
+    return QString();
+}
+
 DWORD storeInf(Machine *machine, const QByteArray &content, QString *fileName, bool *wasThere)
 {
-    for (int number = 0;; ++number) {
-        *fileName = QString("oem%1.inf").arg(number);
-        QFile existing(machine->infFolder() + '/' + *fileName);
-        if (!existing.exists())
-            break;
-        if (existing.open(QIODevice::ReadOnly) && existing.readAll() == content) {
-            if (wasThere)
-                *wasThere = true;
-            return Success;
-        }
-    }
+    *fileName = storedInf(*machine, content);
+    if (wasThere)
+        *wasThere = !fileName->isEmpty();
+    if (!fileName->isEmpty())
+        return Success;
+    int number = 0;
+    do {
+        *fileName = QString("oem%1.inf").arg(number++);
+    } while (QFile::exists(machine->infFolder() + '/' + *fileName));
     return machine->writeInf(*fileName, content);
 }
 

@@ -12,6 +12,9 @@ namespace platform {
 DWORD readInf(const char *operation, const QString &path, std::optional<InfFile> *inf,
               QByteArray *content);
 
+/// The file of the INF store that has this content; "" when none has.
+QString storedInf(const Machine &machine, const QByteArray &content);
+
 /// Adds a file with this content to the INF store, as the first free oemN.inf,
 /// or finds the one that has it. *wasThere, when given, tells which. Call it
 /// from inside changeDevices().

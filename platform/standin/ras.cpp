@@ -16,13 +16,17 @@ namespace {
 constexpr DWORD ErrorInvalidName = 123; // ERROR_INVALID_NAME
 constexpr int LongestEntryName = 256;   // RAS_MaxEntryName
 
-/// The entry record of newer releases, whose size the stand-ins report: fields
-/// were appended, and the older record is still taken.
-constexpr DWORD NewerEntrySize = 5616;
+// The entry record grew from release to release: RasEntrySize is Windows 2000's.
+// The older records are still taken.
+constexpr DWORD EntrySizeOfXp = 5616;
+constexpr DWORD EntrySizeOfVista = 5656;
+constexpr DWORD EntrySizeOf7 = 5680;
+constexpr DWORD OwnEntrySize = EntrySizeOf7; ///< which the stand-ins report
 
 bool isKnownEntrySize(DWORD size)
 {
-    return size == RasEntrySize || size == NewerEntrySize;
+    return size == RasEntrySize || size == EntrySizeOfXp || size == EntrySizeOfVista ||
+           size == OwnEntrySize;
 }
 
 /// Refuses what only another phone book or a device's own block could answer.
@@ -158,7 +162,7 @@ public:
         if (lpRasEntry && given >= RasEntrySize && !isKnownEntrySize(lpRasEntry->dwSize))
             return RasErrorInvalidSize;
         if (!lpRasEntry || given < RasEntrySize || given < lpRasEntry->dwSize) {
-            *lpdwEntryInfoSize = NewerEntrySize;
+            *lpdwEntryInfoSize = OwnEntrySize;
             return RasErrorBufferTooSmall;
         }
         // The newer record's additional fields are all zero by default.

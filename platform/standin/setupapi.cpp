@@ -216,8 +216,10 @@ public:
     {
         if (!memberOf(*m_sets, DeviceInfoSet, deviceInfoData))
             return 0;
-        if (!driverInfoData || driverInfoData->cbSize != sizeof *driverInfoData)
+        if (!driverInfoData)
             return fail(ErrorInvalidParameter);
+        if (driverInfoData->cbSize != sizeof *driverInfoData)
+            return fail(ErrorInvalidUserBuffer);
         // A driver is selected from a list, and nobody can build one here.
         return fail(ErrorNoDriverSelected);
     }

@@ -6,8 +6,9 @@ namespace platform {
 namespace {
 
 /// Windows itself: every slot forwards to the function of its name and decides
-/// nothing. The configuration manager and the driver update are found by the
-/// program through Modules.
+/// nothing, the list of connections excepted (connectionlist.cpp). The
+/// configuration manager and the driver update are found by the program through
+/// Modules.
 struct WindowsPlatform : Platform {
     WindowsPlatform()
     {

@@ -1,3 +1,4 @@
+#include "platform/windows/connectionlist.h"
 #include "platform/windows/families.h"
 #include "platform/windows/forward.h"
 
@@ -7,13 +8,10 @@
 namespace platform {
 
 // Macros in the system's header, so they need a name of their own.
-using SystemRasConnection = RASCONNW;
 using SystemRasDevice = RASDEVINFOW;
 using SystemRasEntry = RASENTRYW;
 using SystemDialDialog = RASDIALDLG;
 
-template<> struct AreSame<RasConnection, SystemRasConnection> : std::true_type {
-};
 template<> struct AreSame<RasDeviceInfo, SystemRasDevice> : std::true_type {
 };
 template<> struct AreSame<RasEntry, SystemRasEntry> : std::true_type {
@@ -23,7 +21,7 @@ template<> struct AreSame<RasDialDialog, SystemDialDialog> : std::true_type {
 
 void provideRas(Platform *platform)
 {
-    platform->RasEnumConnectionsW = forward(::RasEnumConnectionsW);
+    platform->RasEnumConnectionsW = listConnections;
     platform->RasHangUpW = forward(::RasHangUpW);
     platform->RasDialDlgW = forward(::RasDialDlgW);
     platform->RasEnumDevicesW = forward(::RasEnumDevicesW);

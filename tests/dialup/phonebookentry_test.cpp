@@ -115,10 +115,10 @@ void PhonebookEntryTest::createsTheFirstEntry()
     QCOMPARE(
         bench.calls(),
         QStringList({"RasGetEntryPropertiesW(null, \"\", null, &, null, null)", "GetProcessHeap()",
-                     zeroed(5616), "RasGetEntryPropertiesW(null, \"\", &, &, null, null)",
+                     zeroed(5680), "RasGetEntryPropertiesW(null, \"\", &, &, null, null)",
                      "RasEnumDevicesW(null, &, &)", "GetProcessHeap()", zeroed(296),
                      "RasEnumDevicesW(&, &, &)", "HeapFree(0x1, 0, @)",
-                     "RasSetEntryPropertiesW(null, \"TolvaneModem 1\", &, 5616, null, 0)",
+                     "RasSetEntryPropertiesW(null, \"TolvaneModem 1\", &, 5680, null, 0)",
                      "HeapFree(0x1, 0, @)"}));
     QCOMPARE(bench.log.lines(), QStringList({created}));
     // Without a current port the name belongs to port 0.
@@ -201,7 +201,8 @@ void PhonebookEntryTest::recordSizes_data()
     QTest::addColumn<DWORD>("size");
     QTest::addColumn<QString>("allocation");
     QTest::newRow("4048") << DWORD{4048} << zeroed(4048);
-    QTest::newRow("5616") << DWORD{5616} << zeroed(5616);
+    QTest::newRow("5616, Windows XP") << DWORD{5616} << zeroed(5616);
+    QTest::newRow("5680, Windows 7") << DWORD{5680} << zeroed(5680);
     QTest::newRow("9000") << DWORD{9000} << zeroed(9000);
     QTest::newRow("100") << DWORD{100} << zeroed(4048);
 }

@@ -22,6 +22,7 @@ private slots:
     void wizardCancelled();
     void cancelledRescan();
     void noRights();
+    void noRightsForAnotherSocket();
     void slowInstaller();
     void fatalBox();
     void keyboardOnly();
@@ -155,7 +156,7 @@ void EndToEndSetupTest::noRights()
         session.desktop.close(session.mainWindow());
         QCOMPARE(machine.waitForProgramEnd(patience), 0);
     });
-    onPreparedPc("no-rights-later", [](Session &session) {
+    onPreparedPc("refused-later", [](Session &session) {
         Machine &machine = session.machine;
         machine.startPhone();
         machine.setSetting("NoOfDialups", 0); // the drivers are there, the rest is not
@@ -177,6 +178,47 @@ void EndToEndSetupTest::noRights()
         session.waitForSetup();
         QVERIFY(!session.isRed());
         QCOMPARE(machine.setting("NoOfDialups").toInt(), 1);
+    });
+}
+
+// A phone in another socket opens the wizard anew. Without rights the device is not
+// created, which counts as success, and the user's own phone book takes an entry
+// that dials with the modem of the old port. Kept on purpose.
+void EndToEndSetupTest::noRightsForAnotherSocket()
+{
+    onPreparedPc("no-rights-for-another-socket", [](Session &session) {
+        Machine &machine = session.machine;
+        machine.pc({"set", "administrator", "off"});
+        machine.startPhone({"--socket", "2"});
+        session.startProgram();
+        session.pressNext();
+        session.waitForSetup();
+        session.desktop.keepPicture("success-with-the-old-modem");
+        QVERIFY(!session.isRed());
+
+        const QByteArray log = machine.log();
+        QVERIFY(log.contains("CM_Reenumerate_DevNode_Ex failed \n"));
+        QVERIFY(log.contains("ERROR  InstallRootEnumeratedDriver  -  CreateDeviceInfo \n\n"
+                             "Msg from  InstallRootEnumeratedDriver  -  \"Last Error 5\" \n"));
+        QVERIFY(log.endsWith("Successfully created the DIALUP CONNECTION :D :D\n"));
+        QCOMPARE(machine.setting("CurrentPort").toInt(), 6);
+        QCOMPARE(machine.setting("ports/6").toString(), QString("TolvaneModem 2"));
+        const QJsonObject pc = machine.pcState();
+        QCOMPARE(pc.value("devices").toArray().size(), 1);
+        const QJsonObject modem = pc.value("devices").toArray().first().toObject();
+        QCOMPARE(modem.value("driverKey").toObject().value("AttachedTo").toString(),
+                 QString("COM5"));
+        const QJsonObject entry =
+            pc.value("phonebook").toObject().value("TolvaneModem 2").toObject();
+        QCOMPARE(entry.value("szDeviceName"), modem.value("friendlyName"));
+        // So the entry cannot connect: the phone is not behind that modem.
+        QString refusal;
+        try {
+            machine.pc({"dial", "TolvaneModem 2"});
+        } catch (const NotAsExpected &error) {
+            refusal = QString::fromUtf8(error.what());
+        }
+        QVERIFY2(refusal.contains("error 633"), qPrintable(refusal));
     });
 }
 

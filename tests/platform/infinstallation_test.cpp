@@ -1,11 +1,14 @@
 #include "platform/standin/paths.h"
 #include "tests/platform/installationbench.h"
 
+#include <algorithm>
+#include <iterator>
+
 using namespace platform;
 
 namespace {
 
-BOOL copyInf(InstallationBench &bench, const QString &path, DWORD style = CopyInfCatalogOnly)
+BOOL copyInf(InstallationBench &bench, const QString &path, DWORD style = 0)
 {
     return bench.system.SetupCopyOEMInfW(wide(path), wide(path), SourceMediaNone, style, nullptr, 0,
                                          nullptr, nullptr);
@@ -30,10 +33,13 @@ private slots:
     void cleanup() { m_bench.reset(); }
 
     void anInfIsCopiedOnce();
+    void theCatalogueAloneStoresNoInf();
     void theStoreTellsWhereAnInfWent();
     void anInfThatIsThereIsNotOverwritten();
     void copyingAnInfIsRefused();
     void aClassIsRead();
+    void aClassNameHasAtMost31Characters_data();
+    void aClassNameHasAtMost31Characters();
     void readingAClassIsRefused();
     void aDriverNamesItsDevice();
     void furtherDevicesAreNumbered();
@@ -55,7 +61,7 @@ void InfInstallationTest::anInfIsCopiedOnce()
     QCOMPARE(stored.readAll(), modemInf());
     QVERIFY(copyInf(*m_bench, source));
     QCOMPARE(m_bench->storedInfs(), QStringList("oem0.inf"));
-    QVERIFY(copyInf(*m_bench, m_bench->write("other.inf", modemInf("other")), 0));
+    QVERIFY(copyInf(*m_bench, m_bench->write("other.inf", modemInf("other"))));
     QCOMPARE(m_bench->storedInfs(), QStringList({"oem0.inf", "oem1.inf"}));
 }
 
@@ -63,9 +69,8 @@ void InfInstallationTest::theStoreTellsWhereAnInfWent()
 {
     const QString source = m_bench->write("modem.inf", modemInf());
     const auto copy = [&](WCHAR *buffer, DWORD size, DWORD *required, WCHAR **component) {
-        return m_bench->system.SetupCopyOEMInfW(wide(source), nullptr, SourceMediaNone,
-                                                CopyInfCatalogOnly, buffer, size, required,
-                                                component);
+        return m_bench->system.SetupCopyOEMInfW(wide(source), nullptr, SourceMediaNone, 0, buffer,
+                                                size, required, component);
     };
     WCHAR path[500] = {};
     DWORD required = 0;
@@ -78,6 +83,38 @@ void InfInstallationTest::theStoreTellsWhereAnInfWent()
     QCOMPARE(fromField(path), windowsPath(m_bench->infFolder() + "/oem0.inf"));
     QCOMPARE(fromWide(component), QString("oem0.inf"));
     QCOMPARE(required, DWORD(fromField(path).size() + 1));
+}
+
+void InfInstallationTest::theCatalogueAloneStoresNoInf()
+{
+    const QString source = m_bench->write("modem.inf", modemInf());
+    WCHAR path[500] = {'?'};
+    WCHAR *component = nullptr;
+    DWORD required = 0;
+    const auto copy = [&] {
+        return m_bench->system.SetupCopyOEMInfW(wide(source), nullptr, SourceMediaNone,
+                                                CopyInfCatalogOnly, path, 500, &required,
+                                                &component);
+    };
+    QVERIFY(copy());
+    QVERIFY(m_bench->storedInfs().isEmpty());
+    QCOMPARE(fromField(path), QString());
+    QCOMPARE(required, DWORD(1));
+    QCOMPARE(component, &path[0]);
+
+    // The path of an INF that the store has is told.
+    QVERIFY(copyInf(*m_bench, source));
+    QVERIFY(copy());
+    QCOMPARE(fromField(path), windowsPath(m_bench->infFolder() + "/oem0.inf"));
+    QCOMPARE(fromWide(component), QString("oem0.inf"));
+    QCOMPARE(m_bench->storedInfs(), QStringList("oem0.inf"));
+
+    FAILS_WITH(ErrorFileNotFound, copyInf(*m_bench, m_bench->path("none.inf"), CopyInfCatalogOnly));
+    FAILS_WITH(ErrorWrongInfStyle,
+               copyInf(*m_bench, m_bench->write("letter.inf", "Dear reader"), CopyInfCatalogOnly));
+    m_bench->setAdministrator(false);
+    FAILS_WITH(ErrorAccessDenied, copyInf(*m_bench, source, CopyInfCatalogOnly));
+    m_bench->setAdministrator(true);
 }
 
 void InfInstallationTest::anInfThatIsThereIsNotOverwritten()
@@ -134,6 +171,42 @@ void InfInstallationTest::aClassIsRead()
     QVERIFY(copyInf(*m_bench, source));
     // A bare name means the store's.
     QVERIFY(m_bench->system.SetupDiGetINFClassW(u"oem0.inf", &guid, name, 6, nullptr));
+}
+
+void InfInstallationTest::aClassNameHasAtMost31Characters_data()
+{
+    QTest::addColumn<int>("length");
+    QTest::addColumn<bool>("isTaken");
+    QTest::newRow("31") << 31 << true;
+    QTest::newRow("32") << 32 << false;
+    QTest::newRow("150") << 150 << false;
+}
+
+void InfInstallationTest::aClassNameHasAtMost31Characters()
+{
+    QFETCH(const int, length);
+    QFETCH(const bool, isTaken);
+    const QByteArray className(length, 'c');
+    const QString source =
+        m_bench->write("modem.inf", modemInf().replace("Class=Modem", "Class=" + className));
+    // The size that the program gives is more than its buffer has.
+    constexpr int Size = 200;
+    WCHAR name[Size];
+    std::fill(std::begin(name), std::end(name), WCHAR('?'));
+    Guid guid = {};
+    const auto read = [&] {
+        return m_bench->system.SetupDiGetINFClassW(wide(source), &guid, name, Size, nullptr);
+    };
+    if (isTaken) {
+        QVERIFY(read());
+        QCOMPARE(fromField(name), QString(className));
+    } else {
+        FAILS_WITH(ErrorInvalidClass, read());
+        QVERIFY(guid == Guid{});
+        QCOMPARE(name[0], WCHAR('?'));
+    }
+    QCOMPARE(std::count(name + MaxClassNameSize, std::end(name), WCHAR('?')),
+             Size - int(MaxClassNameSize));
 }
 
 void InfInstallationTest::readingAClassIsRefused()

@@ -237,6 +237,8 @@ private slots:
         QCOMPARE(tool(machine, "set answer-timeout 3").exitCode, 0);
         QCOMPARE(tool(machine, "set hang-up-guard 4").exitCode, 0);
         QCOMPARE(tool(machine, "set port 2 12").exitCode, 0);
+        QCOMPARE(tool(machine, "phonebook protected on").exitCode, 0);
+        QVERIFY(lines().contains("phone book: empty, only an administrator changes it"));
         QCOMPARE(tool(machine, "phonebook damaged on").exitCode, 0);
         QCOMPARE(tool(machine, "fault add RasHangUpW 5").exitCode, 0);
         QCOMPARE(tool(machine, "fault add SetCommMask 0xE0000235 3 always").exitCode, 0);
@@ -251,13 +253,14 @@ private slots:
         QCOMPARE(state.hangUpGuardMs, 4);
         QCOMPARE(state.portOfSocket, (QMap<int, int>{{2, 12}}));
         QVERIFY(state.phonebookDamaged);
+        QVERIFY(state.phonebookProtected);
         QCOMPARE(state.faults.size(), 2);
         QCOMPARE(state.faults.at(0).call, 1);
         QVERIFY(!state.faults.at(0).always);
         QCOMPARE(state.faults.at(1).code, double(0xE0000235));
         QCOMPARE(state.faults.at(1).call, 3);
         QVERIFY(state.faults.at(1).always);
-        QVERIFY(lines().contains("phone book: damaged"));
+        QVERIFY(lines().contains("phone book: damaged, only an administrator changes it"));
         QVERIFY(lines().contains("fault: call 3 of SetCommMask fails with 3758096949, and all "
                                  "later ones"));
         QCOMPARE(tool(machine, "fault add * 5").exitCode, 0);
@@ -293,6 +296,7 @@ private slots:
         row("fault add RasHangUpW 5 0", 2, "CALL from 1");
         row("fault add RasHangUpW 5 1 2", 2, "CALL from 1");
         row("phonebook damaged", 2, "usage");
+        row("phonebook protected maybe", 2, "on or off");
         row("dial Nobody", 1, "error 623: The system could not find the phone book entry");
         row("hangup Nobody", 1, "Nobody is not connected");
         row("--state", 2, "needs a directory");

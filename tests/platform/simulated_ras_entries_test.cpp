@@ -47,6 +47,7 @@ private slots:
     void givesDefaultProperties();
     void storesAnEntry();
     void refusesEntryProperties();
+    void rightsToChangeThePhoneBook();
     void keepsEveryFieldOfAnEntry();
 };
 
@@ -102,23 +103,28 @@ void SimulatedRasEntriesTest::givesDefaultProperties()
     DWORD size = 0;
     QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), nullptr, &size, nullptr, nullptr),
              DWORD(RasErrorBufferTooSmall));
-    QCOMPARE(size, DWORD(5616));
+    QCOMPARE(size, DWORD(5680));
     QByteArray block(int(size), '\xEE');
     auto *entry = reinterpret_cast<RasEntry *>(block.data());
     entry->dwSize = RasEntrySize;
     QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
              DWORD(Success));
-    QCOMPARE(size, DWORD(5616));
+    QCOMPARE(size, DWORD(5680));
     QCOMPARE(entry->dwSize, DWORD(4048));
     QVERIFY(entry->dwfOptions & EntryPreviewUserPassword);
     QVERIFY(entry->dwfOptions & EntryPreviewPhoneNumber);
     QCOMPARE(fromField(entry->szDeviceType), QString("modem"));
     QVERIFY(fromField(entry->szDeviceName).isEmpty());
     QCOMPARE(block.at(4048), '\xEE'); // behind the declared record
-    entry->dwSize = 5616;
+    entry->dwSize = 5680;
     QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
              DWORD(Success));
     QCOMPARE(block.at(4048), '\0');
+    for (const DWORD known : {5616, 5656}) { // Windows XP, Vista
+        entry->dwSize = known;
+        QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
+                 DWORD(Success));
+    }
     entry->dwSize = 4000;
     QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
              DWORD(RasErrorInvalidSize));
@@ -126,7 +132,7 @@ void SimulatedRasEntriesTest::givesDefaultProperties()
     size = 4047;
     QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(name), entry, &size, nullptr, nullptr),
              DWORD(RasErrorBufferTooSmall));
-    QCOMPARE(size, DWORD(5616));
+    QCOMPARE(size, DWORD(5680));
     const QString unknown = "No such entry";
     QCOMPARE(pc.RasGetEntryPropertiesW(nullptr, wide(unknown), entry, &size, nullptr, nullptr),
              DWORD(RasErrorEntryNotFound));
@@ -152,7 +158,7 @@ void SimulatedRasEntriesTest::storesAnEntry()
         std::memset(entry.szDeviceType, 0, sizeof entry.szDeviceType);
         copyToBuffer("RASDT_Modem", entry.szDeviceType, 17);
         entry.dwfOptions &= ~(EntryPreviewUserPassword | EntryPreviewPhoneNumber);
-        QCOMPARE(pc.RasSetEntryPropertiesW(nullptr, wide(name), &entry, 5616, nullptr, 0),
+        QCOMPARE(pc.RasSetEntryPropertiesW(nullptr, wide(name), &entry, 5680, nullptr, 0),
                  DWORD(Success));
     }
     SimulatedPc restarted(machine.directory());
@@ -175,7 +181,7 @@ void SimulatedRasEntriesTest::refusesEntryProperties()
     good.dwSize = RasEntrySize;
     copyToBuffer("MTK GPRS Modem", good.szDeviceName, 129);
     copyToBuffer("*99#", good.szLocalPhoneNumber, 129);
-    const auto set = [&](RasEntry *entry, const QString &name = "Entry", DWORD size = 5616) {
+    const auto set = [&](RasEntry *entry, const QString &name = "Entry", DWORD size = 5680) {
         return pc.RasSetEntryPropertiesW(nullptr, wide(name), entry, size, nullptr, 0);
     };
     QCOMPARE(set(nullptr), DWORD(RasErrorInvalidBuffer));
@@ -201,14 +207,30 @@ void SimulatedRasEntriesTest::refusesEntryProperties()
              DWORD(RasErrorCannotOpenPhonebook));
     machine.change([](simulated::MachineState &state) { state.phonebookDamaged = true; });
     QCOMPARE(set(&good), DWORD(RasErrorCannotOpenPhonebook));
-    machine.setAdministrator(false);
-    QCOMPARE(set(&good), DWORD(ErrorAccessDenied));
     QVERIFY(machine.state().phonebook.isEmpty());
-    machine.change([](simulated::MachineState &state) {
-        state.phonebookDamaged = false;
-        state.administrator = true;
-    });
+    machine.change([](simulated::MachineState &state) { state.phonebookDamaged = false; });
     QCOMPARE(set(&good), DWORD(Success));
+}
+
+// A user's own phone book needs no rights; another is an administrator's.
+void SimulatedRasEntriesTest::rightsToChangeThePhoneBook()
+{
+    TestMachine machine;
+    SimulatedPc pc(machine.directory());
+    RasEntry entry = simulated::defaultEntry();
+    entry.dwSize = RasEntrySize;
+    copyToBuffer("MTK GPRS Modem", entry.szDeviceName, 129);
+    copyToBuffer("*99#", entry.szLocalPhoneNumber, 129);
+    const auto set = [&](const QString &name) {
+        return pc.RasSetEntryPropertiesW(nullptr, wide(name), &entry, RasEntrySize, nullptr, 0);
+    };
+    machine.setAdministrator(false);
+    QCOMPARE(set("Own"), DWORD(Success));
+    machine.change([](simulated::MachineState &state) { state.phonebookProtected = true; });
+    QCOMPARE(set("Refused"), DWORD(ErrorAccessDenied));
+    machine.setAdministrator(true);
+    QCOMPARE(set("Everybody's"), DWORD(Success));
+    QCOMPARE(QStringList(machine.state().phonebook.keys()), QStringList({"Everybody's", "Own"}));
 }
 
 void SimulatedRasEntriesTest::keepsEveryFieldOfAnEntry()

@@ -42,6 +42,7 @@ MachineState fullState()
     device.driverKey["AttachedTo"] = "COM12";
     state.devices = {device, platform::RootDevice()};
     state.phonebookDamaged = true;
+    state.phonebookProtected = true;
     state.phonebook["TolvaneModem 1"] = QJsonObject{{"szLocalPhoneNumber", "*99#"}};
     state.nextConnection = 7;
     Connection connection;

@@ -183,6 +183,24 @@ private slots:
         QCOMPARE(pc.CM_Reenumerate_DevNode_Ex(1, 0, nullptr), ConfigRet(ConfigSuccess));
     }
 
+    // At once: nothing was looked for.
+    void refusesARescanWithoutRights()
+    {
+        TestMachine machine;
+        SimulatedPc pc(machine.directory());
+        machine.setAdministrator(false);
+        constexpr int longRescan = 30000;
+        machine.change([](simulated::MachineState &state) { state.rescanDurationMs = longRescan; });
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(pc.CM_Reenumerate_DevNode_Ex(99, 0, nullptr), ConfigRet(5));
+        QCOMPARE(pc.CM_Reenumerate_DevNode_Ex(1, 0, nullptr), ConfigRet(51)); // CR_ACCESS_DENIED
+        QVERIFY(timer.elapsed() < longRescan);
+        DEVINST node = 0;
+        QCOMPARE(pc.CM_Locate_DevNode_ExA(&node, nullptr, LocateNormal, nullptr),
+                 ConfigRet(ConfigSuccess));
+    }
+
     void startsAProgram()
     {
         TestMachine machine;

@@ -4,6 +4,7 @@
 #include <QSemaphore>
 #include <QTest>
 
+#include <cstring>
 #include <thread>
 
 using namespace platform;
@@ -89,22 +90,66 @@ public:
             countBefore.append(*count);
             sizes.append(size);
             next(file, buffer, size, count, record);
-            // The result of a read is not looked at: only its count is.
+            // The count of a read is what counts, also when it says that it failed.
+            SetLastError(ErrorGenFailure);
             return 0;
         });
     }
 };
 
-/// A read that fails leaves the count alone.
-class FailingReadMachine : public ScriptedMachine
+/// What a port does with a read.
+enum class Reads {
+    CompleteAtOnce,
+    PendAndAreDone, ///< the bytes are in the buffer when the call returns
+    PendAndWait,    ///< they come when the outcome is waited for
+};
+
+/// A port whose driver may let every read pend. The count is then told with the
+/// outcome; what the call itself leaves there means nothing.
+class PendingReadsMachine : public ScriptedMachine
 {
 public:
-    FailingReadMachine()
+    Reads reads = Reads::PendAndAreDone;
+
+    PendingReadsMachine()
     {
-        ReadFile.wrap([this](auto &next, auto... arguments) {
-            return chunks.isEmpty() ? 0 : next(arguments...);
+        ReadFile.wrap([this](auto &next, HANDLE file, void *buffer, DWORD size, DWORD *count,
+                             Overlapped *record) {
+            if (reads == Reads::CompleteAtOnce)
+                return next(file, buffer, size, count, record);
+            m_received.fill('\0', static_cast<int>(size));
+            DWORD received = 0;
+            next(file, m_received.data(), size, &received, record);
+            m_received.truncate(static_cast<int>(received));
+            m_buffer = buffer;
+            m_record = record;
+            if (reads == Reads::PendAndAreDone)
+                deliver();
+            *count = received == 0 ? size : 0;
+            SetLastError(ErrorIoPending);
+            return 0;
         });
+        GetOverlappedResult.wrap(
+            [this](auto &next, HANDLE file, Overlapped *record, DWORD *count, BOOL wait) {
+                if (record != m_record || !wait)
+                    return next(file, record, count, wait);
+                if (reads == Reads::PendAndWait)
+                    deliver();
+                m_record = nullptr;
+                *count = static_cast<DWORD>(m_received.size());
+                return 1;
+            });
     }
+
+private:
+    void deliver()
+    {
+        std::memcpy(m_buffer, m_received.constData(), static_cast<std::size_t>(m_received.size()));
+    }
+
+    QByteArray m_received;
+    void *m_buffer = nullptr;
+    const Overlapped *m_record = nullptr; ///< of the read that pends
 };
 
 /// A wait that ends otherwise than signalled, with a result of the test's
@@ -124,12 +169,14 @@ public:
 };
 
 /// Ends what is pending when the port is closed, as the system does: it writes
-/// to the records that it was handed.
+/// to the memory that it was handed. Waits and reads pend, and the outcome of a
+/// read cannot be waited for.
 class LateMachine : public ScriptedMachine
 {
 public:
     struct Pending {
-        DWORD *events;
+        DWORD *count; ///< or the events
+        void *buffer; ///< null for a wait
         Overlapped *overlapped;
         HANDLE event; ///< that the record named when it was handed in
     };
@@ -139,14 +186,28 @@ public:
     LateMachine()
     {
         WaitCommEvent.wrap([this](auto &next, HANDLE file, DWORD *mask, Overlapped *record) {
-            pending.append({mask, record, record->hEvent});
+            pending.append({mask, nullptr, record, record->hEvent});
             return next(file, mask, record);
         });
+        ReadFile.wrap([this](auto &next, HANDLE file, void *buffer, DWORD size, DWORD *count,
+                             Overlapped *record) {
+            next(file, buffer, size, count, record);
+            *count = 0;
+            pending.append({count, buffer, record, record->hEvent});
+            SetLastError(ErrorIoPending);
+            return 0;
+        });
+        GetOverlappedResult = [this](HANDLE, Overlapped *, DWORD *, BOOL) {
+            SetLastError(ErrorGenFailure);
+            return 0;
+        };
         CloseHandle.wrap([this](auto &next, HANDLE object) {
-            for (const Pending &wait : std::as_const(pending)) {
-                recordsThatLived += wait.overlapped->hEvent == wait.event ? 1 : 0;
-                *wait.events = 0;
-                wait.overlapped->Internal = ErrorOperationAborted;
+            for (const Pending &operation : std::as_const(pending)) {
+                recordsThatLived += operation.overlapped->hEvent == operation.event ? 1 : 0;
+                *operation.count = 0;
+                operation.overlapped->Internal = ErrorOperationAborted;
+                if (operation.buffer)
+                    std::memset(operation.buffer, 'x', 100);
             }
             pending.clear();
             return next(object);
@@ -165,6 +226,8 @@ private slots:
     void answers();
     void eachReadGetsAClearBufferAndCount();
     void readsUntilThereIsNothingAndWaitsAgain();
+    void outcomeOfAPendingReadIsAskedFor();
+    void pendingReadThatFailsCountsAsNothing();
     void failingReadCountsAsNothing();
     void waitCommEventIsNotLookedAt();
     void noEventObject();
@@ -173,6 +236,7 @@ private slots:
     void waitEndsUnsignalled_data();
     void waitEndsUnsignalled();
     void recordsOutliveAFailedWait();
+    void buffersOutliveAReadThatStaysPending();
     void silentModemIsWaitedFor();
 };
 
@@ -249,17 +313,21 @@ void ModemPortAnswersTest::answers()
     QFETCH(const int, response);
     QFETCH(const QByteArray, printed);
     QFETCH(const int, notRead);
-    Bench<> bench;
-    const HANDLE port = openModemPort(7).handle;
-    bench.log.clear();
-    bench.machine.chunks = chunks;
-    int result = -1;
-    QCOMPARE(printedBy([&] { result = waitForResponse(port); }), printed);
-    QCOMPARE(result, response);
-    QCOMPARE(bench.machine.chunks.size(), notRead);
-    QCOMPARE(bench.leftOpen(), QString("1 port, 1 event"));
-    QCOMPARE(bench.log.lines(), QStringList());
-    QCOMPARE(bench.machine.written, QByteArray());
+    // It makes no difference how the reads complete.
+    for (const Reads reads : {Reads::CompleteAtOnce, Reads::PendAndAreDone, Reads::PendAndWait}) {
+        Bench<PendingReadsMachine> bench;
+        bench.machine.reads = reads;
+        const HANDLE port = openModemPort(7).handle;
+        bench.log.clear();
+        bench.machine.chunks = chunks;
+        int result = -1;
+        QCOMPARE(printedBy([&] { result = waitForResponse(port); }), printed);
+        QCOMPARE(result, response);
+        QCOMPARE(bench.machine.chunks.size(), notRead);
+        QCOMPARE(bench.leftOpen(), QString("1 port, 1 event"));
+        QCOMPARE(bench.log.lines(), QStringList());
+        QCOMPARE(bench.machine.written, QByteArray());
+    }
 }
 
 void ModemPortAnswersTest::eachReadGetsAClearBufferAndCount()
@@ -301,9 +369,38 @@ void ModemPortAnswersTest::readsUntilThereIsNothingAndWaitsAgain()
              QStringList{newEvent} + once + QStringList({read, read}) + once + QStringList({read}));
 }
 
+// Only then: where a read completes at once no call is added.
+void ModemPortAnswersTest::outcomeOfAPendingReadIsAskedFor()
+{
+    Bench<PendingReadsMachine> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.injector.reset();
+    bench.machine.chunks = {"AT\r", "", ok};
+    int result = -1;
+    printedBy([&] { result = waitForResponse(port); });
+
+    QCOMPARE(result, 0);
+    const QStringList once = {"WaitCommEvent(0x10, &, &)",
+                              "WaitForSingleObject(0x20, 4294967295)"}; // INFINITE
+    const QStringList read = {"ReadFile(0x10, @, 100, &, &)", "GetOverlappedResult(0x10, &, &, 1)"};
+    QCOMPARE(bench.calls(), QStringList{newEvent} + once + read + read + once + read);
+}
+
+void ModemPortAnswersTest::pendingReadThatFailsCountsAsNothing()
+{
+    Bench<PendingReadsMachine> bench;
+    const HANDLE port = openModemPort(7).handle;
+    bench.fail("GetOverlappedResult", ErrorOperationAborted);
+    bench.machine.chunks = {error, ok};
+    int result = -1;
+    QCOMPARE(printedBy([&] { result = waitForResponse(port); }), ok + '\n');
+    QCOMPARE(result, 0);
+    QCOMPARE(bench.injector.operations().count("WaitForSingleObject"), 2);
+}
+
 void ModemPortAnswersTest::failingReadCountsAsNothing()
 {
-    Bench<FailingReadMachine> bench;
+    Bench<> bench;
     const HANDLE port = openModemPort(7).handle;
     bench.fail("ReadFile", ErrorDeviceNotConnected);
     bench.fail("ReadFile", ErrorGenFailure, 3);
@@ -402,6 +499,27 @@ void ModemPortAnswersTest::recordsOutliveAFailedWait()
     QVERIFY(bench.machine.pending.at(0).overlapped != bench.machine.pending.at(1).overlapped);
     QVERIFY(current().CloseHandle(port));
     QCOMPARE(bench.machine.recordsThatLived, 2);
+}
+
+void ModemPortAnswersTest::buffersOutliveAReadThatStaysPending()
+{
+    Bench<LateMachine> bench;
+    const HANDLE port = openModemPort(7).handle;
+    QList<void *> buffers;
+    printedBy([&] {
+        for (int wait = 0; wait < 2; ++wait) {
+            bench.machine.chunks = {ok};
+            QCOMPARE(waitForResponse(port), 2);
+            for (const LateMachine::Pending &operation : std::as_const(bench.machine.pending)) {
+                if (operation.buffer && !buffers.contains(operation.buffer))
+                    buffers.append(operation.buffer);
+            }
+        }
+    });
+    QCOMPARE(buffers.size(), 2);
+    const auto handedIn = bench.machine.pending.size();
+    QVERIFY(current().CloseHandle(port));
+    QCOMPARE(bench.machine.recordsThatLived, handedIn);
 }
 
 // Nothing has a time-out: the wait lasts as long as the modem says nothing,

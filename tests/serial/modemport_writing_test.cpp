@@ -24,6 +24,44 @@ public:
     }
 };
 
+/// A port on which nothing is sent before it is closed: the system looks at the
+/// bytes and the record then.
+class StuckMachine : public ScriptedMachine
+{
+public:
+    struct Pending {
+        const char *bytes;
+        int size;
+        Overlapped *overlapped;
+        HANDLE event; ///< that the record named when it was handed in
+    };
+    QList<Pending> pending;
+    QList<QByteArray> sentAtTheEnd;
+    int recordsThatLived = 0;
+
+    StuckMachine()
+    {
+        WriteFile = [this](HANDLE, const void *buffer, DWORD size, DWORD *, Overlapped *record) {
+            pending.append({static_cast<const char *>(buffer), static_cast<int>(size), record,
+                            record->hEvent});
+            SetLastError(ErrorIoPending);
+            return 0;
+        };
+        GetOverlappedResult = [this](HANDLE, Overlapped *, DWORD *, BOOL) {
+            SetLastError(ErrorGenFailure);
+            return 0;
+        };
+        CloseHandle.wrap([this](auto &next, HANDLE object) {
+            for (const Pending &write : std::as_const(pending)) {
+                sentAtTheEnd.append(QByteArray(write.bytes, write.size));
+                recordsThatLived += write.overlapped->hEvent == write.event ? 1 : 0;
+                write.overlapped->Internal = ErrorOperationAborted;
+            }
+            return next(object);
+        });
+    }
+};
+
 } // namespace
 
 class ModemPortWritingTest : public QObject
@@ -37,6 +75,7 @@ private slots:
     void writtenBytes();
     void writingFails_data();
     void writingFails();
+    void memoryOutlivesAWriteThatStaysPending();
 };
 
 void ModemPortWritingTest::writesAtOnce()
@@ -133,6 +172,22 @@ void ModemPortWritingTest::writingFails()
     QCOMPARE(bench.injector.operations(), QStringList(all.mid(0, calls)));
     QCOMPARE(bench.leftOpen(), leftOpen);
     QCOMPARE(bench.log.lines(), QStringList());
+}
+
+void ModemPortWritingTest::memoryOutlivesAWriteThatStaysPending()
+{
+    Bench<StuckMachine> bench;
+    const HANDLE port = openModemPort(7).handle;
+    printedBy([&] {
+        QByteArray command = "AT\r";
+        QVERIFY(!writeCommand(port, command.constData()));
+        command.replace("AT", "AT+");
+        QVERIFY(!writeCommand(port, command.constData()));
+        command.fill('-'); // nothing of the caller's is used any longer
+    });
+    QVERIFY(current().CloseHandle(port));
+    QCOMPARE(bench.machine.sentAtTheEnd, QList<QByteArray>({"AT\r", "AT+\r"}));
+    QCOMPARE(bench.machine.recordsThatLived, 2);
 }
 
 QTEST_GUILESS_MAIN(ModemPortWritingTest)

@@ -73,7 +73,7 @@ public:
         bool deviceInfoNull;
     };
     QList<StoredEntry> storedEntries;
-    platform::DWORD entryInfoSize = 5616; ///< what newer systems ask for
+    platform::DWORD entryInfoSize = 5680; ///< of Windows 7
     platform::DWORD defaultEntryOptions = 0x01200010;
     struct Dial {
         QString entry;

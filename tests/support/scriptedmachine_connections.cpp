@@ -156,8 +156,10 @@ void ScriptedMachine::provideSerialPort()
     ReadFile = [this](HANDLE hFile, void *lpBuffer, DWORD nNumberOfBytesToRead,
                       DWORD *lpNumberOfBytesRead, Overlapped *) -> BOOL {
         *lpNumberOfBytesRead = 0;
-        if (!isOpen(hFile, Kind::Port) || chunks.isEmpty())
+        if (!isOpen(hFile, Kind::Port))
             return 0;
+        if (chunks.isEmpty())
+            return 1;
         const QByteArray chunk = chunks.takeFirst();
         if (static_cast<DWORD>(chunk.size()) > nNumberOfBytesToRead)
             qFatal("a scripted chunk is larger than the reader's buffer");

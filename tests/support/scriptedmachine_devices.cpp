@@ -17,6 +17,8 @@ void ScriptedMachine::provideDeviceInstallation()
 
     SetupDiGetINFClassW = [this](const WCHAR *, Guid *ClassGuid, WCHAR *ClassName,
                                  DWORD ClassNameSize, DWORD *) -> BOOL {
+        if (infClass.size() >= int(MaxClassNameSize))
+            return fail(ErrorInvalidClass);
         *ClassGuid = {0x4D36E96D, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
         copyToBuffer(infClass, ClassName, static_cast<int>(ClassNameSize));
         return 1;

@@ -16,7 +16,10 @@ const QMap<QString, QStringList> &forms()
 {
     static const QMap<QString, QStringList> table = {
         // Remote access
-        {"RasEnumConnectionsW", {"dwSize=1340 lpcb=136000 count=0 rest=zero %C( count=\\d+)?"}},
+        {"RasEnumConnectionsW",
+         {"dwSize=1340 lpcb=136000 count=0 rest=zero %C( count=\\d+)?",
+          // Once more, where that size is refused.
+          "dwSize=1372 lpcb=137200 count=0 rest=zero %C( count=\\d+)?"}},
         {"RasHangUpW", {"connection=\"[^\"]+\" %C"}},
         {"RasDialDlgW",
          {"phonebook=null entry=\"[^\"]*\" behind=zero number=\"\\*99#\" dwSize=48 rest=zero "
@@ -27,10 +30,10 @@ const QMap<QString, QStringList> &forms()
         {"RasGetEntryPropertiesW",
          {"phonebook=null entry=\"\" record=null size=0 device=null deviceSize=null "
           "%C( size=\\d+)?",
-          "phonebook=null entry=\"\" dwSize=4048 rest=zero size=5616 device=null "
-          "deviceSize=null %C( size=5616)?"}},
+          "phonebook=null entry=\"\" dwSize=4048 rest=zero size=(5680|7000) device=null "
+          "deviceSize=null %C( size=\\1)?"}},
         {"RasSetEntryPropertiesW",
-         {"phonebook=null entry=\"TolvaneModem \\d+\" behind=zero size=5616 dwSize=4048 "
+         {"phonebook=null entry=\"TolvaneModem \\d+\" behind=zero size=(5680|7000) dwSize=4048 "
           "options=0x308 number=\"\\*99#\" type=\"RASDT_Modem\" device=\"[^\"]+\" "
           "fieldEnds=zero others=default deviceInfo=null deviceInfoSize=0 %C"}},
         // Serial port

@@ -54,10 +54,12 @@ private slots:
     void cleanup() { m_phone->unplug(); }
 
     void secondStartDialsAndHangsUp();
+    void connectionThatIsUpAlready_data();
     void connectionThatIsUpAlready();
     void connectionThatDrops();
     void dialDialogCancelled();
     void inputWhileBlocked();
+    void answersThatAreNotAnAnswer_data();
     void answersThatAreNotAnAnswer();
     void modemThatAnswersError();
     void unpluggedAndWaiting();
@@ -162,20 +164,34 @@ void ConnectionTest::secondStartDialsAndHangsUp()
     });
 }
 
+void ConnectionTest::connectionThatIsUpAlready_data()
+{
+    QTest::addColumn<QString>("sizes");
+    QTest::addColumn<int>("askedOnceMore");
+    QTest::newRow("declared size taken") << "all" << 0;
+    // Each look at the connections then asks twice.
+    QTest::newRow("declared size refused") << "documented" << 2;
+}
+
 void ConnectionTest::connectionThatIsUpAlready()
 {
+    QFETCH(QString, sizes);
+    QFETCH(int, askedOnceMore);
     onMachine(*m_machine, [&](WineMachine &machine) {
         Desktop &desktop = machine.desktop;
         setUpBefore(machine);
+        machine.setMachine(machineWithPhone() + QStringList{"connectionsizes " + sizes});
         machine.setConnections({"Office", "TolvaneModem 1"});
         const WindowId window = machine.startUntil(mainTitle);
-        desktop.keepPicture("already-connected");
+        desktop.keepPicture("already-connected-" + sizes);
         QCOMPARE(machine.debug(), portSearchDebug() +
                                       "connection name in reg:  \"TolvaneModem 1\"\n" +
                                       statusDebug({"Office", "TolvaneModem 1"}));
         desktop.pressIn(window, "ctrl+d");
         machine.waitForCall("^RasHangUpW connection=\"TolvaneModem 1\" -> result=0$");
         QCOMPARE(machine.connections(), QStringList("Office"));
+        QCOMPARE(machine.calls().filter("RasEnumConnectionsW dwSize=1340 ").size(), 2);
+        QCOMPARE(machine.calls().filter("RasEnumConnectionsW dwSize=1372 ").size(), askedOnceMore);
     });
 }
 
@@ -244,15 +260,29 @@ void ConnectionTest::inputWhileBlocked()
     });
 }
 
+void ConnectionTest::answersThatAreNotAnAnswer_data()
+{
+    QTest::addColumn<bool>("readsPend");
+    QTest::newRow("empty reads end") << false;
+    QTest::newRow("empty reads pend") << true;
+}
+
 void ConnectionTest::answersThatAreNotAnAnswer()
 {
+    QFETCH(bool, readsPend);
     onMachine(*m_machine, [&](WineMachine &machine) {
         setUpBefore(machine);
+        machine.setReadsPend(readsPend);
         // The echo and the noise are chunks of their own and skipped.
         m_phone->plugIn({"set echo on", "set noise ^RSSI", "set delay 300"});
         startAndWaitForDialog(machine);
         QCOMPARE(m_phone->bytesFromPc().size(), 2);
         QVERIFY(!machine.calls().filter("got=\"AT\\r\"").isEmpty());
+        // What the pending reads took is asked for, and only that.
+        const int pending = machine.calls().filter(QRegularExpression("^ReadFile .*=997$")).size();
+        QCOMPARE(pending > 0, readsPend);
+        QCOMPARE(machine.calls().filter(QRegularExpression("^GetOverlappedResult .*=1$")).size(),
+                 pending);
     });
 }
 

@@ -99,7 +99,7 @@ QString portSearchDebug()
     return searchLog;
 }
 
-QStringList setupCalls(const WineMachine &machine)
+QStringList setupCalls(const WineMachine &machine, int entrySize)
 {
     const QString drivers = machine.folder() + "\\drivers\\";
     const QString inf = '"' + drivers + "modem_inf_64.inf\"";
@@ -157,19 +157,20 @@ QStringList setupCalls(const WineMachine &machine)
     };
 
     const QString newEntry = "RasGetEntryPropertiesW phonebook=null entry=\"\" ";
+    const QString size = QString("size=%1").arg(entrySize);
     calls += {
-        newEntry + "record=null size=0 device=null deviceSize=null -> result=603 size=5616",
-        "HeapAlloc flags=8 bytes=5616 -> block5",
-        newEntry + "dwSize=4048 rest=zero size=5616 device=null deviceSize=null "
-                   "-> result=0 size=5616",
+        newEntry + "record=null size=0 device=null deviceSize=null -> result=603 " + size,
+        QString("HeapAlloc flags=8 bytes=%1 -> block5").arg(entrySize),
+        newEntry + "dwSize=4048 rest=zero " + size + " device=null deviceSize=null -> result=0 " +
+            size,
         "RasEnumDevicesW records=null lpcb=0 count=0 -> result=603 lpcb=1184",
         "HeapAlloc flags=8 bytes=1184 -> block6",
         "RasEnumDevicesW dwSize=296 rest=zero lpcb=1184 count=4 -> result=0 count=4",
         "HeapFree flags=0 block6",
-        "RasSetEntryPropertiesW phonebook=null entry=\"TolvaneModem 1\" behind=zero size=5616 "
-        "dwSize=4048 options=0x308 number=\"*99#\" type=\"RASDT_Modem\" "
-        "device=\"Tolvane GPRS Modem\" fieldEnds=zero others=default deviceInfo=null "
-        "deviceInfoSize=0 -> result=0",
+        "RasSetEntryPropertiesW phonebook=null entry=\"TolvaneModem 1\" behind=zero " + size +
+            " dwSize=4048 options=0x308 number=\"*99#\" type=\"RASDT_Modem\" "
+            "device=\"Tolvane GPRS Modem\" fieldEnds=zero others=default deviceInfo=null "
+            "deviceInfoSize=0 -> result=0",
         "HeapFree flags=0 block5",
     };
     return calls;

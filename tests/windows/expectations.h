@@ -29,8 +29,9 @@ void setUpBefore(WineMachine &machine);
 
 /// Every call of the five set-up steps on that machine under Windows 7, in
 /// order, as the doubles record it; without the started installer's own line,
-/// which comes when that process gets to it.
-QStringList setupCalls(const WineMachine &machine);
+/// which comes when that process gets to it. `entrySize` is the size of the
+/// system's entry record in bytes.
+QStringList setupCalls(const WineMachine &machine, int entrySize = 5680);
 
 /// The debug stream of the same steps.
 QString setupDebug(const WineMachine &machine);

@@ -279,6 +279,15 @@ void FailureTest::dial_data()
         << configured
         << "\nWrite operation completed successfully.\n" + okText + writtenText + okText << true
         << allEvents;
+    QTest::newRow("read pending")
+        << true << QStringList{"fail ReadFile 1 997"}
+        << opened +
+               QStringList{newEvent(1), writeAt("result=1"), newEvent(2),
+                           "ReadFile port1 bytes=100 buffer=zero read=0 offset=zero event2 -> "
+                           "result=0 error=997",
+                           "GetOverlappedResult port1 offset=zero event2 wait=1 -> result=1"} +
+               fromFirstAnswer().mid(2)
+        << configured << writtenText + okText + writtenText + okText << true << allEvents;
     QTest::newRow("dialling fails")
         << true << QStringList{"fail RasDialDlgW 1 633"}
         << opened + QStringList{newEvent(1), writeAt("result=1")} + fromFirstAnswer() << configured

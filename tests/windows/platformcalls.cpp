@@ -73,6 +73,8 @@ private slots:
     void process();
     void serialPort();
     void connectionsAreListedDialledAndEnded();
+    void connectionsInRecordsOfTheSystem();
+    void manyConnectionsInRecordsOfTheSystem();
     void phonebook();
     void drivers();
     void ports();
@@ -257,6 +259,51 @@ void PlatformCalls::connectionsAreListedDialledAndEnded()
     QCOMPARE(connections(), QByteArray("TolvaneModem 1\n"));
 }
 
+// A system that knows only the documented sizes is asked once more; the program
+// does not notice.
+void PlatformCalls::connectionsInRecordsOfTheSystem()
+{
+    setConnections("Office\nTolvaneModem 1\n");
+    std::vector<platform::RasConnection> lists[2];
+    for (const char *sizes : {"all", "documented"}) {
+        setMachine({QString("connectionsizes ") + sizes});
+        std::vector<platform::RasConnection> &list = lists[sizes[0] == 'a' ? 0 : 1];
+        platform::DWORD count = 0;
+        platform::DWORD bytes = 0;
+        QCOMPARE(enumerateConnections(&list, &count, &bytes), platform::Success);
+        QCOMPARE(count, platform::DWORD{2});
+        QCOMPARE(bytes, platform::DWORD{2 * 1360});
+        QCOMPARE(list.size(), size_t{100});
+    }
+    QCOMPARE(std::memcmp(lists[0].data(), lists[1].data(), sizeof lists[0][0] * 100), 0);
+    QCOMPARE(QString::fromWCharArray(lists[1][1].szEntryName), QString("TolvaneModem 1"));
+    QCOMPARE(lists[1][1].dwSize, platform::RasConnectionSize);
+    QCOMPARE(current().RasHangUpW(lists[1][1].hrasconn), platform::Success);
+    QCOMPARE(connections(), QByteArray("Office\n"));
+}
+
+// The system's larger records do not make fewer of them fit.
+void PlatformCalls::manyConnectionsInRecordsOfTheSystem()
+{
+    setMachine({"connectionsizes documented"});
+    QByteArray names;
+    for (int i = 0; i < 100; ++i)
+        names += "Entry " + QByteArray::number(i) + '\n';
+    setConnections(names);
+    std::vector<platform::RasConnection> list;
+    platform::DWORD count = 0;
+    platform::DWORD bytes = 0;
+    QCOMPARE(enumerateConnections(&list, &count, &bytes), platform::Success);
+    QCOMPARE(count, platform::DWORD{100});
+    QCOMPARE(QString::fromWCharArray(list[99].szEntryName), QString("Entry 99"));
+
+    setConnections(names + "One more\n");
+    QCOMPARE(enumerateConnections(&list, &count, &bytes), platform::RasErrorBufferTooSmall);
+    QCOMPARE(bytes, platform::DWORD{101 * 1360});
+    QCOMPARE(count, platform::DWORD{101});
+    QCOMPARE(list[0].hrasconn, nullptr);
+}
+
 void PlatformCalls::phonebook()
 {
     platform::DWORD bytes = 0;
@@ -273,7 +320,7 @@ void PlatformCalls::phonebook()
     platform::DWORD size = 0;
     QCOMPARE(current().RasGetEntryPropertiesW(nullptr, L"", nullptr, &size, nullptr, nullptr),
              platform::RasErrorBufferTooSmall);
-    QCOMPARE(size, platform::DWORD{5616});
+    QCOMPARE(size, platform::DWORD{5680});
     std::vector<BYTE> block;
     platform::RasEntry *entry = nullptr;
     QCOMPARE(defaultEntry(&block, &entry), platform::Success);

@@ -107,13 +107,17 @@ BOOL startInstaller(ProcessInformation *process)
                                     nullptr, nullptr, &startup, process);
 }
 
-DWORD enumerateConnections(std::vector<RasConnection> *list, DWORD *count)
+DWORD enumerateConnections(std::vector<RasConnection> *list, DWORD *count, DWORD *bytes)
 {
     *list = std::vector<RasConnection>(100);
     list->front().dwSize = RasConnectionSize;
-    auto bytes = static_cast<DWORD>(list->size() * sizeof list->front());
+    const auto given = static_cast<DWORD>(list->size() * sizeof list->front());
+    DWORD needed = given;
     *count = 0;
-    return current().RasEnumConnectionsW(list->data(), &bytes, count);
+    const DWORD result = current().RasEnumConnectionsW(list->data(), &needed, count);
+    if (bytes)
+        *bytes = needed;
+    return result;
 }
 
 BOOL dial(RasDialDialog *dialog)
@@ -127,7 +131,7 @@ BOOL dial(RasDialDialog *dialog)
 
 DWORD defaultEntry(std::vector<BYTE> *block, RasEntry **entry)
 {
-    *block = std::vector<BYTE>(5616);
+    *block = std::vector<BYTE>(5680);
     *entry = reinterpret_cast<RasEntry *>(block->data());
     (*entry)->dwSize = RasEntrySize;
     auto size = static_cast<DWORD>(block->size());

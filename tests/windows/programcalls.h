@@ -74,8 +74,9 @@ struct NewModem {
 };
 
 // Connections and the phone book.
+/// *bytes, where given, receives the size that the list needs.
 platform::DWORD enumerateConnections(std::vector<platform::RasConnection> *list,
-                                     platform::DWORD *count);
+                                     platform::DWORD *count, platform::DWORD *bytes = nullptr);
 platform::BOOL dial(platform::RasDialDialog *dialog);
 /// `entry` lies in the block.
 platform::DWORD defaultEntry(std::vector<platform::BYTE> *block, platform::RasEntry **entry);

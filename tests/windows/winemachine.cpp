@@ -106,6 +106,7 @@ void WineMachine::reset()
     QDir(doublesFolder()).removeRecursively();
     QDir().mkpath(doublesFolder());
     m_missing.clear();
+    m_readsPend = false;
     m_debug.clear();
     m_printed.clear();
     setPort(7, {});
@@ -188,6 +189,11 @@ void WineMachine::setScaling(int percent)
                 QString::number(fullScale * percent / 100), "/f"});
 }
 
+void WineMachine::setReadsPend(bool pend)
+{
+    m_readsPend = pend;
+}
+
 void WineMachine::setMissingLibraries(const QStringList &names)
 {
     m_missing = names;
@@ -204,6 +210,8 @@ void WineMachine::prepare(QProcess &process, bool onDoubles) const
     variables.insert("WINEDLLOVERRIDES", overrides.join(';'));
     variables.insert("DOUBLES", "C:\\doubles");
     variables.insert("LD_PRELOAD", WINDOWS_SERIAL_PRELOAD);
+    if (m_readsPend)
+        variables.insert("SERIAL_READS_PEND", "1");
     process.setProcessEnvironment(variables);
     // Not the program's folder: where a process is started from and where it
     // lies are two things.

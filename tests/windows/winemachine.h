@@ -49,6 +49,9 @@ public:
     void setThemed(bool themed);
     /// The display's scaling for the next start.
     void setScaling(int percent);
+    /// Whether a read of a port that finds nothing pends until something comes, as
+    /// Wine does it by itself, or ends at once; for the next start.
+    void setReadsPend(bool pend);
     /// Libraries that do not exist on this machine, for the next start.
     void setMissingLibraries(const QStringList &names);
 
@@ -100,6 +103,7 @@ private:
     QString m_wine;
     QString m_roaming;
     QStringList m_missing;
+    bool m_readsPend = false;
     ChildProcess m_taskbar;
     ChildProcess m_program;
     QByteArray m_debug;

@@ -1,5 +1,10 @@
 // Double of rasapi32.dll. Words of the machine file:
 //   rasdevice TYPE|NAME    a RAS-capable device
+//   connectionsizes documented
+//                          a record of the connection list has one of the
+//                          documented sizes; any other is refused
+//   entrysize BYTES        the size of this release's entry record; Windows 7's
+//                          unless it is given
 
 #include "tests/windows/doubles/importspy.h"
 #include "tests/windows/doubles/recorder.h"
@@ -18,13 +23,30 @@ namespace {
 
 constexpr DWORD defaultOptions = 0x01000000 | 0x00200000 | 0x00000308;
 constexpr BYTE defaultFill = 0x5A;
+constexpr DWORD entrySizeOf7 = 5680;
 
-/// What the system gives for a new entry: every byte that is not a field
-/// below can be told from one that the program wrote.
-void fillDefaults(RasEntry *entry, DWORD bytes)
+DWORD entrySize()
+{
+    return std::stoul(machineText("entrysize", std::to_wstring(entrySizeOf7)));
+}
+
+/// Whether this release knows a connection record of that size. The one that the
+/// program declares is not documented; what Windows does with it is not known.
+bool isConnectionSize(DWORD size)
+{
+    if (size == platform::RasConnectionSize)
+        return machineText("connectionsizes", L"all") != L"documented";
+    const DWORD documented[] = {528, 820, 1344, 1360, 1372, 1388};
+    return std::count(std::begin(documented), std::end(documented), size) != 0;
+}
+
+/// What the system gives for a new entry, as far as the declared record reaches:
+/// every byte that is not a field below can be told from one that the program
+/// wrote.
+void fillDefaults(RasEntry *entry)
 {
     const DWORD size = entry->dwSize;
-    std::memset(static_cast<void *>(entry), defaultFill, bytes);
+    std::memset(static_cast<void *>(entry), defaultFill, size);
     entry->dwSize = size;
     entry->dwfOptions = defaultOptions;
     entry->szLocalPhoneNumber[0] = 0;
@@ -44,7 +66,8 @@ struct Field {
     size_t bytes;
 };
 
-/// Whether everything but the fields that the program sets is as it was given.
+/// Whether everything but the fields that the program sets is as it was given,
+/// and what lies behind the declared record is still clear.
 bool othersAreDefault(const RasEntry &entry, DWORD bytes)
 {
     const Field set[] = {
@@ -58,7 +81,7 @@ bool othersAreDefault(const RasEntry &entry, DWORD bytes)
         const bool isSet = std::any_of(std::begin(set), std::end(set), [i](const Field &field) {
             return i >= field.offset && i < field.offset + field.bytes;
         });
-        if (!isSet && data[i] != defaultFill)
+        if (!isSet && data[i] != (i < entry.dwSize ? defaultFill : 0))
             return false;
     }
     return true;
@@ -91,20 +114,26 @@ __declspec(dllexport) DWORD WINAPI
         .arrow();
     if (const auto code = scriptedFailure("RasEnumConnectionsW"))
         return finish(line.number("result", *code), *code);
-    // Sizes that some release of the system knows.
-    if (list->dwSize != 1340 && list->dwSize != 1360 && list->dwSize != 1372)
+    const DWORD size = list->dwSize;
+    if (!isConnectionSize(size))
         return finish(line.number("result", 632), 632);
 
+    // Records lie one declared size apart; the program's own as it expects them.
+    const size_t stride = size == platform::RasConnectionSize ? sizeof(RasConnection) : size;
     const auto names = activeConnections();
     *count = static_cast<DWORD>(names.size());
-    if (names.size() * sizeof(RasConnection) > *bytes) {
-        *bytes = static_cast<DWORD>(names.size() * sizeof(RasConnection));
+    const DWORD given = *bytes;
+    *bytes = static_cast<DWORD>(names.size() * stride);
+    if (*bytes > given)
         return finish(line.number("result", 603), 603);
-    }
     for (size_t i = 0; i < names.size(); ++i) {
-        list[i].hrasconn = reinterpret_cast<HANDLE>(0x7A500000 + i);
-        copy(list[i].szEntryName, names[i]);
-        copy(list[i].szDeviceType, L"modem");
+        RasConnection record = {};
+        record.dwSize = size;
+        record.hrasconn = reinterpret_cast<HANDLE>(0x7A500000 + i);
+        copy(record.szEntryName, names[i]);
+        copy(record.szDeviceType, L"modem");
+        std::memcpy(reinterpret_cast<BYTE *>(list) + i * stride, &record,
+                    std::min<size_t>(size, sizeof record));
     }
     return finish(line.number("result", 0).number("count", *count), 0);
 }
@@ -156,7 +185,7 @@ __declspec(dllexport) DWORD WINAPI
     RasGetEntryPropertiesW(LPCWSTR phonebook, LPCWSTR entry, RasEntry *record, DWORD *bytes,
                            BYTE *deviceInfo, DWORD *deviceInfoSize)
 {
-    const DWORD needed = 5616;
+    const DWORD needed = entrySize();
     Line line("RasGetEntryPropertiesW");
     line.text("phonebook", phonebook).text("entry", entry);
     if (record)
@@ -176,7 +205,7 @@ __declspec(dllexport) DWORD WINAPI
     }
     if (record->dwSize != sizeof(RasEntry) && record->dwSize != needed)
         return finish(line.number("result", 632), 632);
-    fillDefaults(record, needed);
+    fillDefaults(record);
     return finish(line.number("result", 0).number("size", *bytes), 0);
 }
 

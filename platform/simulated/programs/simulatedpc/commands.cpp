@@ -110,10 +110,11 @@ int show(const QString &directory, const QStringList &)
                        device.driverInf.isEmpty() ? QString("no driver") : device.friendlyName,
                        device.driverKey.value("AttachedTo", "nothing")));
     }
-    print("phone book: " + (state.phonebookDamaged ? QString("damaged")
-                            : state.phonebook.isEmpty()
-                                ? QString("empty")
-                                : QStringList(state.phonebook.keys()).join(", ")));
+    print("phone book: " +
+          (state.phonebookDamaged      ? QString("damaged")
+           : state.phonebook.isEmpty() ? QString("empty")
+                                       : QStringList(state.phonebook.keys()).join(", ")) +
+          (state.phonebookProtected ? ", only an administrator changes it" : ""));
     for (const Connection &connection : state.connections) {
         print(QString("connection %1: %2 through %3 on COM%4")
                   .arg(connection.handle)
@@ -214,6 +215,14 @@ int setPhonebookDamaged(const QString &directory, const QStringList &arguments)
     MachineSession session(directory);
     if (!readOnOff(arguments.first(), &session.state.phonebookDamaged))
         return complain(WrongUse, "phonebook damaged: on or off");
+    return save(&session);
+}
+
+int setPhonebookProtected(const QString &directory, const QStringList &arguments)
+{
+    MachineSession session(directory);
+    if (!readOnOff(arguments.first(), &session.state.phonebookProtected))
+        return complain(WrongUse, "phonebook protected: on or off");
     return save(&session);
 }
 
@@ -342,6 +351,12 @@ const QList<Command> &commands()
          "silence around the escape sequence of a hang-up"},
         {{"set", "port"}, "SOCKET NUMBER", 2, 2, setPort, "the COM number of a USB socket"},
         {{"phonebook", "damaged"}, "on|off", 1, 1, setPhonebookDamaged, "damage the phone book"},
+        {{"phonebook", "protected"},
+         "on|off",
+         1,
+         1,
+         setPhonebookProtected,
+         "let only an administrator change the phone book"},
         {{"dial"}, "ENTRY [NUMBER]", 1, 2, dial, "connect without the dialog"},
         {{"hangup"}, "ENTRY", 1, 1, hangUpEntry, "end a connection"},
         {{"fault", "add"},
