@@ -1,17 +1,20 @@
 #include "app/damagedsettings.h"
 #include "app/formfont.h"
 #include "app/identity.h"
+#include "app/messagelog.h"
 #include "app/settings.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 
 #include <QApplication>
 #include <QIcon>
+#include <QStandardPaths>
 
-int main(int argc, char *argv[])
+namespace {
+
+/// The program from the first window to the last; its exit code.
+int run(int argc, char *argv[])
 {
-    platform::setCurrent(&platform::backend(programIdentity()));
-
     // On X11, Qt 5 would load the whole OpenGL stack at the start. Nothing here
     // draws with it, and without it the program starts four times as fast.
     if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION"))
@@ -29,6 +32,7 @@ int main(int argc, char *argv[])
 
     const QApplication application(argc, argv);
     setApplicationIdentity();
+    startMessageLog(QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation));
     preserveDamagedSettings();
     reportUnwritableSettings();
     useFormFont();
@@ -39,4 +43,14 @@ int main(int argc, char *argv[])
     // The window decides itself whether it shows.
     const MainWindow window;
     return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    platform::setCurrent(&platform::backend(programIdentity()));
+    const int code = run(argc, argv);
+    finishMessageLog();
+    return code;
 }
