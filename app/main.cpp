@@ -3,12 +3,19 @@
 #include "app/identity.h"
 #include "app/messagelog.h"
 #include "app/settings.h"
+#include "app/singleinstance.h"
+#include "mainwindow/front.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 
 #include <QApplication>
+#include <QDebug>
 #include <QIcon>
+#include <QSettings>
 #include <QStandardPaths>
+
+#include <cstdlib>
+#include <memory>
 
 namespace {
 
@@ -32,6 +39,11 @@ int run(int argc, char *argv[])
 
     const QApplication application(argc, argv);
     setApplicationIdentity();
+    auto instance = std::make_unique<SingleInstance>(QSettings().fileName());
+    if (!instance->isFirst()) {
+        qDebug() << "The program is running already; its window comes to the front";
+        return EXIT_SUCCESS;
+    }
     startMessageLog(QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation));
     preserveDamagedSettings();
     reportUnwritableSettings();
@@ -41,8 +53,15 @@ int run(int argc, char *argv[])
     QApplication::setWindowIcon(QIcon(":/48x48.ico"));
 
     // The window decides itself whether it shows.
-    const MainWindow window;
-    return QApplication::exec();
+    MainWindow window;
+    QObject::connect(instance.get(), &SingleInstance::startedAgain, &window,
+                     [&window] { bringToFront(&window); });
+    instance->watch();
+    const int code = QApplication::exec();
+    // A set-up step may still run for minutes, without a window. Whoever starts
+    // the program meanwhile shall see one.
+    instance.reset();
+    return code;
 }
 
 } // namespace
