@@ -1,5 +1,7 @@
 #include "app/diagnostics.h"
 
+#include "app/messagelog.h"
+
 #include <cstdarg>
 #include <cstdio>
 
@@ -36,9 +38,15 @@ void printDiagnostic(const char *format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
+    std::va_list again;
+    va_copy(again, arguments);
     std::vprintf(format, arguments);
+    char text[400]; // more than a modem's answer, which is the longest
+    std::vsnprintf(text, sizeof text, format, again);
+    va_end(again);
     va_end(arguments);
     // Without this a pipe or a file stays empty while the program waits for
     // the modem.
     std::fflush(stdout);
+    addToMessageLog(text);
 }

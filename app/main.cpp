@@ -1,17 +1,27 @@
 #include "app/damagedsettings.h"
 #include "app/formfont.h"
 #include "app/identity.h"
+#include "app/messagelog.h"
 #include "app/settings.h"
+#include "app/singleinstance.h"
+#include "mainwindow/front.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 
 #include <QApplication>
+#include <QDebug>
 #include <QIcon>
+#include <QSettings>
+#include <QStandardPaths>
 
-int main(int argc, char *argv[])
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+/// The program from the first window to the last; its exit code.
+int run(int argc, char *argv[])
 {
-    platform::setCurrent(&platform::backend(programIdentity()));
-
     // On X11, Qt 5 would load the whole OpenGL stack at the start. Nothing here
     // draws with it, and without it the program starts four times as fast.
     if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION"))
@@ -29,6 +39,12 @@ int main(int argc, char *argv[])
 
     const QApplication application(argc, argv);
     setApplicationIdentity();
+    auto instance = std::make_unique<SingleInstance>(QSettings().fileName());
+    if (!instance->isFirst()) {
+        qDebug() << "The program is running already; its window comes to the front";
+        return EXIT_SUCCESS;
+    }
+    startMessageLog(QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation));
     preserveDamagedSettings();
     reportUnwritableSettings();
     useFormFont();
@@ -37,6 +53,23 @@ int main(int argc, char *argv[])
     QApplication::setWindowIcon(QIcon(":/48x48.ico"));
 
     // The window decides itself whether it shows.
-    const MainWindow window;
-    return QApplication::exec();
+    MainWindow window;
+    QObject::connect(instance.get(), &SingleInstance::startedAgain, &window,
+                     [&window] { bringToFront(&window); });
+    instance->watch();
+    const int code = QApplication::exec();
+    // A set-up step may still run for minutes, without a window. Whoever starts
+    // the program meanwhile shall see one.
+    instance.reset();
+    return code;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    platform::setCurrent(&platform::backend(programIdentity()));
+    const int code = run(argc, argv);
+    finishMessageLog();
+    return code;
 }

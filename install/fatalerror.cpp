@@ -1,5 +1,7 @@
 #include "install/fatalerror.h"
 
+#include "app/messagelog.h"
+
 #include <QCoreApplication>
 #include <QMessageBox>
 #include <QSemaphore>
@@ -42,6 +44,7 @@ void showBoxOnGuiThread(QCoreApplication *application, const char *function, con
 /// the very thread that is ending the process.
 [[noreturn]] void endProcess()
 {
+    finishMessageLog();
     std::fflush(nullptr);
     std::_Exit(EXIT_SUCCESS);
 }

@@ -11,10 +11,18 @@ inline constexpr DWORD WaitInfinite = 0xFFFFFFFF; ///< INFINITE
 
 /// Handles and events (kernel32). Any thread.
 struct KernelObjects : Family {
-    /// A new event owned by the caller until CloseHandle; null on failure.
+    /// A new event owned by the caller until CloseHandle; null on failure. One
+    /// with a name is shared by everybody who asks for that name and may use it
+    /// (5 if not), for as long as somebody has it open, whatever becomes of its
+    /// maker; the name begins with "Local\" and counts within the session. When
+    /// it was there already the last error is 183, else 0. Null attributes let
+    /// the system choose who may use it.
     Operation<HANDLE(void *lpEventAttributes, BOOL bManualReset, BOOL bInitialState,
                      const WCHAR *lpName)>
         CreateEventW{this, "CreateEventW"};
+
+    /// Signals the event; zero for a handle that is not an event's (6).
+    Operation<BOOL(HANDLE hEvent)> SetEvent{this, "SetEvent"};
 
     /// Waits at most dwMilliseconds for the handle; WaitObject0 when it is
     /// signalled, WaitFailed (with GetLastError) when waiting is impossible.

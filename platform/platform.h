@@ -2,6 +2,7 @@
 
 #include "platform/configmanager.h"
 #include "platform/errorhandling.h"
+#include "platform/foreground.h"
 #include "platform/kernelobjects.h"
 #include "platform/memory.h"
 #include "platform/modules.h"
@@ -10,6 +11,7 @@
 #include "platform/program.h"
 #include "platform/ras.h"
 #include "platform/registry.h"
+#include "platform/security.h"
 #include "platform/serialcomm.h"
 #include "platform/setupapi.h"
 #include "platform/systeminformation.h"
@@ -35,8 +37,8 @@ template<typename... Families> struct OperationsOf : Families... {
 /// Everything that the program asks of the operating system. A backend is one
 /// of these with its slots filled.
 struct Platform
-    : OperationsOf<ErrorHandling, KernelObjects, Memory, Modules, Process, Ras, Registry,
-                   SerialComm, SetupApi, SystemInformation, ConfigManager, NewDev> {
+    : OperationsOf<ErrorHandling, KernelObjects, Memory, Modules, Process, Ras, Registry, Security,
+                   SerialComm, SetupApi, SystemInformation, Foreground, ConfigManager, NewDev> {
 };
 
 /// The backend in use. Calling it before setCurrent() is a programming error

@@ -76,6 +76,7 @@ inline constexpr DWORD ErrorInvalidParameter = 87;     ///< ERROR_INVALID_PARAME
 inline constexpr DWORD ErrorInsufficientBuffer = 122;  ///< ERROR_INSUFFICIENT_BUFFER
 inline constexpr DWORD ErrorModuleNotFound = 126;      ///< ERROR_MOD_NOT_FOUND
 inline constexpr DWORD ErrorProcedureNotFound = 127;   ///< ERROR_PROC_NOT_FOUND
+inline constexpr DWORD ErrorAlreadyExists = 183;       ///< ERROR_ALREADY_EXISTS
 inline constexpr DWORD ErrorNoMoreItems = 259;         ///< ERROR_NO_MORE_ITEMS
 inline constexpr DWORD ErrorOperationAborted = 995;    ///< ERROR_OPERATION_ABORTED
 inline constexpr DWORD ErrorIoPending = 997;           ///< ERROR_IO_PENDING

@@ -152,5 +152,8 @@ Section "Uninstall"
     ; With the copies that were kept of damaged ones.
     Delete "$APPDATA\${MAKER}\${PRODUCT}.ini*"
     RMDir "$APPDATA\${MAKER}"
+    Delete "$LOCALAPPDATA\${MAKER}\${PRODUCT}\messages-*.log"
+    RMDir "$LOCALAPPDATA\${MAKER}\${PRODUCT}"
+    RMDir "$LOCALAPPDATA\${MAKER}"
 keep:
 SectionEnd

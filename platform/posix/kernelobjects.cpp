@@ -1,7 +1,10 @@
 #include "platform/posix/kernelobjects.h"
 
 #include "platform/platform.h"
+#include "platform/posix/errno.h"
+#include "platform/posix/namedevent.h"
 #include "platform/standin/lasterror.h"
+#include "platform/text.h"
 
 namespace platform {
 
@@ -15,11 +18,26 @@ public:
     HANDLE CreateEventW(void *lpEventAttributes, BOOL bManualReset, BOOL bInitialState,
                         const WCHAR *lpName)
     {
-        if (lpEventAttributes || lpName) {
-            failUnsupported("CreateEventW", "named events and security attributes");
+        if (lpEventAttributes) {
+            failUnsupported("CreateEventW", "security attributes");
             return nullptr;
         }
+        if (lpName)
+            return openNamed(fromWide(lpName), bManualReset != 0, bInitialState != 0);
         return m_handles->add(std::make_shared<Event>(bManualReset != 0, bInitialState != 0));
+    }
+
+    BOOL SetEvent(HANDLE hEvent)
+    {
+        if (const auto event = m_handles->find<Event>(hEvent)) {
+            event->set();
+            return 1;
+        }
+        const auto opened = m_handles->find<OpenedEvent>(hEvent);
+        if (!opened)
+            return fail(ErrorInvalidHandle);
+        const int error = opened->signal();
+        return error == 0 ? 1 : fail(errorFromErrno(error));
     }
 
     DWORD WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds)
@@ -43,6 +61,15 @@ public:
     }
 
 private:
+    HANDLE openNamed(const QString &name, bool manualReset, bool signalled)
+    {
+        const NamedEventResult result = openNamedEvent(name, manualReset, signalled);
+        setLastError(result.opened ? ErrorAlreadyExists : result.code);
+        if (result.made)
+            return m_handles->add(result.made);
+        return result.opened ? m_handles->add(result.opened) : nullptr;
+    }
+
     const std::shared_ptr<Handles> m_handles;
 };
 
@@ -52,6 +79,7 @@ void provideKernelObjects(Platform *platform, const std::shared_ptr<Handles> &ha
 {
     const auto objects = std::make_shared<Objects>(handles);
     platform->CreateEventW.provide(objects, &Objects::CreateEventW);
+    platform->SetEvent.provide(objects, &Objects::SetEvent);
     platform->WaitForSingleObject.provide(objects, &Objects::WaitForSingleObject);
     platform->CloseHandle.provide(objects, &Objects::CloseHandle);
 }

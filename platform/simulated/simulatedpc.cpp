@@ -2,9 +2,11 @@
 
 #include "platform/simulated/families.h"
 #include "platform/simulated/machinesession.h"
+#include "platform/standin/foreground.h"
 #include "platform/standin/lasterror.h"
 #include "platform/standin/memory.h"
 #include "platform/standin/modules.h"
+#include "platform/standin/security.h"
 
 #include <cstring>
 
@@ -18,6 +20,7 @@ SimulatedPc::SimulatedPc(const QString &stateDirectory)
                MachineSession(stateDirectory).state.windows.nativeSystemInfo;
     };
     provideErrorHandling(this);
+    provideForeground(this);
     provideKernelObjects(this, handles);
     provideMemory(this);
     provideModules(this, exports);
@@ -25,6 +28,7 @@ SimulatedPc::SimulatedPc(const QString &stateDirectory)
     provideDeviceInstallation(this, stateDirectory);
     provideProcess(this, handles, stateDirectory);
     provideRas(this, stateDirectory);
+    provideSecurity(this);
     provideSerialComm(this, handles, stateDirectory);
     provideSystemInformation(this, stateDirectory);
 }

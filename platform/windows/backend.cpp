@@ -13,12 +13,14 @@ struct WindowsPlatform : Platform {
     WindowsPlatform()
     {
         provideErrorHandling(this);
+        provideForeground(this);
         provideKernelObjects(this);
         provideMemory(this);
         provideModules(this);
         provideProcess(this);
         provideRas(this);
         provideRegistry(this);
+        provideSecurity(this);
         provideSerialComm(this);
         provideSetupApi(this);
         provideSystemInformation(this);

@@ -9,6 +9,7 @@
 #include <newdev.h>
 #include <ras.h>
 #include <raserror.h>
+#include <sddl.h>
 #include <setupapi.h>
 
 #define SAME_VALUE(ours, theirs)                                                                   \
@@ -28,6 +29,7 @@ SAME_VALUE(ErrorInvalidParameter, ERROR_INVALID_PARAMETER);
 SAME_VALUE(ErrorInsufficientBuffer, ERROR_INSUFFICIENT_BUFFER);
 SAME_VALUE(ErrorModuleNotFound, ERROR_MOD_NOT_FOUND);
 SAME_VALUE(ErrorProcedureNotFound, ERROR_PROC_NOT_FOUND);
+SAME_VALUE(ErrorAlreadyExists, ERROR_ALREADY_EXISTS);
 SAME_VALUE(ErrorNoMoreItems, ERROR_NO_MORE_ITEMS);
 SAME_VALUE(ErrorOperationAborted, ERROR_OPERATION_ABORTED);
 SAME_VALUE(ErrorIoPending, ERROR_IO_PENDING);
@@ -41,6 +43,9 @@ SAME_VALUE(ConfigFailure, CR_FAILURE);
 SAME_VALUE(ConfigAccessDenied, CR_ACCESS_DENIED);
 SAME_VALUE(LocateNormal, CM_LOCATE_DEVNODE_NORMAL);
 SAME_VALUE(ReenumerateNormal, CM_REENUMERATE_NORMAL);
+
+SAME_VALUE(AnyProcess, ASFW_ANY);
+SAME_VALUE(SddlRevision1, SDDL_REVISION_1);
 
 SAME_VALUE(WaitObject0, WAIT_OBJECT_0);
 SAME_VALUE(WaitFailed, WAIT_FAILED);

@@ -6,6 +6,7 @@ namespace platform {
 void provideKernelObjects(Platform *platform)
 {
     platform->CreateEventW = forward(::CreateEventW);
+    platform->SetEvent = forward(::SetEvent);
     platform->WaitForSingleObject = forward(::WaitForSingleObject);
     platform->CloseHandle = forward(::CloseHandle);
 }

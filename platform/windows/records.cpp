@@ -88,6 +88,11 @@ SAME_OFFSET(ProcessInformation, PROCESS_INFORMATION, hThread);
 SAME_OFFSET(ProcessInformation, PROCESS_INFORMATION, dwProcessId);
 SAME_OFFSET(ProcessInformation, PROCESS_INFORMATION, dwThreadId);
 
+SAME_SIZE(SecurityAttributes, SECURITY_ATTRIBUTES);
+SAME_OFFSET(SecurityAttributes, SECURITY_ATTRIBUTES, nLength);
+SAME_OFFSET(SecurityAttributes, SECURITY_ATTRIBUTES, lpSecurityDescriptor);
+SAME_OFFSET(SecurityAttributes, SECURITY_ATTRIBUTES, bInheritHandle);
+
 SAME_SIZE(DeviceControlBlock, DCB);
 SAME_OFFSET(DeviceControlBlock, DCB, DCBlength);
 SAME_OFFSET(DeviceControlBlock, DCB, BaudRate);

@@ -284,6 +284,12 @@ void Desktop::pressUntil(const WindowId &window, const QString &key, const QStri
     expect(false, QString("%1: not after pressing %2 %3 times").arg(what, key).arg(Presses));
 }
 
+void Desktop::minimise(const WindowId &window) const
+{
+    xdotool({"windowminimize", window});
+    waitFor("A minimised window", [&] { return !visibleWindows().contains(window); });
+}
+
 void Desktop::close(const WindowId &window) const
 {
     pressUntil(window, "alt+F4", "The window is gone",

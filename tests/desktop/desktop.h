@@ -83,6 +83,8 @@ public:
     /// second press does no harm. `what` names what is waited for.
     void pressUntil(const WindowId &window, const QString &key, const QString &what,
                     const std::function<bool()> &done) const;
+    /// Makes the window disappear into the taskbar.
+    void minimise(const WindowId &window) const;
     /// Closes the window, as its title bar's button does, and waits until it is gone.
     void close(const WindowId &window) const;
 

@@ -70,6 +70,7 @@ Machine::Machine(const QString &artefacts) : m_artefacts(artefacts)
 
 Machine::~Machine()
 {
+    m_secondProgram.reset();
     m_program.reset();
     m_phone.reset();
     saveState();
@@ -141,14 +142,21 @@ QString Machine::pc(const QStringList &arguments) const
     return runCommand(programDirectory() + "/simulated-pc", arguments, environment());
 }
 
-void Machine::startProgram(const Desktop &desktop, const QString &workingDirectory,
-                           const QStringList &more)
+QProcessEnvironment Machine::programEnvironment(const Desktop &desktop) const
 {
     QProcessEnvironment environment = desktop.environment();
     environment.insert("SIMULATED_PC", pcDirectory());
     environment.insert("XDG_CONFIG_HOME", m_folder.filePath("profile"));
+    environment.insert("XDG_DATA_HOME", m_folder.filePath("data"));
     // With a journal at hand the toolkit would log there.
     environment.insert("QT_FORCE_STDERR_LOGGING", "1");
+    return environment;
+}
+
+void Machine::startProgram(const Desktop &desktop, const QString &workingDirectory,
+                           const QStringList &more)
+{
+    QProcessEnvironment environment = programEnvironment(desktop);
     for (const QString &variable : more)
         environment.insert(variable.section('=', 0, 0), variable.section('=', 1));
 
@@ -163,6 +171,34 @@ void Machine::startProgram(const Desktop &desktop, const QString &workingDirecto
     m_program->start(programDirectory() + "/TolvaneDialler-simulated", QStringList());
     expect(m_program->waitForStarted(),
            "The program cannot be started: " + m_program->errorString());
+}
+
+int Machine::startAgain(const Desktop &desktop) const
+{
+    ChildProcess program;
+    program.setProcessEnvironment(programEnvironment(desktop));
+    program.setWorkingDirectory(m_folder.path());
+    program.setStandardErrorFile(artefact("started-again.log"));
+    program.start(programDirectory() + "/TolvaneDialler-simulated", QStringList());
+    expect(program.waitForFinished(patience), "The second start does not end");
+    expect(program.exitStatus() == QProcess::NormalExit, "The second start crashed");
+    return program.exitCode();
+}
+
+void Machine::startBeside(const Desktop &desktop)
+{
+    m_secondProgram = std::make_unique<ChildProcess>();
+    m_secondProgram->setProcessEnvironment(programEnvironment(desktop));
+    m_secondProgram->setWorkingDirectory(m_folder.path());
+    m_secondProgram->setStandardErrorFile(artefact("started-beside.log"));
+    m_secondProgram->start(programDirectory() + "/TolvaneDialler-simulated", QStringList());
+    expect(m_secondProgram->waitForStarted(), "The second start cannot be started");
+}
+
+void Machine::crashProgram()
+{
+    m_program->kill();
+    expect(m_program->waitForFinished(), "The program cannot be killed");
 }
 
 bool Machine::isProgramRunning()
@@ -220,6 +256,16 @@ void Machine::waitForLog(const QByteArray &text, qsizetype from, int timeout) co
     waitFor(
         "\"" + QString::fromUtf8(text) + "\" in the log", [&] { return log(from).contains(text); },
         timeout < 0 ? patience : timeout);
+}
+
+QStringList Machine::messageFiles() const
+{
+    const QDir folder(m_folder.filePath("data/Brantiq Developer Network/Tolvane Modem Connector"));
+    QStringList files;
+    const QFileInfoList entries = folder.entryInfoList(QDir::Files, QDir::Name);
+    for (const QFileInfo &entry : entries)
+        files.append(QString::fromUtf8(content(entry.filePath())));
+    return files;
 }
 
 QByteArray Machine::printed() const

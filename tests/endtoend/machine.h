@@ -42,11 +42,19 @@ public:
     /// prints is added to the files; log() and printed() begin anew.
     void startProgram(const Desktop &desktop, const QString &workingDirectory = QString(),
                       const QStringList &environment = {});
+    /// Starts it once more beside the first one and waits for the second one's
+    /// end; returns its exit code.
+    int startAgain(const Desktop &desktop) const;
+    /// Starts it once more where the first one cannot come to the front; both
+    /// run until this machine goes.
+    void startBeside(const Desktop &desktop);
     bool isProgramRunning();
     /// Waits for the program's end; returns its exit code.
     int waitForProgramEnd(int timeout);
     /// Ends the program whatever it does.
     void endProgram();
+    /// Ends it as a crash does.
+    void crashProgram();
     /// How often the program's threads gave up the processor by themselves,
     /// which is how often they were woken up.
     qint64 programWakeUps() const;
@@ -62,6 +70,8 @@ public:
     void waitForLog(const QByteArray &text, qsizetype from = 0, int timeout = -1) const;
     /// What the program printed to its standard output since its start.
     QByteArray printed() const;
+    /// What is in the files of the message log, the oldest first.
+    QStringList messageFiles() const;
     /// What the phone heard and said, all of it.
     QByteArray transcript() const;
     /// The bytes that the phone heard, escaped, one read after the other.
@@ -79,6 +89,7 @@ public:
 
 private:
     QProcessEnvironment environment() const;
+    QProcessEnvironment programEnvironment(const Desktop &desktop) const;
     QString pcDirectory() const { return m_folder.filePath("pc"); }
     QString artefact(const QString &name) const;
     void saveState() const;
@@ -87,6 +98,7 @@ private:
     QTemporaryDir m_folder;
     std::unique_ptr<ChildProcess> m_phone;
     std::unique_ptr<ChildProcess> m_program;
+    std::unique_ptr<ChildProcess> m_secondProgram;
     QElapsedTimer m_sinceStart;
     qint64 m_logStart = 0;
     qint64 m_outputStart = 0;

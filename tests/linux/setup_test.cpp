@@ -13,6 +13,8 @@ namespace {
 
 const char settings[] = "Brantiq Developer Network/Tolvane Modem Connector.ini";
 
+const char messages[] = "Brantiq Developer Network/Tolvane Modem Connector";
+
 } // namespace
 
 /// tolvane-dialler-setup, with stand-ins for the program and for what asks the
@@ -25,6 +27,8 @@ private slots:
     void init();
 
     void settingsGoToTheProgramAndBack();
+    void messagesGoToTheUser();
+    void messagesThatCannotBeHandedBackAreNoFailure();
     void theProgramsStatusIsTold();
     void settingsThatCannotBeHandedBackAreKept();
     void itAsksForRights();
@@ -90,6 +94,34 @@ void SetupTest::settingsGoToTheProgramAndBack()
     QCOMPARE(contentOf(QString("home/.config/") + settings), QByteArray("changed\n"));
     QCOMPARE(run(), 0);
     QCOMPARE(contentOf(QString("home/.config/") + settings), QByteArray("changed\nchanged\n"));
+    QCOMPARE(leftBehind(), QStringList());
+}
+
+void SetupTest::messagesGoToTheUser()
+{
+    standIn("tolvane-dialler", QByteArray("folder=\"$XDG_DATA_HOME/") + messages +
+                                   "\"; mkdir -p \"$folder\"; "
+                                   "echo one >\"$folder/messages-1.log\"; "
+                                   "echo two >\"$folder/messages-2.log\"; "
+                                   "echo other >\"$folder/other\"");
+    write(QString("home/.local/share/") + messages + "/messages-1.log", "earlier");
+    QCOMPARE(run(), 0);
+    const QString folder = QString("home/.local/share/") + messages;
+    QCOMPARE(contentOf(folder + "/messages-2.log"), QByteArray("two\n"));
+    QCOMPARE(contentOf(folder + "/messages-1.log"), QByteArray("earlier"));
+    QVERIFY(!QFile::exists(m_folder->filePath(folder + "/other")));
+    QCOMPARE(leftBehind(), QStringList());
+}
+
+void SetupTest::messagesThatCannotBeHandedBackAreNoFailure()
+{
+    standIn("tolvane-dialler", QByteArray("echo changed >>\"$XDG_CONFIG_HOME/") + settings +
+                                   "\"; mkdir -p \"$XDG_DATA_HOME/" + messages +
+                                   "\"; echo one >\"$XDG_DATA_HOME/" + messages +
+                                   "/messages-1.log\"");
+    write("home/.local", "no folder");
+    QCOMPARE(run(), 0);
+    QCOMPARE(contentOf(QString("home/.config/") + settings), QByteArray("changed\n"));
     QCOMPARE(leftBehind(), QStringList());
 }
 

@@ -65,6 +65,7 @@ const struct {
     Failure failure;
 } operations[] = {
     {Slot(&Platform::CreateEventW), Failure::Zero},
+    {Slot(&Platform::SetEvent), Failure::Zero},
     {Slot(&Platform::WaitForSingleObject), Failure::WaitFailed},
     {Slot(&Platform::CloseHandle), Failure::Zero},
     {Slot(&Platform::HeapAlloc), Failure::Zero},
@@ -84,6 +85,7 @@ const struct {
     {Slot(&Platform::RasSetEntryPropertiesW), Failure::Code},
     {Slot(&Platform::RegSetValueExW), Failure::Code},
     {Slot(&Platform::RegCloseKey), Failure::Code},
+    {Slot(&Platform::ConvertStringSecurityDescriptorToSecurityDescriptorW), Failure::Zero},
     {Slot(&Platform::CreateFileW), Failure::InvalidHandle},
     {Slot(&Platform::GetCommState), Failure::Zero},
     {Slot(&Platform::SetCommState), Failure::Zero},
@@ -109,6 +111,7 @@ const struct {
     {Slot(&Platform::SetupDiCreateDevRegKeyW), Failure::InvalidHandle},
     {Slot(&Platform::SetupDiGetSelectedDriverW), Failure::Zero},
     {Slot(&Platform::GetVersionExW), Failure::Zero},
+    {Slot(&Platform::AllowSetForegroundWindow), Failure::Zero},
     {Slot(&Platform::CM_Locate_DevNode_ExA), Failure::Code},
     {Slot(&Platform::CM_Reenumerate_DevNode_Ex), Failure::Code},
     {Slot(&Platform::UpdateDriverForPlugAndPlayDevicesW), Failure::Zero},

@@ -151,8 +151,34 @@ int ScriptedMachine::misuses() const
 
 void ScriptedMachine::provideHandles()
 {
-    CreateEventW = [this](void *, BOOL, BOOL, const WCHAR *) -> HANDLE {
+    CreateEventW = [this](void *lpEventAttributes, BOOL, BOOL, const WCHAR *lpName) -> HANDLE {
+        if (lpName) {
+            eventNames.append(fromWide(lpName));
+            const auto *attributes = static_cast<const SecurityAttributes *>(lpEventAttributes);
+            eventHasRights = attributes && attributes->nLength == sizeof *attributes &&
+                             attributes->lpSecurityDescriptor && !attributes->bInheritHandle;
+            setLastError(namesAreTaken ? ErrorAlreadyExists : Success);
+        }
         return open(Kind::Event);
+    };
+
+    SetEvent = [this](HANDLE hEvent) -> BOOL {
+        if (!isOpen(hEvent, Kind::Event))
+            return 0;
+        ++signalled;
+        return 1;
+    };
+
+    AllowSetForegroundWindow = [this](DWORD dwProcessId) -> BOOL {
+        foregroundGivenTo = dwProcessId;
+        return 1;
+    };
+
+    ConvertStringSecurityDescriptorToSecurityDescriptorW =
+        [this](const WCHAR *text, DWORD, void **descriptor, ULONG *) -> BOOL {
+        rights = fromWide(text);
+        *descriptor = allocate(1);
+        return 1;
     };
 
     WaitForSingleObject = [this](HANDLE hHandle, DWORD) -> DWORD {

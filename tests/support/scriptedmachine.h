@@ -36,6 +36,15 @@ public:
     int serverR2 = 0;
     QSet<QString> missingLibraries;
 
+    // Named events.
+    QStringList eventNames; ///< as they were asked for
+    /// The event of any name is there already: another program has made it.
+    bool namesAreTaken = false;
+    int signalled = 0; ///< calls of SetEvent
+    platform::DWORD foregroundGivenTo = 0;
+    QString rights;              ///< the last text that was made a security descriptor
+    bool eventHasRights = false; ///< the last event was made with that descriptor
+
     // Processes.
     struct StartedProcess {
         QString application;

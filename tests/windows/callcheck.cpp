@@ -49,7 +49,10 @@ const QMap<QString, QStringList> &forms()
           "WriteConstant=0 %R"}},
         {"SetCommMask", {"port\\d+ mask=5 %R"}},
         {"event", {"event\\d+ manual unsignalled unnamed"}},
-        {"CreateEventW", {"-> result=null error=\\d+"}},
+        {"CreateEventW",
+         {"-> result=null error=\\d+",
+          "name=\"Local\\\\Tolvane Modem Connector [0-9a-f]{40}\" rights=set manual=0 initial=0 "
+          "-> named\\d+ error=(0|183)"}},
         {"WriteFile",
          {"port\\d+ data=\"AT\\\\r\" count=3 record=zero event\\d+ %R",
           "port\\d+ data=\"AT\\+CGDCONT=1,\"IP\",\".*\"\\\\r\" count=\\d+ record=zero event\\d+ "
@@ -60,8 +63,14 @@ const QMap<QString, QStringList> &forms()
          {"event\\d+ milliseconds=0xFFFFFFFF -> result=(0|0xFFFFFFFF error=\\d+)"}},
         {"ReadFile",
          {"port\\d+ bytes=100 buffer=zero read=0 offset=zero event\\d+ (-> got=\".*\"|%R)"}},
+        // A second start of the program
+        {"ConvertStringSecurityDescriptorToSecurityDescriptorW",
+         {"rights=\"D:(\\(A;;GA;;;(SY|BA|IU)\\)){3}\" revision=1 size=null %R"}},
+        {"AllowSetForegroundWindow", {"process=0xFFFFFFFF %R"}},
+        {"SetEvent", {"named\\d+ -> result=1"}},
         // The events of the port are left to the end of the process.
-        {"CloseHandle", {"(port|process|thread)\\d+ -> result=1", "null -> result=0 error=6"}},
+        {"CloseHandle",
+         {"(port|named|process|thread)\\d+ -> result=1", "null -> result=0 error=6"}},
         // Processes, system information, libraries bound at run time
         {"CreateProcessW",
          {"application=%P behind=zero commandLine=\"InstallDriver -a\" behind=zero "

@@ -95,6 +95,7 @@ std::vector<FailingCall> failingCalls()
     };
 
     byItself("CloseHandle", 0, ERROR_INVALID_HANDLE, [] { return current().CloseHandle(nullptr); });
+    byItself("SetEvent", 0, ERROR_INVALID_HANDLE, [] { return current().SetEvent(nullptr); });
     byItself("GetModuleHandleW", 0, ERROR_MOD_NOT_FOUND,
              [] { return valueOf(current().GetModuleHandleW(L"no-such-library.dll")); });
     byItself("LoadLibraryW", 0, ERROR_MOD_NOT_FOUND,
@@ -110,6 +111,12 @@ std::vector<FailingCall> failingCalls()
     scripted("CreateProcessW", 0, [] {
         platform::ProcessInformation process = {};
         return startInstaller(&process);
+    });
+    scripted("AllowSetForegroundWindow", 0,
+             [] { return current().AllowSetForegroundWindow(platform::AnyProcess); });
+    scripted("ConvertStringSecurityDescriptorToSecurityDescriptorW", 0, [] {
+        platform::SecurityAttributes rights = {};
+        return eventRights(&rights);
     });
     scripted("GetVersionExW", 0, [] {
         platform::OsVersionInfoEx version = {};

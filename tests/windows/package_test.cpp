@@ -89,6 +89,8 @@ private:
     bool isRegistered();
     /// A text of the registration, as Windows' list of programs shows it.
     QString registered(const QString &name);
+    /// Makes a file of messages, as every start leaves one.
+    void keepMessages();
     /// What is on the disk now and was not before this test; temporary files
     /// are the system's to remove.
     QStringList added() const;
@@ -210,14 +212,23 @@ void PackageTest::silentlyInstalledStartedAndRemoved()
         QCOMPARE(m_machine->waitForExit(), 0);
 
         m_machine->setSettings({{"NoOfDialups", "1"}});
+        keepMessages();
         QCOMPARE(uninstall(), 0);
         QVERIFY(!isRegistered());
-        // Silently, settings are kept; nothing else is.
+        // Silently, settings and messages are kept; nothing else is.
         QCOMPARE(m_machine->setting("NoOfDialups"), QString("1"));
+        QVERIFY(!m_machine->messageFiles().isEmpty());
         m_machine->reset();
         const QStringList left = added();
         QVERIFY2(left.isEmpty(), qPrintable(left.join('\n')));
     });
+}
+
+void PackageTest::keepMessages()
+{
+    QVERIFY(QDir().mkpath(m_machine->messagesFolder()));
+    QFile file(m_machine->messagesFolder() + "/messages-2026-11-21-23-59-59.log");
+    QVERIFY(file.open(QIODevice::WriteOnly));
 }
 
 void PackageTest::upgradeKeepsWhatWasAdded()
@@ -303,6 +314,7 @@ void PackageTest::removalAsksForTheSettings()
             QVERIFY(QFile::copy(m_machine->settingsFile(), m_machine->settingsFile() + end));
         }
         m_machine->setSettings({{"NoOfDialups", "1"}});
+        keepMessages();
         QProcess uninstaller;
         uninstaller.start(qEnvironmentVariable("TMC_WINE"), {installedUninstaller});
         const WindowId window = desktop.waitForWindow(uninstallerTitle, WineMachine::StartPatience);
@@ -311,6 +323,7 @@ void PackageTest::removalAsksForTheSettings()
         waitFor("The end of the removal", [&] { return !isRegistered(); });
         desktop.keepPicture("uninstaller-question");
         QCOMPARE(m_machine->setting("NoOfDialups"), QString("1"));
+        QCOMPARE(m_machine->messageFiles().size(), 1);
         desktop.pressIn(desktop.waitForWindow(uninstallerTitle), "alt+n");
         waitFor("The end of the settings", [&] { return m_machine->settingsText().isEmpty(); });
         desktop.keepPicture("uninstaller-done");
@@ -326,6 +339,7 @@ void PackageTest::silentRemovalOfTheSettings()
     onMachine([&](Desktop &) {
         QCOMPARE(install(), 0);
         m_machine->setSettings({{"NoOfDialups", "1"}});
+        keepMessages();
         QCOMPARE(uninstall({"/S", "/REMOVESETTINGS"}), 0);
         waitFor("The end of every file", [&] { return added().isEmpty(); });
     });

@@ -68,6 +68,8 @@ private slots:
     void lastError();
     void memory();
     void events();
+    void namedEvents();
+    void foreground();
     void modules();
     void systemInformation();
     void process();
@@ -140,6 +142,34 @@ void PlatformCalls::events()
     QCOMPARE(current().CloseHandle(event), 1);
     DWORD flags = 0;
     QVERIFY(!::GetHandleInformation(event, &flags));
+}
+
+// A second handle of the same name is of the same event.
+void PlatformCalls::namedEvents()
+{
+    platform::HANDLE events[2];
+    platform::DWORD errors[2];
+    for (int i = 0; i < 2; ++i) {
+        platform::SecurityAttributes rights = {sizeof rights, nullptr, 0};
+        QCOMPARE(eventRights(&rights), 1);
+        QVERIFY(::IsValidSecurityDescriptor(rights.lpSecurityDescriptor));
+        events[i] = namedEvent(&rights);
+        errors[i] = current().GetLastError();
+        QVERIFY(!current().LocalFree(rights.lpSecurityDescriptor));
+        QVERIFY(events[i]);
+    }
+    QCOMPARE(errors[0], platform::Success);
+    QCOMPARE(errors[1], platform::ErrorAlreadyExists);
+    QCOMPARE(current().SetEvent(events[1]), 1);
+    QCOMPARE(current().WaitForSingleObject(events[0], 0), platform::WaitObject0);
+    QCOMPARE(current().WaitForSingleObject(events[0], 0), platform::DWORD{WAIT_TIMEOUT});
+    QCOMPARE(current().CloseHandle(events[0]), 1);
+    QCOMPARE(current().CloseHandle(events[1]), 1);
+}
+
+void PlatformCalls::foreground()
+{
+    QCOMPARE(current().AllowSetForegroundWindow(platform::AnyProcess), 1);
 }
 
 void PlatformCalls::modules()

@@ -80,6 +80,20 @@ HANDLE newEvent()
     return current().CreateEventW(nullptr, 1, 0, nullptr);
 }
 
+BOOL eventRights(SecurityAttributes *rights)
+{
+    return current().ConvertStringSecurityDescriptorToSecurityDescriptorW(
+        L"D:(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;IU)", SddlRevision1, &rights->lpSecurityDescriptor,
+        nullptr);
+}
+
+HANDLE namedEvent(SecurityAttributes *rights)
+{
+    return current().CreateEventW(
+        rights, false, false,
+        L"Local\\Tolvane Modem Connector 0123456789abcdef0123456789abcdef01234567");
+}
+
 BOOL writeAt(HANDLE port, Overlapped *record)
 {
     // Pending, it needs the text longer than this function does.

@@ -4,6 +4,7 @@
 #include "platform/newdev.h"
 #include "platform/process.h"
 #include "platform/ras.h"
+#include "platform/security.h"
 #include "platform/serialcomm.h"
 #include "platform/setupapi.h"
 
@@ -30,6 +31,10 @@ platform::BOOL setTimeouts(platform::HANDLE port);
 platform::BOOL setMask(platform::HANDLE port);
 platform::HANDLE newEvent();
 platform::BOOL writeAt(platform::HANDLE port, platform::Overlapped *record);
+/// The rights to a named event. The descriptor is the caller's until LocalFree.
+platform::BOOL eventRights(platform::SecurityAttributes *rights);
+/// An event of a name as the program gives.
+platform::HANDLE namedEvent(platform::SecurityAttributes *rights);
 /// What was read is added to the answer.
 platform::BOOL readAnswer(platform::HANDLE port, platform::Overlapped *record, QByteArray *answer);
 

@@ -1,11 +1,13 @@
 // The packaged program's windows: menus, dialogs, display, icon, presets.
 
 #include "tests/windows/expectations.h"
+#include "tests/windows/phoneonport.h"
 #include "tests/windows/scenario.h"
 #include "tests/windows/winemachine.h"
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QSize>
 #include <QTest>
 
@@ -18,6 +20,10 @@ private slots:
     void cleanupTestCase() { m_machine.reset(); }
 
     void menusAndDialogs();
+    void secondStart();
+    void secondStartBesideTheWizard();
+    void secondStartBesideABlockedWindow();
+    void messagesAreKept();
     void settingsOfAnotherAccount();
     void scaledDisplay_data();
     void scaledDisplay();
@@ -27,6 +33,16 @@ private slots:
 private:
     std::unique_ptr<WineMachine> m_machine;
 };
+
+namespace {
+
+/// Starts the program beside the one that runs; the second one's exit code.
+int startAgain(WineMachine &machine)
+{
+    return machine.run(machine.folder() + "\\TolvaneDialler.exe", {});
+}
+
+} // namespace
 
 void WindowTest::initTestCase()
 {
@@ -60,6 +76,80 @@ void WindowTest::menusAndDialogs()
         desktop.waitForNoWindow("Credits");
         desktop.close(window);
         QCOMPARE(machine.waitForExit(), 0);
+    });
+}
+
+// The second one ends; the first one is one window as before, and in front.
+void WindowTest::secondStart()
+{
+    onMachine(*m_machine, [&](WineMachine &machine) {
+        setUpBefore(machine);
+        machine.setConnections({"TolvaneModem 1"});
+        const WindowId window = machine.startUntil(mainTitle);
+        machine.desktop.minimise(window);
+        QCOMPARE(startAgain(machine), 0);
+        QCOMPARE(machine.desktop.waitForWindow(mainTitle), window);
+        machine.desktop.waitForFocus(window);
+        QCOMPARE(machine.desktop.visibleTitles().count(mainTitle), 1);
+        machine.desktop.keepPicture("second-start");
+        // The first one makes the event, the second one finds it.
+        const QStringList calls = machine.allCalls();
+        QCOMPARE(calls.filter(QRegularExpression("^CreateEventW .* error=0$")).size(), 1);
+        QCOMPARE(calls.filter(QRegularExpression("^CreateEventW .* error=183$")).size(), 1);
+        QCOMPARE(calls.filter("AllowSetForegroundWindow process=0xFFFFFFFF -> result=1").size(), 1);
+        QCOMPARE(calls.filter("SetEvent ").size(), 1);
+
+        // Ended as by a crash, the first one keeps nobody out.
+        machine.stop();
+        machine.desktop.waitForNoWindow(mainTitle);
+        machine.startUntil(mainTitle);
+    });
+}
+
+// Another program covers it; a wizard cannot be minimised here.
+void WindowTest::secondStartBesideTheWizard()
+{
+    onMachine(*m_machine, [&](WineMachine &machine) {
+        const WindowId wizard = machine.startUntil(wizardTitle);
+        ChildProcess editor;
+        editor.start(qEnvironmentVariable("TMC_WINE"), {"notepad"});
+        machine.desktop.waitForFocus(
+            machine.desktop.waitForWindow("Untitled - Notepad", WineMachine::StartPatience));
+        QCOMPARE(startAgain(machine), 0);
+        machine.desktop.waitForFocus(wizard);
+        QCOMPARE(machine.desktop.visibleTitles().count(wizardTitle), 1);
+        QVERIFY(machine.desktop.window(mainTitle).isEmpty());
+    });
+}
+
+// It waits for a phone that says nothing; the second one does not wait for it.
+void WindowTest::secondStartBesideABlockedWindow()
+{
+    onMachine(*m_machine, [&](WineMachine &machine) {
+        PhoneOnPort phone(machine);
+        phone.plugIn({"set silent on"});
+        setUpBefore(machine);
+        const WindowId window = machine.startUntil(mainTitle);
+        machine.desktop.pressUntil(window, "ctrl+c", "AT",
+                                   [&] { return !phone.bytesFromPc().isEmpty(); });
+        QCOMPARE(startAgain(machine), 0);
+        QCOMPARE(phone.bytesFromPc().size(), 1);
+        QCOMPARE(machine.desktop.visibleTitles().count(mainTitle), 1);
+    });
+}
+
+void WindowTest::messagesAreKept()
+{
+    onMachine(*m_machine, [&](WineMachine &machine) {
+        setUpBefore(machine);
+        machine.setConnections({"TolvaneModem 1"});
+        const WindowId window = machine.startUntil(mainTitle);
+        machine.desktop.close(window);
+        QCOMPARE(machine.waitForExit(), 0);
+        const QStringList files = machine.messageFiles();
+        QCOMPARE(files.size(), 1);
+        QVERIFY(files.first().startsWith("Tolvane Modem Connector " WINDOWS_VERSION ", Windows"));
+        QVERIFY(files.first().contains(" connection name in reg:  \"TolvaneModem 1\"\n"));
     });
 }
 

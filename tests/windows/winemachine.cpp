@@ -103,6 +103,7 @@ void WineMachine::reset()
 {
     stop();
     QDir(QFileInfo(settingsFile()).path()).removeRecursively();
+    QDir(QFileInfo(messagesFolder()).path()).removeRecursively();
     QDir(doublesFolder()).removeRecursively();
     QDir().mkpath(doublesFolder());
     m_missing.clear();
@@ -267,6 +268,17 @@ void WineMachine::stop()
 
 QStringList WineMachine::calls() const
 {
+    static const QRegularExpression ofTheStart(
+        "^(ConvertStringSecurityDescriptorToSecurityDescriptorW|CreateEventW name="
+        "|AllowSetForegroundWindow|SetEvent|CloseHandle named)");
+    QStringList calls = allCalls();
+    for (const QString &call : calls.filter(ofTheStart))
+        calls.removeOne(call);
+    return calls;
+}
+
+QStringList WineMachine::allCalls() const
+{
     return QString::fromUtf8(readFile(doublesFolder() + "/calls.log"))
         .split('\n', Qt::SkipEmptyParts);
 }
@@ -326,6 +338,20 @@ QString WineMachine::settingsFile() const
     return m_roaming + "/Brantiq Developer Network/Tolvane Modem Connector.ini";
 }
 
+QString WineMachine::messagesFolder() const
+{
+    return QFileInfo(m_roaming).path() + "/Local/Brantiq Developer Network/Tolvane Modem Connector";
+}
+
+QStringList WineMachine::messageFiles() const
+{
+    QStringList contents;
+    const QFileInfoList files = QDir(messagesFolder()).entryInfoList(QDir::Files, QDir::Name);
+    for (const QFileInfo &file : files)
+        contents.append(unixLines(readFile(file.filePath())));
+    return contents;
+}
+
 QString WineMachine::doublesFolder() const
 {
     return driveC() + "/doubles";
@@ -342,7 +368,7 @@ void WineMachine::openMenu(const WindowId &window, const QString &key)
 void WineMachine::keepLogs(const QString &name)
 {
     const QString base = m_artefacts + '/' + QString(name).replace(' ', '-');
-    writeFile(base + ".calls.txt", calls().join('\n').toUtf8() + '\n');
+    writeFile(base + ".calls.txt", allCalls().join('\n').toUtf8() + '\n');
     writeFile(base + ".debug.txt", debug().toUtf8());
     writeFile(base + ".printed.txt", printed().toUtf8());
     writeFile(base + ".settings.txt", settingsText().toUtf8());

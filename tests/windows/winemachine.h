@@ -71,10 +71,18 @@ public:
     /// Ends a program that is still running, by its process.
     void stop();
 
-    /// The recorded calls so far, one line each.
+    /// The recorded calls so far, one line each, without those by which a start
+    /// looks for another one of the program.
     QStringList calls() const;
+    /// With those.
+    QStringList allCalls() const;
     /// Waits for a recorded call that matches the regular expression.
     void waitForCall(const QString &pattern, int timeout = patience) const;
+    /// What is in the files of the message log, the oldest first, with \n as the
+    /// line end.
+    QStringList messageFiles() const;
+    /// Where they lie, as this test sees it.
+    QString messagesFolder() const;
     /// The debug stream so far, with \n as the line end.
     QString debug();
     void waitForDebug(const QString &text, int timeout = patience);

@@ -2,6 +2,8 @@
 
 #include "tests/windows/doubles/recorder.h"
 
+#include <sddl.h>
+
 #include <cstring>
 #include <map>
 
@@ -11,6 +13,7 @@ namespace {
 
 Handles ports("port");
 Handles events("event");
+Handles namedEvents("named");
 Handles processes("process");
 Handles threads("thread");
 Handles blocks("block");
@@ -227,9 +230,56 @@ BOOL WINAPI spyGetOverlappedResult(HANDLE port, OVERLAPPED *record, DWORD *count
     return went(line, GetOverlappedResult(port, record, count, wait));
 }
 
+HANDLE createNamedEvent(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL initial, LPCWSTR name)
+{
+    Line line("CreateEventW");
+    line.text("name", name)
+        .word("rights", security ? "set" : "null")
+        .number("manual", manual)
+        .number("initial", initial);
+    const HANDLE event = CreateEventW(security, manual, initial, name);
+    const DWORD error = GetLastError();
+    namedEvents.opened(event);
+    line.arrow().item(namedEvents.name(event)).number("error", error).write();
+    SetLastError(error);
+    return event;
+}
+
+BOOL WINAPI spySetEvent(HANDLE event)
+{
+    if (!namedEvents.contains(event))
+        return SetEvent(event);
+    Line line("SetEvent");
+    line.item(namedEvents.name(event));
+    return went(line, SetEvent(event));
+}
+
+BOOL WINAPI spyAllowSetForegroundWindow(DWORD process)
+{
+    Line line("AllowSetForegroundWindow");
+    line.hex("process", process);
+    if (fails("AllowSetForegroundWindow", line))
+        return FALSE;
+    return went(line, AllowSetForegroundWindow(process));
+}
+
+BOOL WINAPI spyConvertStringSecurityDescriptorToSecurityDescriptorW(LPCWSTR text, DWORD revision,
+                                                                    PSECURITY_DESCRIPTOR *rights,
+                                                                    PULONG size)
+{
+    Line line("ConvertStringSecurityDescriptorToSecurityDescriptorW");
+    line.text("rights", text).number("revision", revision).pointer("size", size);
+    if (fails("ConvertStringSecurityDescriptorToSecurityDescriptorW", line))
+        return FALSE;
+    return went(line,
+                ConvertStringSecurityDescriptorToSecurityDescriptorW(text, revision, rights, size));
+}
+
 HANDLE WINAPI spyCreateEventW(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL initial,
                               LPCWSTR name)
 {
+    if (name && std::wcsncmp(name, L"Local\\", 6) == 0)
+        return createNamedEvent(security, manual, initial, name);
     // The toolkit's events are automatic or made before a port is open; an
     // event for a port is known by its use.
     if (ports.open() != "none" && manual && calledByProgram(__builtin_return_address(0))) {
@@ -271,7 +321,7 @@ DWORD WINAPI spyWaitForSingleObject(HANDLE handle, DWORD milliseconds)
 
 BOOL WINAPI spyCloseHandle(HANDLE handle)
 {
-    for (Handles *known : {&ports, &events, &processes, &threads}) {
+    for (Handles *known : {&ports, &events, &namedEvents, &processes, &threads}) {
         if (!known->contains(handle))
             continue;
         Line line("CloseHandle");
@@ -490,14 +540,33 @@ template<typename Function> Watched watch(const char *name, Function *spy)
 #define WATCH(function) watch(#function, spy##function)
 
 const Watched watched[] = {
-    WATCH(CreateFileW),     WATCH(GetCommState),        WATCH(SetCommState),
-    WATCH(SetCommTimeouts), WATCH(SetCommMask),         WATCH(WaitCommEvent),
-    WATCH(ReadFile),        WATCH(WriteFile),           WATCH(GetOverlappedResult),
-    WATCH(CreateEventW),    WATCH(WaitForSingleObject), WATCH(CloseHandle),
-    WATCH(CreateProcessW),  WATCH(RegSetValueExW),      WATCH(RegCloseKey),
-    WATCH(GetVersionExW),   WATCH(LoadLibraryW),        WATCH(GetProcAddress),
-    WATCH(FreeLibrary),     WATCH(GetSystemMetrics),    WATCH(HeapAlloc),
-    WATCH(HeapFree),        WATCH(LocalAlloc),          WATCH(LocalFree),
+    WATCH(CreateFileW),
+    WATCH(GetCommState),
+    WATCH(SetCommState),
+    WATCH(SetCommTimeouts),
+    WATCH(SetCommMask),
+    WATCH(WaitCommEvent),
+    WATCH(ReadFile),
+    WATCH(WriteFile),
+    WATCH(GetOverlappedResult),
+    WATCH(CreateEventW),
+    WATCH(WaitForSingleObject),
+    WATCH(CloseHandle),
+    WATCH(CreateProcessW),
+    WATCH(RegSetValueExW),
+    WATCH(RegCloseKey),
+    WATCH(GetVersionExW),
+    WATCH(LoadLibraryW),
+    WATCH(GetProcAddress),
+    WATCH(FreeLibrary),
+    WATCH(GetSystemMetrics),
+    WATCH(HeapAlloc),
+    WATCH(HeapFree),
+    WATCH(LocalAlloc),
+    WATCH(LocalFree),
+    WATCH(SetEvent),
+    WATCH(AllowSetForegroundWindow),
+    WATCH(ConvertStringSecurityDescriptorToSecurityDescriptorW),
 };
 
 } // namespace

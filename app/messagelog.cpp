@@ -1,0 +1,153 @@
+#include "app/messagelog.h"
+
+#include "app/messagefiles.h"
+
+#include <QDateTime>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr qint64 MostWaiting = 1000 * 1000; // bytes
+constexpr std::chrono::milliseconds LongestFinish(250);
+
+struct Message {
+    qint64 time; // milliseconds since 1970
+    QByteArray text;
+};
+
+/// Every line of the message with the time before it. A modem's answer may hold
+/// anything; what is no text becomes a question mark.
+QByteArray lines(const Message &message)
+{
+    const QByteArray time =
+        QDateTime::fromMSecsSinceEpoch(message.time).toString("yyyy-MM-dd hh:mm:ss.zzz ").toUtf8();
+    QByteArray result;
+    QByteArray line;
+    const auto endLine = [&] {
+        while (line.endsWith(' '))
+            line.chop(1);
+        if (!line.isEmpty())
+            result += time + line + '\n';
+        line.clear();
+    };
+    for (const char c : message.text) {
+        const auto code = static_cast<unsigned char>(c);
+        if (c == '\n' || c == '\r')
+            endLine();
+        else
+            line += (code < 0x20 && c != '\t') || code == 0x7F ? '?' : c;
+    }
+    endLine();
+    return result;
+}
+
+/// Never destroyed: its thread may hang in a folder that does not answer, and
+/// other threads may log to the very end.
+class MessageLog
+{
+public:
+    explicit MessageLog(const QString &folder) : m_files(folder) {}
+
+    void add(const QByteArray &text)
+    {
+        const qint64 now = QDateTime::currentMSecsSinceEpoch();
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_finishing || !startThread())
+            return;
+        if (m_waitingBytes + text.size() > MostWaiting) {
+            ++m_lost;
+            return;
+        }
+        m_waitingBytes += text.size();
+        m_waiting.push_back({now, text});
+        m_changed.notify_all();
+    }
+
+    void finish()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_finishing = true;
+        m_changed.notify_all();
+        m_changed.wait_for(lock, LongestFinish, [this] { return !m_runs; });
+    }
+
+private:
+    bool startThread()
+    {
+        if (m_runs)
+            return true;
+        try {
+            std::thread([this] { write(); }).detach();
+            m_runs = true;
+        } catch (const std::system_error &) {
+            // No thread, no file.
+        }
+        return m_runs;
+    }
+
+    void write()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        while (!m_finishing || !m_waiting.empty()) {
+            m_changed.wait(lock, [this] { return m_finishing || !m_waiting.empty(); });
+            const std::vector<Message> messages = std::exchange(m_waiting, {});
+            const int lost = std::exchange(m_lost, 0);
+            m_waitingBytes = 0;
+            lock.unlock();
+            for (const Message &message : messages)
+                m_files.write(lines(message));
+            if (lost > 0)
+                m_files.write(QByteArray::number(lost) + " messages are missing here\n");
+            lock.lock();
+        }
+        m_runs = false;
+        m_changed.notify_all();
+    }
+
+    MessageFiles m_files; // the thread's alone
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<Message> m_waiting;
+    qint64 m_waitingBytes = 0;
+    int m_lost = 0;
+    bool m_finishing = false;
+    bool m_runs = false;
+};
+
+MessageLog *messageLog = nullptr;
+QtMessageHandler debugStream = nullptr;
+
+void handleMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
+{
+    debugStream(type, context, text);
+    messageLog->add(text.toUtf8());
+    if (type == QtFatalMsg)
+        messageLog->finish(); // the process ends when this returns
+}
+
+} // namespace
+
+void startMessageLog(const QString &folder)
+{
+    messageLog = new MessageLog(folder);
+    debugStream = qInstallMessageHandler(handleMessage);
+}
+
+void addToMessageLog(const QByteArray &text)
+{
+    if (messageLog)
+        messageLog->add(text);
+}
+
+void finishMessageLog()
+{
+    if (messageLog)
+        messageLog->finish();
+}

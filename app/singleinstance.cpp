@@ -1,0 +1,85 @@
+#include "app/singleinstance.h"
+
+#include "platform/platform.h"
+#include "platform/text.h"
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+
+#include <system_error>
+
+using platform::current;
+using platform::wide;
+
+namespace {
+
+/// Whoever uses the desktop may signal the event. By itself the system would
+/// refuse a start without an administrator's rights where the first one has
+/// them.
+const QString interactiveUsers = "D:(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;IU)";
+
+/// A path does not fit: these names are short and have no backslash of their own.
+QString eventName(const QString &settingsFile)
+{
+    const QByteArray hash =
+        QCryptographicHash::hash(settingsFile.toUtf8(), QCryptographicHash::Sha1);
+    return QString("Local\\%1 %2").arg(QCoreApplication::applicationName(), QString(hash.toHex()));
+}
+
+} // namespace
+
+SingleInstance::SingleInstance(const QString &settingsFile)
+{
+    platform::SecurityAttributes attributes = {sizeof attributes, nullptr, 0};
+    const bool hasRights = current().ConvertStringSecurityDescriptorToSecurityDescriptorW(
+                               wide(interactiveUsers), platform::SddlRevision1,
+                               &attributes.lpSecurityDescriptor, nullptr) != 0;
+    const QString name = eventName(settingsFile);
+    const platform::HANDLE event =
+        current().CreateEventW(hasRights ? &attributes : nullptr, false, false, wide(name));
+    const platform::DWORD error = current().GetLastError();
+    if (hasRights)
+        current().LocalFree(attributes.lpSecurityDescriptor);
+    if (!event)
+        return;
+    if (error != platform::ErrorAlreadyExists) {
+        m_watch->event = event;
+        return;
+    }
+    // The user has just started this one, so it may put windows in front; the
+    // first one may not.
+    current().AllowSetForegroundWindow(platform::AnyProcess);
+    m_isFirst = !current().SetEvent(event);
+    current().CloseHandle(event);
+}
+
+SingleInstance::~SingleInstance()
+{
+    if (!m_watch->event)
+        return;
+    m_watch->ending = true;
+    const bool isTold = current().SetEvent(m_watch->event) != 0;
+    if (m_watcher.joinable() && isTold)
+        m_watcher.join();
+    else if (m_watcher.joinable())
+        m_watcher.detach(); // the end of the program must not wait for it
+    current().CloseHandle(m_watch->event);
+}
+
+void SingleInstance::watch()
+{
+    if (!m_watch->event)
+        return;
+    try {
+        m_watcher = std::thread([this, watch = m_watch] {
+            while (current().WaitForSingleObject(watch->event, platform::WaitInfinite) ==
+                   platform::WaitObject0) {
+                if (watch->ending)
+                    return;
+                emit startedAgain();
+            }
+        });
+    } catch (const std::system_error &) {
+        // Later starts still end; nobody comes to the front.
+    }
+}

@@ -1,0 +1,235 @@
+#include "app/identity.h"
+#include "app/singleinstance.h"
+#include "tests/support/bench.h"
+
+#include <QCoreApplication>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <condition_variable>
+#include <mutex>
+
+namespace {
+
+const char settingsFile[] = "C:\\Users\\Anna\\Tolvane Modem Connector.ini";
+
+/// A machine whose events of a name can be waited for.
+class WaitingMachine : public ScriptedMachine
+{
+public:
+    WaitingMachine()
+    {
+        SetEvent.wrap([event = m_event](auto &next, platform::HANDLE handle) {
+            event->signal();
+            return next(handle);
+        });
+        // A thread that waits may outlive the machine, and so holds the event.
+        WaitForSingleObject = [event = m_event](platform::HANDLE, platform::DWORD) {
+            return std::shared_ptr<Event>(event)->wait();
+        };
+    }
+
+    /// What another start does.
+    void signal() { m_event->signal(); }
+    int waits() const
+    {
+        const std::lock_guard lock(m_event->mutex);
+        return m_event->waits;
+    }
+
+private:
+    struct Event {
+        void signal()
+        {
+            const std::lock_guard lock(mutex);
+            isSignalled = true;
+            changed.notify_all();
+        }
+        platform::DWORD wait()
+        {
+            std::unique_lock lock(mutex);
+            ++waits;
+            changed.wait(lock, [this] { return isSignalled; });
+            isSignalled = false;
+            return platform::WaitObject0;
+        }
+
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool isSignalled = false;
+        int waits = 0;
+    };
+
+    const std::shared_ptr<Event> m_event = std::make_shared<Event>();
+};
+
+} // namespace
+
+class SingleInstanceTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { setApplicationIdentity(); }
+
+    void theFirstStartHoldsAName();
+    void theNameTellsUsersApart();
+    void aLaterStartTellsTheFirstAndEnds();
+    void everyUserOfTheDesktopMayTellIt();
+    void withoutRightsOfItsOwn();
+    void nobodyIsTurnedAwayWhenTheSystemDoesNotSay();
+    void theFirstEndsJustThen();
+    void laterStartsAreReported();
+    void aStartBeforeTheWatchIsReported();
+    void theEndIsNoStart();
+    void theEndWaitsForNobody();
+};
+
+void SingleInstanceTest::theFirstStartHoldsAName()
+{
+    Bench bench;
+    {
+        const SingleInstance instance(settingsFile);
+        QVERIFY(instance.isFirst());
+        QCOMPARE(bench.machine.eventNames.size(), 1);
+        // The rest of it may have no backslash, and all of it 260 characters.
+        const QString name = bench.machine.eventNames.first();
+        QVERIFY2(name.startsWith("Local\\Tolvane Modem Connector "), qPrintable(name));
+        QCOMPARE(name.count('\\'), 1);
+        QVERIFY(name.size() < 100);
+        QCOMPARE(bench.machine.signalled, 0);
+        QCOMPARE(bench.leftOpen(), QString("1 event"));
+    }
+    QCOMPARE(bench.leftOpen(), QString());
+}
+
+void SingleInstanceTest::theNameTellsUsersApart()
+{
+    Bench bench;
+    const SingleInstance anna(settingsFile);
+    const SingleInstance again(settingsFile);
+    const SingleInstance bert("C:\\Users\\Bert\\Tolvane Modem Connector.ini");
+    const QStringList names = bench.machine.eventNames;
+    QCOMPARE(names.size(), 3);
+    QCOMPARE(names[0], names[1]);
+    QVERIFY(names[0] != names[2]);
+}
+
+void SingleInstanceTest::aLaterStartTellsTheFirstAndEnds()
+{
+    Bench bench;
+    bench.machine.namesAreTaken = true;
+    {
+        SingleInstance instance(settingsFile);
+        QVERIFY(!instance.isFirst());
+        instance.watch();
+        // Before the event: by the time the first one comes it must have the right.
+        QCOMPARE(
+            bench.injector.operations(),
+            QStringList({"ConvertStringSecurityDescriptorToSecurityDescriptorW", "CreateEventW",
+                         "LocalFree", "AllowSetForegroundWindow", "SetEvent", "CloseHandle"}));
+        QCOMPARE(bench.machine.foregroundGivenTo, platform::AnyProcess);
+        QCOMPARE(bench.machine.signalled, 1);
+    }
+    QCOMPARE(bench.machine.signalled, 1);
+    QCOMPARE(bench.leftOpen(), QString());
+}
+
+// One with an administrator's rights among them, in either order.
+void SingleInstanceTest::everyUserOfTheDesktopMayTellIt()
+{
+    Bench bench;
+    const SingleInstance instance(settingsFile);
+    QCOMPARE(bench.machine.rights, QString("D:(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;IU)"));
+    QVERIFY(bench.machine.eventHasRights);
+}
+
+void SingleInstanceTest::withoutRightsOfItsOwn()
+{
+    Bench bench;
+    bench.fail("ConvertStringSecurityDescriptorToSecurityDescriptorW", 50);
+    {
+        const SingleInstance instance(settingsFile);
+        QVERIFY(instance.isFirst());
+        QVERIFY(!bench.machine.eventHasRights);
+        QVERIFY(bench.calls().filter("CreateEventW(null, 0, 0, ").size() == 1);
+        QCOMPARE(bench.leftOpen(), QString("1 event"));
+    }
+    QCOMPARE(bench.leftOpen(), QString());
+}
+
+// 5: somebody else took the name.
+void SingleInstanceTest::nobodyIsTurnedAwayWhenTheSystemDoesNotSay()
+{
+    Bench bench;
+    bench.fail("CreateEventW", 5);
+    {
+        SingleInstance instance(settingsFile);
+        QVERIFY(instance.isFirst());
+        instance.watch();
+    }
+    QCOMPARE(bench.machine.signalled, 0);
+    QCOMPARE(bench.leftOpen(), QString());
+}
+
+void SingleInstanceTest::theFirstEndsJustThen()
+{
+    Bench bench;
+    bench.machine.namesAreTaken = true;
+    bench.fail("SetEvent", 31);
+    const SingleInstance instance(settingsFile);
+    QVERIFY(instance.isFirst());
+    QCOMPARE(bench.leftOpen(), QString());
+}
+
+void SingleInstanceTest::laterStartsAreReported()
+{
+    Bench<WaitingMachine> bench;
+    SingleInstance instance(settingsFile);
+    QSignalSpy starts(&instance, &SingleInstance::startedAgain);
+    instance.watch();
+    bench.machine.signal();
+    QTRY_COMPARE(starts.size(), 1);
+    bench.machine.signal();
+    QTRY_COMPARE(starts.size(), 2);
+}
+
+void SingleInstanceTest::aStartBeforeTheWatchIsReported()
+{
+    Bench<WaitingMachine> bench;
+    SingleInstance instance(settingsFile);
+    bench.machine.signal();
+    QSignalSpy starts(&instance, &SingleInstance::startedAgain);
+    instance.watch();
+    QTRY_COMPARE(starts.size(), 1);
+}
+
+void SingleInstanceTest::theEndIsNoStart()
+{
+    Bench<WaitingMachine> bench;
+    auto instance = std::make_unique<SingleInstance>(settingsFile);
+    QSignalSpy starts(instance.get(), &SingleInstance::startedAgain);
+    instance->watch();
+    instance.reset();
+    QCOMPARE(bench.machine.waits(), 1);
+    QCOMPARE(starts.size(), 0);
+    QCOMPARE(bench.leftOpen(), QString());
+}
+
+// A thread that cannot be told is left behind.
+void SingleInstanceTest::theEndWaitsForNobody()
+{
+    Bench<WaitingMachine> bench;
+    {
+        SingleInstance instance(settingsFile);
+        instance.watch();
+        QTRY_COMPARE(bench.machine.waits(), 1);
+        bench.fail("SetEvent", 6);
+    }
+    QCOMPARE(bench.machine.signalled, 0);
+    // It ends at the next start, without a look at what is gone.
+    bench.machine.signal();
+}
+
+QTEST_GUILESS_MAIN(SingleInstanceTest)
+#include "singleinstance_test.moc"

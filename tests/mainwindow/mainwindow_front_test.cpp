@@ -1,0 +1,170 @@
+// The program was started a second time and comes to the front.
+
+#include "dialogs/aboutdialog.h"
+#include "mainwindow/front.h"
+#include "tests/mainwindow/mainwindowbench.h"
+
+#include <QMessageBox>
+
+namespace {
+
+/// Writes down the order in which windows are raised.
+class RaiseWatch : public QObject
+{
+public:
+    RaiseWatch() { qApp->installEventFilter(this); }
+
+    QStringList raised;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        const auto *widget = qobject_cast<QWidget *>(watched);
+        if (event->type() == QEvent::ZOrderChange && widget && widget->isWindow())
+            raised.append(widget->metaObject()->className());
+        return false;
+    }
+};
+
+/// Another program's window has the keyboard.
+void loseTheKeyboard()
+{
+    QApplication::setActiveWindow(nullptr);
+    QVERIFY(!QApplication::activeWindow());
+}
+
+} // namespace
+
+class MainWindowFrontTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        m_settings = std::make_unique<TestSettings>();
+        useFormFont();
+    }
+    void init()
+    {
+        m_settings->clear();
+        m_bench = std::make_unique<MainWindowBench>();
+    }
+    void cleanup() { m_bench.reset(); }
+
+    void theWindowGetsTheKeyboard();
+    void aMinimisedWindowIsRestored();
+    void theWizardIsInFront_data();
+    void theWizardIsInFront();
+    void theDialDialogStaysInFront();
+    void aBoxOverTheWizardStaysInFront();
+    void aDialogOfTheWindowIsLeftToIt();
+    void anOpenListIsNoWindow();
+    void aClosedWindowIsShownAgain();
+
+private:
+    std::unique_ptr<TestSettings> m_settings;
+    std::unique_ptr<MainWindowBench> m_bench;
+};
+
+void MainWindowFrontTest::theWindowGetsTheKeyboard()
+{
+    const auto window = m_bench->windowInState("connected");
+    loseTheKeyboard();
+    const RaiseWatch watch;
+    bringToFront(window.get());
+    QTRY_COMPARE(QApplication::activeWindow(), window.get());
+    QCOMPARE(watch.raised, QStringList({"MainWindow"}));
+    QCOMPARE(view(*window), connectedView);
+}
+
+void MainWindowFrontTest::aMinimisedWindowIsRestored()
+{
+    const auto window = m_bench->windowInState("connected");
+    window->showMinimized();
+    bringToFront(window.get());
+    QVERIFY(!window->isMinimized());
+    QTRY_COMPARE(QApplication::activeWindow(), window.get());
+}
+
+void MainWindowFrontTest::theWizardIsInFront_data()
+{
+    QTest::addColumn<bool>("minimised");
+    QTest::newRow("normal") << false;
+    QTest::newRow("minimised") << true;
+}
+
+void MainWindowFrontTest::theWizardIsInFront()
+{
+    QFETCH(const bool, minimised);
+    MainWindow window;
+    SettingsWizard *wizard = wizards(window).first();
+    if (minimised)
+        wizard->showMinimized();
+    loseTheKeyboard();
+    bringToFront(&window);
+    QVERIFY(!window.isVisible());
+    QVERIFY(!wizard->isMinimized());
+    QTRY_COMPARE(QApplication::activeWindow(), wizard);
+}
+
+// It is the system's and no child of the window.
+void MainWindowFrontTest::theDialDialogStaysInFront()
+{
+    const auto window = m_bench->windowInState("connected");
+    QDialog dialog;
+    dialog.show();
+    loseTheKeyboard();
+    const RaiseWatch watch;
+    bringToFront(window.get());
+    QCOMPARE(watch.raised, QStringList({"MainWindow", "QDialog"}));
+    QTRY_COMPARE(QApplication::activeWindow(), &dialog);
+}
+
+void MainWindowFrontTest::aBoxOverTheWizardStaysInFront()
+{
+    MainWindow window;
+    QMessageBox box;
+    box.setWindowModality(Qt::ApplicationModal);
+    box.show();
+    loseTheKeyboard();
+    bringToFront(&window);
+    QTRY_COMPARE(QApplication::activeWindow(), &box);
+    QVERIFY(!window.isVisible());
+}
+
+// The window manager keeps it above its window.
+void MainWindowFrontTest::aDialogOfTheWindowIsLeftToIt()
+{
+    const auto window = m_bench->windowInState("connected");
+    AboutDialog about(window.get());
+    about.show();
+    const RaiseWatch watch;
+    bringToFront(window.get());
+    QCOMPARE(watch.raised, QStringList({"MainWindow"}));
+}
+
+void MainWindowFrontTest::anOpenListIsNoWindow()
+{
+    const auto window = m_bench->windowInState("connected");
+    window->findChild<QMenu *>("menu_File")->popup(QPoint());
+    QVERIFY(QApplication::activePopupWidget());
+    const RaiseWatch watch;
+    bringToFront(window.get());
+    QCOMPARE(watch.raised, QStringList({"MainWindow"}));
+    QApplication::activePopupWidget()->close();
+}
+
+// The system's dial dialog on Windows is no window of the toolkit, and the
+// program lives on while it is up.
+void MainWindowFrontTest::aClosedWindowIsShownAgain()
+{
+    const auto window = m_bench->windowInState("connected");
+    window->close();
+    bringToFront(window.get());
+    QVERIFY(window->isVisible());
+    QTRY_COMPARE(QApplication::activeWindow(), window.get());
+}
+
+QTEST_MAIN(MainWindowFrontTest)
+#include "mainwindow_front_test.moc"
