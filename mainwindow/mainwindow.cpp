@@ -108,6 +108,10 @@ MainWindow::MainWindow(QWidget *parent)
     // port never appears must still be able to set up anew, so the window has
     // this action too.
     addAction(ui->actionCreate_New_Connection);
+    // A key that is held down would dial again and again where the port refuses
+    // at once.
+    for (QAction *action : {ui->action_Connect, ui->action_Disconnect})
+        action->setAutoRepeat(false);
     const QSettings settings;
 
     applyViewState(ViewState::Start);
@@ -202,6 +206,7 @@ void MainWindow::StartDialling()
         connectionName = entry;
     } else {
         showDisconnected();
+        block.closeIfAsked();
     }
 }
 
@@ -214,10 +219,12 @@ void MainWindow::StopDialling()
     block.takePendingInput();
     // Also shows Connected when there was no connection: File offers Disconnect
     // during the first countdown. The next status poll corrects it.
-    if (hungUp)
+    if (hungUp) {
         showDisconnected();
-    else
+        block.closeIfAsked();
+    } else {
         showConnected();
+    }
 }
 
 // The bar starts at -1 and ignores values above 100. So the first tick shows 10

@@ -35,7 +35,6 @@ WindowBlock::~WindowBlock()
 
 void WindowBlock::takePendingInput()
 {
-    m_returned = true;
     // One round is not enough: on Windows it only collects what the next one
     // delivers. The limit is for whatever is always due.
     constexpr int MostRounds = 100;
@@ -46,17 +45,26 @@ void WindowBlock::takePendingInput()
     }
 }
 
+void WindowBlock::closeIfAsked()
+{
+    m_lasts = false;
+    if (m_closeAsked)
+        m_window->close();
+}
+
 bool WindowBlock::eventFilter(QObject *watched, QEvent *event)
 {
     switch (event->type()) {
     case QEvent::Timer:
         return holdsBack(qobject_cast<QTimer *>(watched));
     case QEvent::ShortcutOverride:
-        if (!m_returned || !isForWindow(watched))
+        if (!isForWindow(watched))
             return false;
         // Accepted, it is a plain key and no shortcut.
         event->accept();
         return true;
+    case QEvent::Close:
+        return watched == m_window && holdsBackClosing(event);
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
     case QEvent::Wheel:
@@ -77,6 +85,15 @@ bool WindowBlock::holdsBack(QTimer *timer)
         return false;
     if (!m_due.contains(timer))
         m_due.append(timer);
+    return true;
+}
+
+bool WindowBlock::holdsBackClosing(QEvent *event)
+{
+    if (!m_lasts || qApp->isSavingSession())
+        return false;
+    m_closeAsked = true;
+    event->ignore();
     return true;
 }
 

@@ -7,12 +7,11 @@ class QTimer;
 class QWidget;
 
 /// Stands for the time in which a window waits for a call that blocks it. The
-/// call may let some events through, as a dial dialog does. GUI thread.
+/// call may let events through, as a dial dialog does. GUI thread.
 ///
-/// Keys and clicks for the window do nothing meanwhile: they were meant for the
-/// control that asks to wait. Shortcuts work while the call lets them through,
-/// and nothing of what came while it did not. Timers that are due wait until
-/// this object is gone.
+/// Keys, shortcuts and clicks for the window do nothing meanwhile: they were
+/// meant for the control that asks to wait. Timers that are due wait until this
+/// object is gone. The window does not close, unless the session ends.
 class WindowBlock : public QObject
 {
 public:
@@ -28,16 +27,21 @@ public:
     /// call has returned and before the window shows anything else.
     void takePendingInput();
 
+    /// Closes the window if somebody wanted that meanwhile.
+    void closeIfAsked();
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     bool holdsBack(QTimer *timer);
+    bool holdsBackClosing(QEvent *event);
     bool isForWindow(const QObject *receiver) const;
 
     QWidget *m_window;
     QWidget *m_waiting;
     QList<QTimer *> m_timers;
     QList<QTimer *> m_due;
-    bool m_returned = false;
+    bool m_closeAsked = false;
+    bool m_lasts = true;
 };

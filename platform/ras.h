@@ -157,9 +157,12 @@ struct Ras : Family {
     Operation<DWORD(RasConnectionHandle hrasconn)> RasHangUpW{this, "RasHangUpW",
                                                               FailureCode::Result};
 
-    /// Shows the system's modal dial dialog: GUI thread only. lpszPhoneNumber
-    /// overrides the entry's number. Non-zero when a connection was made. When it
-    /// is zero the record's dwError tells why; it is 0 when the user cancelled.
+    /// Shows the system's dial dialog and returns when it is gone: GUI thread
+    /// only. Without an owner it disables no window, and the program's events
+    /// are processed meanwhile. It dials at once, or asks first if the entry has
+    /// a preview option. lpszPhoneNumber overrides the entry's number. Non-zero
+    /// when a connection was made; when zero, the record's dwError tells why, 0
+    /// when the user cancelled.
     Operation<BOOL(WCHAR *lpszPhonebook, WCHAR *lpszEntry, WCHAR *lpszPhoneNumber,
                    RasDialDialog *lpInfo)>
         RasDialDlgW{this, "RasDialDlgW"};

@@ -1,17 +1,8 @@
 #pragma once
 
-#include "platform/types.h"
-
-#include <QString>
+#include "platform/standin/dialler.h"
 
 namespace platform::linuxsystem {
-
-/// Why a dial failed: the number that RAS has for it and a sentence for the
-/// user.
-struct DialFailure {
-    DWORD code = 0;
-    QString text;
-};
 
 /// The exit status of a pppd that the user may not run.
 inline constexpr int StatusNotPermitted = 3;

@@ -1,10 +1,10 @@
 #include "platform/standin/ras.h"
 
 #include "platform/linux/activelinks.h"
-#include "platform/linux/dialdialog.h"
 #include "platform/linux/families.h"
 #include "platform/linux/phonebook.h"
 #include "platform/linux/portlist.h"
+#include "platform/linux/pppddialler.h"
 #include "platform/linux/setupapi.h"
 #include "platform/linux/statestore.h"
 #include "platform/text.h"
@@ -113,31 +113,22 @@ public:
         return isKnown ? m_phoneBook.write(name, entry) : ErrorInvalidParameter;
     }
 
-    bool dial(const QString &entryName, const QString &givenNumber, DWORD *error) override
+    std::unique_ptr<Dialler> dialler(const QString &entryName, const QString &number) override
     {
-        QString number = givenNumber;
-        RasEntry entry = {};
-        if (number.isEmpty() && m_phoneBook.read(entryName, &entry) == Success)
-            number = fromField(entry.szLocalPhoneNumber);
         const auto findTarget = [this, entryName, number] {
-            DialDialog::Target target;
+            PppdDialler::Target target;
             target.peer = m_phoneBook.fileName(entryName);
             target.code = findDevice(entryName, &target.device);
             if (target.code == Success && !isDialable(number))
                 target.code = ErrorInvalidParameter;
             return target;
         };
-        DialDialog dialog(entryName, number, m_paths.pppd, findTarget);
-        const bool accepted = dialog.exec() == QDialog::Accepted;
-        *error = dialog.lastError();
-        if (accepted)
-            return true;
-        // The link may have come up in the moment in which it was cancelled.
-        for (const ActiveLink &link : activeLinks(m_phoneBook, m_paths.run)) {
-            if (dialog.wasCancelledWhileDialling() && link.entryName == entryName)
-                endLink(link);
-        }
-        return false;
+        return std::make_unique<PppdDialler>(m_paths.pppd, number, findTarget);
+    }
+
+    QString dialTitle(const QString &entryName) const override
+    {
+        return QObject::tr("Connect %1").arg(entryName);
     }
 
 private:

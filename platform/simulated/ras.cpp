@@ -1,12 +1,11 @@
 #include "platform/standin/ras.h"
 
-#include "platform/simulated/dialdialog.h"
 #include "platform/simulated/entryrecord.h"
 #include "platform/simulated/families.h"
 #include "platform/simulated/hangup.h"
 #include "platform/simulated/machinesession.h"
+#include "platform/simulated/modemdialler.h"
 #include "platform/simulated/usbbus.h"
-#include "platform/text.h"
 
 namespace platform::simulated {
 
@@ -82,19 +81,14 @@ public:
         return session.save() ? Success : ErrorGenFailure;
     }
 
-    /// What can be refused without asking the user is refused without a dialog.
-    bool dial(const QString &entryName, const QString &number, DWORD *error) override
+    std::unique_ptr<Dialler> dialler(const QString &entryName, const QString &number) override
     {
-        RasEntry entry = {};
-        *error = readEntry(entryName, &entry);
-        if (*error != Success)
-            return false;
-        DialDialog dialog(m_directory, entryName,
-                          number.isEmpty() ? fromField(entry.szLocalPhoneNumber) : number);
-        if (dialog.exec() == QDialog::Accepted)
-            return true;
-        *error = dialog.lastError();
-        return false;
+        return std::make_unique<ModemDialler>(m_directory, entryName, number);
+    }
+
+    QString dialTitle(const QString &entryName) const override
+    {
+        return QString("Connect %1 (simulated)").arg(entryName);
     }
 
 private:

@@ -1,12 +1,14 @@
 #include "platform/standin/ras.h"
 
 #include "platform/platform.h"
+#include "platform/standin/dialdialog.h"
 #include "platform/standin/lasterror.h"
 #include "platform/text.h"
 
 #include <QCoreApplication>
 #include <QThread>
 
+#include <algorithm>
 #include <cstring>
 
 namespace platform {
@@ -118,7 +120,7 @@ public:
             return 0;
         }
         const QString number = lpszPhoneNumber ? fromWide(lpszPhoneNumber) : QString();
-        return m_machine->dial(fromWide(lpszEntry), number, &lpInfo->dwError) ? 1 : 0;
+        return dial(fromWide(lpszEntry), number, &lpInfo->dwError) ? 1 : 0;
     }
 
     DWORD RasEnumDevicesW(RasDeviceInfo *lpRasDevInfo, DWORD *lpcb, DWORD *lpcDevices)
@@ -196,6 +198,48 @@ public:
     }
 
 private:
+    /// Shows the dial dialog to its end; an empty number stands for the entry's
+    /// own. Of an entry that cannot be read the dialog tells why.
+    bool dial(const QString &entryName, QString number, DWORD *error)
+    {
+        bool asksFirst = false;
+        RasEntry entry = {};
+        if (m_machine->readEntry(entryName, &entry) == Success) {
+            asksFirst =
+                (entry.dwfOptions & (EntryPreviewUserPassword | EntryPreviewPhoneNumber)) != 0;
+            if (number.isEmpty())
+                number = fromField(entry.szLocalPhoneNumber);
+        }
+        const QList<ActiveConnection> before = m_machine->connections();
+        bool wasGivenUp = false;
+        {
+            const std::unique_ptr<Dialler> dialler = m_machine->dialler(entryName, number);
+            DialDialog dialog(m_machine->dialTitle(entryName), entryName, number, dialler.get());
+            const bool connected = dialog.run(asksFirst);
+            *error = dialog.lastError();
+            if (connected)
+                return true;
+            wasGivenUp = dialog.wasGivenUp();
+        }
+        // It may have come up in the moment in which it was given up.
+        if (wasGivenUp)
+            hangUpSince(before, entryName);
+        return false;
+    }
+
+    /// Ends the entry's connections that are none of the earlier ones.
+    void hangUpSince(const QList<ActiveConnection> &before, const QString &entryName)
+    {
+        for (const ActiveConnection &connection : m_machine->connections()) {
+            const bool isNew = std::none_of(before.begin(), before.end(),
+                                            [&connection](const ActiveConnection &earlier) {
+                                                return earlier.handle == connection.handle;
+                                            });
+            if (isNew && connection.entry == entryName)
+                m_machine->hangUp(connection.handle);
+        }
+    }
+
     const std::shared_ptr<DialUpMachine> m_machine;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/ras.h"
+#include "platform/standin/dialler.h"
 
 #include <QList>
 #include <QString>
@@ -26,7 +27,7 @@ struct DialDevice {
 
 /// What remote access needs to know of the machine it works on: all in which
 /// one machine differs from another. Results are error codes, 0 for success.
-/// Any thread, dial() excepted.
+/// Any thread, dialler() excepted.
 class DialUpMachine
 {
 public:
@@ -47,9 +48,12 @@ public:
     /// rights, 621 when the phone book is damaged.
     virtual DWORD writeEntry(const QString &name, const RasEntry &entry) = 0;
 
-    /// Shows the dial dialog to its end; an empty number stands for the entry's
-    /// own. Whether there is a connection now; *error tells why not. GUI thread.
-    virtual bool dial(const QString &entry, const QString &number, DWORD *error) = 0;
+    /// What dials an entry with a number. It finds out by itself, at each dial,
+    /// what is wrong with the entry or its modem. GUI thread.
+    virtual std::unique_ptr<Dialler> dialler(const QString &entry, const QString &number) = 0;
+
+    /// The title of the dial dialog.
+    virtual QString dialTitle(const QString &entry) const = 0;
 };
 
 /// Every operation of Ras over a machine, with the user's default phone book

@@ -36,7 +36,7 @@ void connectIt(Session &session)
     session.machine.startPhone();
     session.startProgram();
     session.pressButton();
-    session.dial();
+    session.waitForConnection();
     session.waitForFace(Face::Disconnect);
 }
 
@@ -72,7 +72,7 @@ void EndToEndImpatienceTest::popupOpenWhenTheCountdownEnds()
         session.desktop.keepPicture("please-wait");
         QVERIFY(session.desktop.canGrabInput());
         session.machine.phone("set silent off");
-        session.dial();
+        session.waitForConnection();
         session.waitForFace(Face::Disconnect);
     });
 }

@@ -293,9 +293,7 @@ void EndToEndSetupTest::keyboardOnly()
         // The operator list has the keyboard first.
         desktop.press({"Down", "Tab"});
         desktop.press("ctrl+c");
-        session.dialDialog();
-        desktop.press("Return");
-        desktop.waitForNoWindow(DialTitle);
+        session.waitForConnection();
         session.waitForFace(Face::Disconnect);
         QCOMPARE(machine.heard(), heardWhenDialling("gpinternet"));
         session.mainWindow();
@@ -350,7 +348,7 @@ void EndToEndSetupTest::portAboveNine()
         QCOMPARE(machine.setting("ports/12").toString(), QString(entryName));
         session.useFaces(firstRunDone().faces);
         session.pressButton();
-        session.dial();
+        session.waitForConnection();
         session.waitForFace(Face::Disconnect);
         QVERIFY(machine.log().contains("\"\\\\.\\COM12\" \n\n"));
         QVERIFY(machine.log().contains("Serial port  12  is successfully reconfigured."));

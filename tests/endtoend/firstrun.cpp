@@ -26,11 +26,13 @@ SeenOfFirstRun walkFirstRun(Session &session, const ShowStep &show,
     waitFor("AT", [&] { return session.machine.heard() == "AT\\r"; });
     session.learnFace(Face::PleaseWait);
     show("please-wait", "The window waits for the phone's answer, for as long as it takes.");
+    session.slowPhone();
     session.machine.phone("set silent off");
 
-    session.dialDialog();
-    show("dial-dialog", "The APN is set; the system's dial dialog. Dial.");
-    session.dial();
+    session.holdDial();
+    show("dial-dialog", "The APN is set; the system's dial dialog dials.");
+    session.letDialGoOn();
+    session.waitForConnection();
     session.learnFace(Face::Disconnect);
     show("connected", "Connected. Disconnect.");
     expect(session.machine.connectionCount() == 1, "The PC has no connection");

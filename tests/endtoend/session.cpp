@@ -15,6 +15,10 @@ constexpr int WizardButtonHeight = 20;
 constexpr int WizardRuler = 48;   // above the lower edge
 constexpr int WizardHeading = 45; // below the upper edge
 
+// The dial dialog's buttons, measured as well.
+const QPoint dialRedial(130, 21);
+const QPoint dialCancel(48, 21);
+
 constexpr int MenuBarHeight = 21;
 constexpr int MenuItemHeight = 20;
 const QPoint operatorsPlace(100, 101 + MenuBarHeight);
@@ -288,22 +292,50 @@ WindowId Session::dialDialog() const
     return window;
 }
 
-void Session::pressDial() const
+void Session::waitForConnection() const
 {
-    const WindowId window = dialDialog();
-    desktop.click(window, fromLowerRight(desktop.size(window), QPoint(130, 21)));
-}
-
-void Session::pressDialCancel() const
-{
-    const WindowId window = dialDialog();
-    desktop.click(window, fromLowerRight(desktop.size(window), QPoint(48, 21)));
-}
-
-void Session::dial() const
-{
-    pressDial();
+    waitFor("The connection", [this] { return machine.connectionCount() == 1; });
     desktop.waitForNoWindow(DialTitle);
+}
+
+void Session::waitForDialError() const
+{
+    const WindowId window = dialDialog();
+    QRect redial(0, 0, 40, 12);
+    redial.moveCenter(fromLowerRight(desktop.size(window), dialRedial));
+    waitFor("Redial", [&] { return countPixels(desktop.picture(window, redial), isInk) > 0; });
+}
+
+void Session::pressRedial() const
+{
+    const WindowId window = dialDialog();
+    desktop.click(window, fromLowerRight(desktop.size(window), dialRedial));
+}
+
+void Session::cancelDial() const
+{
+    const WindowId window = desktop.waitForWindow(DialTitle);
+    desktop.activate(window);
+    desktop.click(window, fromLowerRight(desktop.size(window), dialCancel));
+    desktop.waitForNoWindow(DialTitle);
+}
+
+void Session::slowPhone() const
+{
+    machine.phone("set delay 1500");
+}
+
+WindowId Session::holdDial() const
+{
+    waitFor("The number", [this] { return machine.heard().endsWith("ATD*99#\\r"); });
+    machine.phone("set silent on");
+    return dialDialog();
+}
+
+void Session::letDialGoOn() const
+{
+    machine.phone("set delay 5");
+    machine.phone("set silent off");
 }
 
 void Session::acknowledge(const QString &title) const

@@ -74,12 +74,22 @@ public:
     void waitForFace(Face face, int timeout) const;
     void waitForFace(Face face) const;
 
-    // The system's dial dialog.
+    // The system's dial dialog, which dials by itself.
     WindowId dialDialog() const;
-    void pressDial() const;
-    void pressDialCancel() const;
-    /// Waits for the dialog, dials, and waits until it is gone.
-    void dial() const;
+    /// Waits until the dial has connected and the dialog is gone.
+    void waitForConnection() const;
+    /// Waits until the dialog offers Redial, which it does after a failure.
+    void waitForDialError() const;
+    void pressRedial() const;
+    /// Presses Cancel and waits until the dialog is gone.
+    void cancelDial() const;
+    /// Makes the phone so slow that holdDial() comes in time.
+    void slowPhone() const;
+    /// Waits until the slow phone has been told the number, keeps it from
+    /// answering, and returns the dialog.
+    WindowId holdDial() const;
+    /// Lets the phone answer again, without delay.
+    void letDialGoOn() const;
 
     /// Waits for the window, presses its only button by keyboard, and waits
     /// until it is gone.

@@ -72,10 +72,11 @@ void secondStart(Session &session, const ShowStep &show)
     // countdown where the machine is busy.
     session.desktop.press({"Home", "Down"});
     show("countdown", "Port and entry are known: the countdown runs.");
-    session.dialDialog();
-    show("auto-connect", "At zero the program dials by itself. Enter.");
-    session.desktop.press("Return");
-    session.desktop.waitForNoWindow(DialTitle);
+    session.slowPhone();
+    session.holdDial();
+    show("auto-connect", "At zero the program dials and connects by itself.");
+    session.letDialGoOn();
+    session.waitForConnection();
     session.waitForFace(Face::Disconnect);
     expect(session.machine.heard().contains("gpinternet"), "Another operator's APN was set");
     show("connected-again", "Connected through the operator chosen.");
@@ -100,14 +101,9 @@ void otherStarts(Session &session, const ShowStep &show)
     session.machine.phone("plug");
     session.waitForFace(Face::ConnectNow);
     show("phone-found", "Plugged in: the next look finds it and the countdown begins.");
-    const QImage before = session.desktop.picture(session.dialDialog());
-    session.pressDial();
-    waitFor("The refusal", [&] {
-        return session.machine.transcript().endsWith("phone the PC closes the port\n") &&
-               session.desktop.picture(session.dialDialog()) != before;
-    });
-    show("refused", "The network refuses the operator's APN. Cancel.");
-    session.pressDialCancel();
+    session.waitForDialError();
+    show("refused", "It dials; the network refuses the operator's APN. Cancel.");
+    session.cancelDial();
     session.waitForFace(Face::ConnectNow);
     closeProgram(session);
 

@@ -1,10 +1,10 @@
-#include "platform/linux/dialdialog.h"
-#include "platform/linux/dialler.h"
+#include "platform/linux/pppddialler.h"
+#include "platform/linux/pppdresult.h"
 #include "platform/posix/serialdevice.h"
 #include "tests/linux/filemode.h"
 #include "tests/linux/pppdfixture.h"
+#include "tests/platform/dialdialog.h"
 
-#include <QLabel>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -15,7 +15,17 @@
 using namespace platform;
 using namespace platform::linuxsystem;
 
-/// One dial with a stand-in for pppd, and the dialog that shows it.
+namespace {
+
+/// A phone that is always there.
+PppdDialler::Target phone()
+{
+    return {Success, linkName, "/dev/ttyACM0"};
+}
+
+} // namespace
+
+/// Dials with a stand-in for pppd, and the dialog that shows them.
 class DiallerTest : public QObject, private PppdFixture
 {
     Q_OBJECT
@@ -32,21 +42,23 @@ private slots:
     void aDialIsStopped();
     void pppdGetsEachTextAsOneArgument();
     void pppdGetsNothingThatIsOpen();
+    void thePhoneIsLookedForAtEachDial();
     void theDialogConnects();
-    void theDialogSaysWhyNot();
     void theDialogIsCancelled();
-    void theDialogAsksAnewWhereThePhoneIs();
+    void theDialogHasRoomForEachReason_data();
+    void theDialogHasRoomForEachReason();
 };
 
 void DiallerTest::aDialSucceeds()
 {
     plan("say:DialPhone:_dialling_*99# say:DialPhone:_connected say:Connect:_ppp0_<-->_x "
          "exit:0");
-    Dialler dialler(m_paths.pppd);
-    QSignalSpy connected(&dialler, &Dialler::connected);
+    PppdDialler dialler(m_paths.pppd, "*99#", phone);
+    QSignalSpy connected(&dialler, &PppdDialler::connected);
     QStringList told;
-    connect(&dialler, &Dialler::progressed, this, [&told](const QString &text) { told += text; });
-    dialler.start(linkName, "/dev/ttyACM0", "*99#");
+    connect(&dialler, &PppdDialler::progressed, this,
+            [&told](const QString &text) { told += text; });
+    dialler.start();
     QVERIFY(connected.wait());
     QCOMPARE(told,
              QStringList({"Opening the phone's port...", "Dialling *99#...",
@@ -96,11 +108,11 @@ void DiallerTest::aDialFails()
     QFETCH(int, code);
     QFETCH(QString, words);
     this->plan(plan);
-    Dialler dialler(m_paths.pppd);
+    PppdDialler dialler(m_paths.pppd, "*99#", phone);
     DialFailure seen;
-    connect(&dialler, &Dialler::failed, this,
+    connect(&dialler, &PppdDialler::failed, this,
             [&seen](const DialFailure &failure) { seen = failure; });
-    dialler.start(linkName, "/dev/ttyACM0", "*99#");
+    dialler.start();
     QTRY_VERIFY(seen.code != 0);
     QCOMPARE(seen.code, DWORD(code));
     QVERIFY2(seen.text.contains(words), qPrintable(seen.text));
@@ -108,11 +120,11 @@ void DiallerTest::aDialFails()
 
 void DiallerTest::aMissingPppdIsAFailure()
 {
-    Dialler dialler(m_folder->filePath("none"));
+    PppdDialler dialler(m_folder->filePath("none"), "*99#", phone);
     DialFailure seen;
-    connect(&dialler, &Dialler::failed, this,
+    connect(&dialler, &PppdDialler::failed, this,
             [&seen](const DialFailure &failure) { seen = failure; });
-    dialler.start(linkName, "/dev/ttyACM0", "*99#");
+    dialler.start();
     QTRY_COMPARE(seen.code, DWORD(711));
     QVERIFY2(seen.text.contains("package \"ppp\""), qPrintable(seen.text));
 }
@@ -123,10 +135,10 @@ void DiallerTest::aPppdThatMayNotBeRunIsAFailure()
     QVERIFY(QFile::copy(m_paths.pppd, pppd));
     setMode(pppd, 0);
     DialFailure seen;
-    Dialler dialler(pppd);
-    connect(&dialler, &Dialler::failed, this,
+    PppdDialler dialler(pppd, "*99#", phone);
+    connect(&dialler, &PppdDialler::failed, this,
             [&seen](const DialFailure &failure) { seen = failure; });
-    dialler.start(linkName, "/dev/ttyACM0", "*99#");
+    dialler.start();
     QTRY_COMPARE(seen.code, DWORD(ErrorAccessDenied));
     QVERIFY2(seen.text.contains("group \"dip\""), qPrintable(seen.text));
 }
@@ -134,13 +146,14 @@ void DiallerTest::aPppdThatMayNotBeRunIsAFailure()
 void DiallerTest::aDialIsStopped()
 {
     plan("say:DialPhone:_dialling_1 wait");
-    Dialler dialler(m_paths.pppd);
+    PppdDialler dialler(m_paths.pppd, "1", phone);
     DialFailure seen;
     QString told;
-    connect(&dialler, &Dialler::failed, this,
+    connect(&dialler, &PppdDialler::failed, this,
             [&seen](const DialFailure &failure) { seen = failure; });
-    connect(&dialler, &Dialler::progressed, this, [&told](const QString &text) { told = text; });
-    dialler.start(linkName, "/dev/ttyACM0", "1");
+    connect(&dialler, &PppdDialler::progressed, this,
+            [&told](const QString &text) { told = text; });
+    dialler.start();
     QTRY_COMPARE(told, QString("Dialling 1..."));
     dialler.stop();
     QTRY_COMPARE(seen.code, DWORD(631));
@@ -148,9 +161,11 @@ void DiallerTest::aDialIsStopped()
 
 void DiallerTest::pppdGetsEachTextAsOneArgument()
 {
-    Dialler dialler(m_paths.pppd);
-    QSignalSpy connected(&dialler, &Dialler::connected);
-    dialler.start("tolvane-%24%28reboot%29", "/dev/tty ACM0", "*99#");
+    PppdDialler dialler(m_paths.pppd, "*99#", [] {
+        return PppdDialler::Target{Success, "tolvane-%24%28reboot%29", "/dev/tty ACM0"};
+    });
+    QSignalSpy connected(&dialler, &PppdDialler::connected);
+    dialler.start();
     QVERIFY(connected.wait());
     QCOMPARE(contentOf(m_folder->filePath("arguments")),
              QByteArray("call\ntolvane-%24%28reboot%29\n/dev/tty ACM0\nset\nDIAL_NUMBER=*99#\n"
@@ -174,9 +189,9 @@ void DiallerTest::pppdGetsNothingThatIsOpen()
     }
     QVERIFY(!inherited.contains(QByteArray::number(port)));
 
-    Dialler dialler(m_paths.pppd);
-    QSignalSpy connected(&dialler, &Dialler::connected);
-    dialler.start(linkName, "/dev/ttyACM0", "*99#");
+    PppdDialler dialler(m_paths.pppd, "*99#", phone);
+    QSignalSpy connected(&dialler, &PppdDialler::connected);
+    dialler.start();
     QVERIFY(connected.wait());
     closeSerialDevice(port);
     ::close(terminal);
@@ -185,70 +200,84 @@ void DiallerTest::pppdGetsNothingThatIsOpen()
     QCOMPARE(seen, inherited);
 }
 
-void DiallerTest::theDialogConnects()
+void DiallerTest::thePhoneIsLookedForAtEachDial()
 {
-    DialDialog dialog(entryName, "*99#", m_paths.pppd, [] {
-        return DialDialog::Target{Success, linkName, "/dev/ttyACM0"};
+    DWORD code = RasErrorPortOrDevice;
+    PppdDialler dialler(m_paths.pppd, "*99#", [&code] {
+        return PppdDialler::Target{code, linkName, "/dev/ttyACM0"};
     });
-    QCOMPARE(dialog.windowTitle(), QString("Connect TolvaneModem 1"));
-    press("dialButton");
-    QCOMPARE(dialog.exec(), int(QDialog::Accepted));
-    QCOMPARE(dialog.lastError(), DWORD(Success));
+    DialFailure seen;
+    connect(&dialler, &PppdDialler::failed, this,
+            [&seen](const DialFailure &failure) { seen = failure; });
+    QSignalSpy connected(&dialler, &PppdDialler::connected);
+    dialler.start();
+    QTRY_COMPARE(seen.code, RasErrorPortOrDevice);
+    QVERIFY2(seen.text.contains("not plugged in"), qPrintable(seen.text));
+    QVERIFY(!dialler.isRunning());
+    code = Success;
+    dialler.start();
+    QVERIFY(connected.wait());
 }
 
-void DiallerTest::theDialogSaysWhyNot()
+void DiallerTest::theDialogConnects()
 {
-    plan("say:DialPhone:_failed_NO_CARRIER exit:8");
-    DialDialog dialog(entryName, "*99#", m_paths.pppd, [] {
-        return DialDialog::Target{Success, linkName, "/dev/ttyACM0"};
-    });
-    dialog.show();
-    auto *dial = dialog.findChild<QPushButton *>("dialButton");
-    auto *status = dialog.findChild<QLabel *>("statusLabel");
-    dial->click();
-    QVERIFY(!dial->isEnabled());
-    QTRY_VERIFY(dial->isEnabled());
-    QVERIFY2(status->text().contains("operator") && status->text().endsWith("Error 679"),
-             qPrintable(status->text()));
-    QVERIFY(dialog.isVisible());
-    QCOMPARE(dialog.lastError(), DWORD(679));
-    // Once more, and it works.
-    plan("exit:0");
-    dial->click();
-    QTRY_VERIFY(!dialog.isVisible());
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QCOMPARE(dialog.lastError(), DWORD(Success));
+    PppdDialler dialler(m_paths.pppd, "*99#", phone);
+    DialDialog dialog("Connect", entryName, "*99#", &dialler);
+    QVERIFY(dialog.run(false));
+    QVERIFY(contentOf(m_folder->filePath("arguments")).contains("DIAL_NUMBER=*99#\n"));
 }
 
 void DiallerTest::theDialogIsCancelled()
 {
     plan("say:DialPhone:_dialling_*99# wait");
-    DialDialog dialog(entryName, "*99#", m_paths.pppd, [] {
-        return DialDialog::Target{Success, linkName, "/dev/ttyACM0"};
+    PppdDialler dialler(m_paths.pppd, "*99#", phone);
+    DialDialog dialog("Connect", entryName, "*99#", &dialler);
+    bool dialling = false;
+    bool stays = false;
+    inDialDialog([&](DialDialog *open) {
+        dialling = QTest::qWaitFor([&] { return status(open) == "Dialling *99#..."; });
+        cancelButton(open)->click();
+        stays = open->isVisible(); // until the line is free
     });
-    dialog.show();
-    auto *status = dialog.findChild<QLabel *>("statusLabel");
-    dialog.findChild<QPushButton *>("dialButton")->click();
-    QTRY_COMPARE(status->text(), QString("Dialling *99#..."));
-    dialog.findChild<QPushButton *>("cancelButton")->click();
-    QVERIFY(dialog.isVisible()); // until the line is free
-    QTRY_VERIFY(!dialog.isVisible());
-    QCOMPARE(dialog.result(), int(QDialog::Rejected));
-    QVERIFY(dialog.wasCancelledWhileDialling());
+    QVERIFY(!dialog.run(false));
+    QVERIFY(dialling && stays);
+    QVERIFY(dialog.wasGivenUp());
+    QVERIFY(!dialler.isRunning());
 }
 
-void DiallerTest::theDialogAsksAnewWhereThePhoneIs()
+void DiallerTest::theDialogHasRoomForEachReason_data()
 {
-    DWORD code = RasErrorPortOrDevice;
-    DialDialog dialog(entryName, "*99#", m_paths.pppd, [&code] {
-        return DialDialog::Target{code, linkName, "/dev/ttyACM0"};
-    });
+    QTest::addColumn<QString>("reason");
+    const auto row = [](const QByteArray &from, const DialFailure &failure) {
+        QTest::newRow(from) << QString("Error %1: %2").arg(failure.code).arg(failure.text);
+    };
+    for (int status = 1; status < 20; ++status)
+        row("pppd " + QByteArray::number(status), pppdFailure(status, {}));
+    for (const char *answer : {"NO CARRIER", "BUSY", "NO ANSWER", "NO DIALTONE", "NOT READY",
+                               "TIMEOUT", "HANGUP", "ERROR"})
+        row(answer, modemFailure(answer));
+    for (const DWORD code : {ErrorAccessDenied, ErrorServiceMissing, RasErrorCannotOpenPhonebook,
+                             RasErrorEntryNotFound, RasErrorPortNotAvailable, RasErrorPortOrDevice,
+                             ErrorInvalidParameter, RasErrorUnknown})
+        row("before pppd " + QByteArray::number(code), failureOf(code));
+}
+
+/// A dialog that grew would move its buttons under the mouse.
+void DiallerTest::theDialogHasRoomForEachReason()
+{
+    QFETCH(QString, reason);
+    PppdDialler dialler(m_paths.pppd, "*99#", phone);
+    DialDialog dialog("Connect", entryName, "*99#", &dialler);
+    auto *label = dialog.findChild<QLabel *>("statusLabel");
     dialog.show();
-    dialog.findChild<QPushButton *>("dialButton")->click();
-    QVERIFY(dialog.findChild<QLabel *>("statusLabel")->text().contains("not plugged in"));
-    code = Success;
-    dialog.findChild<QPushButton *>("dialButton")->click();
-    QTRY_COMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(label->text(), QString("Press Dial to connect."));
+    const QSize before = dialog.size();
+    const int room = label->height();
+    QVERIFY2(label->heightForWidth(label->width()) <= room, qPrintable(reason));
+    label->setText(reason);
+    QCoreApplication::processEvents();
+    QVERIFY2(label->heightForWidth(label->width()) <= room, qPrintable(reason));
+    QCOMPARE(dialog.size(), before);
 }
 
 QTEST_MAIN(DiallerTest)

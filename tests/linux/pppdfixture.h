@@ -2,21 +2,17 @@
 
 #include "app/identity.h"
 #include "platform/linux/activelinks.h"
-#include "platform/linux/dialdialog.h"
 #include "platform/linux/phonebook.h"
 #include "platform/linux/systempaths.h"
 #include "platform/standin/lasterror.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QPushButton>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <csignal>
-#include <functional>
 #include <memory>
 
 inline const char entryName[] = "TolvaneModem 1";
@@ -76,25 +72,6 @@ public:
         if (!process.waitForFinished())
             return 0;
         return contentOf(m_paths.run + "/ppp-" + name + ".pid").split('\n').first().toInt();
-    }
-
-    /// Presses a button of the modal dialog once it is there.
-    static void press(const QString &button,
-                      const std::function<void(platform::linuxsystem::DialDialog *)> &look = {})
-    {
-        auto *timer = new QTimer(qApp);
-        QObject::connect(timer, &QTimer::timeout, timer, [timer, button, look] {
-            auto *dialog = qobject_cast<platform::linuxsystem::DialDialog *>(
-                QApplication::activeModalWidget());
-            if (!dialog)
-                return;
-            timer->deleteLater();
-            timer->stop();
-            dialog->findChild<QPushButton *>(button)->click();
-            if (look)
-                look(dialog);
-        });
-        timer->start(5);
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;

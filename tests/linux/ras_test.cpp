@@ -8,6 +8,7 @@
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
 #include "tests/linux/pppdfixture.h"
+#include "tests/platform/dialdialog.h"
 #include "tests/support/ordinaryuser.h"
 
 #include <QJsonObject>
@@ -199,29 +200,40 @@ void RasTest::dialDialogTellsItsError()
     WCHAR number[] = u"*99#";
     RasDialDialog info = {};
     info.dwSize = RasDialDialogSize;
+    QString told;
     const auto dialAndCancel = [&] {
-        press("dialButton", [](DialDialog *dialog) {
-            dialog->findChild<QPushButton *>("cancelButton")->click();
+        inDialDialog([&told](DialDialog *dialog) {
+            told = status(dialog);
+            cancelButton(dialog)->click();
         });
         return ras().RasDialDlgW(nullptr, entry, number, &info);
     };
     QCOMPARE(dialAndCancel(), 0);
     QCOMPARE(info.dwError, RasErrorEntryNotFound);
+    QCOMPARE(told, QString("Error 623: The phone book has no entry of this name."));
     addModem(modemName, "COM77");
     RasEntry properties = entryFor(modemName);
-    QCOMPARE(ras().RasSetEntryPropertiesW(nullptr, entry, &properties, RasEntrySize, nullptr, 0),
-             DWORD(Success));
+    const auto store = [&] {
+        return ras().RasSetEntryPropertiesW(nullptr, entry, &properties, RasEntrySize, nullptr, 0);
+    };
+    QCOMPARE(store(), DWORD(Success));
     QCOMPARE(dialAndCancel(), 0);
     QCOMPARE(info.dwError, RasErrorPortOrDevice); // no phone at COM77
+    for (const DWORD option : {EntryPreviewUserPassword, EntryPreviewPhoneNumber}) {
+        properties.dwfOptions |= option;
+        QCOMPARE(store(), DWORD(Success));
+        QCOMPARE(dialAndCancel(), 0);
+        QCOMPARE(told, QString("Press Dial to connect."));
+        QCOMPARE(info.dwError, DWORD(Success));
+        properties.dwfOptions &= ~option;
+    }
+    QCOMPARE(store(), DWORD(Success));
     m_store->change([](QJsonObject *state) {
         writeDevices(state, {});
         return true;
     });
     QCOMPARE(dialAndCancel(), 0);
     QCOMPARE(info.dwError, RasErrorPortNotAvailable);
-    press("cancelButton");
-    QCOMPARE(ras().RasDialDlgW(nullptr, entry, number, &info), 0);
-    QCOMPARE(info.dwError, DWORD(Success));
     setMode(m_folder->path(), 0755);
     setMode(m_paths.peers, 0);
     {
@@ -230,6 +242,7 @@ void RasTest::dialDialogTellsItsError()
     }
     setMode(m_paths.peers, 0755);
     QCOMPARE(info.dwError, DWORD(ErrorAccessDenied));
+    QVERIFY2(told.contains("group \"dip\""), qPrintable(told));
 }
 
 void RasTest::dialDialogFindsThePhone()
@@ -247,17 +260,28 @@ void RasTest::dialDialogFindsThePhone()
              DWORD(Success));
     RasDialDialog info = {};
     info.dwSize = RasDialDialogSize;
-    press("dialButton");
     QVERIFY(ras().RasDialDlgW(nullptr, entry, nullptr, &info));
     // The entry's own number goes with it, as none was given.
     QVERIFY(contentOf(m_folder->filePath("arguments"))
                 .startsWith("call\ntolvane-TolvaneModem_1\n/dev/rfcomm7\nset\nDIAL_NUMBER=*99#\n"));
 
     WCHAR number[] = u"$(reboot)";
-    press("dialButton",
-          [](DialDialog *dialog) { dialog->findChild<QPushButton *>("cancelButton")->click(); });
+    inDialDialog([](DialDialog *dialog) { cancelButton(dialog)->click(); });
     QVERIFY(!ras().RasDialDlgW(nullptr, entry, number, &info));
     QCOMPARE(info.dwError, ErrorInvalidParameter);
+
+    // A link that comes up in the moment in which its dial is given up.
+    plan("say:DialPhone:_dialling_*99# wait");
+    pid_t link = 0;
+    inDialDialog([&](DialDialog *dialog) {
+        if (QTest::qWaitFor([&] { return status(dialog) == "Dialling *99#..."; }))
+            link = startLink("lo");
+        cancelButton(dialog)->click();
+    });
+    QVERIFY(!ras().RasDialDlgW(nullptr, entry, nullptr, &info));
+    QCOMPARE(info.dwError, DWORD(Success));
+    QVERIFY(link != 0);
+    QVERIFY(links().isEmpty());
     g_object_unref(machine);
 }
 

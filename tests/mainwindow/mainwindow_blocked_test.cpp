@@ -308,6 +308,85 @@ private slots:
         QCOMPARE(bench.machine.dials.size(), 0);
         QCOMPARE(view(window), disconnectedView);
     }
+
+    void closedWhileDialling_data()
+    {
+        QTest::addColumn<bool>("dialSucceeds");
+        QTest::newRow("connected") << true;
+        QTest::newRow("refused") << false;
+    }
+
+    /// Nothing may stay connected with no window to hang up by.
+    void closedWhileDialling()
+    {
+        QFETCH(bool, dialSucceeds);
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        bench.answerDial();
+        bench.machine.dialSucceeds = dialSucceeds;
+        bool stayed = false;
+        bench.machine.whileDialling = [&] {
+            window.close();
+            stayed = window.isVisible();
+        };
+        button(window, "connectButton")->click();
+        QVERIFY(stayed);
+        QCOMPARE(window.isVisible(), dialSucceeds);
+        QCOMPARE(view(window), dialSucceeds ? connectedView : disconnectedView);
+        if (!dialSucceeds)
+            return;
+        // It was an answer to that one wish only.
+        button(window, "disconnectButton")->click();
+        QVERIFY(window.isVisible());
+        QVERIFY(window.close());
+        QVERIFY(!window.isVisible());
+    }
+
+    void closedWhileHangingUp_data()
+    {
+        QTest::addColumn<bool>("hangUpSucceeds");
+        QTest::newRow("hung up") << true;
+        QTest::newRow("refused") << false;
+    }
+
+    /// As the display delivers it: after the call, with what else came meanwhile.
+    void closedWhileHangingUp()
+    {
+        QFETCH(bool, hangUpSucceeds);
+        MainWindowBench bench;
+        bench.setUpEntry();
+        bench.connectElsewhere();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        if (!hangUpSucceeds)
+            bench.fail("RasHangUpW", platform::RasErrorInvalidHandle);
+        bench.machine.whileListingConnections = [&] {
+            QMetaObject::invokeMethod(
+                &window, [&] { window.close(); }, Qt::QueuedConnection);
+        };
+        button(window, "disconnectButton")->click();
+        bench.machine.whileListingConnections = nullptr;
+        QCoreApplication::processEvents();
+        QCOMPARE(window.isVisible(), !hangUpSucceeds);
+        QCOMPARE(view(window), hangUpSucceeds ? disconnectedView : connectedView);
+    }
+
+    /// The program ends with the window that was closed during the dial.
+    void closedWhileDiallingEndsTheProgram()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        bench.answerDial();
+        bench.machine.dialSucceeds = false;
+        bench.machine.whileDialling = [&] { window.close(); };
+        QTimer::singleShot(0, &window, [&] { button(window, "connectButton")->click(); });
+        QTimer::singleShot(10000, &window, [] { QCoreApplication::exit(1); });
+        QCOMPARE(QApplication::exec(), 0);
+        QVERIFY(!window.isVisible());
+    }
 };
 
 QTEST_MAIN(MainWindowBlockedTest)

@@ -2,6 +2,7 @@
 #include "tests/mainwindow/mainwindowbench.h"
 
 #include <QComboBox>
+#include <QKeyEvent>
 #include <QTest>
 
 #include <memory>
@@ -60,6 +61,38 @@ private slots:
         button(window, "connectButton")->click();
         QCOMPARE(bench.machine.dials.size(), 1);
         QCOMPARE(listed, 0);
+    }
+
+    void heldShortcutActsOnce_data()
+    {
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<int>("key");
+        QTest::newRow("connect") << "disconnected" << int(Qt::Key_C);
+        QTest::newRow("disconnect") << "connected" << int(Qt::Key_D);
+    }
+
+    /// Where the port or the hang-up fails at once, the key that is still held
+    /// down meets the same window again.
+    void heldShortcutActsOnce()
+    {
+        QFETCH(QString, state);
+        QFETCH(int, key);
+        MainWindowBench bench;
+        const std::unique_ptr<MainWindow> window = bench.windowInState(state);
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        constexpr bool Always = true;
+        bench.injector.inject({"CreateFileW", 1, platform::ErrorAccessDenied, Always});
+        bench.injector.inject({"RasHangUpW", 1, platform::RasErrorInvalidHandle, Always});
+        const auto act = [&](bool again) {
+            bench.log.clear();
+            QKeyEvent event(QEvent::KeyPress, key, Qt::ControlModifier, QString(), again);
+            QCoreApplication::sendEvent(window->windowHandle(), &event);
+            return !bench.log.lines().isEmpty();
+        };
+        QVERIFY(act(false));
+        QCOMPARE(view(*window), state == "connected" ? connectedView : disconnectedView);
+        QVERIFY(!act(true));
+        QVERIFY(act(false));
     }
 
     /// Ctrl+C connects also while the footer's link has the focus.

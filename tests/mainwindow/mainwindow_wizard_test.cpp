@@ -82,8 +82,9 @@ private slots:
         QVERIFY(!wizard->isVisible());
     }
 
-    /// A system whose dial dialog lets the window's events through.
-    void wizardWhileBusy()
+    /// The dial dialog lets the window's events through. A set-up would install
+    /// the modem that is being dialled.
+    void noWizardWhileBusy()
     {
         MainWindowBench bench;
         bench.setUpEntry();
@@ -94,11 +95,9 @@ private slots:
             QTest::keyClick(&window, Qt::Key_N, Qt::ControlModifier);
         };
         button(window, "connectButton")->click();
-        QCOMPARE(wizards(window).size(), 1);
-        QVERIFY(!window.isVisible());
-        QCOMPARE(view(window), connectedView);
-        wizards(window).first()->reject();
+        QCOMPARE(wizards(window).size(), 0);
         QVERIFY(window.isVisible());
+        QCOMPARE(view(window), connectedView);
     }
 
     void portAppearsBehindTheWizard_data()

@@ -113,13 +113,13 @@ void SimulatedRasConnectionsTest::hangsUp()
     ReadyMachine machine;
     SimulatedPc pc(machine.directory());
     const ScriptedPhone phone(machine.directory());
-    QVERIFY(dial(pc, [](QDialog *dialog) { click(dialog, "dialButton"); }).connected);
+    QVERIFY(dial(pc).connected);
     const RasConnectionHandle handle = ConnectionList(pc).records[0].hrasconn;
     QCOMPARE(pc.RasHangUpW(handle), DWORD(Success));
     QCOMPARE(phone.commands().mid(2), QStringList({"+++", "ATH"}));
     QCOMPARE(ConnectionList(pc).count, DWORD(0));
     QCOMPARE(pc.RasHangUpW(handle), DWORD(RasErrorInvalidHandle));
-    QVERIFY(dial(pc, [](QDialog *dialog) { click(dialog, "dialButton"); }).connected);
+    QVERIFY(dial(pc).connected);
     QVERIFY(ConnectionList(pc).records[0].hrasconn != handle);
 }
 

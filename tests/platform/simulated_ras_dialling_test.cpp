@@ -10,18 +10,21 @@ class SimulatedRasDiallingTest : public QObject
 
 private slots:
     void dials();
+    void asksFirstWhereTheEntryWantsIt_data();
+    void asksFirstWhereTheEntryWantsIt();
     void dialsTheEntrysOwnNumber();
     void explainsAFailedDial_data();
     void explainsAFailedDial();
     void dialsAgainAfterAFailure();
     void staysResponsiveAndCancels();
-    void breaksOffWithEscape();
+    void endsWithTheProgram();
     void endsWhenThePhoneIsUnplugged();
     void endsWhenThePhoneIsSilent();
     void needsTheCarrier();
+    void hangsUpWhatConnectsTooLate();
     void freesAPhoneLeftConnected();
     void refusesToDial();
-    void dialsWithTheKeyboard();
+    void saysWhatIsWrongWithTheEntry();
 };
 
 void SimulatedRasDiallingTest::dials()
@@ -34,7 +37,6 @@ void SimulatedRasDiallingTest::dials()
     const DialResult result = dial(pc, [&](QDialog *dialog) {
         title = dialog->windowTitle();
         number = dialog->findChild<QLabel *>("numberLabel")->text();
-        click(dialog, "dialButton");
     });
     QVERIFY(result.connected);
     QCOMPARE(result.info.dwError, DWORD(Success));
@@ -48,12 +50,36 @@ void SimulatedRasDiallingTest::dials()
     QCOMPARE(connection.port, 5);
     QCOMPARE(connection.device, QString("MTK GPRS Modem"));
     // The line is taken now, also for another dial.
-    QString error;
-    QVERIFY(!dial(pc, [&](QDialog *dialog) {
-                 click(dialog, "dialButton");
-                 error = errorOf(dialog);
-             }).connected);
+    const QString error = errorOfDial(pc);
     QVERIFY2(error.contains("633"), qPrintable(error));
+    QCOMPARE(ConnectionList(pc).count, DWORD(1));
+}
+
+void SimulatedRasDiallingTest::asksFirstWhereTheEntryWantsIt_data()
+{
+    QTest::addColumn<DWORD>("option");
+    QTest::newRow("user and password") << EntryPreviewUserPassword;
+    QTest::newRow("phone number") << EntryPreviewPhoneNumber;
+}
+
+void SimulatedRasDiallingTest::asksFirstWhereTheEntryWantsIt()
+{
+    QFETCH(DWORD, option);
+    ReadyMachine machine;
+    machine.change([option](simulated::MachineState &state) {
+        RasEntry entry = entryFromJson(state.phonebook["TolvaneModem 1"]);
+        entry.dwfOptions |= option;
+        state.phonebook["TolvaneModem 1"] = entryToJson(entry);
+    });
+    SimulatedPc pc(machine.directory());
+    const ScriptedPhone phone(machine.directory());
+    QString asked;
+    QVERIFY(dial(pc, [&](QDialog *dialog) {
+                asked = status(dialog);
+                dialButton(dialog)->click();
+            }).connected);
+    QCOMPARE(asked, QString("Press Dial to connect."));
+    QCOMPARE(phone.commands(), QStringList({"ATZ", "ATD*99#"}));
 }
 
 void SimulatedRasDiallingTest::dialsTheEntrysOwnNumber()
@@ -62,9 +88,7 @@ void SimulatedRasDiallingTest::dialsTheEntrysOwnNumber()
     SimulatedPc pc(machine.directory());
     ScriptedPhone phone(machine.directory());
     phone.setAnswer("ATD*98#", "\r\nCONNECT\r\n");
-    QVERIFY(dial(
-                pc, [](QDialog *dialog) { click(dialog, "dialButton"); }, "TolvaneModem 1", "")
-                .connected);
+    QVERIFY(dial(pc, {}, "TolvaneModem 1", "").connected);
     QCOMPARE(phone.commands().last(), QString("ATD*98#"));
 }
 
@@ -97,8 +121,8 @@ void SimulatedRasDiallingTest::explainsAFailedDial()
     phone.setAnswer(command, answer);
     QString error;
     const DialResult result = dial(pc, [&](QDialog *dialog) {
-        click(dialog, "dialButton");
-        error = errorOf(dialog);
+        error = waitForError(dialog);
+        cancelButton(dialog)->click();
     });
     QVERIFY(!result.connected);
     QCOMPARE(result.info.dwError, DWORD(code));
@@ -113,16 +137,13 @@ void SimulatedRasDiallingTest::dialsAgainAfterAFailure()
     SimulatedPc pc(machine.directory());
     ScriptedPhone phone(machine.directory());
     phone.setAnswer("ATD*99#", "\r\nNO CARRIER\r\n");
-    bool enabled = false;
+    QString error;
     const DialResult result = dial(pc, [&](QDialog *dialog) {
-        auto *button = dialog->findChild<QPushButton *>("dialButton");
-        click(dialog, "dialButton");
-        enabled =
-            QTest::qWaitFor([&] { return button->isEnabled() && status(dialog).contains("678"); });
+        error = waitForError(dialog);
         phone.setAnswer("ATD*99#", "\r\nCONNECT\r\n");
-        click(dialog, "dialButton");
+        dialButton(dialog)->click();
     });
-    QVERIFY(enabled);
+    QVERIFY2(error.contains("678"), qPrintable(error));
     QVERIFY(result.connected);
     QCOMPARE(result.info.dwError, DWORD(Success));
 }
@@ -134,15 +155,11 @@ void SimulatedRasDiallingTest::staysResponsiveAndCancels()
     ScriptedPhone phone(machine.directory());
     phone.setAnswer("ATD*99#", "");
     bool dialling = false;
-    bool disabled = false;
     const DialResult result = dial(pc, [&](QDialog *dialog) {
-        click(dialog, "dialButton");
         dialling = QTest::qWaitFor([&] { return status(dialog) == "Dialling *99#..."; });
-        disabled = !dialog->findChild<QPushButton *>("dialButton")->isEnabled();
-        click(dialog, "cancelButton");
+        cancelButton(dialog)->click();
     });
     QVERIFY(dialling);
-    QVERIFY(disabled);
     QVERIFY(!result.connected);
     QCOMPARE(result.info.dwError, DWORD(Success)); // nothing failed
     // The attempt was broken off and the port is free.
@@ -152,14 +169,24 @@ void SimulatedRasDiallingTest::staysResponsiveAndCancels()
                            FileFlagOverlapped, nullptr) != invalidHandle());
 }
 
-void SimulatedRasDiallingTest::breaksOffWithEscape()
+void SimulatedRasDiallingTest::endsWithTheProgram()
 {
     ReadyMachine machine;
     SimulatedPc pc(machine.directory());
-    const DialResult result =
-        dial(pc, [](QDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+    ScriptedPhone phone(machine.directory());
+    phone.setAnswer("ATD*99#", "");
+    bool dialling = false;
+    DialResult result;
+    QTimer::singleShot(0, this, [&] {
+        result = dial(pc, [&](QDialog *dialog) {
+            dialling = QTest::qWaitFor([&] { return status(dialog) == "Dialling *99#..."; });
+            QCoreApplication::exit(2);
+        });
+    });
+    QCOMPARE(QApplication::exec(), 2);
+    QVERIFY(dialling);
     QVERIFY(!result.connected);
-    QCOMPARE(result.info.dwError, DWORD(Success));
+    QTRY_COMPARE(phone.commands(), QStringList({"ATZ", "ATD*99#", ""}));
 }
 
 void SimulatedRasDiallingTest::endsWhenThePhoneIsUnplugged()
@@ -171,17 +198,14 @@ void SimulatedRasDiallingTest::endsWhenThePhoneIsUnplugged()
     QString error;
     bool dialling = false;
     dial(pc, [&](QDialog *dialog) {
-        click(dialog, "dialButton");
         dialling = QTest::qWaitFor([&] { return status(dialog).startsWith("Dialling"); });
         phone.unplug();
-        error = errorOf(dialog);
+        error = waitForError(dialog);
+        cancelButton(dialog)->click();
     });
     QVERIFY(dialling);
     QVERIFY2(error.contains("692"), qPrintable(error));
-    dial(pc, [&](QDialog *dialog) {
-        click(dialog, "dialButton");
-        error = errorOf(dialog);
-    });
+    error = errorOfDial(pc);
     QVERIFY2(error.contains("633"), qPrintable(error));
 }
 
@@ -192,15 +216,10 @@ void SimulatedRasDiallingTest::endsWhenThePhoneIsSilent()
     ScriptedPhone phone(machine.directory());
     machine.change([](simulated::MachineState &state) { state.answerTimeoutMs = 100; });
     phone.setAnswer("ATD*99#", "");
-    QString error;
-    const auto play = [&](QDialog *dialog) {
-        click(dialog, "dialButton");
-        error = errorOf(dialog);
-    };
-    dial(pc, play);
+    QString error = errorOfDial(pc);
     QVERIFY2(error.contains("678"), qPrintable(error));
     phone.setAnswer("ATZ", "");
-    dial(pc, play);
+    error = errorOfDial(pc);
     QVERIFY2(error.contains("692"), qPrintable(error));
 }
 
@@ -213,14 +232,36 @@ void SimulatedRasDiallingTest::needsTheCarrier()
     QString error;
     bool verifying = false;
     const DialResult result = dial(pc, [&](QDialog *dialog) {
-        click(dialog, "dialButton");
         verifying = QTest::qWaitFor([&] { return status(dialog).startsWith("Verifying"); });
-        click(dialog, "cancelButton"); // too late: the phone has connected
-        error = errorOf(dialog);
+        error = waitForError(dialog);
+        cancelButton(dialog)->click();
     });
     QVERIFY(verifying);
     QVERIFY(!result.connected);
     QVERIFY2(error.contains("678"), qPrintable(error));
+}
+
+// Whoever gives up must not be left with a connection that nobody shows.
+void SimulatedRasDiallingTest::hangsUpWhatConnectsTooLate()
+{
+    ReadyMachine machine;
+    SimulatedPc pc(machine.directory());
+    ScriptedPhone phone(machine.directory());
+    phone.raisesCarrier = false;
+    ScriptedPhone other(machine.directory(), 2, "USB Modem Driver");
+    other.publish(true);
+    machine.addConnection(other.plugId(), "Another entry", 6);
+    bool verifying = false;
+    const DialResult result = dial(pc, [&](QDialog *dialog) {
+        verifying = QTest::qWaitFor([&] { return status(dialog).startsWith("Verifying"); });
+        cancelButton(dialog)->click();
+        phone.publish(true);
+    });
+    QVERIFY(verifying);
+    QVERIFY(!result.connected);
+    QCOMPARE(result.info.dwError, DWORD(Success));
+    QCOMPARE(phone.commands(), QStringList({"ATZ", "ATD*99#", "+++", "ATH"}));
+    QCOMPARE(ConnectionList(pc).names(), QStringList("Another entry"));
 }
 
 void SimulatedRasDiallingTest::freesAPhoneLeftConnected()
@@ -229,7 +270,7 @@ void SimulatedRasDiallingTest::freesAPhoneLeftConnected()
     SimulatedPc pc(machine.directory());
     ScriptedPhone phone(machine.directory());
     phone.publish(true); // in data state, with no connection known
-    QVERIFY(dial(pc, [](QDialog *dialog) { click(dialog, "dialButton"); }).connected);
+    QVERIFY(dial(pc).connected);
     QCOMPARE(phone.commands(), QStringList({"+++", "ATH", "ATZ", "ATD*99#"}));
 }
 
@@ -250,36 +291,29 @@ void SimulatedRasDiallingTest::refusesToDial()
     info.dwFlags = 1;
     QCOMPARE(refusal(nullptr, name), DWORD(ErrorNotSupported));
     info.dwFlags = 0;
-    QString unknown = "No such entry";
-    QCOMPARE(refusal(nullptr, reinterpret_cast<WCHAR *>(unknown.data())),
-             DWORD(RasErrorEntryNotFound));
     DWORD code = 0;
     std::thread thread([&] { code = refusal(nullptr, name); });
     thread.join();
     QCOMPARE(code, DWORD(ErrorNotSupported));
-    machine.change([](simulated::MachineState &state) { state.phonebookDamaged = true; });
-    QCOMPARE(refusal(nullptr, name), DWORD(RasErrorCannotOpenPhonebook));
     QVERIFY(!pc.RasDialDlgW(nullptr, name, nullptr, nullptr));
+}
 
-    // An entry whose modem is gone can be tried, and fails.
+void SimulatedRasDiallingTest::saysWhatIsWrongWithTheEntry()
+{
+    ReadyMachine machine;
+    SimulatedPc pc(machine.directory());
+    machine.change([](simulated::MachineState &state) { state.phonebookDamaged = true; });
+    QString error = errorOfDial(pc);
+    QVERIFY2(error.startsWith("Error 621: "), qPrintable(error));
     machine.change([](simulated::MachineState &state) {
         state.phonebookDamaged = false;
         state.devices.clear();
     });
-    QString error;
-    dial(pc, [&](QDialog *dialog) {
-        click(dialog, "dialButton");
-        error = errorOf(dialog);
-    });
-    QVERIFY2(error.contains("633"), qPrintable(error));
-}
-
-void SimulatedRasDiallingTest::dialsWithTheKeyboard()
-{
-    ReadyMachine machine;
-    SimulatedPc pc(machine.directory());
-    const ScriptedPhone phone(machine.directory());
-    QVERIFY(dial(pc, [](QDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Return); }).connected);
+    error = errorOfDial(pc);
+    QVERIFY2(error.startsWith("Error 633: "), qPrintable(error));
+    machine.change([](simulated::MachineState &state) { state.phonebook.clear(); });
+    error = errorOfDial(pc);
+    QVERIFY2(error.startsWith("Error 623: "), qPrintable(error));
 }
 
 QTEST_MAIN(SimulatedRasDiallingTest)

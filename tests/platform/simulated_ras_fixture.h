@@ -1,14 +1,10 @@
 #pragma once
 
 #include "platform/simulated/entryrecord.h"
+#include "tests/platform/dialdialog.h"
 #include "tests/platform/simulated_fixture.h"
 
-#include <QApplication>
-#include <QDialog>
-#include <QLabel>
-#include <QPushButton>
 #include <QTest>
-#include <QTimer>
 
 #include <functional>
 
@@ -25,7 +21,8 @@ inline platform::RootDevice modem(const QString &name = "MTK GPRS Modem",
     return device;
 }
 
-/// A machine with its port driver, a modem and an entry for it.
+/// A machine with its port driver, a modem and an entry for it that is dialled
+/// without a question.
 class ReadyMachine : public TestMachine
 {
 public:
@@ -35,13 +32,15 @@ public:
             state.portDriverInstalled = true;
             state.devices += modem();
             platform::RasEntry entry = platform::simulated::defaultEntry();
+            entry.dwfOptions &=
+                ~(platform::EntryPreviewUserPassword | platform::EntryPreviewPhoneNumber);
             platform::copyToBuffer("MTK GPRS Modem", entry.szDeviceName, 129);
             platform::copyToBuffer("*98#", entry.szLocalPhoneNumber, 129);
             state.phonebook["TolvaneModem 1"] = platform::simulated::entryToJson(entry);
         });
     }
 
-    void addConnection(const QString &plugId, const QString &entry = "TolvaneModem 1")
+    void addConnection(const QString &plugId, const QString &entry = "TolvaneModem 1", int port = 5)
     {
         change([&](platform::simulated::MachineState &state) {
             platform::simulated::Connection connection;
@@ -49,7 +48,7 @@ public:
             connection.entry = entry;
             connection.device = "MTK GPRS Modem";
             connection.plugId = plugId;
-            connection.port = 5;
+            connection.port = port;
             state.connections += connection;
         });
     }
@@ -83,41 +82,33 @@ struct DialResult {
 
 /// Calls RasDialDlgW; `play` runs once its dialog is there.
 inline DialResult dial(platform::simulated::SimulatedPc &pc,
-                       const std::function<void(QDialog *)> &play, QString entry = "TolvaneModem 1",
-                       QString number = "*99#")
+                       const std::function<void(QDialog *)> &play = {},
+                       QString entry = "TolvaneModem 1", QString number = "*99#")
 {
     DialResult result;
     result.info.dwSize = platform::RasDialDialogSize;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, [&] {
-        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible())
-            return;
-        timer.stop();
-        play(dialog);
-    });
-    timer.start(1);
+    if (play)
+        inDialDialog(play);
     result.connected =
         pc.RasDialDlgW(nullptr, reinterpret_cast<platform::WCHAR *>(entry.data()),
                        reinterpret_cast<platform::WCHAR *>(number.data()), &result.info);
     return result;
 }
 
-inline void click(QDialog *dialog, const char *name)
-{
-    QTest::mouseClick(dialog->findChild<QPushButton *>(name), Qt::LeftButton);
-}
-
-inline QString status(QDialog *dialog)
-{
-    return dialog->findChild<QLabel *>("statusLabel")->text();
-}
-
-/// Waits for the dialog's error, which it returns, and cancels.
-inline QString errorOf(QDialog *dialog)
+/// Waits for the dialog's error, which it returns.
+inline QString waitForError(const QDialog *dialog)
 {
     const bool failed = QTest::qWaitFor([dialog] { return status(dialog).startsWith("Error"); });
-    const QString text = failed ? status(dialog) : "no error: " + status(dialog);
-    click(dialog, "cancelButton");
-    return text;
+    return failed ? status(dialog) : "no error: " + status(dialog);
+}
+
+/// What the dialog of a dial says that fails; it is left by Cancel.
+inline QString errorOfDial(platform::simulated::SimulatedPc &pc)
+{
+    QString error;
+    dial(pc, [&error](QDialog *dialog) {
+        error = waitForError(dialog);
+        cancelButton(dialog)->click();
+    });
+    return error;
 }

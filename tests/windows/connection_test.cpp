@@ -58,6 +58,7 @@ private slots:
     void connectionThatIsUpAlready();
     void connectionThatDrops();
     void dialDialogCancelled();
+    void closedWhileDialling();
     void inputWhileBlocked();
     void answersThatAreNotAnAnswer_data();
     void answersThatAreNotAnAnswer();
@@ -226,6 +227,41 @@ void ConnectionTest::dialDialogCancelled()
         const WindowId window = desktop.waitForWindow(mainTitle);
         desktop.pressIn(window, "ctrl+c");
         waitFor("A second dial", [&] { return m_phone->bytesFromPc().size() == 4; });
+    });
+}
+
+// The dial dialog lets the window's events through. Nothing may stay connected
+// with no window to hang up by.
+void ConnectionTest::closedWhileDialling()
+{
+    onMachine(*m_machine, [&](WineMachine &machine) {
+        Desktop &desktop = machine.desktop;
+        setUpBefore(machine);
+        m_phone->plugIn();
+        startAndWaitForDialog(machine);
+        const WindowId window = desktop.waitForWindow(mainTitle);
+        const auto close = [&] {
+            desktop.pressIn(window, "alt+F4");
+            // Events are taken in their order, so it has been closed when this
+            // has come through, too.
+            desktop.pressIn(window, "Down");
+            desktop.keepPicture("closed-while-dialling");
+        };
+        close();
+        desktop.pressIn(desktop.waitForWindow(dialTitle), "Return");
+        machine.waitForCall("^RasDialDlgW .* -> 1$");
+        desktop.waitForNoWindow(dialTitle);
+        QVERIFY(!machine.hasEnded());
+        desktop.pressIn(desktop.waitForWindow(mainTitle), "ctrl+d");
+        machine.waitForCall("^RasHangUpW connection=\"TolvaneModem 1\" -> result=0$");
+
+        desktop.pressUntil(window, "ctrl+c", "A second dial",
+                           [&] { return m_phone->bytesFromPc().size() == 4; });
+        desktop.waitForWindow(dialTitle);
+        close();
+        desktop.pressIn(desktop.waitForWindow(dialTitle), "Escape");
+        QCOMPARE(machine.waitForExit(), 0);
+        QVERIFY(machine.connections().isEmpty());
     });
 }
 

@@ -33,12 +33,13 @@ public:
     QImage face() const;
     void waitForOtherFace(const QImage &before, const QString &what) const;
 
-    /// Dials in the dialog that is to come; the link is up afterwards.
+    /// Waits for the dialog that dials, and for its end; the link is up then.
     void dial();
     /// What the dial dialog says, copied by mouse and keyboard. This program
     /// itself, on the same display, then looks at the clipboard.
     QString dialogText() const;
-    /// Dials in the dialog that is to come; it fails with that number and stays.
+    /// Waits for the dialog, whose dial fails with that number and these words,
+    /// and leaves it.
     void dialInVain(const QString &picture, const QString &words, int error);
 
 private:

@@ -68,7 +68,7 @@ private:
     void firstDial(Person &person);
     void disconnect(Person &person);
 
-    /// Connects by the button, with the dialog.
+    /// Connects by the button.
     void reconnect(Person &person);
     /// Waits until the link is down and the program shows it.
     void waitForDisconnected(Person &person, const QString &picture);
@@ -296,15 +296,16 @@ void LinuxScenarios::dialIsCancelled()
 {
     scenario([&](Person &person) {
         letLineSettle();
+        phone("set delay 3000"); // so that the silence comes in time
         person.pressMainButton();
         person.waitForWindow(dialTitle);
         phone("set silent on");
-        person.desktop.press("Return");
         waitFor("The dialling", [] { return processOf("/usr/sbin/pppd") > 0; });
         person.desktop.press("Escape");
         waitFor("The dialog's end", [&] { return person.desktop.window(dialTitle).isEmpty(); });
         expect(processOf("/usr/sbin/pppd") == 0, "pppd dials on");
         phone("set silent off");
+        phone("set delay 5");
         reconnect(person); // the port is free again
         disconnect(person);
     });

@@ -1,9 +1,9 @@
 #include "platform/simulated/programs/simulatedpc/commands.h"
 
 #include "platform/faultinjection/faultinjectingplatform.h"
-#include "platform/simulated/dialler.h"
 #include "platform/simulated/hangup.h"
 #include "platform/simulated/machinesession.h"
+#include "platform/simulated/modemdialler.h"
 #include "platform/simulated/usbbus.h"
 
 #include <QCoreApplication>
@@ -265,12 +265,12 @@ int clearFaults(const QString &directory, const QStringList &)
 int dial(const QString &directory, const QStringList &arguments)
 {
     // The same code as behind the dial dialog, so that both fail alike.
-    Dialler dialler(directory, arguments.first(), arguments.value(1));
-    QObject::connect(&dialler, &Dialler::progressed, &print);
-    QObject::connect(&dialler, &Dialler::finished, [](platform::DWORD code) {
-        if (code != platform::Success)
-            complain(Failed, QString("error %1: %2").arg(code).arg(dialErrorText(code)));
-        QCoreApplication::exit(code == platform::Success ? Done : Failed);
+    ModemDialler dialler(directory, arguments.first(), arguments.value(1));
+    QObject::connect(&dialler, &ModemDialler::progressed, &print);
+    QObject::connect(&dialler, &ModemDialler::connected, [] { QCoreApplication::exit(Done); });
+    QObject::connect(&dialler, &ModemDialler::failed, [](const platform::DialFailure &failure) {
+        complain(Failed, QString("error %1: %2").arg(failure.code).arg(failure.text));
+        QCoreApplication::exit(Failed);
     });
     dialler.start();
     return QCoreApplication::exec();

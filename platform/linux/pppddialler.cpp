@@ -1,7 +1,8 @@
-#include "platform/linux/dialler.h"
+#include "platform/linux/pppddialler.h"
 
 #include "platform/linux/activelinks.h"
 #include "platform/linux/dialphone/messages.h"
+#include "platform/linux/pppdresult.h"
 
 #include <QFileInfo>
 #include <QTimer>
@@ -21,18 +22,19 @@ std::optional<QString> textAfter(const char *beginning, const QString &text)
 
 } // namespace
 
-Dialler::Dialler(const QString &pppd, QObject *parent) : QObject(parent), m_pppd(pppd)
+PppdDialler::PppdDialler(const QString &pppd, const QString &number, TargetFinder findTarget)
+    : m_pppd(pppd), m_number(number), m_findTarget(std::move(findTarget))
 {
     m_process.setProcessChannelMode(QProcess::MergedChannels);
     // If standard input were a terminal, pppd would use it as its line.
     m_process.setStandardInputFile(QProcess::nullDevice());
-    connect(&m_process, &QProcess::readyRead, this, &Dialler::readMessages);
+    connect(&m_process, &QProcess::readyRead, this, &PppdDialler::readMessages);
     connect(&m_process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
-            &Dialler::onFinished);
-    connect(&m_process, &QProcess::errorOccurred, this, &Dialler::onError);
+            &PppdDialler::onFinished);
+    connect(&m_process, &QProcess::errorOccurred, this, &PppdDialler::onError);
 }
 
-Dialler::~Dialler()
+PppdDialler::~PppdDialler()
 {
     m_process.disconnect(this);
     if (!isRunning())
@@ -42,36 +44,40 @@ Dialler::~Dialler()
         m_process.kill();
 }
 
-bool Dialler::isRunning() const
+bool PppdDialler::isRunning() const
 {
     return m_process.state() != QProcess::NotRunning;
 }
 
-void Dialler::start(const QString &peer, const QString &device, const QString &number)
+void PppdDialler::start()
 {
+    const Target target = m_findTarget();
+    if (target.code != Success) {
+        emit failed(failureOf(target.code));
+        return;
+    }
     m_lastAnswer.clear();
     emit progressed(tr("Opening the phone's port..."));
     // poff looks for the arguments in this order.
-    m_process.start(
-        m_pppd, {"call", peer, device, "set", "DIAL_NUMBER=" + number, "logfd", "1", "updetach"});
+    m_process.start(m_pppd, {"call", target.peer, target.device, "set", "DIAL_NUMBER=" + m_number,
+                             "logfd", "1", "updetach"});
 }
 
-void Dialler::stop()
+void PppdDialler::stop()
 {
     if (!isRunning())
         return;
-    emit progressed(tr("Hanging up..."));
     m_process.terminate();
     QTimer::singleShot(PppdEndPatience, &m_process, &QProcess::kill);
 }
 
-void Dialler::readMessages()
+void PppdDialler::readMessages()
 {
     while (m_process.canReadLine())
         understand(QString::fromLocal8Bit(m_process.readLine()).trimmed());
 }
 
-void Dialler::understand(const QString &message)
+void PppdDialler::understand(const QString &message)
 {
     if (const auto told = textAfter(dialphone::messagePrefix, message)) {
         if (const auto number = textAfter(dialphone::diallingMessage, *told))
@@ -85,7 +91,7 @@ void Dialler::understand(const QString &message)
     }
 }
 
-void Dialler::onFinished(int exitStatus, QProcess::ExitStatus how)
+void PppdDialler::onFinished(int exitStatus, QProcess::ExitStatus how)
 {
     readMessages();
     if (how == QProcess::NormalExit && exitStatus == 0)
@@ -94,7 +100,7 @@ void Dialler::onFinished(int exitStatus, QProcess::ExitStatus how)
         emit failed(pppdFailure(how == QProcess::NormalExit ? exitStatus : 1, m_lastAnswer));
 }
 
-void Dialler::onError(QProcess::ProcessError error)
+void PppdDialler::onError(QProcess::ProcessError error)
 {
     // Every other error ends in finished().
     if (error == QProcess::FailedToStart)

@@ -1,49 +1,31 @@
 #pragma once
 
 #include "platform/atline/resultcode.h"
-#include "platform/types.h"
+#include "platform/standin/dialler.h"
 
 #include <QByteArray>
-#include <QObject>
 #include <QSocketNotifier>
-#include <QString>
 #include <QTimer>
 
 #include <memory>
 
 namespace platform::simulated {
 
-/// What a RAS error number means, for people; without the number.
-QString dialErrorText(DWORD code);
-
-/// One dial of a phone-book entry, as the remote access service does it:
-/// through the COM port of the entry's modem, by what the phone answers.
-/// Lives in a thread with an event loop and never blocks it.
-class Dialler : public QObject
+/// Dials a phone-book entry as the remote access service does it: through the
+/// COM port of the entry's modem, by what the phone answers. A connection that
+/// is up is in the state. Never blocks; the outcome comes from the event loop.
+class ModemDialler final : public Dialler
 {
     Q_OBJECT
 
 public:
     /// An empty number means the entry's own.
-    Dialler(const QString &directory, const QString &entry, const QString &number,
-            QObject *parent = nullptr);
-    ~Dialler() override;
+    ModemDialler(const QString &directory, const QString &entry, const QString &number);
+    ~ModemDialler() override;
 
-    /// Begins; finished() follows, always from the event loop.
-    void start();
-
-    /// Breaks the dial off; finished() does not follow. False when the phone
-    /// has connected already: finished() follows soon.
-    bool cancel();
-
-    bool isBusy() const { return m_step != Step::Idle; }
-
-signals:
-    /// What is being done, in words.
-    void progressed(const QString &text);
-
-    /// 0: the connection is up and in the state. Else a RAS error number.
-    void finished(platform::DWORD code);
+    void start() override;
+    void stop() override;
+    bool isRunning() const override { return m_step != Step::Idle; }
 
 private:
     enum class Step {
@@ -53,7 +35,8 @@ private:
         HangingUp,
         Resetting,
         Dialling,
-        WaitingForCarrier
+        WaitingForCarrier,
+        Stopping
     };
 
     DWORD openLine();
@@ -65,6 +48,7 @@ private:
     void checkCarrier();
     void send(const QByteArray &command);
     void finish(DWORD code);
+    void finishLater(DWORD code);
     void closeLine();
 
     const QString m_directory;

@@ -1,4 +1,4 @@
-#include "platform/simulated/dialler.h"
+#include "platform/simulated/modemdialler.h"
 
 #include "platform/posix/serialdevice.h"
 #include "platform/ras.h"
@@ -25,9 +25,8 @@ constexpr int EscapeAnswerMs = 500;    // beyond the guard time
 constexpr int CarrierTimeoutMs = 2000; // after CONNECT
 constexpr int CarrierIntervalMs = 10;
 
-} // namespace
-
-QString dialErrorText(DWORD code)
+/// What a RAS error number means, for people.
+QString meaningOf(DWORD code)
 {
     switch (code) {
     case ErrorNotSupported:
@@ -36,6 +35,8 @@ QString dialErrorText(DWORD code)
         return "The system could not open the phone book file.";
     case RasErrorEntryNotFound:
         return "The system could not find the phone book entry for this connection.";
+    case RasErrorUserDisconnected:
+        return "Dialling was stopped.";
     case RasErrorPortNotAvailable:
         return "The modem is already in use or not connected.";
     case RasErrorNoAnswer:
@@ -51,31 +52,31 @@ QString dialErrorText(DWORD code)
     }
 }
 
-Dialler::Dialler(const QString &directory, const QString &entry, const QString &number,
-                 QObject *parent)
-    : QObject(parent), m_directory(directory), m_entry(entry), m_number(number)
+} // namespace
+
+ModemDialler::ModemDialler(const QString &directory, const QString &entry, const QString &number)
+    : m_directory(directory), m_entry(entry), m_number(number)
 {
     m_timeout.setSingleShot(true);
-    connect(&m_timeout, &QTimer::timeout, this, &Dialler::onTimeout);
+    connect(&m_timeout, &QTimer::timeout, this, &ModemDialler::onTimeout);
     m_carrierTimer.setInterval(CarrierIntervalMs);
-    connect(&m_carrierTimer, &QTimer::timeout, this, &Dialler::checkCarrier);
+    connect(&m_carrierTimer, &QTimer::timeout, this, &ModemDialler::checkCarrier);
 }
 
-Dialler::~Dialler()
+ModemDialler::~ModemDialler()
 {
     closeLine();
 }
 
-void Dialler::start()
+void ModemDialler::start()
 {
-    if (isBusy())
+    if (isRunning())
         return;
     m_step = Step::Resetting;
     emit progressed("Opening the port...");
     const DWORD code = openLine();
     if (code != Success) {
-        QMetaObject::invokeMethod(
-            this, [this, code] { finish(code); }, Qt::QueuedConnection);
+        finishLater(code);
         return;
     }
     emit progressed(QString("Preparing the modem on COM%1...").arg(m_port));
@@ -88,25 +89,26 @@ void Dialler::start()
     m_timeout.start(m_guardMs);
 }
 
-void Dialler::reset()
+void ModemDialler::reset()
 {
     m_step = Step::Resetting;
     m_timeout.start(std::min(m_answerTimeoutMs, ResetTimeoutMs));
     send("ATZ\r");
 }
 
-bool Dialler::cancel()
+void ModemDialler::stop()
 {
-    if (m_step == Step::WaitingForCarrier)
-        return false;
+    // The phone that has connected already brings its carrier soon.
+    if (!isRunning() || m_step == Step::WaitingForCarrier)
+        return;
     if (m_step == Step::Dialling)
         send("\r"); // any character breaks a call attempt off
     closeLine();
-    m_step = Step::Idle;
-    return true;
+    m_step = Step::Stopping;
+    finishLater(RasErrorUserDisconnected);
 }
 
-DWORD Dialler::openLine()
+DWORD ModemDialler::openLine()
 {
     MachineSession session(m_directory);
     MachineState &state = session.state;
@@ -150,11 +152,11 @@ DWORD Dialler::openLine()
     m_inDataState = port->phone.carrier;
     m_received.clear();
     m_notifier = std::make_unique<QSocketNotifier>(m_line, QSocketNotifier::Read);
-    connect(m_notifier.get(), &QSocketNotifier::activated, this, &Dialler::readLine);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &ModemDialler::readLine);
     return Success;
 }
 
-void Dialler::send(const QByteArray &command)
+void ModemDialler::send(const QByteArray &command)
 {
     // Commands are short: a line that does not take one is as good as gone,
     // and its silence then ends the dial.
@@ -164,7 +166,7 @@ void Dialler::send(const QByteArray &command)
     } while (written < 0 && errno == EINTR);
 }
 
-void Dialler::readLine()
+void ModemDialler::readLine()
 {
     char buffer[256];
     const ssize_t count = ::read(m_line, buffer, sizeof buffer);
@@ -186,7 +188,7 @@ void Dialler::readLine()
     }
 }
 
-void Dialler::judge(const QByteArray &answer)
+void ModemDialler::judge(const QByteArray &answer)
 {
     const ResultCode code = atline::resultCode(answer.toStdString());
     if (m_step == Step::Escaping && code == ResultCode::Ok) {
@@ -208,7 +210,7 @@ void Dialler::judge(const QByteArray &answer)
     }
 }
 
-void Dialler::judgeDial(ResultCode code)
+void ModemDialler::judgeDial(ResultCode code)
 {
     switch (code) {
     case ResultCode::Connect:
@@ -237,7 +239,7 @@ void Dialler::judgeDial(ResultCode code)
     }
 }
 
-void Dialler::onTimeout()
+void ModemDialler::onTimeout()
 {
     if (m_step == Step::KeepingSilent) {
         m_step = Step::Escaping;
@@ -252,7 +254,7 @@ void Dialler::onTimeout()
     finish(m_step == Step::Resetting ? RasErrorPortOrDevice : RasErrorNoAnswer);
 }
 
-void Dialler::checkCarrier()
+void ModemDialler::checkCarrier()
 {
     // The carrier-detect line comes by the bus, the word CONNECT by the line:
     // either may be first.
@@ -282,16 +284,25 @@ void Dialler::checkCarrier()
     finish(saved ? DWORD(Success) : RasErrorPortOrDevice);
 }
 
-void Dialler::finish(DWORD code)
+void ModemDialler::finish(DWORD code)
 {
-    if (!isBusy())
-        return; // cancelled in between
+    if (!isRunning())
+        return; // stopped in between
     closeLine();
     m_step = Step::Idle;
-    emit finished(code);
+    if (code == Success)
+        emit connected();
+    else
+        emit failed({code, meaningOf(code)});
 }
 
-void Dialler::closeLine()
+void ModemDialler::finishLater(DWORD code)
+{
+    QMetaObject::invokeMethod(
+        this, [this, code] { finish(code); }, Qt::QueuedConnection);
+}
+
+void ModemDialler::closeLine()
 {
     m_timeout.stop();
     m_carrierTimer.stop();
