@@ -3,9 +3,8 @@
 #include <QDebug>
 #include <QString>
 
-// The program's diagnostics go to the debug stream. Support notes and users'
-// scripts compare the lines byte for byte, so only the functions here write
-// the two tagged forms.
+// The program's diagnostics go to the debug stream. Their lines are part of the
+// interface, byte for byte, so only the functions here write the two tagged forms.
 
 /// A string value on the debug stream: its text unchanged, between two double
 /// quotes. QDebug itself would escape backslashes and everything beyond ASCII,

@@ -113,7 +113,7 @@ void IdentityTest::presetIsAFallBackThatIsNeverWritten()
     QVERIFY(QFileInfo::exists(m_userFile));
 }
 
-/// Existing installations have files, entries and rules of these names.
+/// Under other names nothing would be found that was set up before.
 void IdentityTest::installedFilesKeepTheirNames()
 {
     const platform::Program program = programIdentity();
