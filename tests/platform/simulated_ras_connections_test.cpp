@@ -1,5 +1,6 @@
 #include "tests/platform/simulated_ras_fixture.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 
 #include <cstring>
@@ -19,6 +20,7 @@ private slots:
     void dropsConnectionsOfPhonesThatAreGone();
     void hangsUp();
     void hangsUpASilentPhone();
+    void hangsUpInTimeWhateverTheGuard();
     void refusesToHangUp();
 };
 
@@ -135,6 +137,26 @@ void SimulatedRasConnectionsTest::hangsUpASilentPhone()
     timer.start();
     QCOMPARE(pc.RasHangUpW(ConnectionList(pc).records[0].hrasconn), DWORD(Success));
     QVERIFY(timer.elapsed() < 2500);
+    QVERIFY(machine.state().connections.isEmpty());
+}
+
+void SimulatedRasConnectionsTest::hangsUpInTimeWhateverTheGuard()
+{
+    ReadyMachine machine;
+    SimulatedPc pc(machine.directory());
+    ScriptedPhone phone(machine.directory());
+    phone.publish(true);
+    machine.addConnection(phone.plugId());
+    constexpr int longGuard = 30000;
+    machine.change([](simulated::MachineState &state) {
+        state.hangUpGuardMs = longGuard;
+        state.connections.last().since =
+            static_cast<double>(QDateTime::currentMSecsSinceEpoch()); // no silence yet
+    });
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(pc.RasHangUpW(ConnectionList(pc).records[0].hrasconn), DWORD(Success));
+    QVERIFY(timer.elapsed() < longGuard / 2);
     QVERIFY(machine.state().connections.isEmpty());
 }
 
