@@ -85,6 +85,16 @@ void SimulatedRasConnectionsTest::checksTheSizesOfTheConnectionList()
     QCOMPARE(pc.RasEnumConnectionsW(nullptr, &size, &count), DWORD(RasErrorBufferTooSmall));
     QCOMPARE(pc.RasEnumConnectionsW(&record, nullptr, &count), DWORD(ErrorInvalidParameter));
     QCOMPARE(pc.RasEnumConnectionsW(&record, &size, nullptr), DWORD(ErrorInvalidParameter));
+
+    // Without connections nothing is needed but the declared record.
+    phone.unplug();
+    size = RasConnectionSize - 1;
+    QCOMPARE(pc.RasEnumConnectionsW(&record, &size, &count), DWORD(RasErrorBufferTooSmall));
+    QCOMPARE(size, RasConnectionSize);
+    QCOMPARE(count, DWORD(0));
+    QCOMPARE(pc.RasEnumConnectionsW(&record, &size, &count), DWORD(Success));
+    QCOMPARE(size, DWORD(0));
+    QCOMPARE(pc.RasEnumConnectionsW(nullptr, &size, &count), DWORD(Success));
 }
 
 void SimulatedRasConnectionsTest::dropsConnectionsOfPhonesThatAreGone()
