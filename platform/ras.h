@@ -146,9 +146,10 @@ inline constexpr DWORD RasErrorInvalidHandle = 6; ///< ERROR_INVALID_HANDLE, of 
 /// error codes, 0 for success, not GetLastError.
 struct Ras : Family {
     /// The active connections. *lpcb holds the buffer's size in bytes and
-    /// receives the size needed; 603 when the buffer is too small, 632 for a
-    /// first record with an unknown dwSize. RasConnectionSize is always taken;
-    /// the records then lie sizeof(RasConnection) apart.
+    /// receives the size needed; 603 when the buffer is too small for the list or
+    /// for the record that it declares, 632 for a first record with an unknown
+    /// dwSize. RasConnectionSize is always taken; the records then lie
+    /// sizeof(RasConnection) apart.
     Operation<DWORD(RasConnection *lprasconn, DWORD *lpcb, DWORD *lpcConnections)>
         RasEnumConnectionsW{this, "RasEnumConnectionsW", FailureCode::Result};
 

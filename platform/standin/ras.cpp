@@ -46,13 +46,15 @@ DWORD checkBooks(const char *operation, const WCHAR *phonebook, const void *devi
 }
 
 /// The protocol of the two lists: size and count are told in every case. An
-/// empty list fits anywhere.
+/// empty list needs no buffer, but one that is given has to hold the record that
+/// it declares.
 template<class Record>
 DWORD tellSize(const Record *first, DWORD *bytes, DWORD *count, qsizetype found)
 {
-    const DWORD needed = static_cast<DWORD>(found) * DWORD(sizeof(Record));
+    const DWORD ofList = static_cast<DWORD>(found) * DWORD(sizeof(Record));
+    const DWORD needed = first ? std::max(ofList, first->dwSize) : ofList;
     const bool fits = needed == 0 || (first && *bytes >= needed);
-    *bytes = needed;
+    *bytes = fits ? ofList : needed;
     *count = static_cast<DWORD>(found);
     return fits ? Success : RasErrorBufferTooSmall;
 }

@@ -1,5 +1,6 @@
 #include "tests/platform/simulated_ras_fixture.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 
 #include <cstring>
@@ -19,6 +20,7 @@ private slots:
     void dropsConnectionsOfPhonesThatAreGone();
     void hangsUp();
     void hangsUpASilentPhone();
+    void hangsUpInTimeWhateverTheGuard();
     void refusesToHangUp();
 };
 
@@ -83,6 +85,16 @@ void SimulatedRasConnectionsTest::checksTheSizesOfTheConnectionList()
     QCOMPARE(pc.RasEnumConnectionsW(nullptr, &size, &count), DWORD(RasErrorBufferTooSmall));
     QCOMPARE(pc.RasEnumConnectionsW(&record, nullptr, &count), DWORD(ErrorInvalidParameter));
     QCOMPARE(pc.RasEnumConnectionsW(&record, &size, nullptr), DWORD(ErrorInvalidParameter));
+
+    // Without connections nothing is needed but the declared record.
+    phone.unplug();
+    size = RasConnectionSize - 1;
+    QCOMPARE(pc.RasEnumConnectionsW(&record, &size, &count), DWORD(RasErrorBufferTooSmall));
+    QCOMPARE(size, RasConnectionSize);
+    QCOMPARE(count, DWORD(0));
+    QCOMPARE(pc.RasEnumConnectionsW(&record, &size, &count), DWORD(Success));
+    QCOMPARE(size, DWORD(0));
+    QCOMPARE(pc.RasEnumConnectionsW(nullptr, &size, &count), DWORD(Success));
 }
 
 void SimulatedRasConnectionsTest::dropsConnectionsOfPhonesThatAreGone()
@@ -135,6 +147,26 @@ void SimulatedRasConnectionsTest::hangsUpASilentPhone()
     timer.start();
     QCOMPARE(pc.RasHangUpW(ConnectionList(pc).records[0].hrasconn), DWORD(Success));
     QVERIFY(timer.elapsed() < 2500);
+    QVERIFY(machine.state().connections.isEmpty());
+}
+
+void SimulatedRasConnectionsTest::hangsUpInTimeWhateverTheGuard()
+{
+    ReadyMachine machine;
+    SimulatedPc pc(machine.directory());
+    ScriptedPhone phone(machine.directory());
+    phone.publish(true);
+    machine.addConnection(phone.plugId());
+    constexpr int longGuard = 30000;
+    machine.change([](simulated::MachineState &state) {
+        state.hangUpGuardMs = longGuard;
+        state.connections.last().since =
+            static_cast<double>(QDateTime::currentMSecsSinceEpoch()); // no silence yet
+    });
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(pc.RasHangUpW(ConnectionList(pc).records[0].hrasconn), DWORD(Success));
+    QVERIFY(timer.elapsed() < longGuard / 2);
     QVERIFY(machine.state().connections.isEmpty());
 }
 
