@@ -16,7 +16,7 @@ public:
     /// Appends whole lines.
     void write(const QByteArray &lines);
 
-    static constexpr qint64 LargestFile = 1000 * 1000; ///< bytes
+    static constexpr qint64 LargestFile = 1000000; ///< bytes
     static constexpr int KeptFiles = 10;
 
 private:

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr qint64 MostWaiting = 1000 * 1000; // bytes
+constexpr qint64 MostWaiting = 1000000; // bytes
 constexpr std::chrono::milliseconds LongestFinish(250);
 
 struct Message {

@@ -291,7 +291,7 @@ private slots:
         row("set port 0 5", 2, "numbered from 1");
         row("set port 1 1", 2, "COM1 is on board");
         row("set port 1 257", 2, "from 2 to 256");
-        row("fault add RasHangup 5", 2, "unknown operation \"RasHangup\"; there are: * C");
+        row("fault add RasHangup 5", 2, "unknown operation \"RasHangup\"; there are: * AllowSet");
         row("fault add RasHangUpW many", 2, "the code is a number");
         row("fault add RasHangUpW 5 0", 2, "CALL from 1");
         row("fault add RasHangUpW 5 1 2", 2, "CALL from 1");

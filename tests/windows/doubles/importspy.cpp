@@ -1,8 +1,7 @@
 #include "tests/windows/doubles/importspy.h"
 
 #include "tests/windows/doubles/recorder.h"
-
-#include <sddl.h>
+#include "tests/windows/doubles/startspy.h"
 
 #include <cstring>
 #include <map>
@@ -13,36 +12,12 @@ namespace {
 
 Handles ports("port");
 Handles events("event");
-Handles namedEvents("named");
 Handles processes("process");
 Handles threads("thread");
 Handles blocks("block");
 std::map<HANDLE, std::string> newEvents; // as made, before a port uses them
 DCB reported = {};                       // the last answer of GetCommState
 HKEY attachedKey = nullptr;
-
-/// A failure that machine.txt asks for; the line is then complete and written.
-bool fails(const char *function, Line &line)
-{
-    const auto code = scriptedFailure(function);
-    if (!code)
-        return false;
-    line.arrow().number("result", 0).number("error", *code).write();
-    SetLastError(*code);
-    return true;
-}
-
-/// Writes a line with the outcome of a call that went through.
-BOOL went(Line &line, BOOL result)
-{
-    const DWORD error = GetLastError();
-    line.arrow().number("result", result ? 1 : 0);
-    if (!result)
-        line.number("error", error);
-    line.write();
-    SetLastError(error);
-    return result;
-}
 
 bool is(const char *name, std::initializer_list<const char *> names)
 {
@@ -230,51 +205,6 @@ BOOL WINAPI spyGetOverlappedResult(HANDLE port, OVERLAPPED *record, DWORD *count
     return went(line, GetOverlappedResult(port, record, count, wait));
 }
 
-HANDLE createNamedEvent(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL initial, LPCWSTR name)
-{
-    Line line("CreateEventW");
-    line.text("name", name)
-        .word("rights", security ? "set" : "null")
-        .number("manual", manual)
-        .number("initial", initial);
-    const HANDLE event = CreateEventW(security, manual, initial, name);
-    const DWORD error = GetLastError();
-    namedEvents.opened(event);
-    line.arrow().item(namedEvents.name(event)).number("error", error).write();
-    SetLastError(error);
-    return event;
-}
-
-BOOL WINAPI spySetEvent(HANDLE event)
-{
-    if (!namedEvents.contains(event))
-        return SetEvent(event);
-    Line line("SetEvent");
-    line.item(namedEvents.name(event));
-    return went(line, SetEvent(event));
-}
-
-BOOL WINAPI spyAllowSetForegroundWindow(DWORD process)
-{
-    Line line("AllowSetForegroundWindow");
-    line.hex("process", process);
-    if (fails("AllowSetForegroundWindow", line))
-        return FALSE;
-    return went(line, AllowSetForegroundWindow(process));
-}
-
-BOOL WINAPI spyConvertStringSecurityDescriptorToSecurityDescriptorW(LPCWSTR text, DWORD revision,
-                                                                    PSECURITY_DESCRIPTOR *rights,
-                                                                    PULONG size)
-{
-    Line line("ConvertStringSecurityDescriptorToSecurityDescriptorW");
-    line.text("rights", text).number("revision", revision).pointer("size", size);
-    if (fails("ConvertStringSecurityDescriptorToSecurityDescriptorW", line))
-        return FALSE;
-    return went(line,
-                ConvertStringSecurityDescriptorToSecurityDescriptorW(text, revision, rights, size));
-}
-
 HANDLE WINAPI spyCreateEventW(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL initial,
                               LPCWSTR name)
 {
@@ -321,7 +251,7 @@ DWORD WINAPI spyWaitForSingleObject(HANDLE handle, DWORD milliseconds)
 
 BOOL WINAPI spyCloseHandle(HANDLE handle)
 {
-    for (Handles *known : {&ports, &events, &namedEvents, &processes, &threads}) {
+    for (Handles *known : {&ports, &events, &namedEvents(), &processes, &threads}) {
         if (!known->contains(handle))
             continue;
         Line line("CloseHandle");

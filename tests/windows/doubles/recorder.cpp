@@ -250,6 +250,27 @@ void Line::write() const
     SetLastError(m_error);
 }
 
+bool fails(const char *function, Line &line)
+{
+    const auto code = scriptedFailure(function);
+    if (!code)
+        return false;
+    line.arrow().number("result", 0).number("error", *code).write();
+    SetLastError(*code);
+    return true;
+}
+
+BOOL went(Line &line, BOOL result)
+{
+    const DWORD error = GetLastError();
+    line.arrow().number("result", result ? 1 : 0);
+    if (!result)
+        line.number("error", error);
+    line.write();
+    SetLastError(error);
+    return result;
+}
+
 void Handles::opened(const void *handle)
 {
     const Guard guard;

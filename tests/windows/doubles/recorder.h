@@ -68,6 +68,14 @@ private:
     DWORD m_error;
 };
 
+/// A failure that machine.txt asks for. The line is then written, complete with
+/// the outcome, and the last error is set.
+bool fails(const char *function, Line &line);
+
+/// Writes a line with the outcome of a call that went through, and gives that
+/// back. The last error is the call's.
+BOOL went(Line &line, BOOL result);
+
 /// Small numbers for handles, in the order in which they were made: the log
 /// of two runs is the same.
 class Handles
