@@ -70,7 +70,7 @@ int main(int argc, char *argv[])
                              "simulated PC in DIRECTORY is up.\n");
         return 2;
     }
-    const QString directory = arguments.at(0);
+    const QString &directory = arguments.at(0);
     const int handle = arguments.at(1).toInt();
     const int line = arguments.at(2).toInt();
     const int changes = inotify_init1(IN_CLOEXEC);
