@@ -2,17 +2,21 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <sys/inotify.h>
 #include <unistd.h>
+#include <utility>
 
 namespace virtualphone {
+
+OpeningWatch::OpeningWatch(std::function<bool()> isOpen) : m_isOpen(std::move(isOpen)) {}
 
 OpeningWatch::~OpeningWatch()
 {
     stop();
 }
 
-bool OpeningWatch::start(const QString &node, const std::function<void()> &openAndClose)
+bool OpeningWatch::start(const QString &node)
 {
     stop();
     m_descriptor = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
@@ -21,11 +25,7 @@ bool OpeningWatch::start(const QString &node, const std::function<void()> &openA
         stop();
         return false;
     }
-    // Whether a peer's opening is told differs between kernels; its closing is.
-    openAndClose();
-    const QVector<bool> events = takeEvents();
-    m_ownOpenings = static_cast<int>(events.count(true));
-    m_ownClosings = static_cast<int>(events.count(false));
+    m_tellsOwnOpenings.reset();
     m_openings = 0;
     m_wasClosed = false;
     return true;
@@ -40,55 +40,64 @@ void OpeningWatch::stop()
 
 void OpeningWatch::beginOwnOpening()
 {
-    count(takeEvents());
+    update();
 }
 
 void OpeningWatch::endOwnOpening()
 {
-    QVector<bool> events = takeEvents();
-    for (int i = 0; i < m_ownOpenings; ++i)
-        events.removeOne(true);
-    for (int i = 0; i < m_ownClosings; ++i) {
-        const auto last = events.lastIndexOf(false);
-        if (last >= 0)
-            events.remove(last);
-    }
-    count(events);
+    const bool wasOpen = m_isOpen();
+    QVector<Event> events = takeEvents();
+    const auto opening = static_cast<int>(events.indexOf(Event::Opened));
+    if (!m_tellsOwnOpenings) // the first one, of a node that nobody else has opened
+        m_tellsOwnOpenings = opening >= 0;
+    if (*m_tellsOwnOpenings && opening >= 0)
+        events.remove(opening);
+    const auto closing = static_cast<int>(events.lastIndexOf(Event::ClosedForReading));
+    if (closing >= 0)
+        events.remove(closing);
+    count(events, wasOpen);
 }
 
-bool OpeningWatch::takeClosing()
+void OpeningWatch::update()
 {
-    count(takeEvents());
-    const bool wasClosed = m_wasClosed;
-    m_wasClosed = false;
-    return wasClosed;
+    const bool wasOpen = m_isOpen();
+    count(takeEvents(), wasOpen);
 }
 
-QVector<bool> OpeningWatch::takeEvents()
+QVector<OpeningWatch::Event> OpeningWatch::takeEvents()
 {
-    QVector<bool> opened;
+    QVector<Event> events;
     alignas(inotify_event) char buffer[4096];
     ssize_t size = 0;
     while (m_descriptor >= 0 && (size = ::read(m_descriptor, buffer, sizeof buffer)) > 0) {
         ssize_t offset = 0;
         while (offset < size) {
             const auto *event = reinterpret_cast<const inotify_event *>(buffer + offset);
-            if (event->mask & (IN_OPEN | IN_CLOSE))
-                opened += (event->mask & IN_OPEN) != 0;
+            if (event->mask & IN_OPEN)
+                events += Event::Opened;
+            else if (event->mask & IN_CLOSE_NOWRITE)
+                events += Event::ClosedForReading;
+            else if (event->mask & IN_CLOSE_WRITE)
+                events += Event::Closed;
             offset += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
         }
     }
-    return opened;
+    return events;
 }
 
-void OpeningWatch::count(const QVector<bool> &events)
+void OpeningWatch::count(const QVector<Event> &events, bool wasOpen)
 {
-    for (const bool isOpening : events) {
-        if (isOpening)
+    for (const Event event : events) {
+        if (event == Event::Opened)
             ++m_openings;
         else if (m_openings > 0 && --m_openings == 0)
             m_wasClosed = true;
     }
+    const bool endsClosed = !events.isEmpty() && events.last() != Event::Opened;
+    if (!m_isOpen())
+        m_openings = 0;
+    else if (wasOpen && !endsClosed)
+        m_openings = std::max(m_openings, 1);
 }
 
 } // namespace virtualphone

@@ -4,44 +4,51 @@
 #include <QVector>
 
 #include <functional>
+#include <optional>
 
 namespace virtualphone {
 
 /// Watches a device node being opened and closed, as the file system tells it.
 /// A pseudo-terminal's master alone does not see a slave that is closed and at
-/// once opened again.
+/// once opened again. The file system makes one event of several that are the
+/// same, so what the master sees corrects the count.
 class OpeningWatch
 {
 public:
-    OpeningWatch() = default;
+    /// `isOpen` tells what the master sees.
+    explicit OpeningWatch(std::function<bool()> isOpen);
     ~OpeningWatch();
     OpeningWatch(const OpeningWatch &) = delete;
     OpeningWatch &operator=(const OpeningWatch &) = delete;
 
-    /// Starts watching a node that nobody has open. `openAndClose` opens it once
-    /// and closes it: what the file system tells of that is never counted. False
-    /// when the file system tells nothing.
-    bool start(const QString &node, const std::function<void()> &openAndClose);
+    /// Starts watching a node that nobody has open; the first opening is then to
+    /// be one's own. False when the file system tells nothing.
+    bool start(const QString &node);
     void stop();
 
     /// Readable when something has happened; -1 when not started.
     int descriptor() const { return m_descriptor; }
 
-    /// Around an opening of one's own, which is not counted.
+    /// Around an opening of one's own, for reading only, which is not counted.
     void beginOwnOpening();
     void endOwnOpening();
 
-    /// Whether the last opening was closed since the last call, even if there is
-    /// a new one by now.
-    bool takeClosing();
+    /// Takes in what has happened since.
+    void update();
+
+    /// Whether the last opening was closed since forgetClosing(), even if there
+    /// is a new one by now. As of the last update.
+    bool wasClosed() const { return m_wasClosed; }
+    void forgetClosing() { m_wasClosed = false; }
 
 private:
-    QVector<bool> takeEvents(); // true: opened
-    void count(const QVector<bool> &events);
+    enum class Event { Opened, ClosedForReading, Closed };
+    QVector<Event> takeEvents();
+    void count(const QVector<Event> &events, bool wasOpen);
 
+    const std::function<bool()> m_isOpen;
     int m_descriptor = -1;
-    int m_ownOpenings = 0; // events that an opening of one's own makes
-    int m_ownClosings = 0;
+    std::optional<bool> m_tellsOwnOpenings; // differs between kernels
     int m_openings = 0;
     bool m_wasClosed = false;
 };

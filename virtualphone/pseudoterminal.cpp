@@ -14,7 +14,8 @@
 
 namespace virtualphone {
 
-Pseudoterminal::Pseudoterminal(QObject *parent) : QObject(parent)
+Pseudoterminal::Pseudoterminal(QObject *parent)
+    : QObject(parent), m_openings([this] { return !isHungUp(); })
 {
     m_openingTimer.setInterval(20);
     connect(&m_openingTimer, &QTimer::timeout, this, &Pseudoterminal::checkOpened);
@@ -48,12 +49,7 @@ bool Pseudoterminal::open(QString *error)
     m_notifier->setEnabled(false);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] { readOnce(); });
 
-    const bool isWatched = m_openings.start(m_slaveName, [this] {
-        const int slave = openSlave();
-        if (slave >= 0)
-            ::close(slave);
-    });
-    if (isWatched) {
+    if (m_openings.start(m_slaveName)) {
         m_openingNotifier =
             new QSocketNotifier(m_openings.descriptor(), QSocketNotifier::Read, this);
         connect(m_openingNotifier, &QSocketNotifier::activated, this, [this] {
@@ -103,7 +99,7 @@ int Pseudoterminal::write(const QByteArray &bytes)
 
 int Pseudoterminal::openSlave() const
 {
-    return ioctl(m_master, TIOCGPTPEER, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    return ioctl(m_master, TIOCGPTPEER, O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
 }
 
 void Pseudoterminal::withSlave(const std::function<void(int)> &use)
@@ -152,7 +148,8 @@ void Pseudoterminal::readOnce()
     if (count > 0)
         emit received(QByteArray(buffer, static_cast<int>(count)));
     else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
-        m_openings.takeClosing(); // this is the one
+        m_openings.update();
+        m_openings.forgetClosing(); // this is the one
         setInUse(false);
     }
 }
@@ -190,9 +187,12 @@ bool Pseudoterminal::isHungUp() const
 
 void Pseudoterminal::noticeReopening()
 {
+    m_openings.update();
     // While it is still closed, reading finds the hang-up, after the last data.
-    if (m_isInUse && m_openings.takeClosing() && !isHungUp())
-        setInUse(false);
+    if (!m_isInUse || !m_openings.wasClosed() || isHungUp())
+        return;
+    m_openings.forgetClosing();
+    setInUse(false);
 }
 
 void Pseudoterminal::checkOpened()
