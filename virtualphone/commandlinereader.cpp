@@ -2,15 +2,16 @@
 
 namespace virtualphone {
 
-CommandLineReader::Taken CommandLineReader::take(QByteArray *input)
+CommandLineReader::Taken CommandLineReader::take(QByteArray *input, EditingCharacters characters)
 {
     Taken taken;
     int used = 0;
+    bool isRepetition = false;
     while (used < input->size() && !taken.isComplete) {
         const char c = input->at(used++);
-        if (c == '\r')
+        if (c == characters.end)
             taken.isComplete = true;
-        else if (c == '\b')
+        else if (c == characters.backspace)
             m_line.chop(1);
         else if (static_cast<unsigned char>(c) < 0x20)
             continue;
@@ -18,12 +19,18 @@ CommandLineReader::Taken CommandLineReader::take(QByteArray *input)
             m_line += c;
         else
             m_isTooLong = true;
+        if (c == '/' && m_line.toUpper().endsWith("A/") && partialLine().isEmpty()) {
+            isRepetition = true;
+            taken.isComplete = true;
+        }
     }
     taken.bytes = input->left(used);
     input->remove(0, used);
     if (taken.isComplete) {
         taken.isTooLong = m_isTooLong;
-        taken.line = partialLine();
+        if (!isRepetition && !m_isTooLong && !partialLine().isEmpty())
+            m_lineBefore = partialLine();
+        taken.line = isRepetition ? m_lineBefore : partialLine();
         reset();
     }
     return taken;

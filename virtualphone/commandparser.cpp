@@ -40,15 +40,40 @@ ParsedCommand takeExtendedCommand(QByteArray *line)
     const QByteArray name = text.left(nameEnd);
     const QByteArray suffix = text.mid(nameEnd, end - nameEnd);
     if (suffix.isEmpty())
-        return {name, ExecuteForm, {}};
+        return {name, ExecuteForm, {}, 0};
     if (suffix == "?")
-        return {name, ReadForm, {}};
+        return {name, ReadForm, {}, 0};
     if (suffix == "=?")
-        return {name, TestForm, {}};
+        return {name, TestForm, {}, 0};
     if (suffix.startsWith('='))
-        return {name, SetForm, suffix.mid(1)};
+        return {name, SetForm, suffix.mid(1), 0};
     line->clear();
-    return {text, ExecuteForm, {}}; // names no command
+    return {text, ExecuteForm, {}, 0}; // names no command
+}
+
+int endOfDigits(const QByteArray &text, int start)
+{
+    int end = start;
+    while (end < text.size() && std::isdigit(static_cast<unsigned char>(text.at(end))))
+        ++end;
+    return end;
+}
+
+// Sn? or Sn=value.
+ParsedCommand takeRegister(QByteArray *line)
+{
+    const QByteArray text = *line;
+    const int indexEnd = endOfDigits(text, 1);
+    const std::optional<int> index = wholeNumber(text.mid(1, indexEnd - 1));
+    const char sign = indexEnd < text.size() ? text.at(indexEnd) : '\0';
+    if (!index || (sign != '?' && sign != '=')) {
+        line->clear();
+        return {text, ExecuteForm, {}, 0}; // names no command
+    }
+    const int end = sign == '=' ? endOfDigits(text, indexEnd + 1) : indexEnd + 1;
+    *line = text.mid(end);
+    return {"S", sign == '=' ? SetForm : ReadForm, text.mid(indexEnd + 1, end - indexEnd - 1),
+            *index};
 }
 
 // A letter, or & and a letter, with the digits after it.
@@ -62,18 +87,19 @@ ParsedCommand takeBasicCommand(QByteArray *line)
     if (name == "D") {
         end = size; // the rest of the line is the number
     } else {
-        while (end < size && std::isdigit(static_cast<unsigned char>(text.at(end))))
-            ++end;
+        end = endOfDigits(text, nameEnd);
     }
     *line = text.mid(end);
-    return {name, BasicForm, text.mid(nameEnd, end - nameEnd)};
+    return {name, BasicForm, text.mid(nameEnd, end - nameEnd), 0};
 }
 
 } // namespace
 
 ParsedCommand takeCommand(QByteArray *line)
 {
-    return line->startsWith('+') ? takeExtendedCommand(line) : takeBasicCommand(line);
+    if (line->startsWith('+'))
+        return takeExtendedCommand(line);
+    return line->startsWith('S') ? takeRegister(line) : takeBasicCommand(line);
 }
 
 std::optional<QList<Parameter>> splitParameters(const QByteArray &text)

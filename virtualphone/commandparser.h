@@ -11,16 +11,17 @@ namespace virtualphone {
 enum CommandForm {
     BasicForm = 1,   ///< E, E0, &F
     ExecuteForm = 2, ///< +CMD
-    SetForm = 4,     ///< +CMD=...
-    ReadForm = 8,    ///< +CMD?
+    SetForm = 4,     ///< +CMD=..., S0=...
+    ReadForm = 8,    ///< +CMD?, S0?
     TestForm = 16,   ///< +CMD=?
 };
 
 /// One command of a command line.
 struct ParsedCommand {
-    QByteArray name; ///< "E", "&F", "+CSQ"; a text that names no command when it is malformed
+    QByteArray name; ///< "E", "&F", "S", "+CSQ"; names no command when it is malformed
     CommandForm form = BasicForm;
     QByteArray parameter; ///< after the name or the "="
+    int index = 0;        ///< of a register: the n of Sn
 };
 
 /// A command line in upper case and without blanks, except between quotes.

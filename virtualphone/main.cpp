@@ -78,6 +78,10 @@ void addOptions(QCommandLineParser *parser)
         {"transcript", "Write every byte on the line to this file, \"-\" for standard output.",
          "file"},
         {"guard-time", "Pause before and after +++.", "milliseconds", "1000"},
+        {"card", "The card in the phone; its PIN is 1234 and its PUK 12345678.", cardStates,
+         "ready"},
+        {"registration", "How the network receives the phone.", registrationStates, "home"},
+        {"scan-time", "Time to look for networks, AT+COPS=?.", "milliseconds", "8000"},
         {"control", "File name of the control socket, in the bus directory.", "name", "phone.ctl"},
         {"ready-fd", "Write a line to this descriptor, and close it, once ready.", "number"},
         {"send",
@@ -87,6 +91,16 @@ void addOptions(QCommandLineParser *parser)
     });
     for (const MisbehaviourHelp &help : misbehaviourHelp())
         parser->addOption({help.name, help.meaning, help.value});
+}
+
+bool readTime(const QString &text, uint maximum, int *milliseconds)
+{
+    bool isNumber = false;
+    const uint read = text.toUInt(&isNumber);
+    if (!isNumber || read > maximum)
+        return false;
+    *milliseconds = static_cast<int>(read);
+    return true;
 }
 
 /// Reads the command line. Returns what is wrong with it, or an empty string.
@@ -100,11 +114,15 @@ QString readOptions(const QCommandLineParser &parser, PhoneOptions *options)
     if (!readSocketNumber(parser.value("socket"), &options->socket))
         return QString("\"%1\" is not a socket; sockets are numbered 1 to 99")
             .arg(parser.value("socket"));
-    bool isNumber = false;
-    const uint guardTime = parser.value("guard-time").toUInt(&isNumber);
-    if (!isNumber || guardTime > 60000)
+    if (!readTime(parser.value("guard-time"), 60000, &options->guardTimeMs))
         return QString("\"%1\" is not a guard time").arg(parser.value("guard-time"));
-    options->guardTimeMs = static_cast<int>(guardTime);
+    if (!readTime(parser.value("scan-time"), 600000, &options->scanTimeMs))
+        return QString("\"%1\" is not a time to scan").arg(parser.value("scan-time"));
+    if (!readCardState(parser.value("card"), &options->card))
+        return QString("\"%1\" is not a card; there are: %2").arg(parser.value("card"), cardStates);
+    if (!readRegistration(parser.value("registration"), &options->registration))
+        return QString("\"%1\" is not a registration; there are: %2")
+            .arg(parser.value("registration"), registrationStates);
     if (options->busDirectory.isEmpty())
         return "the bus directory is missing: --bus DIRECTORY";
     if (options->product.isEmpty())

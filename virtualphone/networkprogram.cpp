@@ -62,6 +62,9 @@ void NetworkProgram::stop()
     m_process = nullptr;
     if (!process)
         return;
+    // Until it runs, the new process still is a copy of this one, which a signal
+    // would end, too.
+    process->waitForStarted(patienceMs);
     process->closeWriteChannel();
     process->terminate();
 }

@@ -23,6 +23,8 @@ const QList<PhoneControl::Command> &PhoneControl::commands()
         {"drop", "", &PhoneControl::drop},
         {"set", "NAME VALUE", &PhoneControl::set},
         {"accept-apn", "LIST", &PhoneControl::acceptApns},
+        {"registration", registrationStates, &PhoneControl::registration},
+        {"card", cardStates, &PhoneControl::card},
         {"quit", "", &PhoneControl::quit},
     };
     return all;
@@ -89,6 +91,24 @@ QString PhoneControl::acceptApns(const QString &apns)
         return "error: accept-apn needs at least one name";
     m_phone->setAcceptedApns(names);
     return "ok accepted: " + names.join(',');
+}
+
+QString PhoneControl::registration(const QString &state)
+{
+    Registration registration = Registration::Home;
+    if (!readRegistration(state, &registration))
+        return QString("error: registration takes %1").arg(registrationStates);
+    m_phone->setRegistration(registration);
+    return "ok registration " + state;
+}
+
+QString PhoneControl::card(const QString &state)
+{
+    SimCard::State card = SimCard::State::Ready;
+    if (!readCardState(state, &card))
+        return QString("error: card takes %1").arg(cardStates);
+    m_phone->insertCard(card);
+    return "ok card " + state;
 }
 
 QString PhoneControl::quit(const QString &)

@@ -17,6 +17,8 @@ class VirtualPhone;
 ///     drop                     the network ends the connection
 ///     set NAME VALUE           a misbehaviour
 ///     accept-apn NAME[,NAME]   replaces what the network accepts
+///     registration STATE       how the network receives the phone; see readRegistration
+///     card STATE               another card is put in; see readCardState
 ///     quit                     ends the program
 class PhoneControl : public QObject
 {
@@ -46,6 +48,8 @@ private:
     QString drop(const QString &);
     QString set(const QString &setting);
     QString acceptApns(const QString &apns);
+    QString registration(const QString &state);
+    QString card(const QString &state);
     QString quit(const QString &);
 
     VirtualPhone *m_phone;

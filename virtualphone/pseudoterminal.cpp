@@ -8,14 +8,14 @@
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
 namespace virtualphone {
 
-Pseudoterminal::Pseudoterminal(QObject *parent) : QObject(parent)
+Pseudoterminal::Pseudoterminal(QObject *parent)
+    : QObject(parent), m_openings([this] { return !isHungUp(); })
 {
     m_openingTimer.setInterval(20);
     connect(&m_openingTimer, &QTimer::timeout, this, &Pseudoterminal::checkOpened);
@@ -49,13 +49,11 @@ bool Pseudoterminal::open(QString *error)
     m_notifier->setEnabled(false);
     connect(m_notifier, &QSocketNotifier::activated, this, [this] { readOnce(); });
 
-    m_inotify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (m_inotify >= 0) {
-        m_openingNotifier = new QSocketNotifier(m_inotify, QSocketNotifier::Read, this);
+    if (m_openings.start(m_slaveName)) {
+        m_openingNotifier =
+            new QSocketNotifier(m_openings.descriptor(), QSocketNotifier::Read, this);
         connect(m_openingNotifier, &QSocketNotifier::activated, this, [this] {
-            alignas(inotify_event) char events[1024];
-            while (::read(m_inotify, events, sizeof events) > 0) {
-            }
+            noticeReopening();
             checkOpened();
         });
     }
@@ -78,14 +76,17 @@ void Pseudoterminal::close()
     }
     m_notifier = nullptr;
     m_openingNotifier = nullptr;
-    m_watch = -1;
-    if (m_inotify >= 0)
-        ::close(m_inotify);
-    m_inotify = -1;
+    m_openings.stop();
     ::close(m_master);
     m_master = -1;
     m_slaveName.clear();
     m_isInUse = false;
+}
+
+bool Pseudoterminal::isTerminalReady() const
+{
+    termios settings{};
+    return tcgetattr(m_master, &settings) != 0 || cfgetospeed(&settings) != B0;
 }
 
 int Pseudoterminal::write(const QByteArray &bytes)
@@ -98,23 +99,33 @@ int Pseudoterminal::write(const QByteArray &bytes)
 
 int Pseudoterminal::openSlave() const
 {
-    return ioctl(m_master, TIOCGPTPEER, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    return ioctl(m_master, TIOCGPTPEER, O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
 }
 
-Pseudoterminal::Unread Pseudoterminal::unread() const
+void Pseudoterminal::withSlave(const std::function<void(int)> &use)
+{
+    m_openings.beginOwnOpening();
+    const int slave = openSlave();
+    if (slave < 0)
+        return;
+    use(slave);
+    ::close(slave);
+    m_openings.endOwnOpening();
+}
+
+Pseudoterminal::Unread Pseudoterminal::unread()
 {
     if (m_master < 0)
         return Unread::No;
     // Only the slave can tell. poll() first makes the system deliver what it
     // still holds back.
-    const int slave = openSlave();
-    if (slave < 0)
-        return Unread::Unknown;
-    pollfd waiting{slave, POLLIN, 0};
     int count = 0;
-    ::poll(&waiting, 1, 0);
-    const bool isKnown = ioctl(slave, FIONREAD, &count) == 0;
-    ::close(slave);
+    bool isKnown = false;
+    withSlave([&](int slave) {
+        pollfd waiting{slave, POLLIN, 0};
+        ::poll(&waiting, 1, 0);
+        isKnown = ioctl(slave, FIONREAD, &count) == 0;
+    });
     if (!isKnown)
         return Unread::Unknown;
     return count > 0 ? Unread::Yes : Unread::No;
@@ -131,10 +142,16 @@ void Pseudoterminal::readOnce()
 {
     char buffer[4096];
     const ssize_t count = ::read(m_master, buffer, sizeof buffer);
+    // What came since may be from who opened the port anew.
+    if (count > 0)
+        noticeReopening();
     if (count > 0)
         emit received(QByteArray(buffer, static_cast<int>(count)));
-    else if (count == 0 || (errno != EAGAIN && errno != EINTR))
+    else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
+        m_openings.update();
+        m_openings.forgetClosing(); // this is the one
         setInUse(false);
+    }
 }
 
 void Pseudoterminal::setInUse(bool isInUse)
@@ -143,12 +160,8 @@ void Pseudoterminal::setInUse(bool isInUse)
         return;
     m_isInUse = isInUse;
     m_notifier->setEnabled(m_isInUse && m_isReceiving);
-    if (m_isInUse) {
+    if (m_isInUse)
         m_openingTimer.stop();
-        if (m_watch >= 0)
-            inotify_rm_watch(m_inotify, m_watch);
-        m_watch = -1;
-    }
     emit inUseChanged();
     if (m_master >= 0 && !m_isInUse)
         watchForOpening();
@@ -159,16 +172,27 @@ void Pseudoterminal::watchForOpening()
     // Opening and closing the slave once drops what the PC has not read. It also
     // makes a fresh pair look like a port that was closed: before its first
     // opening the master reports no hang-up.
-    const int slave = openSlave();
-    if (slave >= 0) {
-        tcflush(slave, TCIFLUSH);
-        ::close(slave);
-    }
-    if (m_inotify >= 0)
-        m_watch = inotify_add_watch(m_inotify, QFile::encodeName(m_slaveName).constData(), IN_OPEN);
-    if (m_watch < 0)
+    withSlave([](int slave) { tcflush(slave, TCIFLUSH); });
+    if (m_openings.descriptor() < 0)
         m_openingTimer.start();
-    checkOpened(); // it may have been opened before the watch was there
+    checkOpened();
+}
+
+bool Pseudoterminal::isHungUp() const
+{
+    pollfd state{m_master, POLLIN, 0};
+    ::poll(&state, 1, 0);
+    return state.revents & POLLHUP;
+}
+
+void Pseudoterminal::noticeReopening()
+{
+    m_openings.update();
+    // While it is still closed, reading finds the hang-up, after the last data.
+    if (!m_isInUse || !m_openings.wasClosed() || isHungUp())
+        return;
+    m_openings.forgetClosing();
+    setInUse(false);
 }
 
 void Pseudoterminal::checkOpened()

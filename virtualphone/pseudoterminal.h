@@ -1,8 +1,12 @@
 #pragma once
 
+#include "virtualphone/openingwatch.h"
+
 #include <QObject>
 #include <QString>
 #include <QTimer>
+
+#include <functional>
 
 class QSocketNotifier;
 
@@ -34,6 +38,10 @@ public:
     /// Whether the PC has its port open.
     bool isInUse() const { return m_isInUse; }
 
+    /// Whether the PC holds its data terminal ready line. A pseudo-terminal has
+    /// no such line, but the rate that lets it go, 0, can be seen.
+    bool isTerminalReady() const;
+
     /// Sends towards the PC. Returns how many bytes were taken, 0 when the
     /// line is full or closed.
     int write(const QByteArray &bytes);
@@ -45,7 +53,7 @@ public:
     };
 
     /// Whether the PC has yet to read something that was sent.
-    Unread unread() const;
+    Unread unread();
 
     /// Stops and resumes receiving. While it is stopped, a PC that goes on
     /// sending is held up by the line and does not fill this process's memory.
@@ -61,14 +69,16 @@ signals:
 
 private:
     int openSlave() const;
+    void withSlave(const std::function<void(int)> &use);
+    bool isHungUp() const;
+    void noticeReopening();
     void readOnce();
     void checkOpened();
     void setInUse(bool isInUse);
     void watchForOpening();
 
     int m_master = -1;
-    int m_inotify = -1;
-    int m_watch = -1; // on the slave, while it is not in use
+    OpeningWatch m_openings;
     QString m_slaveName;
     bool m_isInUse = false;
     bool m_isReceiving = true;

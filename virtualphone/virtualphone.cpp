@@ -2,8 +2,6 @@
 
 #include <QUuid>
 
-#include <utility>
-
 namespace virtualphone {
 
 namespace {
@@ -17,11 +15,15 @@ VirtualPhone::VirtualPhone(const PhoneOptions &options, QObject *parent)
       m_options(options),
       m_misbehaviour(options.misbehaviour),
       m_writer(&m_terminal),
+      m_answers(&m_writer, &m_misbehaviour),
       m_socketNumber(options.socket),
       m_escape(options.guardTimeMs)
 {
     if (!options.acceptedApns.isEmpty())
         m_network.setAcceptedApns(options.acceptedApns);
+    m_network.setRegistration(options.registration);
+    m_network.setScanTime(options.scanTimeMs);
+    m_modem.card.insert(options.card);
     if (!options.networkCommand.isEmpty())
         useNetworkProgram(options.networkCommand);
     m_clock.start();
@@ -30,9 +32,10 @@ VirtualPhone::VirtualPhone(const PhoneOptions &options, QObject *parent)
     m_escapeTimer.setSingleShot(true);
     m_escapeTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_delayTimer, &QTimer::timeout, this, [this] {
-        execute();
+        executeOrAnswer();
         process();
     });
+    connect(&m_readinessTimer, &QTimer::timeout, this, &VirtualPhone::watchReadiness);
     connect(&m_escapeTimer, &QTimer::timeout, this, &VirtualPhone::process);
     connect(&m_terminal, &Pseudoterminal::received, this, &VirtualPhone::onReceived);
     connect(&m_terminal, &Pseudoterminal::inUseChanged, this, &VirtualPhone::onInUseChanged);
@@ -49,21 +52,6 @@ VirtualPhone::VirtualPhone(const PhoneOptions &options, QObject *parent)
 VirtualPhone::~VirtualPhone()
 {
     unplug();
-}
-
-void VirtualPhone::useNetworkProgram(const QStringList &command)
-{
-    m_networkProgram = std::make_unique<NetworkProgram>(command);
-    NetworkProgram *program = m_networkProgram.get();
-    connect(this, &VirtualPhone::dataReceived, program, &NetworkProgram::write);
-    connect(program, &NetworkProgram::received, this, [this](const QByteArray &bytes) {
-        if (m_modem.dataState && !m_misbehaviour.silent)
-            m_writer.enqueue(bytes);
-    });
-    connect(program, &NetworkProgram::ended, this, [this](const QString &reason) {
-        m_transcript.remark("the network's program: " + reason);
-        dropConnection();
-    });
 }
 
 bool VirtualPhone::openTranscript(QString *error)
@@ -94,9 +82,9 @@ bool VirtualPhone::plug(int socket, QString *error)
     m_usbSocket = std::move(usbSocket);
     m_publishedCarrier = false;
     m_socketNumber = socket;
-    m_modem.echo = m_misbehaviour.echo != EchoMode::Off;
-    m_modem.verbose = true;
-    m_modem.quiet = false;
+    m_modem.factoryEcho = m_misbehaviour.echo != EchoMode::Off;
+    resetSettings(&m_modem);
+    m_reportedRegistration = registrationState(m_modem, m_network);
     m_received = 0;
     m_sent = 0;
     m_dataReceived = 0;
@@ -110,54 +98,33 @@ void VirtualPhone::unplug()
         return;
     // The PC that sees the port hang up must not find the phone on the bus.
     m_usbSocket.reset();
-    m_modem.connected = false;
-    m_modem.dataState = false;
-    if (m_networkProgram)
-        m_networkProgram->stop();
+    endCall(&m_modem);
+    publish();
     m_terminal.close();
     m_writer.clear();
     m_reader.reset();
     m_input.clear();
     m_pending.reset();
-    m_joined.clear();
-    m_gluedEcho.clear();
+    m_due.reset();
+    m_answers.clear();
     m_delayTimer.stop();
     m_escapeTimer.stop();
     m_transcript.remark("unplugged");
-}
-
-bool VirtualPhone::dropConnection()
-{
-    if (!m_modem.connected)
-        return false;
-    m_transcript.remark("the network drops the connection");
-    m_modem.connected = false;
-    m_modem.dataState = false;
-    m_escapeTimer.stop();
-    publish();
-    if (!m_misbehaviour.silent)
-        m_writer.enqueue(formatResultCode(ResultCode::NoCarrier, m_modem));
-    process();
-    return true;
 }
 
 bool VirtualPhone::setMisbehaviour(const QString &name, const QString &value, QString *error)
 {
     if (!m_misbehaviour.set(name, value, error))
         return false;
-    if (name == "echo")
-        m_modem.echo = m_misbehaviour.echo != EchoMode::Off;
+    if (name == "echo") {
+        m_modem.factoryEcho = m_misbehaviour.echo != EchoMode::Off;
+        m_modem.settings.echo = m_modem.factoryEcho;
+    }
     m_transcript.remark(QString("set %1 %2").arg(name, value));
-    if (m_pending && !m_delayTimer.isActive())
-        execute(); // its answer was due while the phone was silent
+    if (!m_delayTimer.isActive())
+        executeOrAnswer(); // its answer was due while the phone was silent
     process();
     return true;
-}
-
-void VirtualPhone::setAcceptedApns(const QStringList &apns)
-{
-    m_network.setAcceptedApns(apns);
-    m_transcript.remark(QString("the network accepts %1").arg(apns.join(',')));
 }
 
 QString VirtualPhone::status() const
@@ -188,9 +155,10 @@ void VirtualPhone::onInUseChanged()
         return;
     // Nobody reads this now, and whoever opens the port next must not find it.
     m_writer.clear();
-    m_joined.clear();
-    m_gluedEcho.clear();
+    m_answers.clear();
     process();
+    loseReadiness();
+    m_writer.clear();
 }
 
 void VirtualPhone::process()
@@ -202,7 +170,7 @@ void VirtualPhone::process()
         processData();
     // Commands that are sent ahead wait until the one before has been answered,
     // so that none is lost and no answer gets mixed with the next echo.
-    while (isPlugged() && !m_input.isEmpty() && !m_pending && m_writer.isIdle() &&
+    while (isPlugged() && !m_input.isEmpty() && !m_pending && !m_due && m_writer.isIdle() &&
            !m_misbehaviour.silent) {
         if (m_modem.dataState)
             processData();
@@ -243,47 +211,61 @@ void VirtualPhone::escapeToCommandState()
     m_escape.start(m_clock.elapsed());
     m_escapeTimer.stop();
     m_modem.dataState = false;
-    answer({}, formatResultCode(ResultCode::Ok, m_modem));
+    answer({}, formatResult(ResultCode::Ok, m_modem.settings));
 }
 
 void VirtualPhone::processCommandBytes()
 {
-    const CommandLineReader::Taken taken = m_reader.take(&m_input);
+    const CommandLineReader::Taken taken =
+        m_reader.take(&m_input, {m_modem.settings.carriageReturn(), m_modem.settings.backspace()});
     const QByteArray line = taken.isComplete ? taken.line : m_reader.partialLine();
     if (hasCommandPrefix(line, m_misbehaviour.unplugPrefix)) {
         m_misbehaviour.unplugPrefix.clear();
         unplug();
         return;
     }
-    const bool isGlued = m_misbehaviour.echo == EchoMode::Glued;
-    if (m_modem.echo && isGlued)
-        m_gluedEcho += taken.bytes;
-    else if (m_modem.echo)
-        m_writer.enqueueEcho(taken.bytes);
+    if (m_modem.settings.echo)
+        m_answers.echo(taken.bytes);
     if (!taken.isComplete)
         return;
     if (taken.line.isEmpty()) {
-        if (!m_input.contains('\r')) // no later answer takes this along
-            m_writer.enqueue(std::exchange(m_joined, {}) + std::exchange(m_gluedEcho, {}));
+        m_answers.endEmptyLine(m_input.contains('\r'));
         return;
     }
     m_pending = PendingLine{taken.line, taken.isTooLong};
     m_delayTimer.start(m_misbehaviour.delayMs);
 }
 
+void VirtualPhone::executeOrAnswer()
+{
+    if (m_misbehaviour.silent)
+        return;
+    if (m_pending)
+        execute();
+    else if (m_due)
+        answerLine();
+}
+
 void VirtualPhone::execute()
 {
-    if (!m_pending || m_misbehaviour.silent)
-        return;
     const PendingLine pending = *m_pending;
     m_pending.reset();
-    CommandAnswer said;
+    m_due = CommandAnswer();
     if (pending.isTooLong || m_misbehaviour.errorPrefix == "*" ||
         hasCommandPrefix(pending.line, m_misbehaviour.errorPrefix))
-        said.result = ResultCode::Error;
+        m_due->result = ResultCode::Error;
     else
-        said = executeCommandLine(pending.line, m_network, m_misbehaviour.echo != EchoMode::Off,
-                                  &m_modem);
+        *m_due = executeCommandLine(pending.line, m_network, &m_modem);
+    if (m_due->delayMs > 0)
+        m_delayTimer.start(m_due->delayMs);
+    else
+        answerLine();
+}
+
+void VirtualPhone::answerLine()
+{
+    const CommandAnswer said = *m_due;
+    m_due.reset();
     // Carrier detect goes up before CONNECT is said.
     publish();
     if (m_modem.dataState) {
@@ -292,54 +274,16 @@ void VirtualPhone::execute()
     }
     QList<QByteArray> texts;
     for (const QByteArray &text : said.informationTexts)
-        texts += formatInformationText(text, m_modem);
-    answer(texts, formatResultCode(said.result, m_modem));
+        texts += formatText(text, m_modem.settings);
+    answer(texts, formatResult(said.result, m_modem.settings));
+    reportRegistration();
+    if (!m_terminal.isInUse())
+        loseReadiness(); // it was closed while the phone dialled
 }
 
 void VirtualPhone::answer(const QList<QByteArray> &texts, const QByteArray &result)
 {
-    QList<QByteArray> chunks = texts;
-    if (!result.isEmpty())
-        chunks += result;
-    const QByteArray front = m_joined + m_gluedEcho;
-    m_joined.clear();
-    m_gluedEcho.clear();
-    if (chunks.isEmpty()) { // a quiet modem
-        m_writer.enqueue(front);
-        return;
-    }
-    chunks.first().prepend(front + m_misbehaviour.glue);
-    if (m_misbehaviour.join) {
-        chunks = {chunks.join()};
-        if (!m_modem.dataState && m_input.contains('\r')) {
-            m_joined = chunks.first(); // the next command's answer goes with it
-            return;
-        }
-    }
-    m_writer.enqueue(m_misbehaviour.noise);
-    const QByteArray last = chunks.takeLast();
-    for (const QByteArray &chunk : std::as_const(chunks))
-        m_writer.enqueue(chunk);
-    const int split = m_misbehaviour.splitAfter;
-    m_writer.enqueue(split > 0 ? last.left(split) : last);
-    if (split > 0)
-        m_writer.enqueue(last.mid(split));
-}
-
-void VirtualPhone::publish()
-{
-    if (m_modem.connected == m_publishedCarrier)
-        return;
-    m_publishedCarrier = m_modem.connected;
-    m_transcript.remark(m_modem.connected ? "carrier on" : "carrier off");
-    if (m_networkProgram && m_modem.connected)
-        m_networkProgram->start();
-    else if (m_networkProgram)
-        m_networkProgram->stop();
-    QString error;
-    const PluggedPhone phone{m_options.product, ttyName(), m_plugId, m_modem.connected, 0};
-    if (m_usbSocket && !m_usbSocket->publish(phone, &error))
-        qWarning("virtual-phone: %s", qPrintable(error));
+    m_answers.answer(texts, result, !m_modem.dataState && m_input.contains('\r'));
 }
 
 } // namespace virtualphone

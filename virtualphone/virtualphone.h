@@ -1,5 +1,6 @@
 #pragma once
 
+#include "virtualphone/answerwriter.h"
 #include "virtualphone/atcommands.h"
 #include "virtualphone/chunkwriter.h"
 #include "virtualphone/commandlinereader.h"
@@ -8,6 +9,7 @@
 #include "virtualphone/networkprogram.h"
 #include "virtualphone/phonenetwork.h"
 #include "virtualphone/pseudoterminal.h"
+#include "virtualphone/registration.h"
 #include "virtualphone/transcript.h"
 #include "virtualphone/usbsocket.h"
 
@@ -29,6 +31,9 @@ struct PhoneOptions {
     QString transcriptFile;     ///< empty: none
     QStringList networkCommand; ///< the program behind data connections; empty: bytes are counted
     int guardTimeMs = 1000;     ///< pause around +++
+    int scanTimeMs = 8000;      ///< what AT+COPS=? takes
+    SimCard::State card = SimCard::State::Ready;
+    Registration registration = Registration::Home;
     Misbehaviour misbehaviour;
 };
 
@@ -74,6 +79,13 @@ public:
     /// Replaces what the network accepts. The list must not be empty.
     void setAcceptedApns(const QStringList &apns);
 
+    /// How the network receives the phone from now on. A connection needs a
+    /// phone that is registered.
+    void setRegistration(Registration registration);
+
+    /// Takes the card out and puts this one in.
+    void insertCard(SimCard::State card);
+
     /// One line of what the phone is doing: "plugged socket=1 tty=/dev/pts/7
     /// port=open state=command carrier=no received=0 sent=0 data=0 apns=...";
     /// the counters are bytes since the last plug-in, data those received in
@@ -96,8 +108,15 @@ private:
     void process();
     void processData();
     void processCommandBytes();
+    void executeOrAnswer();
     void execute();
+    void answerLine();
     void escapeToCommandState();
+    void loseReadiness();
+    void watchReadiness();
+    void reportRegistration();
+    void endConnection();
+    void endConnectionWithoutNetwork();
     void answer(const QList<QByteArray> &texts, const QByteArray &result);
     void publish();
 
@@ -109,10 +128,13 @@ private:
     Transcript m_transcript;
     Pseudoterminal m_terminal;
     ChunkWriter m_writer;
+    AnswerWriter m_answers;
     std::unique_ptr<UsbSocket> m_usbSocket;
     int m_socketNumber;
     QString m_plugId;
     bool m_publishedCarrier = false;
+    bool m_publishedConnection = false;
+    RegistrationState m_reportedRegistration;
 
     CommandLineReader m_reader;
     EscapeDetector m_escape;
@@ -120,9 +142,10 @@ private:
     QElapsedTimer m_clock;
     QByteArray m_input; // received, but not looked at yet
     std::optional<PendingLine> m_pending;
+    std::optional<CommandAnswer> m_due; // found out already, but not said yet
     QTimer m_delayTimer;
-    QByteArray m_gluedEcho; // held back to be written with the answer
-    QByteArray m_joined;    // answers held back to be written as one chunk
+    QTimer m_readinessTimer; // while connected
+    bool m_isReady = true;   // the PC holds circuit 108, data terminal ready
     bool m_isProcessing = false;
     qint64 m_received = 0;
     qint64 m_sent = 0;

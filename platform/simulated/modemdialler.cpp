@@ -2,6 +2,7 @@
 
 #include "platform/posix/serialdevice.h"
 #include "platform/ras.h"
+#include "platform/simulated/linehold.h"
 #include "platform/simulated/machinesession.h"
 #include "platform/simulated/usbbus.h"
 
@@ -259,18 +260,20 @@ void ModemDialler::checkCarrier()
     // The carrier-detect line comes by the bus, the word CONNECT by the line:
     // either may be first.
     const QList<PhoneOnBus> phones = phonesOnBus(m_directory);
-    const bool carrier = std::any_of(phones.begin(), phones.end(), [this](const PhoneOnBus &phone) {
-        return phone.plugId == m_plugId && phone.carrier;
+    const auto phone = std::find_if(phones.begin(), phones.end(), [this](const PhoneOnBus &each) {
+        return each.plugId == m_plugId && each.carrier;
     });
-    if (!carrier)
+    if (phone == phones.end())
         return;
     bool saved = false;
+    int handle = 0;
     {
         // Recorded only now, with the carrier seen: until then it would count as
         // dead to everyone who looks.
         MachineSession session(m_directory);
         Connection connection;
-        connection.handle = session.state.nextConnection++;
+        handle = session.state.nextConnection++;
+        connection.handle = handle;
         connection.entry = m_entry;
         connection.device = m_device;
         connection.plugId = m_plugId;
@@ -279,9 +282,10 @@ void ModemDialler::checkCarrier()
         session.state.connections += connection;
         saved = session.save();
     }
-    if (saved)
+    const bool isHeld = saved && holdLine(m_directory, phone->tty, handle);
+    if (isHeld)
         emit progressed("Connected.");
-    finish(saved ? DWORD(Success) : RasErrorPortOrDevice);
+    finish(isHeld ? DWORD(Success) : RasErrorPortOrDevice);
 }
 
 void ModemDialler::finish(DWORD code)

@@ -12,6 +12,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
+
 using namespace platform;
 using namespace platform::simulated;
 
@@ -77,10 +79,38 @@ public:
                                  {"--bus", m_bus, "--send", command}) == 0;
     }
 
+    /// Whether the phone's status gets to say that.
+    bool waitForStatus(const QString &words)
+    {
+        return QTest::qWaitFor([&] {
+            QProcess status;
+            status.start(QCoreApplication::applicationDirPath() + "/virtual-phone",
+                         {"--bus", m_bus, "--send", "status"});
+            return status.waitForFinished() && status.readAll().contains(words.toUtf8());
+        });
+    }
+
 private:
     const QString m_bus;
     QProcess m_process;
 };
+
+/// The process that holds the line of a connection of that machine; 0 when
+/// there is none.
+pid_t lineHolder(const TestMachine &machine)
+{
+    const QStringList processes = QDir("/proc").entryList({"[0-9]*"}, QDir::Dirs);
+    for (const QString &process : processes) {
+        QFile file("/proc/" + process + "/cmdline");
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        const QList<QByteArray> words = file.readAll().split('\0');
+        if (words.first().endsWith("/simulated-remoteaccess") &&
+            words.value(1) == machine.directory().toUtf8())
+            return process.toInt();
+    }
+    return 0;
+}
 
 /// Says a command on the phone's port and waits for its answer, through the
 /// calls that the program makes.
@@ -439,6 +469,44 @@ private slots:
         QCOMPARE(pc.RasEnumConnectionsW(&record, &size, &count), DWORD(Success));
         QCOMPARE(count, DWORD(0));
         QCOMPARE(say(pc, 12, "AT\r"), QByteArray("cannot open: 2"));
+    }
+
+    void portStaysOpenWhileConnected_data()
+    {
+        QTest::addColumn<QString>("end");
+        QTest::newRow("hung up") << "hangup";
+        QTest::newRow("dropped by the network") << "drop";
+        QTest::newRow("unplugged") << "unplug";
+        QTest::newRow("line let go") << "kill";
+    }
+
+    void portStaysOpenWhileConnected()
+    {
+        QFETCH(QString, end);
+        TestMachine machine;
+        prepareEntry(machine);
+        SimulatedPc pc(machine.directory());
+        PhoneProcess phone(machine);
+        QVERIFY(phone.waitUntilPlugged());
+        QVERIFY(say(pc, 12, "AT+CGDCONT=1,\"IP\",\"internet\"\r").endsWith("\r\nOK\r\n"));
+        QVERIFY(phone.waitForStatus("port=closed"));
+
+        // What dialled has ended, and the phone still sees a PC that is ready.
+        QCOMPARE(runProgram(machine, "simulated-pc", {"dial", "TolvaneModem 1"}).exitCode, 0);
+        QVERIFY(phone.waitForStatus("port=open state=data carrier=yes"));
+        const pid_t holder = lineHolder(machine);
+        QVERIFY(holder != 0);
+
+        if (end == "hangup")
+            QCOMPARE(runProgram(machine, "simulated-pc", {end, "TolvaneModem 1"}).exitCode, 0);
+        else if (end == "kill")
+            QCOMPARE(::kill(holder, SIGKILL), 0);
+        else
+            QVERIFY(phone.send(end));
+        if (end != "unplug")
+            QVERIFY(phone.waitForStatus("port=closed state=command carrier=no"));
+        QTRY_COMPARE(lineHolder(machine), 0);
+        QVERIFY(!tool(machine, "show").standard.contains("connection 1"));
     }
 };
 

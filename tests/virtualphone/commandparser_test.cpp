@@ -15,6 +15,7 @@ private slots:
     void linesAreNormalised();
     void commandIsTaken_data();
     void commandIsTaken();
+    void registersHaveAnIndex();
     void lineIsTakenToItsEnd();
     void parametersAreSplit_data();
     void parametersAreSplit();
@@ -57,7 +58,13 @@ void CommandParserTest::commandIsTaken_data()
     };
     row("E", "E", BasicForm, "", "");
     row("E0V1", "E", BasicForm, "0", "V1");
-    row("S12=3", "S", BasicForm, "12", "=3");
+    row("S12=3", "S", SetForm, "3", "");
+    row("S0=1S7?", "S", SetForm, "1", "S7?");
+    row("S7?E0", "S", ReadForm, "", "E0");
+    row("S7=E0", "S", SetForm, "", "E0");
+    row("S7", "S7", ExecuteForm, "", "");
+    row("S=1", "S=1", ExecuteForm, "", "");
+    row("S9999999999?", "S9999999999?", ExecuteForm, "", "");
     row("&F1E", "&F", BasicForm, "1", "E");
     row("&", "&", BasicForm, "", "");
     row("D*99***1#;+CSQ", "D", BasicForm, "*99***1#;+CSQ", "");
@@ -83,6 +90,13 @@ void CommandParserTest::commandIsTaken()
     QCOMPARE(command.form, form);
     QCOMPARE(command.parameter, parameter);
     QCOMPARE(line, rest);
+}
+
+void CommandParserTest::registersHaveAnIndex()
+{
+    QByteArray line = "S7=60S12?";
+    QCOMPARE(takeCommand(&line).index, 7);
+    QCOMPARE(takeCommand(&line).index, 12);
 }
 
 void CommandParserTest::lineIsTakenToItsEnd()

@@ -28,6 +28,11 @@ private slots:
     void readerThatDoesNotReadIsNotWaitedForForEver();
     void bytesWrittenRightAfterOpeningAreNotLost();
     void unreadBytesEndWithThePort();
+    void lineIsRepeated();
+    void lineEndIsChosen();
+    void scanTakesItsTime();
+    void registrationIsReported();
+    void cardIsChanged();
 };
 
 void VirtualPhoneAnswersTest::slaveIsRaw()
@@ -115,7 +120,7 @@ void VirtualPhoneAnswersTest::resultFormIsSwitchedByCommand()
     start();
     QCOMPARE(exchange("ATV0\r", 1), Chunks{"0\r"});
     QCOMPARE(exchange("AT+CSQ\r", 2), (Chunks{"+CSQ: 21,99\r\n", "0\r"}));
-    QCOMPARE(exchange("ATX\r", 1), Chunks{"4\r"});
+    QCOMPARE(exchange("AT+X\r", 1), Chunks{"4\r"});
     QCOMPARE(exchange("ATQ1V1\rAT+CSQ\rATQ0\r", 2), (Chunks{"\r\n+CSQ: 21,99\r\n", ok}));
 }
 
@@ -224,6 +229,70 @@ void VirtualPhoneAnswersTest::unreadBytesEndWithThePort()
     open();
     QCOMPARE(exchange("AT+CSQ\r", 2), (Chunks{"\r\n+CSQ: 21,99\r\n", ok}));
     QVERIFY(transcriptText().contains(" phone did not send 6 bytes\n"));
+}
+
+// V.250 5.2.4
+void VirtualPhoneAnswersTest::lineIsRepeated()
+{
+    m_options.misbehaviour.echo = EchoMode::On;
+    start();
+    QCOMPARE(exchange("AT+CGATT?\r", 3), (Chunks{"AT+CGATT?\r", "\r\n+CGATT: 1\r\n", ok}));
+    QCOMPARE(exchange("A/", 3), (Chunks{"A/", "\r\n+CGATT: 1\r\n", ok}));
+}
+
+// V.250 6.2.1
+void VirtualPhoneAnswersTest::lineEndIsChosen()
+{
+    start();
+    QCOMPARE(exchange("ATS3=33\r", 1), Chunks{"!\nOK!\n"});
+    QCOMPARE(exchange("ATS3=13!", 1), Chunks{ok});
+    QCOMPARE(exchange("AT\r", 1), Chunks{ok});
+}
+
+// 27.007 7.3
+void VirtualPhoneAnswersTest::scanTakesItsTime()
+{
+    m_options.scanTimeMs = 300;
+    start();
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(m_line->write("AT+COPS=?\rAT\r"));
+    QVERIFY(m_line->readChunk().startsWith("\r\n+COPS: (2,"));
+    QVERIFY(clock.elapsed() >= 300);
+    QCOMPARE(m_line->readChunks(2), (Chunks{ok, ok}));
+}
+
+// 27.007 7.2 and 10.1.20
+void VirtualPhoneAnswersTest::registrationIsReported()
+{
+    start();
+    QCOMPARE(exchange("AT+CREG=1;+CGREG=2\r", 1), Chunks{ok});
+    QCOMPARE(control("registration searching"), QString("ok registration searching"));
+    QCOMPARE(m_line->readChunks(2), (Chunks{"\r\n+CREG: 2\r\n", "\r\n+CGREG: 2\r\n"}));
+    control("registration roaming");
+    QCOMPARE(m_line->readChunks(2),
+             (Chunks{"\r\n+CREG: 5\r\n", "\r\n+CGREG: 5,\"0001\",\"0001\"\r\n"}));
+    control("registration roaming");
+    // After the answer to the command that changed it.
+    QCOMPARE(exchange("AT+CGATT=0\r", 2), (Chunks{ok, "\r\n+CGREG: 0\r\n"}));
+    QCOMPARE(exchange("AT+CREG=0\r", 1), Chunks{ok});
+    control("registration home");
+    QCOMPARE(exchange("AT\r", 1), Chunks{ok});
+    QCOMPARE(control("registration x"),
+             QString("error: registration takes home|roaming|searching|denied|none"));
+}
+
+// 27.007 8.3
+void VirtualPhoneAnswersTest::cardIsChanged()
+{
+    m_options.card = SimCard::State::PinRequired;
+    start();
+    QCOMPARE(exchange("AT+CREG=1;+CPIN?\r", 2), (Chunks{"\r\n+CPIN: SIM PIN\r\n", ok}));
+    QCOMPARE(exchange("AT+CPIN=\"1234\"\r", 2), (Chunks{ok, "\r\n+CREG: 1\r\n"}));
+    QCOMPARE(control("card none"), QString("ok card none"));
+    QCOMPARE(m_line->readChunk(), QByteArray("\r\n+CREG: 0\r\n"));
+    QCOMPARE(exchange("AT+CMEE=1;+CPIN?\r", 1), Chunks{"\r\n+CME ERROR: 10\r\n"});
+    QCOMPARE(control("card x"), QString("error: card takes ready|pin|puk|none"));
 }
 
 QTEST_GUILESS_MAIN(VirtualPhoneAnswersTest)

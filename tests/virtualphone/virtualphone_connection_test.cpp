@@ -3,6 +3,8 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+#include <termios.h>
+
 using namespace virtualphone;
 
 /// Data connections: dialled, used, left, dropped.
@@ -23,9 +25,30 @@ private slots:
     void networkDrops_data();
     void networkDrops();
     void nothingToDrop();
+    void closedPortHangsUp_data();
+    void closedPortHangsUp();
+    void portReopenedAtOnceHangsUp();
+    void closedPortLeadsToCommands();
     void connectionOutlivesThePort();
+    void dialThatOutlivesThePort();
+    void rateOfZeroHangsUp();
+    void carrierThatIsAlwaysOn();
+    void networkIsLost_data();
+    void networkIsLost();
     void carrierChangesBeforeTheAnswer();
+
+private:
+    /// Leaves data state.
+    void escape();
 };
+
+void VirtualPhoneConnectionTest::escape()
+{
+    QElapsedTimer clock;
+    clock.start();
+    QTRY_VERIFY(clock.elapsed() > m_options.guardTimeMs);
+    QCOMPARE(exchange("+++", 1), Chunks{ok});
+}
 
 void VirtualPhoneConnectionTest::dials_data()
 {
@@ -103,10 +126,7 @@ void VirtualPhoneConnectionTest::escapeToCommandsAndBack()
 {
     start();
     connectToInternet();
-    QElapsedTimer clock;
-    clock.start();
-    QTRY_VERIFY(clock.elapsed() > m_options.guardTimeMs);
-    QCOMPARE(exchange("+++", 1), Chunks{ok});
+    escape();
     QCOMPARE(statusField("state"), QString("command"));
     QCOMPARE(statusField("carrier"), QString("yes"));
     QCOMPARE(exchange("AT+CSQ\r", 2), (Chunks{"\r\n+CSQ: 21,99\r\n", ok}));
@@ -133,10 +153,7 @@ void VirtualPhoneConnectionTest::hangUp()
 {
     start();
     connectToInternet();
-    QElapsedTimer clock;
-    clock.start();
-    QTRY_VERIFY(clock.elapsed() > m_options.guardTimeMs);
-    QCOMPARE(exchange("+++", 1), Chunks{ok});
+    escape();
     QCOMPARE(exchange("ATH\r", 1), Chunks{ok});
     QCOMPARE(statusField("carrier"), QString("no"));
     QCOMPARE(busRecord().value("carrier").toBool(true), false);
@@ -156,12 +173,8 @@ void VirtualPhoneConnectionTest::networkDrops()
     QFETCH(bool, escapeFirst);
     start();
     connectToInternet();
-    if (escapeFirst) {
-        QElapsedTimer clock;
-        clock.start();
-        QTRY_VERIFY(clock.elapsed() > m_options.guardTimeMs);
-        QCOMPARE(exchange("+++", 1), Chunks{ok});
-    }
+    if (escapeFirst)
+        escape();
     QCOMPARE(control("drop"), QString("ok connection dropped"));
     QCOMPARE(m_line->readChunk(), noCarrier);
     QCOMPARE(busRecord().value("carrier").toBool(true), false);
@@ -176,9 +189,58 @@ void VirtualPhoneConnectionTest::nothingToDrop()
     QCOMPARE(exchange("AT\r", 1), Chunks{ok});
 }
 
+// V.250 6.2.9: a closed port is a PC that is not ready.
+void VirtualPhoneConnectionTest::closedPortHangsUp_data()
+{
+    QTest::addColumn<bool>("escapeFirst");
+    QTest::newRow("in data state") << false;
+    QTest::newRow("in command state") << true;
+}
+
+void VirtualPhoneConnectionTest::closedPortHangsUp()
+{
+    QFETCH(bool, escapeFirst);
+    start();
+    connectToInternet();
+    if (escapeFirst)
+        escape();
+    m_line.reset();
+    QTRY_COMPARE(statusField("port"), QString("closed"));
+    QTRY_COMPARE(statusField("carrier"), QString("no"));
+    QCOMPARE(busRecord().value("carrier").toBool(true), false);
+    // Whoever opens the port next is told nothing of it.
+    open();
+    QCOMPARE(exchange("AT\r", 1), Chunks{ok});
+    QCOMPARE(exchange("ATD*99#\r", 1), Chunks{connected});
+}
+
+void VirtualPhoneConnectionTest::portReopenedAtOnceHangsUp()
+{
+    start();
+    for (int i = 0; i < 50; ++i) {
+        connectToInternet();
+        m_line.reset();
+        open();
+        QCOMPARE(exchange("AT\r", 1), Chunks{ok});
+    }
+}
+
+void VirtualPhoneConnectionTest::closedPortLeadsToCommands()
+{
+    start();
+    QCOMPARE(exchange("AT&D1\r", 1), Chunks{ok});
+    connectToInternet();
+    m_line.reset();
+    QTRY_COMPARE(statusField("state"), QString("command"));
+    QCOMPARE(statusField("carrier"), QString("yes"));
+    open();
+    QCOMPARE(exchange("ATO\r", 1), Chunks{connected});
+}
+
 void VirtualPhoneConnectionTest::connectionOutlivesThePort()
 {
     start();
+    QCOMPARE(exchange("AT&D0\r", 1), Chunks{ok});
     connectToInternet();
     m_line.reset();
     QTRY_COMPARE(statusField("port"), QString("closed"));
@@ -193,6 +255,62 @@ void VirtualPhoneConnectionTest::connectionOutlivesThePort()
     QCOMPARE(control("drop"), QString("ok connection dropped"));
     open();
     QCOMPARE(exchange("AT\r", 1), Chunks{ok});
+}
+
+void VirtualPhoneConnectionTest::dialThatOutlivesThePort()
+{
+    m_options.misbehaviour.delayMs = 200;
+    start();
+    QCOMPARE(exchange(setInternet, 1), Chunks{ok});
+    QVERIFY(m_line->write("ATD*99#\r"));
+    m_line.reset();
+    QTRY_VERIFY(transcriptText().contains("carrier off"));
+    QVERIFY(transcriptText().contains("carrier on"));
+    open();
+    QCOMPARE(exchange("AT\r", 1), Chunks{ok});
+}
+
+// A terminal's rate of 0 lets data terminal ready go.
+void VirtualPhoneConnectionTest::rateOfZeroHangsUp()
+{
+    start();
+    connectToInternet();
+    termios settings{};
+    QCOMPARE(tcgetattr(m_line->descriptor(), &settings), 0);
+    cfsetspeed(&settings, B0);
+    QCOMPARE(tcsetattr(m_line->descriptor(), TCSANOW, &settings), 0);
+    QCOMPARE(m_line->readChunk(), noCarrier);
+    QCOMPARE(statusField("carrier"), QString("no"));
+    cfsetspeed(&settings, B9600);
+    QCOMPARE(tcsetattr(m_line->descriptor(), TCSANOW, &settings), 0);
+    QCOMPARE(exchange("ATD*99#\r", 1), Chunks{connected});
+}
+
+// V.250 6.2.8
+void VirtualPhoneConnectionTest::carrierThatIsAlwaysOn()
+{
+    start();
+    QCOMPARE(exchange("AT&C0\r", 1), Chunks{ok});
+    QCOMPARE(busRecord().value("carrier").toBool(), true);
+    QCOMPARE(exchange("AT&C1\r", 1), Chunks{ok});
+    QCOMPARE(busRecord().value("carrier").toBool(true), false);
+}
+
+void VirtualPhoneConnectionTest::networkIsLost_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::newRow("out of reach") << "registration searching";
+    QTest::newRow("card taken out") << "card none";
+}
+
+void VirtualPhoneConnectionTest::networkIsLost()
+{
+    QFETCH(QString, command);
+    start();
+    connectToInternet();
+    QVERIFY(control(command).startsWith("ok"));
+    QCOMPARE(m_line->readChunk(), noCarrier);
+    QCOMPARE(statusField("state"), QString("command"));
 }
 
 void VirtualPhoneConnectionTest::carrierChangesBeforeTheAnswer()

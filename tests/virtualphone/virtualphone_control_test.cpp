@@ -22,7 +22,8 @@ void VirtualPhoneControlTest::controlAnswers_data()
 {
     QTest::addColumn<QString>("command");
     QTest::addColumn<QString>("answer");
-    const QString commands = "plug, unplug, status, drop, set, accept-apn, quit";
+    const QString commands =
+        "plug, unplug, status, drop, set, accept-apn, registration, card, quit";
     QTest::newRow("unknown") << "dance"
                              << "error: unknown command \"dance\"; there are: " + commands;
     QTest::newRow("empty") << ""
@@ -86,14 +87,14 @@ void VirtualPhoneControlTest::transcript()
         last = match.captured(1).toDouble();
         entries += match.captured(2);
     }
-    QCOMPARE(entries,
-             (QStringList{"phone plugged into socket 1 as " + tty, "phone the PC opens the port",
-                          "pc->phone 3 \"AT\\r\"", "phone->pc 6 \"\\r\\nOK\\r\\n\"",
-                          "phone set noise \\0",
-                          "pc->phone 29 \"AT+CGDCONT=1,\\\"IP\\\",\\\"internet\\\"\\r\"",
-                          "phone->pc 1 \"\\x00\"", "phone->pc 6 \"\\r\\nOK\\r\\n\"",
-                          "pc->phone 8 \"ATD*99#\\r\"", "phone carrier on", "phone->pc 1 \"\\x00\"",
-                          "phone->pc 11 \"\\r\\nCONNECT\\r\\n\"", "phone unplugged"}));
+    QCOMPARE(entries, (QStringList{"phone plugged into socket 1 as " + tty,
+                                   "phone the PC opens the port", "pc->phone 3 \"AT\\r\"",
+                                   "phone->pc 6 \"\\r\\nOK\\r\\n\"", "phone set noise \\0",
+                                   "pc->phone 29 \"AT+CGDCONT=1,\\\"IP\\\",\\\"internet\\\"\\r\"",
+                                   "phone->pc 1 \"\\x00\"", "phone->pc 6 \"\\r\\nOK\\r\\n\"",
+                                   "pc->phone 8 \"ATD*99#\\r\"", "phone carrier on",
+                                   "phone->pc 1 \"\\x00\"", "phone->pc 11 \"\\r\\nCONNECT\\r\\n\"",
+                                   "phone carrier off", "phone unplugged"}));
 }
 
 void VirtualPhoneControlTest::unwritableTranscript()

@@ -24,7 +24,7 @@ using namespace virtualphone;
 
 namespace {
 
-const char commandNames[] = "plug, unplug, status, drop, set, accept-apn, quit";
+const char commandNames[] = "plug, unplug, status, drop, set, accept-apn, registration, card, quit";
 
 struct Outcome {
     int exitCode = -1;
@@ -52,6 +52,7 @@ private slots:
     void announcesThatItIsReady();
     void optionsReachThePhone();
     void networkProgramGetsTheData();
+    void networkProgramIsStoppedWhileItStarts();
     void networkProgramThatEndsDropsTheConnection_data();
     void networkProgramThatEndsDropsTheConnection();
     void endsOnSignals_data();
@@ -146,10 +147,11 @@ void VirtualPhoneProgramTest::help()
     QCOMPARE(outcome.exitCode, 0);
     QCOMPARE(outcome.errors, QString());
     for (const char *option :
-         {"--bus",        "--socket",  "--unplugged", "--product", "--accept-apn", "--transcript",
-          "--guard-time", "--control", "--ready-fd",  "--send",    "--echo",       "--delay",
-          "--split",      "--join",    "--silent",    "--error",   "--unplug-on",  "--noise",
-          "--glue",       "--help",    "--version"})
+         {"--bus",        "--socket",   "--unplugged",    "--product",   "--accept-apn",
+          "--transcript", "--card",     "--registration", "--scan-time", "--guard-time",
+          "--control",    "--ready-fd", "--send",         "--echo",      "--delay",
+          "--split",      "--join",     "--silent",       "--error",     "--unplug-on",
+          "--noise",      "--glue",     "--help",         "--version"})
         QVERIFY2(outcome.output.contains(option), option);
 }
 
@@ -175,6 +177,10 @@ void VirtualPhoneProgramTest::wrongArguments_data()
     row({"--socket", "0"}, "\"0\" is not a socket; sockets are numbered 1 to 99");
     row({"--socket", "100"}, "\"100\" is not a socket; sockets are numbered 1 to 99");
     row({"--guard-time", "long"}, "\"long\" is not a guard time");
+    row({"--scan-time", "-1"}, "\"-1\" is not a time to scan");
+    row({"--card", "x"}, "\"x\" is not a card; there are: ready|pin|puk|none");
+    row({"--registration", "x"},
+        "\"x\" is not a registration; there are: home|roaming|searching|denied|none");
     row({"--product", ""}, "the product has no name");
     row({"--bus", ""}, "the bus directory is missing: --bus DIRECTORY");
     row({"--accept-apn", ""}, "an access point name is empty");
@@ -277,6 +283,21 @@ void VirtualPhoneProgramTest::networkProgramGetsTheData()
     QCOMPARE(line.readChunk(), QByteArray("\r\nCONNECT\r\n"));
     QVERIFY(line.write(block));
     QCOMPARE(line.readBytes(8192), block);
+}
+
+// A phone that hangs up at once: the signal that ends the network's program is not
+// the phone's own.
+void VirtualPhoneProgramTest::networkProgramIsStoppedWhileItStarts()
+{
+    start({"--echo", "off", "--delay", "0", "--network-command", "cat"});
+    for (int i = 0; i < 50; ++i) {
+        SerialLine line(tty());
+        QVERIFY(line.write("AT+CGDCONT=1,\"IP\",\"internet\"\r"));
+        QCOMPARE(line.readChunk(), QByteArray("\r\nOK\r\n"));
+        QVERIFY(line.write("ATD*99#\r"));
+        QCOMPARE(line.readChunk(), QByteArray("\r\nCONNECT\r\n"));
+    }
+    QTRY_VERIFY(send("status").contains("port=closed state=command carrier=no"));
 }
 
 void VirtualPhoneProgramTest::networkProgramThatEndsDropsTheConnection_data()
