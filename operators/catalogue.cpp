@@ -155,8 +155,7 @@ QVector<Offer> offersOf(const Country &country, int *leftOut)
 
 QString leftOutText(int count)
 {
-    return QString("Left out, because they only carry picture messages (MMS) or no phone takes "
-                   "their name: %1.")
+    return QString("Left out: %1 for picture messages (MMS) only, or without a usable name.")
         .arg(count);
 }
 

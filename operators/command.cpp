@@ -283,7 +283,8 @@ private:
         if (fileName == "-")
             return m_output->write(text) == text.size();
         QSaveFile file(fileName);
-        if (file.open(QIODevice::WriteOnly | QIODevice::Text) && file.write(text) == text.size() && file.commit())
+        if (file.open(QIODevice::WriteOnly | QIODevice::Text) && file.write(text) == text.size() &&
+            file.commit())
             return true;
         return hasFailed(QString("%1 cannot be written: %2").arg(fileName, file.errorString()));
     }

@@ -8,7 +8,6 @@
 
 #include <QCloseEvent>
 #include <QEvent>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QListWidget>
 #include <QMessageBox>
@@ -50,7 +49,6 @@ OperatorsWindow::OperatorsWindow(const QString &fileName, const QString &ownCoun
     ui->noteLabel->setAlignment(Qt::AlignTop);
     ui->offerView->setModel(m_offers);
     ui->listView->setModel(m_list);
-    setColumns();
     m_list->begin(storedList(Scope::User));
     fillCountries();
     connectControls();
@@ -67,19 +65,19 @@ void OperatorsWindow::fillCountries()
         ui->countryList->addItem(country.name);
 }
 
+/// So that each column has its share, however narrow the window is.
 void OperatorsWindow::setColumns()
 {
-    QHeaderView *offers = ui->offerView->header();
-    offers->setStretchLastSection(false);
-    offers->setSectionResizeMode(OfferModel::Name, QHeaderView::Stretch);
-    const int width = fontMetrics().averageCharWidth();
-    offers->resizeSection(OfferModel::CountryName, 16 * width);
-    offers->resizeSection(OfferModel::Apn, 24 * width);
-    offers->resizeSection(OfferModel::Remarks, 26 * width);
-    QHeaderView *list = ui->listView->header();
-    list->setStretchLastSection(false);
-    list->setSectionResizeMode(OperatorListModel::Name, QHeaderView::Stretch);
-    list->resizeSection(OperatorListModel::Apn, 30 * width);
+    const bool isSearch = !ui->offerView->isColumnHidden(OfferModel::CountryName);
+    const int width = ui->offerView->viewport()->width();
+    const auto setShare = [&](OfferModel::Column column, int percent) {
+        ui->offerView->setColumnWidth(column, width * percent / 100);
+    };
+    setShare(OfferModel::Name, isSearch ? 34 : 40);
+    setShare(OfferModel::CountryName, 18);
+    setShare(OfferModel::Apn, isSearch ? 24 : 30);
+    ui->listView->setColumnWidth(OperatorListModel::Name,
+                                 ui->listView->viewport()->width() * 3 / 5);
 }
 
 void OperatorsWindow::connectControls()
@@ -107,6 +105,7 @@ void OperatorsWindow::connectControls()
             &OperatorsWindow::escape);
     ui->searchEdit->installEventFilter(this);
     ui->offerView->installEventFilter(this);
+    ui->offerView->viewport()->installEventFilter(this);
     ui->listView->installEventFilter(this);
 }
 
@@ -135,6 +134,9 @@ bool OperatorsWindow::eventFilter(QObject *watched, QEvent *event)
         removeEntries();
         return true;
     }
+    // A scroll bar that appears takes of it, too.
+    if (watched == ui->offerView->viewport() && event->type() == QEvent::Resize)
+        setColumns();
     return QWidget::eventFilter(watched, event);
 }
 
@@ -175,6 +177,7 @@ void OperatorsWindow::showOffers(const QVector<int> &places, bool isSearch)
 {
     m_offers->show(places);
     ui->offerView->setColumnHidden(OfferModel::CountryName, !isSearch);
+    setColumns();
     ui->offerView->setCurrentIndex(m_offers->index(0, OfferModel::Name));
     showNote();
 }

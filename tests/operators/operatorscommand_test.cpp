@@ -95,7 +95,7 @@ void OperatorsCommandTest::operatorsOfACountry()
     QCOMPARE(lines.at(0), QString("# Brazil"));
     QVERIFY(lines.at(1).startsWith("#   contract. The network may ask for the name \"mo\""));
     QCOMPARE(lines.at(2), QString("Mono = mono.br"));
-    QVERIFY(lines.at(3).startsWith("# Left out, "));
+    QVERIFY(lines.at(3).startsWith("# Left out: 1 "));
     QVERIFY(!QFile::exists(m_store->userFile()));
 }
 

@@ -520,6 +520,18 @@ void OperatorsWindowTest::textsFit()
             QVERIFY2(note->heightForWidth(note->width()) <= note->height(),
                      qPrintable(note->text()));
         }
+        // No column is pushed out or squeezed, in a search either.
+        for (const char *words : {"", "a"}) {
+            part<QLineEdit>("searchEdit")->setText(words);
+            QCoreApplication::processEvents();
+            int used = 0;
+            for (int column = 0; column < offers->model()->columnCount(); ++column) {
+                used += offers->columnWidth(column);
+                QVERIFY(offers->isColumnHidden(column) || offers->columnWidth(column) >= 70);
+            }
+            QVERIFY(used <= offers->viewport()->width());
+            QVERIFY(offers->columnWidth(0) >= 130);
+        }
         for (const QPushButton *each : m_window->findChildren<QPushButton *>()) {
             const QSize text = each->fontMetrics().size(Qt::TextShowMnemonic, each->text());
             QVERIFY2(text.width() + 6 <= each->width(), qPrintable(each->text()));
