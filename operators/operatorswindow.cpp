@@ -45,7 +45,8 @@ OperatorsWindow::OperatorsWindow(const QString &fileName, const QString &ownCoun
     ui->problemLabel->setText(m_catalogue.problem());
     ui->problemLabel->setVisible(!m_catalogue.problem().isEmpty());
     // So that the rows above do not move with each note.
-    ui->noteLabel->setMinimumHeight(NoteLines * fontMetrics().lineSpacing());
+    ui->noteLabel->setText(QString(NoteLines - 1, '\n'));
+    ui->noteLabel->setMinimumHeight(ui->noteLabel->heightForWidth(width()));
     ui->noteLabel->setAlignment(Qt::AlignTop);
     ui->offerView->setModel(m_offers);
     ui->listView->setModel(m_list);
