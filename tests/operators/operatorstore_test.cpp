@@ -264,7 +264,8 @@ void OperatorStoreTest::storeThatTheOtherProgramWrites()
         while (other.state() != QProcess::NotRunning) {
             QSettings().setValue(settingskeys::port(++written), round);
             QSettings().sync();
-            other.waitForFinished(1);
+            // A pace at which the other process gets the lock, too.
+            other.waitForFinished(20);
         }
         QCOMPARE(other.readAllStandardError(), QByteArray());
         QCOMPARE(other.exitCode(), 0);
