@@ -2,7 +2,6 @@
 
 #include <QDebug>
 #include <QFile>
-#include <QSettings>
 
 namespace {
 
@@ -23,9 +22,8 @@ bool isSound(const QSettings &settings)
 
 } // namespace
 
-void preserveDamagedSettings()
+void preserveDamagedSettings(const QSettings &settings)
 {
-    const QSettings settings;
     if (isSound(settings))
         return;
     const QString file = settings.fileName();

@@ -4,7 +4,7 @@
 
 #include <QSettings>
 
-QVariantMap MobileOperatorsMap()
+QVariantMap BuiltInMobileOperators()
 {
     QVariantMap builtIn;
     builtIn.insert("Warid", "internet");
@@ -12,7 +12,12 @@ QVariantMap MobileOperatorsMap()
     builtIn.insert("Banglalink", "blweb");
     builtIn.insert("Robi (Aktel)", "internet");
     builtIn.insert("GrameenPhone", "gpinternet");
-    return QSettings().value(settingskeys::MobileOperators, builtIn).toMap();
+    return builtIn;
+}
+
+QVariantMap MobileOperatorsMap()
+{
+    return QSettings().value(settingskeys::MobileOperators, BuiltInMobileOperators()).toMap();
 }
 
 QStringList MobileOperatorNames()

@@ -7,7 +7,10 @@
 // The mobile operators and their access point names (APNs). A map stored under
 // "MobileOperators" replaces the built-in table as a whole. Any thread.
 
-/// Operator name to APN. Empty when the stored value is not a map.
+/// The built-in table: operator name to APN.
+QVariantMap BuiltInMobileOperators();
+
+/// The table in use: operator name to APN. Empty when the stored value is not a map.
 QVariantMap MobileOperatorsMap();
 
 /// The operator names in ascending order.

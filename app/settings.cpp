@@ -20,11 +20,16 @@ bool hasDialupEntry()
     return QSettings().value(settingskeys::NoOfDialups, 0).toString() != QLatin1String("0");
 }
 
+bool canBeWritten(const QSettings &settings)
+{
+    // A write makes a new file beside the old one and puts it in its place.
+    QTemporaryFile beside(settings.fileName() + ".XXXXXX");
+    return settings.isWritable() && beside.open();
+}
+
 void reportUnwritableSettings()
 {
     const QSettings settings;
-    // A write makes a new file beside the old one and puts it in its place.
-    QTemporaryFile beside(settings.fileName() + ".XXXXXX");
-    if (!settings.isWritable() || !beside.open())
+    if (!canBeWritten(settings))
         qWarning().noquote() << "The settings cannot be written:" << settings.fileName();
 }

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+class QSettings;
+
 // Every key of the settings store. Readers and writers open a short-lived,
 // default-constructed QSettings each time; nothing keeps one open. Any thread.
 namespace settingskeys {
@@ -27,6 +29,10 @@ QString port(int portNumber);
 /// count that cannot be read is a "yes", so that a machine that is set up is
 /// not taken for a new one.
 bool hasDialupEntry();
+
+/// Whether the file of these settings can be written. Creates its folder when it
+/// is missing.
+bool canBeWritten(const QSettings &settings);
 
 /// Warns on the debug stream when the user's settings cannot be written, file
 /// or folder: a set-up then succeeds, but nothing of it is kept, and the program

@@ -60,6 +60,13 @@ need_linux_build_packages() {
 need_test_build_packages() {
     need_linux_build_packages
     need_packages "machines with the test's devices" umockdev libumockdev-dev
+    need_providers
+}
+
+# The world's mobile providers; the operators' window reads them, and the build
+# for Windows takes them into the program.
+need_providers() {
+    need_packages "the list of the world's mobile providers" mobile-broadband-provider-info
 }
 
 need_display_packages() {

@@ -4,6 +4,8 @@
 
 Target amd64-unicode
 SetCompressor /SOLID lzma
+; Both programs hold the same toolkit: what one has, the other need not bring.
+SetCompressorDictSize 32
 ManifestDPIAware true
 ManifestSupportedOS all
 RequestExecutionLevel admin
@@ -14,6 +16,8 @@ RequestExecutionLevel admin
 
 !define PRODUCT "Tolvane Modem Connector"
 !define PROGRAM "TolvaneDialler.exe"
+!define OPERATORS "Tolvane Mobile Operators"
+!define OPERATORS_PROGRAM "TolvaneOperators.exe"
 !define MAKER "Brantiq Developer Network"
 !define UNINSTALL "Software\Microsoft\Windows\CurrentVersion\Uninstall\${PRODUCT}"
 
@@ -53,17 +57,21 @@ VIAddVersionKey "LegalCopyright" "GNU General Public License, version 3 or later
 
 ; Windows does not replace a file that runs: better said before than found out
 ; half-way.
-!macro NeedProgramClosed FOLDER
-    ${If} ${FileExists} "${FOLDER}\${PROGRAM}"
+!macro NeedClosed FILE NAME
+    ${If} ${FileExists} "${FILE}"
         ClearErrors
-        FileOpen $0 "${FOLDER}\${PROGRAM}" a
+        FileOpen $0 "${FILE}" a
         ${If} ${Errors}
-            MessageBox MB_OK|MB_ICONEXCLAMATION "${PRODUCT} is running, or its folder cannot be changed. Close it and start again." /SD IDOK
+            MessageBox MB_OK|MB_ICONEXCLAMATION "${NAME} is running, or its folder cannot be changed. Close it and start again." /SD IDOK
             SetErrorLevel 2
             Quit
         ${EndIf}
         FileClose $0
     ${EndIf}
+!macroend
+!macro NeedProgramClosed FOLDER
+    !insertmacro NeedClosed "${FOLDER}\${PROGRAM}" "${PRODUCT}"
+    !insertmacro NeedClosed "${FOLDER}\${OPERATORS_PROGRAM}" "${OPERATORS}"
 !macroend
 
 ; The files that an installation owns, and nothing else: drivers and presets
@@ -71,6 +79,8 @@ VIAddVersionKey "LegalCopyright" "GNU General Public License, version 3 or later
 ; goes when it is empty.
 !macro DeleteInstalledFiles FOLDER
     Delete "${FOLDER}\${PROGRAM}"
+    Delete "${FOLDER}\${OPERATORS_PROGRAM}"
+    Delete "${FOLDER}\tolvane-operators.exe"
     Delete "${FOLDER}\48x48.ico"
     Delete "${FOLDER}\QuickStart.txt"
     Delete "${FOLDER}\Manual.txt"
@@ -109,6 +119,7 @@ Section
 
     CreateDirectory "$SMPROGRAMS\${PRODUCT}"
     CreateShortcut "$SMPROGRAMS\${PRODUCT}\${PRODUCT}.lnk" "$INSTDIR\${PROGRAM}"
+    CreateShortcut "$SMPROGRAMS\${PRODUCT}\${OPERATORS}.lnk" "$INSTDIR\${OPERATORS_PROGRAM}"
     CreateShortcut "$SMPROGRAMS\${PRODUCT}\Quick Start.lnk" "$INSTDIR\QuickStart.txt"
     CreateShortcut "$SMPROGRAMS\${PRODUCT}\Manual.lnk" "$INSTDIR\Manual.txt"
 
@@ -136,6 +147,7 @@ Section "Uninstall"
     !insertmacro NeedProgramClosed "$INSTDIR"
     !insertmacro DeleteInstalledFiles "$INSTDIR"
     Delete "$SMPROGRAMS\${PRODUCT}\${PRODUCT}.lnk"
+    Delete "$SMPROGRAMS\${PRODUCT}\${OPERATORS}.lnk"
     Delete "$SMPROGRAMS\${PRODUCT}\Quick Start.lnk"
     Delete "$SMPROGRAMS\${PRODUCT}\Manual.lnk"
     RMDir "$SMPROGRAMS\${PRODUCT}"

@@ -2,7 +2,11 @@
 # manifest; and its debug information in a file of its own.
 set(TMC_WINDOWS_DIR ${CMAKE_CURRENT_LIST_DIR})
 
-function(tmc_windows_resources target)
+# tmc_windows_resources(<target> <description>): the description is what Windows
+# shows for the file.
+function(tmc_windows_resources target description)
+    set(TMC_PROGRAM ${target})
+    set(TMC_DESCRIPTION ${description})
     set(TMC_ICON ${TMC_WINDOWS_DIR}/program.ico)
     set(TMC_MANIFEST ${CMAKE_CURRENT_BINARY_DIR}/${target}.manifest)
     configure_file(${TMC_WINDOWS_DIR}/program.manifest.in ${TMC_MANIFEST} @ONLY)

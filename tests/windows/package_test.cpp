@@ -169,14 +169,27 @@ void PackageTest::archiveHoldsWhatIsDelivered()
 {
     onMachine([&](Desktop &) {
         const QSet<QString> names = archiveNames();
-        for (const char *name :
-             {"TolvaneDialler.exe", "48x48.ico", "QuickStart.txt", "Manual.txt", "Notices.txt",
-              "drivers/ReadMe.txt", "settings/ReadMe.txt", "licences/TolvaneModemConnector.txt",
-              "licences/Qt-LGPL3.txt", "licences/Qt-GPL2.txt", "licences/Qt-GPL3.txt",
-              "licences/Qt-copyright.txt", "licences/Qt-3rdparty-zlib.txt",
-              "licences/Qt-3rdparty-libpng.txt", "licences/Qt-3rdparty-freetype.txt",
-              "licences/Qt-3rdparty-harfbuzz-ng.txt", "licences/Qt-3rdparty-pcre2.txt",
-              "licences/GCC.txt", "licences/MinGW-w64.txt"})
+        for (const char *name : {"TolvaneDialler.exe",
+                                 "TolvaneOperators.exe",
+                                 "tolvane-operators.exe",
+                                 "48x48.ico",
+                                 "QuickStart.txt",
+                                 "Manual.txt",
+                                 "Notices.txt",
+                                 "drivers/ReadMe.txt",
+                                 "settings/ReadMe.txt",
+                                 "licences/TolvaneModemConnector.txt",
+                                 "licences/Qt-LGPL3.txt",
+                                 "licences/Qt-GPL2.txt",
+                                 "licences/Qt-GPL3.txt",
+                                 "licences/Qt-copyright.txt",
+                                 "licences/Qt-3rdparty-zlib.txt",
+                                 "licences/Qt-3rdparty-libpng.txt",
+                                 "licences/Qt-3rdparty-freetype.txt",
+                                 "licences/Qt-3rdparty-harfbuzz-ng.txt",
+                                 "licences/Qt-3rdparty-pcre2.txt",
+                                 "licences/GCC.txt",
+                                 "licences/MinGW-w64.txt"})
             QVERIFY2(names.contains(name), name);
         QVERIFY(content(m_machine->hostFolder() + "/licences/GCC.txt")
                     .contains("GCC RUNTIME LIBRARY EXCEPTION"));
@@ -199,7 +212,8 @@ void PackageTest::silentlyInstalledStartedAndRemoved()
         QVERIFY(content(m_folder + "/TolvaneDialler.exe") ==
                 content(m_machine->hostFolder() + "/TolvaneDialler.exe"));
         QVERIFY(isRegistered());
-        for (const char *name : {"Tolvane Modem Connector", "Quick Start", "Manual"}) {
+        for (const char *name :
+             {"Tolvane Modem Connector", "Tolvane Mobile Operators", "Quick Start", "Manual"}) {
             const QString shortcut = QString("%1/%2.lnk").arg(startMenu, name);
             QVERIFY2(QFile::exists(m_machine->driveC() + shortcut), name);
         }

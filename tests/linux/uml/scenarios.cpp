@@ -49,6 +49,7 @@ private slots:
     void closingTheProgramKeepsTheConnection();
     void dialIsCancelled();
     void wrongAccessPoint();
+    void operatorOfAnotherCountry();
     void networkAsksForNameAndPassword();
     void portInUseByAnotherProgram();
     void phoneIsUnpluggedAndPluggedIn();
@@ -321,6 +322,56 @@ void LinuxScenarios::wrongAccessPoint()
         phone("accept-apn internet,blweb,gpinternet");
         reconnect(person);
         disconnect(person);
+    });
+}
+
+// As somebody in another country does it, with the keyboard. Then back to the
+// operators of the other scenarios.
+void LinuxScenarios::operatorOfAnotherCountry()
+{
+    scenario([&](Person &person) {
+        const auto connect = [&](const QString &accessPoint) {
+            phone("accept-apn " + accessPoint);
+            person.startProgram();
+            person.waitForWindow(mainTitle);
+            // The operator that was chosen before is not in the list.
+            person.desktop.press("Home");
+            reconnect(person);
+            expect(contentOf(phoneTranscript).contains('"' + accessPoint.toLatin1() + "\\\""),
+                   "The phone was told another access point");
+            disconnect(person);
+        };
+        person.endProgram();
+        person.startProgram({"tolvane-operators"});
+        const WindowId window = person.waitForWindow(operatorsTitle);
+        person.desktop.press({"b", "r", "a", "s", "i", "l", "space", "o", "i", "Down", "space"});
+        person.desktop.keepPicture("operator-chosen");
+        person.desktop.press("alt+v");
+        // The operator that was chosen so far goes: a box of the same title says so.
+        waitFor("The warning", [&] { return person.desktop.window(operatorsTitle) != window; });
+        person.desktop.waitForFocus(person.desktop.window(operatorsTitle));
+        person.desktop.keepPicture("operator-vanishes");
+        person.desktop.press("Return");
+        waitFor("The list", [] { return setting("MobileOperators").toMap().size() == 1; });
+        person.desktop.keepPicture("operator-saved");
+        person.desktop.press("Escape");
+        person.waitForProgramEnd();
+        expect(setting("MobileOperators").toMap().value("Oi") == "gprs.oi.com.br",
+               "Another operator was stored");
+        connect("gprs.oi.com.br");
+        person.endProgram();
+
+        int status = 0;
+        runInGuest("tolvane-operators", {"--system", "--country", "ng", "--set"}, &status);
+        expect(status == 0, "The presets could not be stored");
+        runInGuest("tolvane-operators", {"--built-in"}, &status);
+        expect(status == 0, "The list could not be removed");
+        const QString presets = runInGuest("tolvane-operators", {"--list"});
+        expect(presets.contains("MTN = web.gprs.mtnnigeria.net"), "The presets: " + presets);
+        runInGuest("tolvane-operators", {"--system", "--built-in"}, &status);
+        expect(status == 0, "The presets could not be removed");
+        connect("blweb");
+        phone("accept-apn internet,blweb,gpinternet");
     });
 }
 

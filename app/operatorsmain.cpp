@@ -1,0 +1,59 @@
+// Tolvane Mobile Operators: a window without arguments, the command
+// tolvane-operators with them.
+#include "app/damagedsettings.h"
+#include "app/formfont.h"
+#include "app/identity.h"
+#include "app/toolkit.h"
+#include "operators/command.h"
+#include "operators/countrynames.h"
+#include "operators/operatorswindow.h"
+#include "operators/providertable.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QIcon>
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+#include <QTextCodec>
+#endif
+
+#include <cstdio>
+
+namespace {
+
+int runCommand(int argc, char *argv[])
+{
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    // Scripts run without a language, where Qt 5 would take arguments and file
+    // names for another encoding and damage them.
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+#endif
+    const QCoreApplication application(argc, argv);
+    setApplicationIdentity();
+    QCoreApplication::setApplicationVersion(TMC_VERSION);
+    QFile output;
+    QFile errors;
+    // Without a place to write to the command does its work all the same.
+    output.open(stdout, QIODevice::WriteOnly);
+    errors.open(stderr, QIODevice::WriteOnly);
+    return runOperatorsCommand(QCoreApplication::arguments(), &output, &errors);
+}
+
+int runWindow(int argc, char *argv[])
+{
+    prepareToolkit();
+    const QApplication application(argc, argv);
+    setApplicationIdentity();
+    preserveDamagedSettings();
+    useFormFont();
+    QApplication::setWindowIcon(QIcon(":/48x48.ico"));
+    OperatorsWindow window(providersFile(), systemCountry());
+    window.show();
+    return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    return argc > 1 ? runCommand(argc, argv) : runWindow(argc, argv);
+}

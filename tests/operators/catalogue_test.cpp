@@ -1,0 +1,204 @@
+#include "operators/catalogue.h"
+#include "tests/operators/providersample.h"
+
+#include <QSet>
+#include <QTest>
+
+#include <ctime>
+
+namespace {
+
+// The sanitizers make everything several times slower.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double Slowness = 10;
+#else
+constexpr double Slowness = 1;
+#endif
+
+} // namespace
+
+class CatalogueTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void ownCountryComesFirst();
+    void namesTellApart();
+    void differencesThatTheListCannotHold();
+    void remarks();
+    void leftOut();
+    void namesThatNothingTellsApart();
+    void search_data();
+    void search();
+    void everyInstalledOffer();
+    void searchWithinAFrame();
+
+private:
+    const Catalogue m_sample{readBytes(sampleXml), "de"};
+
+    const Offer *sample(const QString &apn) const
+    {
+        for (const Offer &offer : m_sample.offers()) {
+            if (offer.apn == apn)
+                return &offer;
+        }
+        return nullptr;
+    }
+};
+
+void CatalogueTest::ownCountryComesFirst()
+{
+    const auto names = [](const QString &own) {
+        QStringList list;
+        const Catalogue catalogue(readBytes(sampleXml), own);
+        for (const CatalogueCountry &country : catalogue.countries())
+            list.append(country.name);
+        return list;
+    };
+    QCOMPARE(names("de"), QStringList({"Germany", "Austria", "Brazil"}));
+    QCOMPARE(names("br"), QStringList({"Brazil", "Austria", "Germany"}));
+    QCOMPARE(names(""), QStringList({"Austria", "Brazil", "Germany"}));
+    QCOMPARE(m_sample.countryWithCode("BR"), 2);
+    QCOMPARE(m_sample.countryWithCode("xx"), -1);
+}
+
+void CatalogueTest::namesTellApart()
+{
+    QStringList lines;
+    for (const int place : m_sample.countries().at(0).offers)
+        lines.append(m_sample.offers().at(place).name + '=' + m_sample.offers().at(place).apn);
+    QCOMPARE(lines.join('\n'), QStringList({
+                                               "Twelve & Co=five.de",
+                                               "Twelve & Co - Day=one.de",
+                                               "Twelve & Co - Night (contract)=three.de",
+                                               "Twelve & Co - Night (prepaid)=two.de",
+                                               "Twelve & Co - Pages=wap.de",
+                                               "twelve & co XL=four.de",
+                                           })
+                                   .join('\n'));
+    // The only one of its operator needs no more than that operator's name.
+    QCOMPARE(sample("mono.br")->name, QString("Mono"));
+    QCOMPARE(sample("mono.br")->countryName, QString("Brazil"));
+    QCOMPARE(sample("mono.br")->country, 2);
+}
+
+void CatalogueTest::differencesThatTheListCannotHold()
+{
+    // One row for both plans.
+    QCOMPARE(sample("one.de")->plans, QString("contract, prepaid"));
+    QCOMPARE(sample("two.de")->plans, QString("prepaid"));
+    QCOMPARE(sample("five.de")->plans, QString());
+}
+
+void CatalogueTest::remarks()
+{
+    QCOMPARE(sample("mono.br")->mark, QString("name, password"));
+    QVERIFY(sample("mono.br")->note.startsWith(
+        "The network may ask for the name \"mo\" and the password \"no\". "));
+    QCOMPARE(sample("three.de")->mark, QString("password"));
+    QVERIFY(sample("three.de")->note.startsWith("The network may ask for the password \"x\". "));
+    QCOMPARE(sample("wap.de")->mark, QString("WAP"));
+    QVERIFY(sample("wap.de")->note.contains("may not reach the Internet"));
+    QCOMPARE(sample("one.de")->mark + sample("one.de")->note, QString());
+}
+
+void CatalogueTest::leftOut()
+{
+    QVERIFY(!sample("mms"));
+    QVERIFY(!sample("mms.mono.br"));
+    QVERIFY(!sample("http://192.0.2.9"));
+    QCOMPARE(m_sample.countries().at(0).leftOut, 2);
+    QCOMPARE(m_sample.countries().at(1).leftOut, 0);
+    QCOMPARE(m_sample.countries().at(2).leftOut, 1);
+    QVERIFY(leftOutText(2).startsWith("Left out: 2 "));
+}
+
+void CatalogueTest::namesThatNothingTellsApart()
+{
+    const auto provider = [](const QByteArray &name, const QByteArray &apns) {
+        return "<provider><name>" + name + "</name><gsm>" + apns + "</gsm></provider>";
+    };
+    const QByteArray apn = "<apn value=\"a\"/>";
+    const Catalogue catalogue(
+        readBytes("<serviceproviders format=\"2.0\"><country code=\"de\"><name>G</name>" +
+                  provider("X", apn) + provider("X", apn) + provider("X 2", apn) +
+                  provider("Y", "<apn value=\"b\"/>") + provider("Y", "<apn value=\"c\"/>") +
+                  "</country></serviceproviders>"),
+        {});
+    QStringList names;
+    for (const Offer &offer : catalogue.offers())
+        names.append(offer.name);
+    QCOMPARE(names, QStringList({"X", "X 2", "X 2 2", "Y (b)", "Y (c)"}));
+}
+
+void CatalogueTest::search_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QStringList>("apns");
+    QTest::newRow("operator") << "mono" << QStringList({"mono.at", "mono.br"});
+    QTest::newRow("country in English") << "aust" << QStringList("mono.at");
+    QTest::newRow("country in its language") << "brasil" << QStringList("mono.br");
+    QTest::newRow("country in its language, accent left out") << "osterr" << QStringList("mono.at");
+    QTest::newRow("case") << "BRASIL" << QStringList("mono.br");
+    QTest::newRow("operator's other name") << "zwolf night" << QStringList({"three.de", "two.de"});
+    QTest::newRow("access point") << "three.de" << QStringList("three.de");
+    QTest::newRow("words in any order") << "  brazil   mono " << QStringList("mono.br");
+    QTest::newRow("nothing") << "mono germany" << QStringList();
+}
+
+void CatalogueTest::search()
+{
+    QFETCH(const QString, words);
+    QFETCH(const QStringList, apns);
+    QStringList found;
+    for (const int place : m_sample.find(words))
+        found.append(m_sample.offers().at(place).apn);
+    QCOMPARE(found, apns);
+}
+
+void CatalogueTest::everyInstalledOffer()
+{
+    const ProviderTable table = readProvidersFile(providersFile());
+    const Catalogue catalogue(table, "de");
+    QCOMPARE(catalogue.countries().first().name, QString("Germany"));
+    QVERIFY(catalogue.offers().size() > 900);
+    for (const CatalogueCountry &country : catalogue.countries()) {
+        QSet<QString> names;
+        for (const int place : country.offers) {
+            const Offer &offer = catalogue.offers().at(place);
+            QVERIFY2(!names.contains(offer.name), qPrintable(country.name + ": " + offer.name));
+            names.insert(offer.name);
+            QVERIFY2(offer.name.size() <= 120 && offer.name == offer.name.simplified(),
+                     qPrintable(offer.name));
+        }
+    }
+    // Nothing disappears without being counted.
+    for (const Country &country : table.countries) {
+        const CatalogueCountry &entry =
+            catalogue.countries().at(catalogue.countryWithCode(country.code));
+        QSet<QString> apns;
+        for (const int place : entry.offers)
+            apns.insert(catalogue.offers().at(place).apn);
+        int others = 0;
+        for (const Provider &provider : country.providers) {
+            for (const AccessPoint &point : provider.accessPoints)
+                others += apns.contains(point.apn) && point.usage != "mms" ? 0 : 1;
+        }
+        QVERIFY2(others == entry.leftOut, qPrintable(entry.name));
+    }
+}
+
+/// A frame is 16 milliseconds; painting has to fit in, too.
+void CatalogueTest::searchWithinAFrame()
+{
+    const Catalogue catalogue(readProvidersFile(providersFile()), "de");
+    for (const char *words : {"a", "vod", "internet", "nothing at all", "e n i"}) {
+        const std::clock_t begin = std::clock();
+        catalogue.find(words);
+        const double spent = 1000.0 * double(std::clock() - begin) / CLOCKS_PER_SEC;
+        QVERIFY2(spent < 5 * Slowness, qPrintable(QString("%1: %2 ms").arg(words).arg(spent)));
+    }
+}
+
+QTEST_GUILESS_MAIN(CatalogueTest)
+#include "catalogue_test.moc"
