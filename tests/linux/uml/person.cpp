@@ -2,6 +2,7 @@
 
 #include "tests/desktop/waiting.h"
 #include "tests/linux/uml/guestsystem.h"
+#include "tests/linux/uml/phone.h"
 
 namespace {
 
@@ -23,6 +24,12 @@ void Person::startProgram(const QStringList &command)
     m_logStart = contentOf(m_log).size();
     m_program->start(command.first(), command.mid(1));
     expect(m_program->waitForStarted(), "The program does not start");
+}
+
+void Person::endProgram()
+{
+    if (m_program)
+        m_program->end();
 }
 
 void Person::waitForProgramEnd() const
