@@ -281,6 +281,7 @@ void DesktopScenarios::firstRunAndDial()
         note(state);
         expect(state.startsWith("default dev ppp0"), "The routes: " + state);
         expect(isNamedPageFetched(), "No page by its name");
+        expect(!modems().contains("/Modem/"), "ModemManager has the phone, too");
         person.desktop.moveMouseAway();
         person.desktop.keepPicture("connected");
         disconnect(person);
