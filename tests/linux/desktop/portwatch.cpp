@@ -37,9 +37,10 @@ bool PortWatch::watch(int milliseconds, const std::function<bool()> &done)
 {
     return comesTrue(
         [&] {
+            const QString who = holders().join(", ");
             const QString now = !QFile::exists(m_device) ? QString("no port")
-                                : holders().isEmpty()    ? QString("nobody")
-                                                         : holders().join(", ");
+                                : who.isEmpty()          ? QString("nobody")
+                                                         : who;
             if (now != m_last)
                 m_notes += QString("%1 s: %2").arg(seconds(), 0, 'f', 1).arg(now);
             m_last = now;

@@ -27,6 +27,8 @@ const char pppd[] = "/usr/sbin/pppd";
 const char port[] = "/dev/ttyACM0";
 const char namedPage[] = "http://page.phone.example/";
 const char otherNetwork[] = "default via 10.0.2.2 dev eth0";
+// The entry has pppd ask for an echo this often, and give up after four.
+constexpr int missedEchoes = 30000; // milliseconds
 // ModemManager needs half a minute to get to know a phone.
 constexpr int gettingToKnow = 60000; // milliseconds
 
@@ -86,6 +88,7 @@ private slots:
     void phonePluggedInAfterThePackage();
     void firstRunAndDial();
     void otherNetworkComesUpAnewDuringACall();
+    void networkEndsTheCall();
     void unpluggedWhileConnectedAndPluggedInElsewhere();
     void unpluggedWhileDialling();
     void unpluggedWhileACommandWaits();
@@ -223,7 +226,8 @@ void DesktopScenarios::networkManagerDialsByItself()
         if (status == 0) {
             fetchPage();
             note("a page " + QString::number(watch.seconds()) +
-                 " s after plug-in; two commands, and the access point name has to be known");
+                 " s after plug-in. Steps: two commands, and the access point name has to be "
+                 "known. The other network keeps the default route:");
             note(networkState());
         }
         runInGuest("nmcli", {"connection", "delete", "phone"});
@@ -274,9 +278,13 @@ void DesktopScenarios::firstRunAndDial()
 {
     scenario([this](Person &person) {
         expect(m_before.contains(otherNetwork) && m_before.contains("metric 100"), m_before);
+        installPackage();
         PortWatch watch(port);
         connectWithProgram(person);
-        note(QString("a page %1 s after plug-in, first run included").arg(watch.seconds()));
+        note(
+            QString("a page %1 s after plug-in, first run included. Steps: Next, Finish; the phone "
+                    "gets the default route:")
+                .arg(watch.seconds()));
         const QString state = networkState();
         note(state);
         expect(state.startsWith("default dev ppp0"), "The routes: " + state);
@@ -297,6 +305,23 @@ void DesktopScenarios::otherNetworkComesUpAnewDuringACall()
         QEXPECT_FAIL("", "NetworkManager writes its own name servers over pppd's", Continue);
         QVERIFY2(isNamedPageFetched(), "No page by its name");
         disconnect(person);
+    });
+}
+
+void DesktopScenarios::networkEndsTheCall()
+{
+    scenario([this](Person &person) {
+        connectWithProgram(person);
+        QElapsedTimer timer;
+        timer.start();
+        phone("drop");
+        waitFor("The end of pppd", [] { return processOf(pppd) == 0; });
+        note(QString("the link has ended %1 ms after the call").arg(timer.elapsed()));
+        // Without the carrier-detect line it takes missing echoes, and minutes.
+        expect(timer.elapsed() < missedEchoes, "The end of the call was not noticed at once");
+        waitFor("Routes and name servers as before", [this] { return networkState() == m_before; });
+        person.waitForLog("No of Connections = 0", person.log().size());
+        person.desktop.keepPicture("ended-by-the-network");
     });
 }
 
