@@ -1,9 +1,9 @@
 // A person at a whole Debian, with its own kernel, USB, ModemManager and
 // NetworkManager, another network with a default route, and a phone that is
 // plugged in and out. Runs in the virtual machine as root. Each scenario begins
-// where every one ends: the program not running, the phone unplugged; it brings
-// about what it needs besides. What the program cannot do yet is an expected
-// failure with its reason.
+// where every one ends: nothing connected, the program not running, the phone
+// unplugged once the package is installed; it brings about what it needs besides.
+// What the program cannot do yet is an expected failure with its reason.
 
 #include "tests/desktop/waiting.h"
 #include "tests/linux/desktop/portwatch.h"
