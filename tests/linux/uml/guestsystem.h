@@ -7,11 +7,9 @@
 
 #include <sys/types.h>
 
-// The system in user-mode Linux, in which these tests run as root: what it is
-// asked and what is done to it. What cannot be done throws NotAsExpected.
+// The guest system in which the scenarios run as root: what it is asked and
+// what is done to it. What cannot be done throws NotAsExpected.
 
-inline constexpr char phoneTranscript[] = "/share/phone.txt";
-inline constexpr char phoneRule[] = "/etc/udev/rules.d/99-phone-on-serial-line.rules";
 /// What pppd leaves of the program's link while it is up.
 inline constexpr char linkFile[] = "/run/ppp-tolvane-TolvaneModem_1.pid";
 
@@ -19,16 +17,6 @@ inline constexpr char linkFile[] = "/run/ppp-tolvane-TolvaneModem_1.pid";
 QByteArray contentOf(const QString &path);
 /// Runs a command to its end and returns what it printed.
 QString runInGuest(const QString &program, const QStringList &arguments, int *status = nullptr);
-
-/// The phone hangs on a serial line here, as there is no USB: it is there while
-/// a rule of an administrator's own marks that line.
-void plugPhone(bool plugged);
-/// Sends the phone a command of its control; returns its answer.
-QString phone(const QString &command);
-/// Waits until the phone has ended its call, and empties the cable: it keeps
-/// what the phone says while nobody has the port open, where a real port would
-/// lose it.
-void letLineSettle();
 
 bool isLinkUp();
 /// The process whose command line begins like this; 0 when there is none.

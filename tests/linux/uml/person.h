@@ -21,7 +21,8 @@ public:
     Desktop desktop;
 
     void startProgram(const QStringList &command = {"tolvane-dialler"});
-    void endProgram() { m_program->end(); }
+    /// Nothing when it was not started.
+    void endProgram();
     void waitForProgramEnd() const;
     /// What the program wrote to its debug stream since it was started.
     QByteArray log() const;

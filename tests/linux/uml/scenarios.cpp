@@ -6,6 +6,8 @@
 #include "tests/desktop/waiting.h"
 #include "tests/linux/uml/guestsystem.h"
 #include "tests/linux/uml/person.h"
+#include "tests/linux/uml/phone.h"
+#include "tests/linux/uml/serialphone.h"
 
 #include <QClipboard>
 #include <QFile>

@@ -1,0 +1,471 @@
+// A person at a whole Debian, with its own kernel, USB, ModemManager and
+// NetworkManager, another network with a default route, and a phone that is
+// plugged in and out. Runs in the virtual machine as root. Each scenario begins
+// where every one ends: nothing connected, the program not running, the phone
+// unplugged once the package is installed; it brings about what it needs besides.
+// What the program cannot do yet is an expected failure with its reason.
+
+#include "tests/desktop/waiting.h"
+#include "tests/linux/desktop/portwatch.h"
+#include "tests/linux/uml/guestsystem.h"
+#include "tests/linux/uml/person.h"
+#include "tests/linux/uml/phone.h"
+
+#include <QClipboard>
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QTest>
+
+#include <csignal>
+#include <cstdio>
+#include <functional>
+
+namespace {
+
+const char pppd[] = "/usr/sbin/pppd";
+const char port[] = "/dev/ttyACM0";
+const char namedPage[] = "http://page.phone.example/";
+const char otherNetwork[] = "default via 10.0.2.2 dev eth0";
+// The entry has pppd ask for an echo this often, and give up after four.
+constexpr int missedEchoes = 30000; // milliseconds
+// ModemManager needs half a minute to get to know a phone.
+constexpr int gettingToKnow = 60000; // milliseconds
+
+void note(const QString &text)
+{
+    std::fputs(qPrintable("note: " + text + '\n'), stdout);
+    std::fflush(stdout);
+}
+
+bool isInstalled()
+{
+    return QFile::exists("/usr/bin/tolvane-dialler");
+}
+
+/// Runs a command that has to succeed; returns what it printed.
+QString must(const QString &program, const QStringList &arguments)
+{
+    int status = 0;
+    const QString output = runInGuest(program, arguments, &status);
+    expect(status == 0, QString("%1 %2: %3").arg(program, arguments.join(' '), output));
+    return output;
+}
+
+void installPackage()
+{
+    if (isInstalled())
+        return;
+    const QStringList packages = QDir("/share").entryList({"tolvane-modem-connector_*.deb"});
+    expect(packages.size() == 1, "There is no package");
+    must("dpkg", {"--install", "/share/" + packages.first()});
+}
+
+bool isNamedPageFetched()
+{
+    int status = 0;
+    runInGuest("curl", {"--silent", "--show-error", "--max-time", "20", namedPage}, &status);
+    return status == 0;
+}
+
+QString modems()
+{
+    return runInGuest("mmcli", {"--list-modems"});
+}
+
+} // namespace
+
+class DesktopScenarios : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void networkManagerDialsByItself();
+    void packageInstalledWithThePhoneThere();
+    void phonePluggedInAfterThePackage();
+    void firstRunAndDial();
+    void otherNetworkComesUpAnewDuringACall();
+    void networkEndsTheCall();
+    void unpluggedWhileConnectedAndPluggedInElsewhere();
+    void unpluggedWhileDialling();
+    void unpluggedWhileACommandWaits();
+    void answerComesTogetherWithItsEcho();
+    void namesWithSystemdResolved();
+
+private:
+    /// Runs a scenario. What throws fails the test and leaves a picture of the
+    /// screen and a list of what runs.
+    void scenario(const std::function<void(Person &)> &body);
+    /// Installs the program and goes through its first run, if that was not done yet.
+    void setUp(Person &person);
+    /// Plugs the phone in, starts the program and presses its button.
+    void connectWithProgram(Person &person);
+    /// By the program's button; routes and name servers are as before then.
+    void disconnect(Person &person);
+
+    std::unique_ptr<Person> m_person;
+    QString m_before; ///< routes and name servers before a dial
+};
+
+void DesktopScenarios::scenario(const std::function<void(Person &)> &body)
+{
+    try {
+        body(*m_person);
+    } catch (const NotAsExpected &error) {
+        m_person->desktop.keepPicture("failure");
+        std::fputs(qPrintable(runInGuest("ps", {"axfww", "-o", "pid,user,stat,etime,args"})),
+                   stderr);
+        QFAIL(error.what());
+    }
+}
+
+void DesktopScenarios::initTestCase()
+{
+    try {
+        m_person = std::make_unique<Person>(qEnvironmentVariable("PICTURES"));
+    } catch (const NotAsExpected &error) {
+        QFAIL(error.what());
+    }
+    scenario([](Person &person) {
+        person.desktop.setStillness(500); // windows are painted late here
+        for (const char *service : {"ModemManager", "NetworkManager", "polkit", "systemd-udevd"})
+            must("systemctl", {"is-active", service});
+        waitFor("Another network", [] { return networkState().contains(otherNetwork); });
+        note("the other network's route: " + runInGuest("ip", {"route", "show", "default"}));
+    });
+}
+
+void DesktopScenarios::init()
+{
+    note(QString(QTest::currentTestFunction()) + " begins " +
+         contentOf("/proc/uptime").split(' ').first() + " s after the boot");
+    m_before = networkState();
+}
+
+void DesktopScenarios::cleanup()
+{
+    try {
+        m_person->endProgram();
+        if (const pid_t process = processOf(pppd))
+            ::kill(process, SIGTERM);
+        waitFor("The end of pppd", [] { return processOf(pppd) == 0; });
+        phone("set silent off");
+        phone("set unplug-on off");
+        phone("set echo on");
+        // ModemManager takes half a minute to get to know the phone: what follows
+        // without the package installed needs just that.
+        if (isInstalled())
+            plugPhone(false);
+        waitFor("Routes and name servers as before", [this] { return networkState() == m_before; });
+    } catch (const NotAsExpected &error) {
+        QFAIL(error.what());
+    }
+}
+
+void DesktopScenarios::setUp(Person &person)
+{
+    installPackage();
+    if (setting("NoOfDialups").toInt() == 1)
+        return;
+    plugPhone(true);
+    person.startProgram();
+    person.waitForWindow(wizardTitle);
+    person.desktop.keepPicture("wizard");
+    person.desktop.press("Return"); // Next
+    waitFor("The set-up", [] { return setting("NoOfDialups").toInt() == 1; });
+    person.desktop.keepPicture("set-up-done");
+    person.desktop.press("Return"); // Finish
+    person.desktop.waitForNoWindow(wizardTitle);
+    person.waitForWindow(mainTitle);
+    person.desktop.keepPicture("main-window");
+    person.endProgram();
+}
+
+void DesktopScenarios::connectWithProgram(Person &person)
+{
+    setUp(person);
+    plugPhone(true);
+    letLineSettle();
+    person.startProgram();
+    person.pressMainButton(); // does not wait for the countdown
+    person.dial();
+    fetchPage();
+}
+
+void DesktopScenarios::disconnect(Person &person)
+{
+    const QImage connected = person.face();
+    person.pressMainButton();
+    waitFor("The link's end", [] { return !isLinkUp(); });
+    waitFor("Routes and name servers as before", [this] { return networkState() == m_before; });
+    person.waitForOtherFace(connected, "Disconnected");
+    person.desktop.keepPicture("disconnected");
+}
+
+// The way without this program, for comparison: nothing of it is installed.
+void DesktopScenarios::networkManagerDialsByItself()
+{
+    if (isInstalled())
+        QSKIP("the package's rule keeps ModemManager off the phone");
+    scenario([](Person &) {
+        PortWatch watch(port);
+        plugPhone(true);
+        const bool isKnown =
+            watch.watch(gettingToKnow, [] { return modems().contains("/Modem/"); });
+        const double known = watch.seconds();
+        note("without the package: " + watch.notes().join("; "));
+        note(QString("ModemManager after %1 s: %2").arg(known).arg(modems()));
+        QVERIFY2(isKnown, "ModemManager does not find a modem");
+        note(runInGuest("mmcli", {"--modem", "any"}));
+        must("nmcli", {"connection", "add", "type", "gsm", "ifname", "*", "con-name", "phone",
+                       "autoconnect", "no", "apn", "internet"});
+        int status = 0;
+        const QString up =
+            runInGuest("nmcli", {"--wait", "45", "connection", "up", "phone"}, &status);
+        note(QString("NetworkManager after %1 s: %2").arg(watch.seconds()).arg(up));
+        if (status == 0) {
+            fetchPage();
+            note("a page " + QString::number(watch.seconds()) +
+                 " s after plug-in. Steps: two commands, and the access point name has to be "
+                 "known. The other network keeps the default route:");
+            note(networkState());
+        }
+        runInGuest("nmcli", {"connection", "delete", "phone"});
+        QVERIFY2(status == 0, qPrintable("NetworkManager does not get a connection: " + up));
+    });
+}
+
+void DesktopScenarios::packageInstalledWithThePhoneThere()
+{
+    if (isInstalled())
+        QSKIP("the package is installed already");
+    scenario([](Person &) {
+        PortWatch watch(port);
+        plugPhone(true);
+        watch.watch(gettingToKnow, [] { return modems().contains("/Modem/"); });
+        note(QString("the package is being installed after %1 s").arg(watch.seconds()));
+        installPackage();
+        const bool isFree = watch.watch(10000, [&] { return watch.holders().isEmpty(); });
+        note("package installed with the phone there: " + watch.notes().join("; "));
+        const QString marks = must("udevadm", {"info", "--query=property", port});
+        QVERIFY2(marks.contains("TOLVANE_MODEM_PORT=1"), qPrintable(marks));
+        QEXPECT_FAIL("",
+                     "ModemManager keeps a port that it holds when the rule comes: the phone "
+                     "has to be plugged in anew after the installation",
+                     Continue);
+        QVERIFY2(isFree, "ModemManager holds the port");
+    });
+}
+
+void DesktopScenarios::phonePluggedInAfterThePackage()
+{
+    scenario([](Person &) {
+        installPackage();
+        PortWatch watch(port);
+        plugPhone(true);
+        note(QString("the port is there %1 s after plug-in").arg(watch.seconds()));
+        const bool isTouched =
+            watch.watch(15000, [&] { return QFile::exists(port) && !watch.holders().isEmpty(); });
+        note("package installed before: " + watch.notes().join("; "));
+        QVERIFY2(!isTouched, qPrintable(watch.notes().join("; ")));
+        QVERIFY2(!modems().contains("/Modem/"), qPrintable(modems()));
+    });
+}
+
+void DesktopScenarios::firstRunAndDial()
+{
+    scenario([this](Person &person) {
+        expect(m_before.contains(otherNetwork) && m_before.contains("metric 100"), m_before);
+        installPackage();
+        PortWatch watch(port);
+        setUp(person);
+        plugPhone(true);
+        person.startProgram();
+        person.waitForWindow(mainTitle);
+        person.dial(); // comes by itself at the end of the countdown
+        fetchPage();
+        note(
+            QString("a page %1 s after plug-in, first run included. Steps: Next, Finish. The phone "
+                    "gets the default route:")
+                .arg(watch.seconds()));
+        const QString state = networkState();
+        note(state);
+        expect(state.startsWith("default dev ppp0"), "The routes: " + state);
+        expect(isNamedPageFetched(), "No page by its name");
+        expect(!modems().contains("/Modem/"), "ModemManager has the phone, too");
+        person.desktop.moveMouseAway();
+        person.desktop.keepPicture("connected");
+        disconnect(person);
+    });
+}
+
+void DesktopScenarios::otherNetworkComesUpAnewDuringACall()
+{
+    scenario([this](Person &person) {
+        connectWithProgram(person);
+        must("nmcli", {"connection", "up", "wired"});
+        fetchPage(); // the route is still the phone's
+        QEXPECT_FAIL("", "NetworkManager writes its own name servers over pppd's", Continue);
+        QVERIFY2(isNamedPageFetched(), "No page by its name");
+        disconnect(person);
+    });
+}
+
+void DesktopScenarios::networkEndsTheCall()
+{
+    scenario([this](Person &person) {
+        connectWithProgram(person);
+        QElapsedTimer timer;
+        timer.start();
+        phone("drop");
+        waitFor("The end of pppd", [] { return processOf(pppd) == 0; });
+        note(QString("the link has ended %1 ms after the call").arg(timer.elapsed()));
+        // Without the carrier-detect line it takes missing echoes, and minutes.
+        expect(timer.elapsed() < missedEchoes, "The end of the call was not noticed at once");
+        waitFor("Routes and name servers as before", [this] { return networkState() == m_before; });
+        person.waitForLog("No of Connections = 0", person.log().size());
+        person.desktop.keepPicture("ended-by-the-network");
+    });
+}
+
+void DesktopScenarios::unpluggedWhileConnectedAndPluggedInElsewhere()
+{
+    scenario([this](Person &person) {
+        connectWithProgram(person);
+        QElapsedTimer timer;
+        timer.start();
+        plugPhone(false);
+        waitFor("The end of pppd", [] { return processOf(pppd) == 0; });
+        note(QString("the link has ended %1 ms after the unplugging").arg(timer.elapsed()));
+        waitFor("Routes and name servers as before", [this] { return networkState() == m_before; });
+        person.waitForLog("No of Connections = 0", person.log().size());
+        person.desktop.keepPicture("unplugged");
+        phone("plug 2");
+        waitFor("The port", [] { return QFile::exists(port); });
+        person.pressMainButton();
+        person.dial();
+        fetchPage();
+        person.desktop.moveMouseAway();
+        person.desktop.keepPicture("connected-in-another-socket");
+        disconnect(person);
+    });
+}
+
+void DesktopScenarios::unpluggedWhileDialling()
+{
+    scenario([this](Person &person) {
+        setUp(person);
+        plugPhone(true);
+        letLineSettle();
+        phone("set unplug-on ATD");
+        person.startProgram();
+        person.pressMainButton();
+        const WindowId window = person.waitForWindow(dialTitle);
+        waitFor("The phone is unplugged", [] { return !QFile::exists(port); });
+        QElapsedTimer timer;
+        timer.start();
+        waitFor("The end of pppd", [] { return processOf(pppd) == 0; });
+        note(QString("the dial has ended %1 ms after the unplugging").arg(timer.elapsed()));
+        waitFor("The reason", [&] { return person.dialogText().contains("Error"); });
+        person.desktop.keepPicture("unplugged-while-dialling");
+        note("the dialog says: " + person.dialogText());
+        person.desktop.pressIn(window, "Escape");
+        person.desktop.waitForNoWindow(dialTitle);
+    });
+}
+
+void DesktopScenarios::unpluggedWhileACommandWaits()
+{
+    scenario([this](Person &person) {
+        setUp(person);
+        plugPhone(true);
+        letLineSettle();
+        phone("set silent on");
+        const qsizetype heard = contentOf(phoneTranscript).size();
+        person.startProgram();
+        person.pressMainButton();
+        waitFor("The first command",
+                [&] { return contentOf(phoneTranscript).mid(int(heard)).contains(R"("AT\r")"); });
+        person.desktop.keepPicture("a-command-waits");
+        QElapsedTimer timer;
+        timer.start();
+        plugPhone(false);
+        const WindowId window = person.waitForWindow(dialTitle);
+        note(QString("the program goes on %1 ms after the unplugging").arg(timer.elapsed()));
+        person.desktop.keepPicture("unplugged-while-a-command-waits");
+        person.desktop.pressIn(window, "Escape");
+        person.desktop.waitForNoWindow(dialTitle);
+        phone("set silent off");
+        plugPhone(true);
+        person.pressMainButton();
+        person.dial();
+        fetchPage();
+        disconnect(person);
+    });
+}
+
+void DesktopScenarios::answerComesTogetherWithItsEcho()
+{
+    scenario([this](Person &person) {
+        setUp(person);
+        plugPhone(true);
+        letLineSettle();
+        phone("set echo glued");
+        const qsizetype heard = contentOf(phoneTranscript).size();
+        person.startProgram();
+        person.pressMainButton();
+        waitFor("The first command",
+                [&] { return contentOf(phoneTranscript).mid(int(heard)).contains(R"("AT\r")"); });
+        const bool goesOn =
+            comesTrue([&] { return !person.desktop.window(dialTitle).isEmpty(); }, 15000);
+        person.desktop.keepPicture("answer-together-with-its-echo");
+        QEXPECT_FAIL("",
+                     "an answer that arrives in one piece with the echo before it is taken for "
+                     "none: the program waits until the phone is unplugged",
+                     Continue);
+        QVERIFY2(goesOn, "The program does not dial");
+    });
+}
+
+// From here on the system has another name service: this comes last.
+void DesktopScenarios::namesWithSystemdResolved()
+{
+    scenario([this](Person &person) {
+        QStringList packages;
+        for (const QString &name : QDir("/opt/later").entryList({"*.deb"}))
+            packages += "/opt/later/" + name;
+        must("dpkg", QStringList{"--install"} + packages);
+        must("systemctl", {"reload", "dbus"});
+        must("systemctl", {"restart", "systemd-resolved", "NetworkManager"});
+        waitFor("The other network",
+                [] { return runInGuest("resolvectl", {"status"}).contains("10.0.2.3"); });
+        m_before = networkState();
+        connectWithProgram(person);
+        note(runInGuest("resolvectl", {"status"}));
+        QEXPECT_FAIL("", "with systemd-resolved nobody tells it the phone's name servers",
+                     Continue);
+        QVERIFY2(isNamedPageFetched(), "No page by its name");
+        disconnect(person);
+    });
+}
+
+int main(int argc, char *argv[])
+{
+    if (argc == 2 && qstrcmp(argv[1], "--clipboard") == 0) {
+        const QGuiApplication application(argc, argv);
+        std::fputs(qPrintable(QGuiApplication::clipboard()->text()), stdout);
+        return 0;
+    }
+    // The processor is emulated; a look takes time from what is waited for.
+    patience = 120000;
+    pauseBetweenLooks = 200;
+    qputenv("QTEST_FUNCTION_TIMEOUT", "600000");
+    const QCoreApplication application(argc, argv);
+    DesktopScenarios scenarios;
+    return QTest::qExec(&scenarios, argc, argv);
+}
+
+#include "scenarios.moc"
