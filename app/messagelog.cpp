@@ -15,6 +15,7 @@
 namespace {
 
 constexpr qint64 MostWaiting = 1000000; // bytes
+constexpr int LargestBlock = 50000;     // bytes; a message more is written at once
 constexpr std::chrono::milliseconds LongestFinish(250);
 
 struct Message {
@@ -101,10 +102,16 @@ private:
             const int lost = std::exchange(m_lost, 0);
             m_waitingBytes = 0;
             lock.unlock();
-            for (const Message &message : messages)
-                m_files.write(lines(message));
+            QByteArray block;
+            for (const Message &message : messages) {
+                block += lines(message);
+                if (block.size() > LargestBlock)
+                    m_files.write(std::exchange(block, {}));
+            }
             if (lost > 0)
-                m_files.write(QByteArray::number(lost) + " messages are missing here\n");
+                block += QByteArray::number(lost) + " messages are missing here\n";
+            if (!block.isEmpty())
+                m_files.write(block);
             lock.lock();
         }
         m_runs = false;
