@@ -76,7 +76,14 @@ public:
         std::unique_lock<std::mutex> lock(m_mutex);
         m_finishing = true;
         m_changed.notify_all();
-        m_changed.wait_for(lock, LongestFinish, [this] { return !m_runs; });
+        if (!m_changed.wait_for(lock, LongestFinish, [this] { return !m_runs; }))
+            return;
+        std::thread thread = std::exchange(m_thread, {});
+        lock.unlock();
+        // It has nothing left to do. On Windows the process must not end at the
+        // same moment as a thread.
+        if (thread.joinable())
+            thread.join();
     }
 
 private:
@@ -85,7 +92,7 @@ private:
         if (m_runs)
             return true;
         try {
-            std::thread([this] { write(); }).detach();
+            m_thread = std::thread([this] { write(); });
             m_runs = true;
         } catch (const std::system_error &) {
             // No thread, no file.
@@ -119,6 +126,7 @@ private:
     }
 
     MessageFiles m_files; // the thread's alone
+    std::thread m_thread;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::vector<Message> m_waiting;
