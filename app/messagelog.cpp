@@ -15,6 +15,7 @@
 namespace {
 
 constexpr qint64 MostWaiting = 1000000; // bytes
+constexpr int LargestBlock = 50000;     // bytes; a message more is written at once
 constexpr std::chrono::milliseconds LongestFinish(250);
 
 struct Message {
@@ -75,7 +76,14 @@ public:
         std::unique_lock<std::mutex> lock(m_mutex);
         m_finishing = true;
         m_changed.notify_all();
-        m_changed.wait_for(lock, LongestFinish, [this] { return !m_runs; });
+        if (!m_changed.wait_for(lock, LongestFinish, [this] { return !m_runs; }))
+            return;
+        std::thread thread = std::exchange(m_thread, {});
+        lock.unlock();
+        // It has nothing left to do. On Windows the process must not end at the
+        // same moment as a thread.
+        if (thread.joinable())
+            thread.join();
     }
 
 private:
@@ -84,7 +92,7 @@ private:
         if (m_runs)
             return true;
         try {
-            std::thread([this] { write(); }).detach();
+            m_thread = std::thread([this] { write(); });
             m_runs = true;
         } catch (const std::system_error &) {
             // No thread, no file.
@@ -101,10 +109,16 @@ private:
             const int lost = std::exchange(m_lost, 0);
             m_waitingBytes = 0;
             lock.unlock();
-            for (const Message &message : messages)
-                m_files.write(lines(message));
+            QByteArray block;
+            for (const Message &message : messages) {
+                block += lines(message);
+                if (block.size() > LargestBlock)
+                    m_files.write(std::exchange(block, {}));
+            }
             if (lost > 0)
-                m_files.write(QByteArray::number(lost) + " messages are missing here\n");
+                block += QByteArray::number(lost) + " messages are missing here\n";
+            if (!block.isEmpty())
+                m_files.write(block);
             lock.lock();
         }
         m_runs = false;
@@ -112,6 +126,7 @@ private:
     }
 
     MessageFiles m_files; // the thread's alone
+    std::thread m_thread;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::vector<Message> m_waiting;
