@@ -12,9 +12,6 @@
 #include <QApplication>
 #include <QFile>
 #include <QIcon>
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-#include <QTextCodec>
-#endif
 
 #include <cstdio>
 
@@ -22,11 +19,6 @@ namespace {
 
 int runCommand(int argc, char *argv[])
 {
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-    // Scripts run without a language, where Qt 5 would take arguments and file
-    // names for another encoding and damage them.
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
-#endif
     const QCoreApplication application(argc, argv);
     setApplicationIdentity();
     QCoreApplication::setApplicationVersion(TMC_VERSION);

@@ -356,7 +356,7 @@ void LinuxScenarios::operatorOfAnotherCountry()
         person.desktop.press("Return");
         waitFor("The list", [] { return setting("MobileOperators").toMap().size() == 1; });
         person.desktop.keepPicture("operator-saved");
-        person.desktop.press("Escape");
+        person.desktop.close(window);
         person.waitForProgramEnd();
         expect(setting("MobileOperators").toMap().value("Oi") == "gprs.oi.com.br",
                "Another operator was stored");
