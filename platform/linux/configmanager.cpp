@@ -25,8 +25,9 @@ bool isConsole(const QString &path)
     return path.contains("/devices/virtual/") && !path.contains("/ttyS");
 }
 
-/// Asks for the event that plugging in a device sends, for every line. The set
-/// receives the lines for which it was asked.
+/// Asks for an event for every line, so that the rules are applied to it again:
+/// "change", as others would take "add" for a new device. The set receives the
+/// lines for which it was asked.
 ConfigRet triggerAll(udev *context, QSet<QString> *waiting)
 {
     waiting->clear();
@@ -44,7 +45,7 @@ ConfigRet triggerAll(udev *context, QSet<QString> *waiting)
         const UdevPointer<udev_device> device(udev_device_new_from_syspath(context, path));
         if (!device)
             continue; // unplugged meanwhile
-        char action[] = "add";
+        char action[] = "change";
         const int result = udev_device_set_sysattr_value(device.get(), "uevent", action);
         if (result == -EACCES || result == -EPERM)
             return ConfigAccessDenied;

@@ -199,6 +199,13 @@ void PortsTest::recordedMachines_data()
     // Not recorded: written after what such a kernel shows.
     QTest::newRow("on-board UART, newer kernel")
         << QStringList{"on-board-uart-newer-kernel"} << QStringList{onBoard};
+    // Written by hand: what is no phone keeps its own name.
+    QTest::newRow("no phones") << QStringList{"no-phones"}
+                               << QStringList{"GPS Receiver (COM5) /dev/ttyACM3",
+                                              "Mobile Data Stick (COM6) /dev/ttyACM4",
+                                              "Preloader (COM7) /dev/ttyACM5",
+                                              "Phone Of Another Vendor (COM8) /dev/ttyACM6",
+                                              "Diagnosis Only (COM9) /dev/ttyACM7"};
     // In the order of their sockets: the converter in 1-1 comes first.
     QTest::newRow("everything") << QStringList{"phone", "second-phone", "usb-uart",
                                                "usb-uart-without-serial-number", "on-board-uart"}
