@@ -93,9 +93,11 @@ DialFailure failureOf(DWORD code)
     case RasErrorCannotOpenPhonebook:
         return {code, text("The phone book is damaged or missing.")};
     case RasErrorEntryNotFound:
-        return {code, text("The phone book has no entry of this name.")};
+        return {code, text("You have no such connection on this computer, or no more. Press "
+                           "Cancel and choose Create New Connection.")};
     case RasErrorPortNotAvailable:
-        return {code, text("The modem of this entry is not installed, or it is in use.")};
+        return {code, text("The modem of this connection is not installed. Press Cancel and "
+                           "choose Create New Connection.")};
     case RasErrorPortOrDevice:
         return {code, text("The phone is not plugged in.")};
     case ErrorInvalidParameter:

@@ -211,7 +211,8 @@ void RasTest::dialDialogTellsItsError()
     };
     QCOMPARE(dialAndCancel(), 0);
     QCOMPARE(info.dwError, RasErrorEntryNotFound);
-    QCOMPARE(told, QString("Error 623: The phone book has no entry of this name."));
+    QVERIFY2(told.startsWith("Error 623: ") && told.endsWith("choose Create New Connection."),
+             qPrintable(told));
     addModem(modemName, "COM77");
     RasEntry properties = entryFor(modemName);
     const auto store = [&] {
