@@ -8,6 +8,7 @@
 
 #include <QString>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
@@ -42,7 +43,14 @@ int main(int argc, char *argv[])
     if (!isNumber || user == std::numeric_limits<uint>::max())
         return refuse("PKEXEC_UID is no user");
 
-    // Nothing of the asker's surroundings reaches what is started from here.
+    // Nothing of the asker's surroundings reaches what is started from here. pkexec
+    // keeps signals as it finds them.
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    for (int number = 1; number < NSIG; ++number)
+        std::signal(number, SIG_DFL);
+    ::alarm(0);
     ::clearenv();
     ::setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
     ::umask(022);
