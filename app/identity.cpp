@@ -34,6 +34,7 @@ platform::Program programIdentity()
     program.name = applicationName;
     program.stateFolder = "tolvane-modem-connector";
     program.filePrefix = "tolvane-";
+    program.helper = "tolvane-dialler-helper";
     program.modemPortMark = "TOLVANE_MODEM_PORT";
     program.modemPortName = UsbPortName;
     program.modemPortWords = "Modem Driver"; // as in both names of a phone's port

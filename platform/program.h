@@ -12,6 +12,8 @@ struct Program {
     QString stateFolder;
     /// Begins the names of its files in folders that it shares with others.
     QString filePrefix;
+    /// The program beside it that does what needs administrator rights.
+    QString helper;
     /// The mark that its driver package sets to "1" on a phone's modem port.
     QString modemPortMark;
     /// What a port with that mark is called.

@@ -73,10 +73,11 @@ QList<ActiveLink> activeLinks(const PhoneBook &phoneBook, const QString &runFold
         for (const QString &file : folder.entryList({prefix + '*' + suffix}, QDir::Files)) {
             ActiveLink link;
             link.name = file.mid(prefix.size(), file.size() - prefix.size() - suffix.size());
-            const std::optional<QString> entry = phoneBook.entryName(link.name);
+            const std::optional<EntryName> entry = phoneBook.entryName(link.name);
             if (!entry || !readLink(folder.filePath(file), &link))
                 continue;
-            link.entryName = *entry;
+            link.entryName = entry->name;
+            link.owner = entry->owner;
             links.append(link);
         }
     }

@@ -18,6 +18,7 @@ inline constexpr int PppdEndPatience = 8000;
 /// interface has an address.
 struct ActiveLink {
     QString entryName;
+    uid_t owner = 0;   ///< the user whose entry it is
     QString name;      ///< by which pppd knows it: the entry's file name
     QString interface; ///< "ppp0"
     pid_t process = 0;

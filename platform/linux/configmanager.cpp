@@ -1,6 +1,8 @@
 #include "platform/linux/configmanager.h"
 
 #include "platform/linux/families.h"
+#include "platform/linux/helper/client.h"
+#include "platform/linux/helper/requests.h"
 #include "platform/linux/udevpointer.h"
 #include "platform/platform.h"
 #include "platform/standin/devices.h"
@@ -25,8 +27,9 @@ bool isConsole(const QString &path)
     return path.contains("/devices/virtual/") && !path.contains("/ttyS");
 }
 
-/// Asks for the event that plugging in a device sends, for every line. The set
-/// receives the lines for which it was asked.
+/// Asks for an event for every line, so that the rules are applied to it again:
+/// "change", as others would take "add" for a new device. The set receives the
+/// lines for which it was asked.
 ConfigRet triggerAll(udev *context, QSet<QString> *waiting)
 {
     waiting->clear();
@@ -44,7 +47,7 @@ ConfigRet triggerAll(udev *context, QSet<QString> *waiting)
         const UdevPointer<udev_device> device(udev_device_new_from_syspath(context, path));
         if (!device)
             continue; // unplugged meanwhile
-        char action[] = "add";
+        char action[] = "change";
         const int result = udev_device_set_sysattr_value(device.get(), "uevent", action);
         if (result == -EACCES || result == -EPERM)
             return ConfigAccessDenied;
@@ -113,7 +116,8 @@ ConfigRet CM_Locate_DevNode_ExA(DEVINST *pdnDevInst, char *pDeviceID, ULONG ulFl
     return ConfigSuccess;
 }
 
-ConfigRet CM_Reenumerate_DevNode_Ex(DEVINST dnDevInst, ULONG ulFlags, MachineHandle hMachine)
+ConfigRet reenumerate(HelperClient *helper, DEVINST dnDevInst, ULONG ulFlags,
+                      MachineHandle hMachine)
 {
     if (dnDevInst != RootDevNode)
         return ConfigInvalidDevNode;
@@ -121,15 +125,28 @@ ConfigRet CM_Reenumerate_DevNode_Ex(DEVINST dnDevInst, ULONG ulFlags, MachineHan
         failUnsupported("CM_Reenumerate_DevNode_Ex", "these flags or another machine");
         return ConfigFailure;
     }
-    return rescanSerialDevices();
+    if (!helper->isNeeded())
+        return rescanSerialDevices();
+    switch (helper->ask(Role::SetUp, rescanRequest())) {
+    case Success:
+        return ConfigSuccess;
+    case ErrorAccessDenied:
+    case ErrorCancelled:
+        return ConfigAccessDenied;
+    default:
+        return ConfigFailure;
+    }
 }
 
 } // namespace
 
-void provideConfigManager(Platform *platform)
+void provideConfigManager(Platform *platform, const std::shared_ptr<HelperClient> &helper)
 {
     platform->CM_Locate_DevNode_ExA = CM_Locate_DevNode_ExA;
-    platform->CM_Reenumerate_DevNode_Ex = CM_Reenumerate_DevNode_Ex;
+    platform->CM_Reenumerate_DevNode_Ex = [helper](DEVINST dnDevInst, ULONG ulFlags,
+                                                   MachineHandle hMachine) {
+        return reenumerate(helper.get(), dnDevInst, ulFlags, hMachine);
+    };
 }
 
 } // namespace platform::linuxsystem

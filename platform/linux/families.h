@@ -7,20 +7,25 @@
 
 // Each function fills the slots of one family and is in the file of that name.
 // The slots keep alive what the functions are given. Any thread may call the
-// operations; RasDialDlgW is for the GUI thread.
+// operations; RasDialDlgW is for the GUI thread. What this process has no rights
+// for, the helper does (helper/client.h).
 namespace platform::linuxsystem {
 
+class HelperClient;
 class StateStore;
 
 /// Rescans through udev.
-void provideConfigManager(Platform *platform);
+void provideConfigManager(Platform *platform, const std::shared_ptr<HelperClient> &helper);
 
-/// Programs are started directly, without a shell.
-void provideProcess(Platform *platform, const std::shared_ptr<Handles> &handles);
+/// Programs are started directly, without a shell; the installer of the driver
+/// package by the helper, where it is needed.
+void provideProcess(Platform *platform, const std::shared_ptr<Handles> &handles,
+                    const SystemPaths &paths, const std::shared_ptr<HelperClient> &helper);
 
 /// Remote access over pppd.
 void provideRas(Platform *platform, const SystemPaths &paths, const Program &program,
-                const std::shared_ptr<StateStore> &store);
+                const std::shared_ptr<StateStore> &store,
+                const std::shared_ptr<HelperClient> &helper);
 
 /// The COM ports of this machine. Opening a line that another program has
 /// locked or opened exclusively fails with 5.
@@ -30,7 +35,8 @@ void provideSerialComm(Platform *platform, const std::shared_ptr<Handles> &handl
 
 /// Fills three families: SetupApi, Registry and NewDev. In setupapi.cpp.
 void provideDeviceInstallation(Platform *platform, const Program &program,
-                               const std::shared_ptr<StateStore> &store);
+                               const std::shared_ptr<StateStore> &store,
+                               const std::shared_ptr<HelperClient> &helper);
 
 /// Answers as the newest release of Windows that the phone's drivers know.
 void provideSystemInformation(Platform *platform);

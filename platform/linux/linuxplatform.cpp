@@ -1,6 +1,7 @@
 #include "platform/linux/linuxplatform.h"
 
 #include "platform/linux/families.h"
+#include "platform/linux/helper/client.h"
 #include "platform/linux/statestore.h"
 #include "platform/standin/foreground.h"
 #include "platform/standin/lasterror.h"
@@ -14,15 +15,16 @@ LinuxPlatform::LinuxPlatform(const SystemPaths &paths, const Program &program)
 {
     const auto handles = std::make_shared<Handles>();
     const auto store = std::make_shared<StateStore>(paths.state);
+    const auto helper = std::make_shared<HelperClient>(paths);
     provideErrorHandling(this);
     provideForeground(this);
     provideKernelObjects(this, handles);
     provideMemory(this);
     provideModules(this);
-    provideConfigManager(this);
-    provideDeviceInstallation(this, program, store);
-    provideProcess(this, handles);
-    provideRas(this, paths, program, store);
+    provideConfigManager(this, helper);
+    provideDeviceInstallation(this, program, store, helper);
+    provideProcess(this, handles, paths, helper);
+    provideRas(this, paths, program, store, helper);
     provideSecurity(this);
     provideSerialComm(this, handles, paths, program, store);
     provideSystemInformation(this);

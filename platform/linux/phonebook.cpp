@@ -1,6 +1,7 @@
 #include "platform/linux/phonebook.h"
 
 #include "platform/linux/dialphone/phoneline.h"
+#include "platform/linux/ownership.h"
 #include "platform/posix/storedfiles.h"
 #include "platform/text.h"
 
@@ -15,6 +16,7 @@ namespace platform::linuxsystem {
 namespace {
 
 const char recordMark[] = "# record ";
+const char ownerMark[] = "@";        // in no encoded name
 constexpr int LongestFileName = 240; // "ppp-" and ".pid" go around it
 
 bool isPlain(char character)
@@ -56,18 +58,25 @@ bool isDialable(const QString &number)
     return dialphone::isDialableNumber(number.toStdString());
 }
 
-PhoneBook::PhoneBook(const Program &program, const QString &peersFolder, const QString &dialProgram)
+PhoneBook::PhoneBook(const Program &program, const SystemPaths &paths)
     : m_filePrefix(program.filePrefix),
       m_signature("# Dial-up entry of " + program.name.toUtf8() + '\n'),
-      m_folder(peersFolder),
-      m_dialProgram(dialProgram)
+      m_peers(paths.peers),
+      m_records(paths.state + "/entries"),
+      m_dialProgram(paths.drivers + "/DialPhone"),
+      m_owner(paths.user)
 {
 }
 
 QString PhoneBook::fileName(const QString &entryName) const
 {
+    return fileName(EntryName{entryName, m_owner});
+}
+
+QString PhoneBook::fileName(const EntryName &entry) const
+{
     QString name = m_filePrefix;
-    for (const char character : entryName.toUtf8()) {
+    for (const char character : entry.name.toUtf8()) {
         if (isPlain(character))
             name += QLatin1Char(character);
         else if (character == ' ')
@@ -76,27 +85,25 @@ QString PhoneBook::fileName(const QString &entryName) const
             name +=
                 QString("%%1").arg(static_cast<unsigned char>(character), 2, 16, QLatin1Char('0'));
     }
-    return entryName.isEmpty() || name.size() > LongestFileName ? QString() : name;
+    // Root's entries are those that every earlier version has made.
+    if (entry.owner != 0)
+        name += ownerMark + QString::number(entry.owner);
+    return entry.name.isEmpty() || name.size() > LongestFileName ? QString() : name;
 }
 
-std::optional<QString> PhoneBook::entryName(const QString &fileName) const
+std::optional<EntryName> PhoneBook::entryName(const QString &fileName) const
 {
     if (!fileName.startsWith(m_filePrefix))
         return {};
-    QByteArray encoded = fileName.mid(m_filePrefix.size()).toUtf8();
+    const QString own = fileName.mid(m_filePrefix.size());
+    QByteArray encoded = own.section(ownerMark, 0, 0).toUtf8();
     encoded.replace('_', ' ');
-    const QString name = QString::fromUtf8(QByteArray::fromPercentEncoding(encoded));
-    if (this->fileName(name) != fileName)
+    EntryName entry;
+    entry.name = QString::fromUtf8(QByteArray::fromPercentEncoding(encoded));
+    entry.owner = own.section(ownerMark, 1).toUInt();
+    if (this->fileName(entry) != fileName)
         return {};
-    return name;
-}
-
-DWORD PhoneBook::open() const
-{
-    const QFileInfo folder(m_folder);
-    if (!folder.isDir())
-        return RasErrorCannotOpenPhonebook;
-    return folder.isReadable() && folder.isExecutable() ? Success : ErrorAccessDenied;
+    return entry;
 }
 
 DWORD PhoneBook::readFile(const QString &path, RasEntry *entry) const
@@ -122,33 +129,60 @@ DWORD PhoneBook::readFile(const QString &path, RasEntry *entry) const
 
 DWORD PhoneBook::read(const QString &entryName, RasEntry *entry) const
 {
-    const DWORD code = open();
-    if (code != Success)
-        return code;
     const QString name = fileName(entryName);
-    return name.isEmpty() ? RasErrorEntryNotFound : readFile(m_folder + '/' + name, entry);
+    return name.isEmpty() ? RasErrorEntryNotFound : readFile(m_records + '/' + name, entry);
 }
 
-DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry) const
+DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry, const QString &device) const
 {
-    const DWORD code = open();
-    if (code != Success)
-        return code;
+    if (!QFileInfo(m_peers).isDir())
+        return RasErrorCannotOpenPhonebook;
     const QString name = fileName(entryName);
     if (name.isEmpty() || !isDialable(fromField(entry.szLocalPhoneNumber)))
         return ErrorInvalidParameter;
-    const QDir folder(m_folder);
+    // pppd runs that program with root's rights.
+    if (!isOnlyRoots(m_dialProgram))
+        return ErrorAccessDenied;
+    const QDir folder(m_records);
     for (const QString &other : folder.entryList({m_filePrefix + '*'}, QDir::Files)) {
         RasEntry ignored;
-        if (this->entryName(other) &&
+        const std::optional<EntryName> known = this->entryName(other);
+        if (known && known->owner == m_owner &&
             readFile(folder.filePath(other), &ignored) == RasErrorCannotOpenPhonebook)
             return RasErrorCannotOpenPhonebook;
     }
+    DWORD code = makeFolder(m_records);
+    if (code == Success)
+        code = replaceFile(m_peers + '/' + name, peerOf(name.toLatin1(), entry, device), 0600);
+    return code == Success ? replaceFile(folder.filePath(name), recordOf(entry), 0644) : code;
+}
 
+bool PhoneBook::hasPeer(const QString &entryName) const
+{
+    const QString name = fileName(entryName);
+    return !name.isEmpty() && QFileInfo(m_peers + '/' + name).isFile();
+}
+
+void PhoneBook::forget(const QString &entryName) const
+{
+    QFile::remove(m_records + '/' + fileName(entryName));
+}
+
+QByteArray PhoneBook::recordOf(const RasEntry &entry) const
+{
     const QByteArray record(reinterpret_cast<const char *>(&entry), sizeof entry);
-    const QByteArray link = name.toLatin1();
+    return m_signature + recordMark + qCompress(record, 9).toBase64() + '\n';
+}
+
+QByteArray PhoneBook::peerOf(const QByteArray &link, const RasEntry &entry,
+                             const QString &device) const
+{
     QByteArray text = m_signature;
-    text += "# By hand: pppd call " + link + " /dev/DEVICE\n";
+    // Everybody can make pppd run with its rights. As nobody else can read this,
+    // nobody else can have it dial on a line of his own.
+    text += "# By hand, as root: pppd call " + link + " /dev/DEVICE\n";
+    if (!device.isEmpty())
+        text += optionWord(QFile::encodeName(device)) + '\n';
     text += "linkname " + optionWord(link) + '\n';
     text += "connect " + optionWord(shellWord(QFile::encodeName(m_dialProgram))) + '\n';
     // The dialling program gets the number from its environment, where no shell
@@ -183,10 +217,7 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry) const
             "lcp-echo-failure 4\n"
             "maxfail 1\n"
             "nopersist\n";
-    text += recordMark + qCompress(record, 9).toBase64() + '\n';
-
-    // The folder's group may dial: it reads the entries, and nobody else does.
-    return replaceFile(m_folder + '/' + name, text, 0640);
+    return text;
 }
 
 } // namespace platform::linuxsystem

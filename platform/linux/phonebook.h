@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/program.h"
+#include "platform/linux/systempaths.h"
 #include "platform/ras.h"
 
 #include <QString>
@@ -10,43 +10,61 @@
 
 namespace platform::linuxsystem {
 
-/// The dial-up entries of this machine: one peers file of pppd for each, so
-/// that `pppd call FILE DEVICE` also dials it without this program. A comment
-/// in the file holds the record as it was set. Any thread.
+/// An entry of the phone book, as its file names tell. A value.
+struct EntryName {
+    QString name;
+    uid_t owner = 0;
+};
+
+/// The dial-up entries of one user of this machine. Each has a peers file of
+/// pppd, which only root may read or change, and a record below the state
+/// folder, as it was set, which everybody may read. Any thread.
 class PhoneBook
 {
 public:
-    /// The program whose entries these are, the folder of the peers files and
-    /// the program that dials.
-    PhoneBook(const Program &program, const QString &peersFolder, const QString &dialProgram);
+    /// The entries of the user whom the paths name.
+    PhoneBook(const Program &program, const SystemPaths &paths);
 
     /// The file name, and the link name, of an entry: "My Modem" is the
-    /// program's prefix and My_Modem. A blank becomes an underscore; whatever
-    /// is not a letter or digit of ASCII, a dot or a hyphen becomes %XX. Empty
-    /// for a name that is empty or too long for a file.
+    /// program's prefix and My_Modem, and @1000 when the user is not root. A
+    /// blank becomes an underscore; whatever is not a letter or digit of ASCII,
+    /// a dot or a hyphen becomes %XX. Empty for a name that is empty or too long
+    /// for a file.
     QString fileName(const QString &entryName) const;
 
-    /// The entry that a file or link name belongs to; none for a name that
-    /// fileName() does not make.
-    std::optional<QString> entryName(const QString &fileName) const;
+    /// The entry that a file or link name belongs to, whoever owns it; none for
+    /// a name that fileName() does not make.
+    std::optional<EntryName> entryName(const QString &fileName) const;
 
-    /// An entry's record: Success, 5 when the book may not be read, 621 when it
-    /// or the entry is damaged, 623 when there is no such entry.
+    /// An entry's record: Success, 5 when it may not be read, 621 when it is
+    /// damaged, 623 when there is no such entry.
     DWORD read(const QString &entryName, RasEntry *entry) const;
 
-    /// Makes or replaces an entry at once: Success, 5 without the rights, 87
-    /// for a name or number that cannot be dialled, 621 when the book is
-    /// missing or one of its entries is damaged.
-    DWORD write(const QString &entryName, const RasEntry &entry) const;
+    /// Makes or replaces an entry at once. The device is the line that pppd
+    /// opens when nobody tells it another; it may be empty. Success, 5 without
+    /// the rights, or when somebody else than root could change the program that
+    /// dials; 87 for a name or number that cannot be dialled, 621 when pppd has
+    /// no folder for peers or an entry of this user is damaged.
+    DWORD write(const QString &entryName, const RasEntry &entry, const QString &device) const;
+
+    /// Whether pppd has its part of an entry. Only root may ask.
+    bool hasPeer(const QString &entryName) const;
+
+    /// Takes away the record of an entry that pppd does not have.
+    void forget(const QString &entryName) const;
 
 private:
-    DWORD open() const;
+    QString fileName(const EntryName &entry) const;
+    QByteArray recordOf(const RasEntry &entry) const;
+    QByteArray peerOf(const QByteArray &link, const RasEntry &entry, const QString &device) const;
     DWORD readFile(const QString &path, RasEntry *entry) const;
 
     QString m_filePrefix;
     QByteArray m_signature; ///< the first line of each file
-    QString m_folder;
+    QString m_peers;
+    QString m_records;
     QString m_dialProgram;
+    uid_t m_owner;
 };
 
 /// Whether a number holds only what a modem dials: digits, * # + , and the

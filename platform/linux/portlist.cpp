@@ -44,12 +44,25 @@ QString identityOf(udev_device *device, udev_device *usb)
     return parts.join(':');
 }
 
-SerialPortDevice describe(udev_device *device, bool isPhoneModem)
+/// The link that the rule makes for a phone's modem; the node itself for a line
+/// without one, as on-board lines keep their names.
+QString stableNodeOf(udev_device *device, const Program &program)
+{
+    const QString start = "/dev/" + program.filePrefix;
+    for (const QString &link : property(device, "DEVLINKS").split(' ')) {
+        if (link.startsWith(start))
+            return link;
+    }
+    return QString::fromUtf8(udev_device_get_devnode(device));
+}
+
+SerialPortDevice describe(udev_device *device, bool isPhoneModem, const Program &program)
 {
     udev_device *usb = udev_device_get_parent_with_subsystem_devtype(device, "usb", "usb_device");
     SerialPortDevice port;
     port.kernelName = QString::fromUtf8(udev_device_get_sysname(device));
     port.node = QString::fromUtf8(udev_device_get_devnode(device));
+    port.stableNode = stableNodeOf(device, program);
     port.identity = identityOf(device, usb);
     port.product = attribute(usb, "product");
     port.isPhoneModem = isPhoneModem;
@@ -76,7 +89,7 @@ QList<SerialPortDevice> enumerate(const Program &program)
             continue;
         const bool isPhoneModem = property(device.get(), program.modemPortMark) == "1";
         if (isThere(device.get(), isPhoneModem))
-            ports.append(describe(device.get(), isPhoneModem));
+            ports.append(describe(device.get(), isPhoneModem, program));
     }
     return ports;
 }

@@ -13,6 +13,7 @@ namespace platform::linuxsystem {
 struct SerialPortDevice {
     QString kernelName; ///< "ttyACM0"
     QString node;       ///< "/dev/ttyACM0"
+    QString stableNode; ///< the rule's link, or the node for a line without one
     QString identity;   ///< the same for the same device in every socket
     QString product;    ///< what the device calls itself; may be empty
     bool isPhoneModem = false;

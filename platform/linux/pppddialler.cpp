@@ -2,16 +2,17 @@
 
 #include "platform/linux/activelinks.h"
 #include "platform/linux/dialphone/messages.h"
+#include "platform/linux/helper/client.h"
+#include "platform/linux/helper/requests.h"
 #include "platform/linux/pppdresult.h"
-
-#include <QFileInfo>
-#include <QTimer>
 
 #include <optional>
 
 namespace platform::linuxsystem {
 
 namespace {
+
+constexpr int HelperEndPatience = 2000; // milliseconds beyond pppd's
 
 /// The rest of a text that begins so; nothing when it does not.
 std::optional<QString> textAfter(const char *beginning, const QString &text)
@@ -22,12 +23,10 @@ std::optional<QString> textAfter(const char *beginning, const QString &text)
 
 } // namespace
 
-PppdDialler::PppdDialler(const QString &pppd, const QString &number, TargetFinder findTarget)
-    : m_pppd(pppd), m_number(number), m_findTarget(std::move(findTarget))
+PppdDialler::PppdDialler(const QStringList &helper, const QString &number, TargetFinder findTarget)
+    : m_helper(helper), m_number(number), m_findTarget(std::move(findTarget))
 {
-    m_process.setProcessChannelMode(QProcess::MergedChannels);
-    // If standard input were a terminal, pppd would use it as its line.
-    m_process.setStandardInputFile(QProcess::nullDevice());
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     connect(&m_process, &QProcess::readyRead, this, &PppdDialler::readMessages);
     connect(&m_process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
             &PppdDialler::onFinished);
@@ -39,9 +38,9 @@ PppdDialler::~PppdDialler()
     m_process.disconnect(this);
     if (!isRunning())
         return;
-    m_process.terminate();
-    if (!m_process.waitForFinished(PppdEndPatience))
-        m_process.kill();
+    stop();
+    // The helper ends pppd, if need be by force, and then itself.
+    m_process.waitForFinished(PppdEndPatience + HelperEndPatience);
 }
 
 bool PppdDialler::isRunning() const
@@ -57,27 +56,42 @@ void PppdDialler::start()
         return;
     }
     m_lastAnswer.clear();
+    m_outcome = {};
+    m_isReady = false;
+    m_isStopped = false;
     emit progressed(tr("Opening the phone's port..."));
-    // poff looks for the arguments in this order.
-    m_process.start(m_pppd, {"call", target.peer, target.device, "set", "DIAL_NUMBER=" + m_number,
-                             "logfd", "1", "updetach"});
+    m_process.start(m_helper.first(), m_helper.mid(1));
+    m_process.write(toLine(dialRequest(target.peer, target.device, m_number)));
 }
 
 void PppdDialler::stop()
 {
     if (!isRunning())
         return;
-    m_process.terminate();
-    QTimer::singleShot(PppdEndPatience, &m_process, &QProcess::kill);
+    m_isStopped = true;
+    m_process.closeWriteChannel();
+    // Nobody reads that while a password is asked for.
+    if (!m_isReady)
+        m_process.terminate();
 }
 
 void PppdDialler::readMessages()
 {
     while (m_process.canReadLine())
-        understand(QString::fromLocal8Bit(m_process.readLine()).trimmed());
+        understand(fromLine(m_process.readLine()).value_or(QJsonObject()));
 }
 
-void PppdDialler::understand(const QString &message)
+void PppdDialler::understand(const QJsonObject &reply)
+{
+    if (reply.value("ready").toBool())
+        m_isReady = true;
+    else if (reply.contains("line"))
+        understandPppd(reply.value("line").toString().trimmed());
+    else if (reply.contains("code"))
+        m_outcome = reply;
+}
+
+void PppdDialler::understandPppd(const QString &message)
 {
     if (const auto told = textAfter(dialphone::messagePrefix, message)) {
         if (const auto number = textAfter(dialphone::diallingMessage, *told))
@@ -91,21 +105,34 @@ void PppdDialler::understand(const QString &message)
     }
 }
 
+DialFailure PppdDialler::failure(int exitStatus, QProcess::ExitStatus how) const
+{
+    const int code = m_outcome.value("code").toInt();
+    if (code != 0)
+        return failureOf(static_cast<DWORD>(code));
+    if (m_outcome.contains("status"))
+        return pppdFailure(m_outcome.value("status").toInt(), m_lastAnswer);
+    if (m_isStopped)
+        return pppdFailure(StatusStopped, {});
+    // Without a word more the helper has crashed, or never got its rights.
+    return how == QProcess::CrashExit || m_isReady ? pppdFailure(1, {})
+                                                   : failureOf(refusalOf(exitStatus));
+}
+
 void PppdDialler::onFinished(int exitStatus, QProcess::ExitStatus how)
 {
     readMessages();
-    if (how == QProcess::NormalExit && exitStatus == 0)
+    if (m_outcome.value("code").toInt(-1) == 0 && m_outcome.value("status").toInt(-1) == 0)
         emit connected();
     else
-        emit failed(pppdFailure(how == QProcess::NormalExit ? exitStatus : 1, m_lastAnswer));
+        emit failed(failure(exitStatus, how));
 }
 
 void PppdDialler::onError(QProcess::ProcessError error)
 {
     // Every other error ends in finished().
     if (error == QProcess::FailedToStart)
-        emit failed(QFileInfo::exists(m_pppd) ? pppdFailure(StatusNotPermitted, {})
-                                              : failureOf(ErrorServiceMissing));
+        emit failed(failureOf(ErrorAccessDenied));
 }
 
 } // namespace platform::linuxsystem

@@ -2,20 +2,23 @@
 
 #include "platform/standin/dialler.h"
 
+#include <QJsonObject>
 #include <QProcess>
+#include <QStringList>
 
 #include <functional>
 
 namespace platform::linuxsystem {
 
-/// Runs pppd for an entry of the phone book until the link has an address (pppd
-/// then goes on by itself) or cannot come up. GUI thread.
+/// Has the helper run pppd for an entry of the phone book until the link has an
+/// address (pppd then goes on by itself) or cannot come up. GUI thread.
 class PppdDialler final : public Dialler
 {
     Q_OBJECT
 
 public:
-    /// What a dial needs. `code` is Success, or the reason why it cannot begin.
+    /// What a dial needs: the entry's file name and the line found for it. `code` is Success, or
+    /// the reason why it cannot begin.
     struct Target {
         DWORD code = 0;
         QString peer;
@@ -25,7 +28,8 @@ public:
     /// last one.
     using TargetFinder = std::function<Target()>;
 
-    PppdDialler(const QString &pppd, const QString &number, TargetFinder findTarget);
+    /// The command starts a helper that may dial: helper/client.h.
+    PppdDialler(const QStringList &helper, const QString &number, TargetFinder findTarget);
     ~PppdDialler() override;
 
     void start() override;
@@ -36,12 +40,17 @@ private:
     void readMessages();
     void onFinished(int exitStatus, QProcess::ExitStatus how);
     void onError(QProcess::ProcessError error);
-    void understand(const QString &message);
+    void understand(const QJsonObject &reply);
+    void understandPppd(const QString &message);
+    DialFailure failure(int exitStatus, QProcess::ExitStatus how) const;
 
-    const QString m_pppd;
+    const QStringList m_helper;
     const QString m_number;
     const TargetFinder m_findTarget;
     QProcess m_process;
+    bool m_isReady = false; // the helper has its rights
+    bool m_isStopped = false;
+    QJsonObject m_outcome; // the helper's last line
     QString m_lastAnswer;
 };
 

@@ -2,6 +2,7 @@
 
 #include "platform/atline/resultcode.h"
 #include "platform/linux/dialphone/phoneline.h"
+#include "platform/linux/helper/protocol.h"
 #include "platform/ras.h"
 
 #include <QObject>
@@ -51,12 +52,11 @@ DialFailure pppdFailure(int exitStatus, const QString &lastAnswer)
     case 2:
         return {RasErrorCorruptPhonebook, text("The dial-up entry is damaged.")};
     case StatusNotPermitted:
-        return {ErrorAccessDenied, text("You may not make dial-up connections on this computer. "
-                                        "An administrator can add you to the group \"dip\".")};
+        return failureOf(ErrorAccessDenied);
     case 4:
         return {ErrorServiceMissing,
                 text("This computer's system kernel cannot make dial-up connections.")};
-    case 5:
+    case StatusStopped:
         return {RasErrorUserDisconnected, text("Dialling was stopped.")};
     case 6:
     case 7:
@@ -83,17 +83,21 @@ DialFailure failureOf(DWORD code)
 {
     switch (code) {
     case ErrorAccessDenied:
-        return {code, text("You may not use the phone book of this computer. An administrator "
-                           "can add you to the group \"dip\".")};
+        return {code, text("You may not make dial-up connections on this computer, or the "
+                           "package \"pkexec\" is missing. Ask an administrator.")};
+    case ErrorCancelled:
+        return {code, text("The password was not given.")};
     case ErrorServiceMissing:
         return {code, text("The program \"pppd\" is missing. An administrator can install the "
                            "package \"ppp\".")};
     case RasErrorCannotOpenPhonebook:
         return {code, text("The phone book is damaged or missing.")};
     case RasErrorEntryNotFound:
-        return {code, text("The phone book has no entry of this name.")};
+        return {code, text("You have no such connection on this computer, or no more. Press "
+                           "Cancel and choose Create New Connection.")};
     case RasErrorPortNotAvailable:
-        return {code, text("The modem of this entry is not installed, or it is in use.")};
+        return {code, text("The modem of this connection is not installed. Press Cancel and "
+                           "choose Create New Connection.")};
     case RasErrorPortOrDevice:
         return {code, text("The phone is not plugged in.")};
     case ErrorInvalidParameter:

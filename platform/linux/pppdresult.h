@@ -7,6 +7,9 @@ namespace platform::linuxsystem {
 /// The exit status of a pppd that the user may not run.
 inline constexpr int StatusNotPermitted = 3;
 
+/// The exit status of a pppd that was told to end.
+inline constexpr int StatusStopped = 5;
+
 /// This machine cannot dial: it has no pppd, or its kernel has no PPP
 /// (ERROR_RASMAN_CANNOT_INITIALIZE).
 inline constexpr DWORD ErrorServiceMissing = 711;

@@ -1,12 +1,11 @@
 #include "platform/standin/ras.h"
 
 #include "platform/linux/activelinks.h"
+#include "platform/linux/entries.h"
 #include "platform/linux/families.h"
-#include "platform/linux/phonebook.h"
-#include "platform/linux/portlist.h"
+#include "platform/linux/helper/client.h"
+#include "platform/linux/helper/requests.h"
 #include "platform/linux/pppddialler.h"
-#include "platform/linux/setupapi.h"
-#include "platform/linux/statestore.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -38,54 +37,51 @@ class PppdMachine : public DialUpMachine
 {
 public:
     PppdMachine(const SystemPaths &paths, const Program &program,
-                const std::shared_ptr<StateStore> &store)
-        : m_paths(paths),
-          m_program(program),
-          m_store(store),
-          m_phoneBook(program, paths.peers, paths.drivers + "/DialPhone")
+                const std::shared_ptr<StateStore> &store,
+                const std::shared_ptr<HelperClient> &helper)
+        : m_paths(paths), m_entries(paths, program, store), m_helper(helper)
     {
     }
 
+    /// The user's own connections come first: another user's entry may have the
+    /// same name.
     QList<ActiveConnection> connections() override
     {
+        QList<ActiveLink> links = activeLinks(phoneBook(), m_paths.run);
+        std::stable_partition(links.begin(), links.end(),
+                              [this](const ActiveLink &link) { return isOwn(link); });
         QList<ActiveConnection> list;
-        for (const ActiveLink &link : activeLinks(m_phoneBook, m_paths.run)) {
+        for (const ActiveLink &link : std::as_const(links)) {
             RasEntry entry = {};
-            m_phoneBook.read(link.entryName, &entry); // nameless when it cannot be read
+            if (isOwn(link))
+                phoneBook().read(link.entryName, &entry); // nameless when it cannot be read
             list.append({handleOf(link), link.entryName, fromField(entry.szDeviceName)});
         }
         return list;
     }
 
-    /// Returns when the link is down, after eight seconds at most; 5 for a link
-    /// that another user made.
+    /// Returns when the link is down, after eight seconds at most. For a link that
+    /// another user made somebody with the rights is asked: 5 or 1223 without
+    /// them.
     DWORD hangUp(RasConnectionHandle handle) override
     {
-        for (const ActiveLink &link : activeLinks(m_phoneBook, m_paths.run)) {
-            if (handleOf(link) == handle)
-                return endLink(link);
+        for (const ActiveLink &link : activeLinks(phoneBook(), m_paths.run)) {
+            if (handleOf(link) != handle)
+                continue;
+            return m_helper->isNeeded()
+                       ? m_helper->ask(isOwn(link) ? Role::Connect : Role::EndOthers,
+                                       hangUpRequest(link.process))
+                       : endLink(link);
         }
         return RasErrorInvalidHandle;
     }
 
-    DWORD devices(QList<DialDevice> *list) override
-    {
-        DeviceList known;
-        const DWORD code = readDevices(*m_store, &known);
-        if (code != Success)
-            return code;
-        for (const RootDevice &device : std::as_const(known.devices)) {
-            // A device without a driver is no modem yet.
-            if (!device.friendlyName.isEmpty())
-                list->append({modemType, device.friendlyName});
-        }
-        return Success;
-    }
+    DWORD devices(QList<DialDevice> *list) override { return m_entries.modems(list); }
 
     DWORD readEntry(const QString &name, RasEntry *entry) override
     {
         if (!name.isEmpty())
-            return m_phoneBook.read(name, entry);
+            return phoneBook().read(name, entry);
         entry->dwfOptions = OptionIpHeaderCompression | OptionRemoteDefaultGateway |
                             OptionModemLights | OptionSoftwareCompression |
                             EntryPreviewUserPassword | EntryPreviewPhoneNumber;
@@ -99,31 +95,24 @@ public:
         return Success;
     }
 
-    /// 87 also for a device that is not there: pppd could not be told its line.
     DWORD writeEntry(const QString &name, const RasEntry &entry) override
     {
-        QList<DialDevice> modems;
-        const DWORD code = devices(&modems);
-        if (code != Success)
-            return code;
-        const QString device = fromField(entry.szDeviceName);
-        const bool isKnown = std::any_of(modems.begin(), modems.end(), [&device](const auto &each) {
-            return each.name == device;
-        });
-        return isKnown ? m_phoneBook.write(name, entry) : ErrorInvalidParameter;
+        return m_helper->isNeeded() ? m_helper->ask(Role::SetUp, writeEntryRequest(name, entry))
+                                    : m_entries.write(name, entry);
     }
 
     std::unique_ptr<Dialler> dialler(const QString &entryName, const QString &number) override
     {
         const auto findTarget = [this, entryName, number] {
             PppdDialler::Target target;
-            target.peer = m_phoneBook.fileName(entryName);
-            target.code = findDevice(entryName, &target.device);
+            target.peer = phoneBook().fileName(entryName);
+            target.code = m_entries.findLine(entryName, &target.device);
             if (target.code == Success && !isDialable(number))
                 target.code = ErrorInvalidParameter;
             return target;
         };
-        return std::make_unique<PppdDialler>(m_paths.pppd, number, findTarget);
+        return std::make_unique<PppdDialler>(helperCommand(m_paths, Role::Connect), number,
+                                             findTarget);
     }
 
     QString dialTitle(const QString &entryName) const override
@@ -132,49 +121,21 @@ public:
     }
 
 private:
-    /// The line that an entry's modem is attached to, as it is now.
-    DWORD findDevice(const QString &entryName, QString *node) const
-    {
-        RasEntry entry;
-        DWORD code = m_phoneBook.read(entryName, &entry);
-        if (code != Success)
-            return code;
-        DeviceList list;
-        if (readDevices(*m_store, &list) != Success)
-            return RasErrorPortNotAvailable;
-        QString portName;
-        const QString modemName = fromField(entry.szDeviceName);
-        for (const RootDevice &device : std::as_const(list.devices)) {
-            if (device.friendlyName == modemName)
-                portName = device.driverKey.value("AttachedTo");
-        }
-        if (portName.isEmpty())
-            return RasErrorPortNotAvailable;
-        QList<SerialPortDevice> ports;
-        code = presentSerialPorts(m_program, m_store.get(), &ports);
-        if (code != Success)
-            return RasErrorPortNotAvailable;
-        for (const SerialPortDevice &port : std::as_const(ports)) {
-            if (QString("COM%1").arg(port.number) == portName) {
-                *node = port.node;
-                return Success;
-            }
-        }
-        return RasErrorPortOrDevice;
-    }
+    const PhoneBook &phoneBook() const { return m_entries.phoneBook(); }
+    bool isOwn(const ActiveLink &link) const { return link.owner == m_paths.user; }
 
     const SystemPaths m_paths;
-    const Program m_program;
-    const std::shared_ptr<StateStore> m_store;
-    const PhoneBook m_phoneBook;
+    const DialUpEntries m_entries;
+    const std::shared_ptr<HelperClient> m_helper;
 };
 
 } // namespace
 
 void provideRas(Platform *platform, const SystemPaths &paths, const Program &program,
-                const std::shared_ptr<StateStore> &store)
+                const std::shared_ptr<StateStore> &store,
+                const std::shared_ptr<HelperClient> &helper)
 {
-    platform::provideRas(platform, std::make_shared<PppdMachine>(paths, program, store));
+    platform::provideRas(platform, std::make_shared<PppdMachine>(paths, program, store, helper));
 }
 
 } // namespace platform::linuxsystem

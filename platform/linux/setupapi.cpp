@@ -1,6 +1,8 @@
 #include "platform/linux/setupapi.h"
 
 #include "platform/linux/families.h"
+#include "platform/linux/helper/client.h"
+#include "platform/linux/helper/requests.h"
 #include "platform/linux/portlist.h"
 #include "platform/linux/statestore.h"
 #include "platform/posix/storedfiles.h"
@@ -14,12 +16,14 @@ namespace platform::linuxsystem {
 namespace {
 
 /// The ports are those that udev knows; INF store and root-enumerated devices
-/// are kept in the state store, which needs administrator rights to change.
+/// are kept in the state store, which needs administrator rights to change: the
+/// helper has them where this process has not.
 class LinuxMachine : public Machine
 {
 public:
-    LinuxMachine(Program program, const std::shared_ptr<StateStore> &store)
-        : m_program(std::move(program)), m_store(store)
+    LinuxMachine(Program program, const std::shared_ptr<StateStore> &store,
+                 const std::shared_ptr<HelperClient> &helper)
+        : m_program(std::move(program)), m_store(store), m_helper(helper)
     {
     }
 
@@ -44,6 +48,8 @@ public:
 
     DWORD changeDevices(const std::function<DWORD(DeviceList *)> &change) override
     {
+        if (m_helper->isNeeded())
+            return changeByHelper(change);
         DWORD outcome = Success;
         const DWORD code = m_store->change([&](QJsonObject *state) {
             DeviceList list;
@@ -59,10 +65,12 @@ public:
         return code == Success ? outcome : code;
     }
 
-    QString infFolder() const override { return m_store->folder() + "/inf"; }
+    QString infFolder() const override { return infFolderOf(*m_store); }
 
     DWORD writeInf(const QString &fileName, const QByteArray &content) override
     {
+        if (m_helper->isNeeded())
+            return m_helper->ask(Role::SetUp, storeInfRequest(fileName, content));
         const DWORD code = makeFolder(infFolder());
         return code == Success ? replaceFile(infFolder() + '/' + fileName, content, 0644) : code;
     }
@@ -71,16 +79,47 @@ public:
     QStringList modelDecorations() override { return {QString()}; }
 
 private:
+    /// The change is worked out here, on what everybody may read, and made by the
+    /// helper if nobody else came in between.
+    DWORD changeByHelper(const std::function<DWORD(DeviceList *)> &change)
+    {
+        DWORD code = m_helper->openSetUp();
+        for (int attempt = 0; code == Success && attempt < MostAttempts; ++attempt) {
+            DeviceList seen;
+            code = readDevices(&seen);
+            DeviceList wanted = seen;
+            if (code == Success)
+                code = change(&wanted);
+            if (code != Success || wanted == seen)
+                return code;
+            code = m_helper->ask(Role::SetUp, changeDevicesRequest(seen, wanted));
+            if (code != ErrorRetry)
+                return code;
+            code = Success;
+        }
+        return code == Success ? DWORD(ErrorGenFailure) : code;
+    }
+
+    static constexpr int MostAttempts = 10;
+
     const Program m_program;
     const std::shared_ptr<StateStore> m_store;
+    const std::shared_ptr<HelperClient> m_helper;
 };
 
 } // namespace
 
 void provideDeviceInstallation(Platform *platform, const Program &program,
-                               const std::shared_ptr<StateStore> &store)
+                               const std::shared_ptr<StateStore> &store,
+                               const std::shared_ptr<HelperClient> &helper)
 {
-    platform::provideDeviceInstallation(platform, std::make_shared<LinuxMachine>(program, store));
+    platform::provideDeviceInstallation(platform,
+                                        std::make_shared<LinuxMachine>(program, store, helper));
+}
+
+QString infFolderOf(const StateStore &store)
+{
+    return store.folder() + "/inf";
 }
 
 DWORD readDevices(const StateStore &store, DeviceList *list)

@@ -8,6 +8,9 @@ namespace platform::linuxsystem {
 
 class StateStore;
 
+/// The folder of the INF store.
+QString infFolderOf(const StateStore &store);
+
 /// The root-enumerated devices that the state store keeps. Success, 13 when
 /// they are damaged, or the code with which the store cannot be read.
 DWORD readDevices(const StateStore &store, DeviceList *list);

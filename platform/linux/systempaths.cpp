@@ -2,6 +2,8 @@
 
 #include <QFileInfo>
 
+#include <unistd.h>
+
 namespace platform::linuxsystem {
 
 SystemPaths SystemPaths::ofThisSystem(const Program &program)
@@ -10,7 +12,12 @@ SystemPaths SystemPaths::ofThisSystem(const Program &program)
     paths.state = "/var/lib/" + program.stateFolder;
     // The application object would know this path, but the backend is made
     // before it.
-    paths.drivers = QFileInfo("/proc/self/exe").canonicalPath() + "/drivers";
+    const QString folder = QFileInfo("/proc/self/exe").canonicalPath();
+    paths.drivers = folder + "/drivers";
+    paths.helper = folder + '/' + program.helper;
+    if (::geteuid() != 0)
+        paths.pkexec = "/usr/bin/pkexec";
+    paths.user = ::getuid();
     return paths;
 }
 

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <sys/types.h>
+
 namespace platform::linuxsystem {
 
 /// Where this backend keeps and finds things on the system. Tests point it at
@@ -22,9 +24,16 @@ struct SystemPaths {
     QString pppd = "/usr/sbin/pppd";
     /// The drivers folder. It holds the program that pppd runs to dial.
     QString drivers;
+    /// The program that does what needs administrator rights; see helper/.
+    QString helper;
+    /// The program that gives the helper its rights. Empty when this process has
+    /// them itself.
+    QString pkexec;
+    /// Whose entries of the phone book are meant.
+    uid_t user = 0;
 
-    /// The paths of the running system; the drivers folder is the one beside
-    /// the executable.
+    /// The paths of the running system, for the user of this process. Drivers
+    /// folder and helper are those beside the executable.
     static SystemPaths ofThisSystem(const Program &program);
 };
 

@@ -12,6 +12,7 @@
 
 #include <cstring>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,7 +21,7 @@ using namespace platform::linuxsystem;
 
 namespace {
 
-const char dialProgram[] = "/opt/it's here/DialPhone";
+const char drivers[] = "/opt/it's here";
 
 RasEntry entryWith(const QString &number)
 {
@@ -54,6 +55,9 @@ private slots:
     void damagedEntries_data();
     void damagedEntries();
     void missingRights();
+    void entriesOfTwoUsers();
+    void whatPppdDoesNotHaveIsForgotten();
+    void aDiallerThatOthersCanChangeIsRefused();
     void aFullDiskIsToldAndLosesNothing();
     void aWriterThatIsKilledLeavesNoEntry();
     void filesThatAreNoEntriesDoNoHarm();
@@ -70,12 +74,33 @@ private:
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(content);
     }
-    PhoneBook book() const { return PhoneBook(programIdentity(), m_folder->path(), dialProgram); }
+    /// That user's entries.
+    PhoneBook book(uid_t user = 0) const
+    {
+        SystemPaths paths;
+        paths.peers = m_folder->filePath("peers");
+        paths.state = m_folder->filePath("state");
+        paths.drivers = drivers;
+        paths.user = user;
+        return PhoneBook(programIdentity(), paths);
+    }
+    DWORD write(const QString &name, const RasEntry &entry) const
+    {
+        return book().write(name, entry, "/dev/tolvane-modem-x");
+    }
+    QStringList filesIn(const QString &folder) const
+    {
+        return QDir(m_folder->filePath(folder)).entryList(QDir::Files | QDir::Hidden);
+    }
 
     std::unique_ptr<QTemporaryDir> m_folder;
 
 private slots:
-    void init() { m_folder = std::make_unique<QTemporaryDir>(); }
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(QDir(m_folder->path()).mkpath("peers"));
+    }
 };
 
 void PhoneBookTest::namesAreMappedAndBack_data()
@@ -104,9 +129,9 @@ void PhoneBookTest::namesAreMappedAndBack()
     QFETCH(QString, name);
     QFETCH(QString, file);
     QCOMPARE(book().fileName(name), file);
-    QCOMPARE(book().entryName(file).value_or("none"), name);
-    QCOMPARE(book().write(name, entryWith("*99#")), Success);
-    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files), QStringList(file));
+    QCOMPARE(book().entryName(file).value_or(EntryName{"none"}).name, name);
+    QCOMPARE(write(name, entryWith("*99#")), Success);
+    QCOMPARE(filesIn("peers"), QStringList(file));
 }
 
 void PhoneBookTest::foreignFilesAreNoEntries_data()
@@ -117,6 +142,11 @@ void PhoneBookTest::foreignFilesAreNoEntries_data()
     QTest::newRow("needless escape") << "tolvane-%41";
     QTest::newRow("nothing") << "tolvane-";
     QTest::newRow("temporary") << "tolvane-a.XyZ$";
+    QTest::newRow("no user") << "tolvane-a@";
+    QTest::newRow("root as a user") << "tolvane-a@0";
+    QTest::newRow("two users") << "tolvane-a@1@2";
+    QTest::newRow("user with a sign") << "tolvane-a@+1";
+    QTest::newRow("user beyond all") << "tolvane-a@4294967296";
 }
 
 void PhoneBookTest::foreignFilesAreNoEntries()
@@ -127,17 +157,18 @@ void PhoneBookTest::foreignFilesAreNoEntries()
 
 void PhoneBookTest::namesThatNoFileCanHaveAreRefused()
 {
-    QCOMPARE(book().write("", entryWith("*99#")), ErrorInvalidParameter);
-    QCOMPARE(book().write(QString(256, 'x'), entryWith("*99#")), ErrorInvalidParameter);
+    QCOMPARE(write("", entryWith("*99#")), ErrorInvalidParameter);
+    QCOMPARE(write(QString(256, 'x'), entryWith("*99#")), ErrorInvalidParameter);
     RasEntry entry;
     QCOMPARE(book().read(QString(256, 'x'), &entry), RasErrorEntryNotFound);
-    QVERIFY(QDir(m_folder->path()).isEmpty());
+    QVERIFY(filesIn("peers").isEmpty());
+    QVERIFY(filesIn("state/entries").isEmpty());
 }
 
 void PhoneBookTest::anEntryIsKeptWhole()
 {
     const RasEntry written = entryWith("*99#");
-    QCOMPARE(book().write("TolvaneModem 1", written), Success);
+    QCOMPARE(write("TolvaneModem 1", written), Success);
     RasEntry read;
     QCOMPARE(book().read("TolvaneModem 1", &read), Success);
     QVERIFY(std::memcmp(&written, &read, sizeof read) == 0);
@@ -146,8 +177,8 @@ void PhoneBookTest::anEntryIsKeptWhole()
 
 void PhoneBookTest::theFileTellsPppdWhatToDo()
 {
-    QCOMPARE(book().write("TolvaneModem 1", entryWith("*99#")), Success);
-    const QList<QByteArray> lines = contentOf("tolvane-TolvaneModem_1").split('\n');
+    QCOMPARE(write("TolvaneModem 1", entryWith("*99#")), Success);
+    const QList<QByteArray> lines = contentOf("peers/tolvane-TolvaneModem_1").split('\n');
     QVERIFY(lines.contains("linkname \"tolvane-TolvaneModem_1\""));
     // One word for pppd, and within it one word for the shell.
     QVERIFY(lines.contains("connect \"'/opt/it'\\\\''s here/DialPhone'\""));
@@ -155,18 +186,21 @@ void PhoneBookTest::theFileTellsPppdWhatToDo()
     for (const char *option :
          {"noauth", "user gprs", "password gprs", "lock", "modem", "defaultroute", "usepeerdns"})
         QVERIFY2(lines.contains(option), option);
-    const QFile::Permissions permissions =
-        QFile(m_folder->filePath("tolvane-TolvaneModem_1")).permissions();
-    QVERIFY(!(permissions & (QFile::ReadOther | QFile::WriteOther | QFile::WriteGroup)));
+    QVERIFY(lines.contains("\"/dev/tolvane-modem-x\""));
+    // Whoever could read it could make pppd use it on a line of his own.
+    struct stat facts = {};
+    const QString file = m_folder->filePath("peers/tolvane-TolvaneModem_1");
+    QCOMPARE(::stat(file.toLocal8Bit().constData(), &facts), 0);
+    QCOMPARE(facts.st_mode & 0777, mode_t(0600));
 }
 
 void PhoneBookTest::replacingLosesNothingOnFailure()
 {
-    QCOMPARE(book().write("a", entryWith("1")), Success);
-    const QByteArray before = contentOf("tolvane-a");
-    QCOMPARE(book().write("a", entryWith("rm -rf")), ErrorInvalidParameter);
-    QCOMPARE(contentOf("tolvane-a"), before);
-    QCOMPARE(book().write("a", entryWith("2")), Success);
+    QCOMPARE(write("a", entryWith("1")), Success);
+    const QByteArray before = contentOf("peers/tolvane-a");
+    QCOMPARE(write("a", entryWith("rm -rf")), ErrorInvalidParameter);
+    QCOMPARE(contentOf("peers/tolvane-a"), before);
+    QCOMPARE(write("a", entryWith("2")), Success);
     RasEntry entry;
     QCOMPARE(book().read("a", &entry), Success);
     QCOMPARE(fromField(entry.szLocalPhoneNumber), QString("2"));
@@ -195,7 +229,7 @@ void PhoneBookTest::numbersThatCannotBeDialledAreRefused()
     QFETCH(QString, number);
     QFETCH(bool, isDialable);
     QCOMPARE(::isDialable(number), isDialable);
-    QCOMPARE(book().write("a", entryWith(number)),
+    QCOMPARE(write("a", entryWith(number)),
              isDialable ? DWORD(Success) : DWORD(ErrorInvalidParameter));
 }
 
@@ -203,9 +237,9 @@ void PhoneBookTest::missingEntriesAndBooks()
 {
     RasEntry entry;
     QCOMPARE(book().read("a", &entry), RasErrorEntryNotFound);
-    const PhoneBook none(programIdentity(), m_folder->filePath("none"), dialProgram);
-    QCOMPARE(none.read("a", &entry), RasErrorCannotOpenPhonebook);
-    QCOMPARE(none.write("a", entryWith("1")), RasErrorCannotOpenPhonebook);
+    QVERIFY(QDir(m_folder->filePath("peers")).removeRecursively());
+    QCOMPARE(book().read("a", &entry), RasErrorEntryNotFound);
+    QCOMPARE(write("a", entryWith("1")), RasErrorCannotOpenPhonebook);
 }
 
 void PhoneBookTest::damagedEntries_data()
@@ -225,48 +259,95 @@ void PhoneBookTest::damagedEntries_data()
 void PhoneBookTest::damagedEntries()
 {
     QFETCH(QByteArray, content);
-    put("tolvane-damaged", content);
+    QVERIFY(QDir(m_folder->path()).mkpath("state/entries"));
+    put("state/entries/tolvane-damaged", content);
     RasEntry entry;
     QCOMPARE(book().read("damaged", &entry), RasErrorCannotOpenPhonebook);
-    QCOMPARE(book().write("other", entryWith("1")), RasErrorCannotOpenPhonebook);
-    QCOMPARE(book().write("damaged", entryWith("1")), RasErrorCannotOpenPhonebook);
-    QCOMPARE(contentOf("tolvane-damaged"), content);
+    QCOMPARE(write("other", entryWith("1")), RasErrorCannotOpenPhonebook);
+    QCOMPARE(write("damaged", entryWith("1")), RasErrorCannotOpenPhonebook);
+    QCOMPARE(contentOf("state/entries/tolvane-damaged"), content);
+    // Another user's entries are not his matter.
+    QCOMPARE(book(1000).write("other", entryWith("1"), {}), Success);
 }
 
 void PhoneBookTest::missingRights()
 {
-    QCOMPARE(book().write("a", entryWith("1")), Success);
-    setMode(m_folder->path(), 0555);
-    setMode(m_folder->filePath("tolvane-a"), 0);
-    {
-        const OrdinaryUser user;
-        RasEntry entry;
-        QCOMPARE(book().read("a", &entry), ErrorAccessDenied);
-        QCOMPARE(book().write("b", entryWith("1")), ErrorAccessDenied);
-    }
-    setMode(m_folder->path(), 0);
-    {
-        const OrdinaryUser user;
-        RasEntry entry;
-        QCOMPARE(book().read("a", &entry), ErrorAccessDenied);
-        QCOMPARE(book().write("b", entryWith("1")), ErrorAccessDenied);
-    }
+    QCOMPARE(write("a", entryWith("1")), Success);
+    const QString record = m_folder->filePath("state/entries/tolvane-a");
     setMode(m_folder->path(), 0755);
+    {
+        // Everybody may know the entry, and only root may change it.
+        const OrdinaryUser user;
+        RasEntry entry;
+        if (::geteuid() == 0 || ::getuid() == 0)
+            QCOMPARE(book().read("a", &entry), Success);
+    }
+    setMode(m_folder->filePath("peers"), 0555);
+    setMode(record, 0);
+    {
+        const OrdinaryUser user;
+        RasEntry entry;
+        QCOMPARE(book().read("a", &entry), ErrorAccessDenied);
+        QCOMPARE(write("b", entryWith("1")), ErrorAccessDenied);
+    }
+    setMode(m_folder->filePath("peers"), 0755);
+    setMode(record, 0644);
+}
+
+void PhoneBookTest::entriesOfTwoUsers()
+{
+    QCOMPARE(write("a", entryWith("1")), Success);
+    QCOMPARE(book(1000).write("a", entryWith("2"), {}), Success);
+    QCOMPARE(book(1001).write("a", entryWith("3"), {}), Success);
+    QCOMPARE(filesIn("peers"), QStringList({"tolvane-a", "tolvane-a@1000", "tolvane-a@1001"}));
+    QVERIFY(contentOf("peers/tolvane-a@1000").contains("linkname \"tolvane-a@1000\"\n"));
+    for (const uid_t user : {0, 1000, 1001}) {
+        RasEntry entry;
+        QCOMPARE(book(user).read("a", &entry), Success);
+        QCOMPARE(fromField(entry.szLocalPhoneNumber), QString::number(user == 0 ? 1 : user - 998));
+        const auto known = book(4711).entryName(book(user).fileName("a"));
+        QVERIFY(known && known->name == "a" && known->owner == user);
+    }
+}
+
+void PhoneBookTest::whatPppdDoesNotHaveIsForgotten()
+{
+    QCOMPARE(write("a", entryWith("1")), Success);
+    QVERIFY(book().hasPeer("a"));
+    QVERIFY(QFile::remove(m_folder->filePath("peers/tolvane-a")));
+    QVERIFY(!book().hasPeer("a"));
+    book().forget("a");
+    RasEntry entry;
+    QCOMPARE(book().read("a", &entry), RasErrorEntryNotFound);
+}
+
+void PhoneBookTest::aDiallerThatOthersCanChangeIsRefused()
+{
+    setMode(m_folder->path(), 0755);
+    QVERIFY(QDir(m_folder->path()).mkpath("drivers"));
+    put("drivers/DialPhone", "#!/bin/true\n");
+    SystemPaths paths;
+    paths.peers = m_folder->filePath("peers");
+    paths.state = m_folder->filePath("state");
+    paths.drivers = m_folder->filePath("drivers");
+    const PhoneBook unpacked(programIdentity(), paths);
+    QCOMPARE(unpacked.write("a", entryWith("1"), {}), Success);
+    setMode(m_folder->filePath("drivers"), 0777);
+    QCOMPARE(unpacked.write("a", entryWith("1"), {}), ErrorAccessDenied);
 }
 
 void PhoneBookTest::aFullDiskIsToldAndLosesNothing()
 {
-    QCOMPARE(book().write("a", entryWith("1")), Success);
-    const QByteArray before = contentOf("tolvane-a");
+    QCOMPARE(write("a", entryWith("1")), Success);
+    const QByteArray before = contentOf("peers/tolvane-a");
     DWORD code = Success;
     {
         const FullDisk disk;
-        code = book().write("a", entryWith("2"));
+        code = write("a", entryWith("2"));
     }
     QCOMPARE(code, ErrorGenFailure);
-    QCOMPARE(contentOf("tolvane-a"), before);
-    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden),
-             QStringList("tolvane-a"));
+    QCOMPARE(contentOf("peers/tolvane-a"), before);
+    QCOMPARE(filesIn("peers"), QStringList("tolvane-a"));
 }
 
 void PhoneBookTest::aWriterThatIsKilledLeavesNoEntry()
@@ -277,22 +358,23 @@ void PhoneBookTest::aWriterThatIsKilledLeavesNoEntry()
         std::signal(SIGXFSZ, SIG_DFL); // in the middle of the writing
         rlimit none = {};
         ::setrlimit(RLIMIT_CORE, &none);
-        book().write("a", entryWith("1"));
+        write("a", entryWith("1"));
         ::_exit(0);
     }
     int status = 0;
     QCOMPARE(::waitpid(writer, &status, 0), writer);
     QVERIFY(WIFSIGNALED(status));
-    const QStringList left = QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden);
+    const QStringList left = filesIn("peers");
     QCOMPARE(left.size(), 1);
     QVERIFY2(!book().entryName(left.first()), qPrintable(left.first()));
-    QCOMPARE(book().write("b", entryWith("1")), Success);
+    QCOMPARE(write("b", entryWith("1")), Success);
 }
 
 void PhoneBookTest::filesThatAreNoEntriesDoNoHarm()
 {
-    put("tolvane-a~", "an editor's copy");
-    QCOMPARE(book().write("a", entryWith("1")), Success);
+    QVERIFY(QDir(m_folder->path()).mkpath("state/entries"));
+    put("state/entries/tolvane-a~", "an editor's copy");
+    QCOMPARE(write("a", entryWith("1")), Success);
 }
 
 QTEST_APPLESS_MAIN(PhoneBookTest)

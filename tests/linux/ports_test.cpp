@@ -3,6 +3,7 @@
 
 #include "app/identity.h"
 #include "platform/linux/families.h"
+#include "platform/linux/helper/client.h"
 #include "platform/linux/portlist.h"
 #include "platform/linux/statestore.h"
 #include "platform/platform.h"
@@ -61,6 +62,7 @@ private slots:
     void aDamagedStoreIsToldAndKept();
     void aProductsNameIsOnlyText();
     void aMarkedLineWithoutHardwareCounts();
+    void aPhonesStableNameIsTheRulesLink();
     void theDeviceSetHoldsThePorts();
 
 private:
@@ -199,6 +201,13 @@ void PortsTest::recordedMachines_data()
     // Not recorded: written after what such a kernel shows.
     QTest::newRow("on-board UART, newer kernel")
         << QStringList{"on-board-uart-newer-kernel"} << QStringList{onBoard};
+    // Written by hand: what is no phone keeps its own name.
+    QTest::newRow("no phones") << QStringList{"no-phones"}
+                               << QStringList{"GPS Receiver (COM5) /dev/ttyACM3",
+                                              "Mobile Data Stick (COM6) /dev/ttyACM4",
+                                              "Preloader (COM7) /dev/ttyACM5",
+                                              "Phone Of Another Vendor (COM8) /dev/ttyACM6",
+                                              "Diagnosis Only (COM9) /dev/ttyACM7"};
     // In the order of their sockets: the converter in 1-1 comes first.
     QTest::newRow("everything") << QStringList{"phone", "second-phone", "usb-uart",
                                                "usb-uart-without-serial-number", "on-board-uart"}
@@ -379,11 +388,26 @@ void PortsTest::aMarkedLineWithoutHardwareCounts()
     QCOMPARE(names(), QStringList("USB Modem Driver (COM5) /dev/rfcomm1"));
 }
 
+void PortsTest::aPhonesStableNameIsTheRulesLink()
+{
+    const QString phone = addUsb({"1-2", "0e8d", "0003", "MT62xx phone", "A"});
+    addLine(phone, 2, "ttyACM1", true);
+    add("tty", "ttyACM0", add("usb", "1-2:1.0", phone, {"bInterfaceNumber", "00"}, {}), {},
+        {"DEVNAME", "/dev/ttyACM0", "DEVLINKS",
+         "/dev/serial/by-id/x /dev/tolvane-modem-x-if00 /dev/serial/by-path/x"});
+    QList<SerialPortDevice> ports;
+    QCOMPARE(presentSerialPorts(programIdentity(), m_store.get(), &ports), DWORD(Success));
+    QCOMPARE(ports.size(), 2);
+    QCOMPARE(ports.at(0).stableNode, QString("/dev/tolvane-modem-x-if00"));
+    QCOMPARE(ports.at(1).stableNode, QString("/dev/ttyACM1"));
+}
+
 void PortsTest::theDeviceSetHoldsThePorts()
 {
     addPhone("1-2", "ABC123", 0);
     Platform installation;
-    provideDeviceInstallation(&installation, programIdentity(), m_store);
+    provideDeviceInstallation(&installation, programIdentity(), m_store,
+                              std::make_shared<HelperClient>(SystemPaths()));
     const HDEVINFO set = installation.SetupDiGetClassDevsW(&PortsClassGuid, nullptr, nullptr, 2);
     QVERIFY(set != invalidHandle());
     DeviceInfoData data = {};

@@ -2,9 +2,11 @@
 
 #include "app/identity.h"
 #include "platform/linux/activelinks.h"
+#include "platform/linux/helper/client.h"
 #include "platform/linux/phonebook.h"
 #include "platform/linux/systempaths.h"
 #include "platform/standin/lasterror.h"
+#include "tests/linux/helperfixture.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -39,6 +41,7 @@ public:
         m_paths.run = m_folder->filePath("run");
         m_paths.pppd = QCoreApplication::applicationDirPath() + "/standin/pppd";
         m_paths.drivers = "/drivers";
+        useHelperStandIn(&m_paths);
         qputenv("STANDIN_RUN", m_paths.run.toLocal8Bit());
         qputenv("STANDIN_ARGUMENTS", m_folder->filePath("arguments").toLocal8Bit());
         qputenv("STANDIN_DESCRIPTORS", m_folder->filePath("descriptors").toLocal8Bit());
@@ -52,6 +55,14 @@ public:
             ::kill(link.process, SIGKILL);
     }
 
+    /// The command of a helper that dials what it is told, without a look at the
+    /// phone book.
+    QStringList uncheckedHelper() const
+    {
+        qputenv("STANDIN_UNCHECKED", "1");
+        return helperCommand(m_paths, platform::linuxsystem::Role::Connect);
+    }
+
     /// What the stand-in does next: see standin/pppd.cpp.
     static void plan(const QByteArray &steps) { qputenv("STANDIN_PPPD", steps); }
 
@@ -59,7 +70,7 @@ public:
     QList<platform::linuxsystem::ActiveLink> links() const
     {
         return platform::linuxsystem::activeLinks(
-            platform::linuxsystem::PhoneBook(programIdentity(), m_paths.peers, {}), m_paths.run);
+            platform::linuxsystem::PhoneBook(programIdentity(), m_paths), m_paths.run);
     }
 
     /// The link's process; 0 when it did not come up.

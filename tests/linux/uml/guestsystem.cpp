@@ -88,15 +88,6 @@ QVariant setting(const QString &key, const QString &folder)
     return QSettings(settingsFile(folder), QSettings::IniFormat).value(key);
 }
 
-QString setUpFolder()
-{
-    for (const QString &folder : QDir("/tmp").entryList({"tmp.*"}, QDir::Dirs)) {
-        if (QFile::exists(settingsFile("/tmp/" + folder)))
-            return "/tmp/" + folder;
-    }
-    return {};
-}
-
 QStringList changedFiles()
 {
     const QString output = runInGuest("find", {"/changes",

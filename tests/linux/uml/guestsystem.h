@@ -32,8 +32,6 @@ QString networkState();
 /// The settings below that folder, which stands for a user's ~/.config.
 QString settingsFile(const QString &folder);
 QVariant setting(const QString &key, const QString &folder = "/root/.config");
-/// The settings while tolvane-dialler-setup runs; empty when there are none.
-QString setUpFolder();
 /// Every file that was written or made in the guest, except below the folders
 /// that are not the package's.
 QStringList changedFiles();

@@ -25,6 +25,7 @@
 namespace {
 
 const char defaultRoute[] = "default via 192.0.2.1 dev dummy0";
+const char rightsRule[] = "/etc/polkit-1/rules.d/50-anna.rules";
 const char ruleOverride[] = "/etc/udev/rules.d/70-tolvane-modem.rules";
 
 void addUser(const QString &name, const QString &groups)
@@ -55,7 +56,7 @@ private slots:
     void networkAsksForNameAndPassword();
     void portInUseByAnotherProgram();
     void phoneIsUnpluggedAndPluggedIn();
-    void ordinaryUserSetUpWithSudo();
+    void ordinaryUserSetsUpAndDials();
     void ordinaryUserWithoutRights();
     void lineIsPulled();
     void udevLooksAtTheLinesAgain();
@@ -76,11 +77,10 @@ private:
     /// Waits until the link is down and the program shows it.
     void waitForDisconnected(Person &person, const QString &picture);
     /// The program as that user, on a display that is open to all.
-    void startAs(Person &person, const QString &user,
-                 const QStringList &command = {"tolvane-dialler"});
-    /// By the administrator's tool, on the settings of the user who asked.
-    void setUpFor(Person &person, const QString &user);
-
+    void startAs(Person &person, const QString &user);
+    /// What a member of dip and dialout is refused while the link of that entry is
+    /// up.
+    void anotherUserMayNot(const QString &entry);
     std::unique_ptr<Person> m_person;
     bool m_hasFailed = false;
     QString m_before; ///< routes and name servers before the first dial
@@ -199,34 +199,10 @@ void LinuxScenarios::waitForDisconnected(Person &person, const QString &picture)
     person.desktop.keepPicture(picture);
 }
 
-void LinuxScenarios::startAs(Person &person, const QString &user, const QStringList &command)
+void LinuxScenarios::startAs(Person &person, const QString &user)
 {
-    person.startProgram(QStringList{"runuser", "-u", user, "--", "env", "HOME=/home/" + user} +
-                        command);
-}
-
-void LinuxScenarios::setUpFor(Person &person, const QString &user)
-{
-    const QString folder = "/home/" + user + "/.config";
-    QFile rights("/etc/sudoers.d/" + user);
-    expect(rights.open(QIODevice::WriteOnly), "Cannot write sudo's rights");
-    rights.write("Defaults env_keep += QT_FORCE_STDERR_LOGGING\n" + user.toLatin1() +
-                 " ALL=(root) NOPASSWD: /usr/sbin/tolvane-dialler-setup\n");
-    rights.close();
-    startAs(person, user, {"sudo", "/usr/sbin/tolvane-dialler-setup"});
-    person.waitForWindow(wizardTitle);
-    person.desktop.press("Return"); // Next
-    waitFor("The set-up", [] { return setting("NoOfDialups", setUpFolder()).toInt() == 1; });
-    person.desktop.press("Return"); // Finish
-    const WindowId window = person.waitForWindow(mainTitle);
-    person.desktop.keepPicture("set-up-for-a-user");
-    expect(!QFile::exists(settingsFile(folder)), "The settings are there already");
-    person.desktop.close(window);
-    person.waitForProgramEnd();
-    expect(QFileInfo(settingsFile(folder)).owner() == user, "Whose are the settings?");
-    expect(setting("NoOfDialups", folder).toInt() == 1, "No settings for the user");
-    expect(setUpFolder().isEmpty(), "Left behind: " + setUpFolder());
-    QFile::remove(rights.fileName());
+    person.startProgram(
+        {"runuser", "-u", user, "--", "env", "HOME=/home/" + user, "tolvane-dialler"});
 }
 
 void LinuxScenarios::networkEndsTheConnection()
@@ -432,20 +408,71 @@ void LinuxScenarios::phoneIsUnpluggedAndPluggedIn()
     });
 }
 
-void LinuxScenarios::ordinaryUserSetUpWithSudo()
+// The guest has no sessions and nobody to ask for a password: a rule of polkit's
+// gives the rights, as the password would.
+void LinuxScenarios::ordinaryUserSetsUpAndDials()
 {
     scenario([&](Person &person) {
-        addUser("anna", "dip,dialout");
-        setUpFor(person, "anna");
+        addUser("anna", "dialout"); // in place of sitting at the computer
+        const QString folder = "/home/anna/.config";
+        QFile rule(rightsRule);
+        expect(rule.open(QIODevice::WriteOnly), "Cannot write polkit's rule");
+        rule.write("polkit.addRule(function(action, subject) {\n"
+                   "    if (subject.user == 'anna' &&\n"
+                   "        (action.id == 'example.brantiq.TolvaneModemConnector.set-up' ||\n"
+                   "         action.id == 'example.brantiq.TolvaneModemConnector.connect'))\n"
+                   "        return polkit.Result.YES;\n"
+                   "});\n");
+        rule.close();
+        startAs(person, "anna");
+        person.waitForWindow(wizardTitle);
+        person.desktop.press("Return"); // Next
+        waitFor("The set-up", [&] { return setting("NoOfDialups", folder).toInt() == 1; });
+        person.desktop.press("Return"); // Finish
+        person.waitForWindow(mainTitle);
+        person.desktop.keepPicture("set-up-by-a-user");
+        person.endProgram();
+        expect(QFileInfo(settingsFile(folder)).owner() == "anna", "Whose are the settings?");
+        const QString entry =
+            QString("tolvane-TolvaneModem_1@%1").arg(QFileInfo("/home/anna").ownerId());
+        const QFileInfo peer("/etc/ppp/peers/" + entry);
+        expect(peer.isFile() && peer.ownerId() == 0 &&
+                   peer.permissions() ==
+                       (QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser),
+               "Who may read the entry?");
+
         letLineSettle();
         startAs(person, "anna");
         person.dial();
         fetchPage();
         person.desktop.keepPicture("ordinary-user");
         m_disconnectFace = person.face();
+        anotherUserMayNot(entry);
         disconnect(person);
         person.endProgram();
     });
+}
+
+void LinuxScenarios::anotherUserMayNot(const QString &entry)
+{
+    addUser("carl", "dip,dialout");
+    const auto answerTo = [](const QStringList &command) {
+        int status = 0;
+        const QString answer =
+            runInGuest("runuser", QStringList{"-u", "carl", "--"} + command, &status);
+        return status == 0 ? QString("done") : answer;
+    };
+    // With a line of his own he could have had the traffic of all.
+    expect(answerTo({"pppd", "call", entry, "/dev/pts/0"}).contains("Permission denied"),
+           "A member of dip may use the entry");
+    expect(answerTo({"kill", QString::number(linkProcess())}) != "done",
+           "A member of dip may end the link");
+    // Nobody is there to give a password.
+    const QString helper = "/usr/lib/tolvane-modem-connector/tolvane-dialler-helper";
+    for (const char *role : {"set-up", "connect", "end-others"})
+        expect(answerTo({"pkexec", helper, role}).contains("authentication agent"),
+               QString("Everybody may %1").arg(role));
+    expect(isLinkUp(), "The link is down");
 }
 
 void LinuxScenarios::ordinaryUserWithoutRights()
@@ -455,13 +482,9 @@ void LinuxScenarios::ordinaryUserWithoutRights()
         startAs(person, "bert");
         person.waitForWindow(wizardTitle);
         person.desktop.press("Return"); // Next
-        person.waitForLog("Modem INF setup failed.");
+        person.waitForLog("Port INF setup failed.");
         person.desktop.keepPicture("no-rights");
         person.endProgram();
-        int status = 0;
-        const QString answer =
-            runInGuest("runuser", {"-u", "bert", "--", "/usr/sbin/tolvane-dialler-setup"}, &status);
-        expect(status == 1 && answer.contains("sudo tolvane-dialler-setup"), answer);
     });
 }
 
@@ -531,6 +554,7 @@ void LinuxScenarios::packageIsPurged()
         // network's options, the indexes of icons and of file types, and the
         // name servers that pppd was told.
         const QStringList others = {phoneRule,
+                                    rightsRule,
                                     "/etc/netns/",
                                     "/etc/passwd",
                                     "/etc/shadow",

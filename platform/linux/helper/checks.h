@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/standin/devices.h"
+
+#include <QString>
+
+// What the helper believes of a request. Everything in it may have been written by
+// somebody who wants more than he may.
+namespace platform::linuxsystem {
+
+/// Whether a text is one line of at most that many characters, all of them
+/// printable and of ASCII.
+bool isPlainLine(const QString &text, int longest);
+
+/// Whether a name may be a file of the INF store: oem0.inf to oem9999.inf.
+bool isInfName(const QString &name);
+
+/// Whether an entry may have that name: not empty, 256 characters at most, none of
+/// them a control character, the first one no dot.
+bool isEntryName(const QString &name);
+
+/// Whether a list of devices is one that device installation makes of another:
+/// device ids, class, hardware ids, names and driver keys of their usual form, none
+/// twice, and no more of them than a machine has in years. The files that drivers
+/// come from must be in the INF store.
+bool isPlausible(const DeviceList &wanted, const DeviceList &present, const QString &infFolder);
+
+} // namespace platform::linuxsystem

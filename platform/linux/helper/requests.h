@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/ras.h"
+#include "platform/standin/devices.h"
+
+#include <QJsonObject>
+#include <QString>
+
+#include <sys/types.h>
+
+// What the window asks the helper for. Each function makes a request; service.cpp
+// takes it.
+namespace platform::linuxsystem {
+
+/// Runs the driver package's installer and does not wait for it.
+QJsonObject installDriverRequest();
+
+/// Lets udev look at every line again; done when udev is.
+QJsonObject rescanRequest();
+
+/// Adds a file of the driver package to the INF store under that name.
+QJsonObject storeInfRequest(const QString &name, const QByteArray &content);
+
+/// Replaces the registered devices; 1237 when they are not what the caller saw.
+QJsonObject changeDevicesRequest(const DeviceList &seen, const DeviceList &wanted);
+
+/// Makes or replaces an entry of the user's own.
+QJsonObject writeEntryRequest(const QString &name, const RasEntry &entry);
+
+/// Dials. The entry is given by its file name; the device is the one that the
+/// window has found for it, and another than the entry's own is refused.
+QJsonObject dialRequest(const QString &entry, const QString &device, const QString &number);
+
+/// Ends the link of that process.
+QJsonObject hangUpRequest(pid_t process);
+
+} // namespace platform::linuxsystem

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platform/linux/systempaths.h"
+
+#include <QByteArray>
+#include <QCoreApplication>
+#include <QFile>
+
+/// Lets the helper's stand-in (standin/helper.cpp) work on the test's folders.
+inline void useHelperStandIn(platform::linuxsystem::SystemPaths *paths)
+{
+    const QString standIns = QCoreApplication::applicationDirPath() + "/standin/";
+    paths->helper = standIns + "tolvane-dialler-helper";
+    qputenv("STANDIN_STATE", paths->state.toLocal8Bit());
+    qputenv("STANDIN_PEERS", paths->peers.toLocal8Bit());
+    qputenv("STANDIN_RUN", paths->run.toLocal8Bit());
+    qputenv("STANDIN_PPPD_PROGRAM", paths->pppd.toLocal8Bit());
+    qputenv("STANDIN_DRIVERS", paths->drivers.toLocal8Bit());
+    qunsetenv("STANDIN_UNCHECKED");
+}
+
+/// Lets this process ask for its rights, as an ordinary user's has to. The plan is
+/// that of standin/pkexec.cpp.
+inline void usePkexecStandIn(platform::linuxsystem::SystemPaths *paths, const QByteArray &plan = {})
+{
+    paths->pkexec = QCoreApplication::applicationDirPath() + "/standin/pkexec";
+    paths->user = 1000;
+    qputenv("STANDIN_UID", "1000");
+    qputenv("STANDIN_PKEXEC", plan);
+}
