@@ -143,6 +143,16 @@ QByteArray say(SimulatedPc &pc, int port, const QByteArray &command)
     return answer;
 }
 
+/// How many connections there are; -1 when that cannot be told.
+int connectionCount(SimulatedPc &pc)
+{
+    RasConnection record = {};
+    record.dwSize = RasConnectionSize;
+    DWORD size = sizeof record; // the call replaces it by what is used
+    DWORD count = 0;
+    return pc.RasEnumConnectionsW(&record, &size, &count) == Success ? int(count) : -1;
+}
+
 void prepareEntry(TestMachine &machine)
 {
     machine.change([](simulated::MachineState &state) {
@@ -439,12 +449,7 @@ private slots:
         QVERIFY(tool(machine, "show").standard.contains("connection 1: TolvaneModem 1 through"));
         // The other process's connection is this one's, too, and holds the port.
         QCOMPARE(say(pc, 12, "AT\r"), QByteArray("cannot open: 5"));
-        RasConnection record = {};
-        record.dwSize = RasConnectionSize;
-        DWORD size = sizeof record;
-        DWORD count = 0;
-        QCOMPARE(pc.RasEnumConnectionsW(&record, &size, &count), DWORD(Success));
-        QCOMPARE(count, DWORD(1));
+        QCOMPARE(connectionCount(pc), 1);
 
         const Output down = runProgram(machine, "simulated-pc", {"hangup", "TolvaneModem 1"});
         QVERIFY2(down.exitCode == 0 && down.error.isEmpty(), qPrintable(down.error));
@@ -462,12 +467,10 @@ private slots:
         // The network drops one connection, the next ends with the plug.
         QCOMPARE(runProgram(machine, "simulated-pc", {"dial", "TolvaneModem 1"}).exitCode, 0);
         QVERIFY(phone.send("drop"));
-        QCOMPARE(pc.RasEnumConnectionsW(&record, &size, &count), DWORD(Success));
-        QCOMPARE(count, DWORD(0));
+        QCOMPARE(connectionCount(pc), 0);
         QCOMPARE(runProgram(machine, "simulated-pc", {"dial", "TolvaneModem 1"}).exitCode, 0);
         QVERIFY(phone.send("unplug"));
-        QCOMPARE(pc.RasEnumConnectionsW(&record, &size, &count), DWORD(Success));
-        QCOMPARE(count, DWORD(0));
+        QCOMPARE(connectionCount(pc), 0);
         QCOMPARE(say(pc, 12, "AT\r"), QByteArray("cannot open: 2"));
     }
 
