@@ -54,6 +54,17 @@ void showDialog(QDialog *dialog)
     dialog->show();
 }
 
+/// Keys that are still held down when a call has returned must not act again:
+/// where the port refuses at once, they would dial again and again. Keys that
+/// were released may act although the toolkit takes their next press for a
+/// repetition. It does so on Windows when the dial dialog got the release.
+void actOnce(const QList<QAction *> &actions)
+{
+    const bool held = QGuiApplication::queryKeyboardModifiers().testFlag(Qt::ControlModifier);
+    for (QAction *action : actions)
+        action->setAutoRepeat(!held);
+}
+
 /// The phone-book entry that belongs to a port; "" when there is none.
 QString entryName(int port)
 {
@@ -108,10 +119,6 @@ MainWindow::MainWindow(QWidget *parent)
     // port never appears must still be able to set up anew, so the window has
     // this action too.
     addAction(ui->actionCreate_New_Connection);
-    // A key that is held down would dial again and again where the port refuses
-    // at once.
-    for (QAction *action : {ui->action_Connect, ui->action_Disconnect})
-        action->setAutoRepeat(false);
     const QSettings settings;
 
     applyViewState(ViewState::Start);
@@ -201,6 +208,7 @@ void MainWindow::StartDialling()
     const QString apn = MobileOperatorApn(mobileOperator);
     const bool dialled = setApnAndDial(entry, parameters.at(1).toInt(), apn);
     block.takePendingInput();
+    actOnce({ui->action_Connect, ui->action_Disconnect});
     if (dialled) {
         showConnected();
         connectionName = entry;
@@ -217,6 +225,7 @@ void MainWindow::StopDialling()
     showBusy();
     const bool hungUp = hangUpDialupConnection(connectionName);
     block.takePendingInput();
+    actOnce({ui->action_Connect, ui->action_Disconnect});
     // Also shows Connected when there was no connection: File offers Disconnect
     // during the first countdown. The next status poll corrects it.
     if (hungUp) {

@@ -22,9 +22,11 @@ namespace {
 
 constexpr int Moment = 700; // milliseconds; a menu opens in a tenth of it
 
-/// Starts, connects, and stops where the phone has been told the number.
+/// Starts, connects, and stops where the phone has been told the number. The
+/// dial waits for its answer as long as it takes.
 WindowId startAndHold(Session &session)
 {
+    session.machine.pc({"set", "answer-timeout", "600000"});
     session.machine.startPhone();
     session.slowPhone();
     session.startProgram();

@@ -327,6 +327,9 @@ void Session::slowPhone() const
 
 WindowId Session::holdDial() const
 {
+    // Slower still, so that a busy machine, too, has the time.
+    waitFor("The APN", [this] { return machine.heard().contains("AT+CGDCONT"); });
+    machine.phone("set delay 4000");
     waitFor("The number", [this] { return machine.heard().endsWith("ATD*99#\\r"); });
     machine.phone("set silent on");
     return dialDialog();

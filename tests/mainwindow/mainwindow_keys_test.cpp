@@ -89,10 +89,32 @@ private slots:
             QCoreApplication::sendEvent(window->windowHandle(), &event);
             return !bench.log.lines().isEmpty();
         };
+        QTest::keyPress(window->windowHandle(), Qt::Key_Control, Qt::ControlModifier);
         QVERIFY(act(false));
         QCOMPARE(view(*window), state == "connected" ? connectedView : disconnectedView);
         QVERIFY(!act(true));
         QVERIFY(act(false));
+        QVERIFY(!act(true));
+        QTest::keyRelease(window->windowHandle(), Qt::Key_Control, Qt::NoModifier);
+    }
+
+    /// Who does not see a key's release takes its next press for a repetition.
+    void shortcutReleasedElsewhereActsAgain()
+    {
+        MainWindowBench bench;
+        const std::unique_ptr<MainWindow> window = bench.windowInState("disconnected");
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        bench.machine.dialSucceeds = false;
+        bench.machine.whileDialling = [&] {
+            QTest::keyRelease(window->windowHandle(), Qt::Key_Control, Qt::NoModifier);
+        };
+        for (const bool again : {false, true}) {
+            bench.answerDial();
+            QTest::keyPress(window->windowHandle(), Qt::Key_Control, Qt::ControlModifier);
+            QKeyEvent event(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier, QString(), again);
+            QCoreApplication::sendEvent(window->windowHandle(), &event);
+        }
+        QCOMPARE(bench.machine.dials.size(), 2);
     }
 
     /// Ctrl+C connects also while the footer's link has the focus.
