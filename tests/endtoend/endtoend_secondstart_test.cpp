@@ -51,7 +51,7 @@ void EndToEndSecondStartTest::besideTheWindow()
         session.mainWindow();
         startAgain(session);
         QCOMPARE(countOf(session, MainTitle), 1);
-        session.dial();
+        session.waitForConnection();
         session.waitForFace(Face::Disconnect);
         QCOMPARE(session.machine.heard(), heardWhenDialling("blweb"));
         startAgain(session);
@@ -107,7 +107,7 @@ void EndToEndSecondStartTest::besideABlockedWindow()
         QCOMPARE(countOf(session, MainTitle), 1);
         QVERIFY(session.shows(Face::PleaseWait));
         session.machine.phone("set silent off");
-        session.dial();
+        session.waitForConnection();
         session.waitForFace(Face::Disconnect);
         QCOMPARE(session.machine.heard(), heardWhenDialling("blweb"));
         QCOMPARE(countOf(session, MainTitle), 1);
@@ -171,7 +171,7 @@ void EndToEndSecondStartTest::messagesAreKept()
         session.mainWindow();
         startAgain(session);
         session.pressButton();
-        session.dial();
+        session.waitForConnection();
         session.waitForFace(Face::Disconnect);
         closeProgram(session);
         const QStringList files = session.machine.messageFiles();
