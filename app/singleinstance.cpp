@@ -24,6 +24,14 @@ QString eventName(const QString &settingsFile)
     return QString("Local\\%1 %2").arg(QCoreApplication::applicationName(), QString(hash.toHex()));
 }
 
+/// The object of a thread that still runs must not be destroyed.
+void leaveBehind(std::unique_ptr<QThread> thread)
+{
+    static QThread *left = nullptr;
+    left = thread.release();
+    Q_UNUSED(left);
+}
+
 } // namespace
 
 class SingleInstance::Watcher : public QThread
@@ -80,8 +88,8 @@ SingleInstance::~SingleInstance()
     const bool isTold = current().SetEvent(m_watch->event) != 0;
     if (m_watcher && isTold)
         m_watcher->wait();
-    else
-        m_watcher.release(); // the end of the program must not wait for it
+    else if (m_watcher)
+        leaveBehind(std::move(m_watcher)); // the end of the program must not wait for it
     current().CloseHandle(m_watch->event);
 }
 
