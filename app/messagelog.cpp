@@ -3,12 +3,12 @@
 #include "app/messagefiles.h"
 
 #include <QDateTime>
+#include <QThread>
 
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
-#include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -78,25 +78,36 @@ public:
         m_changed.notify_all();
         if (!m_changed.wait_for(lock, LongestFinish, [this] { return !m_runs; }))
             return;
-        std::thread thread = std::exchange(m_thread, {});
+        const std::unique_ptr<QThread> thread = std::move(m_thread);
         lock.unlock();
-        // It has nothing left to do. On Windows the process must not end at the
-        // same moment as a thread.
-        if (thread.joinable())
-            thread.join();
+        if (thread)
+            thread->wait(); // it has nothing left to do
     }
 
 private:
+    /// One of the toolkit's: on Windows it watches every other thread that uses
+    /// it, and crashes when the process ends meanwhile.
+    class Thread : public QThread
+    {
+    public:
+        explicit Thread(MessageLog *log) : m_log(log) {}
+
+    protected:
+        void run() override { m_log->write(); }
+
+    private:
+        MessageLog *const m_log;
+    };
+
     bool startThread()
     {
         if (m_runs)
             return true;
-        try {
-            m_thread = std::thread([this] { write(); });
-            m_runs = true;
-        } catch (const std::system_error &) {
-            // No thread, no file.
-        }
+        auto thread = std::make_unique<Thread>(this);
+        thread->start();
+        m_runs = thread->isRunning();
+        if (m_runs)
+            m_thread = std::move(thread);
         return m_runs;
     }
 
@@ -126,7 +137,7 @@ private:
     }
 
     MessageFiles m_files; // the thread's alone
-    std::thread m_thread;
+    std::unique_ptr<QThread> m_thread;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::vector<Message> m_waiting;

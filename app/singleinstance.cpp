@@ -6,8 +6,6 @@
 #include <QCoreApplication>
 #include <QCryptographicHash>
 
-#include <system_error>
-
 using platform::current;
 using platform::wide;
 
@@ -26,7 +24,36 @@ QString eventName(const QString &settingsFile)
     return QString("Local\\%1 %2").arg(QCoreApplication::applicationName(), QString(hash.toHex()));
 }
 
+/// The object of a thread that still runs must not be destroyed.
+void leaveBehind(std::unique_ptr<QThread> thread)
+{
+    static QThread *left = nullptr;
+    left = thread.release();
+    Q_UNUSED(left);
+}
+
 } // namespace
+
+class SingleInstance::Watcher : public QThread
+{
+public:
+    explicit Watcher(SingleInstance *instance) : m_instance(instance), m_watch(instance->m_watch) {}
+
+protected:
+    void run() override
+    {
+        while (current().WaitForSingleObject(m_watch->event, platform::WaitInfinite) ==
+               platform::WaitObject0) {
+            if (m_watch->ending)
+                return;
+            emit m_instance->startedAgain();
+        }
+    }
+
+private:
+    SingleInstance *const m_instance;
+    const std::shared_ptr<Watch> m_watch;
+};
 
 SingleInstance::SingleInstance(const QString &settingsFile)
 {
@@ -59,10 +86,10 @@ SingleInstance::~SingleInstance()
         return;
     m_watch->ending = true;
     const bool isTold = current().SetEvent(m_watch->event) != 0;
-    if (m_watcher.joinable() && isTold)
-        m_watcher.join();
-    else if (m_watcher.joinable())
-        m_watcher.detach(); // the end of the program must not wait for it
+    if (m_watcher && isTold)
+        m_watcher->wait();
+    else if (m_watcher)
+        leaveBehind(std::move(m_watcher)); // the end of the program must not wait for it
     current().CloseHandle(m_watch->event);
 }
 
@@ -70,16 +97,6 @@ void SingleInstance::watch()
 {
     if (!m_watch->event)
         return;
-    try {
-        m_watcher = std::thread([this, watch = m_watch] {
-            while (current().WaitForSingleObject(watch->event, platform::WaitInfinite) ==
-                   platform::WaitObject0) {
-                if (watch->ending)
-                    return;
-                emit startedAgain();
-            }
-        });
-    } catch (const std::system_error &) {
-        // Later starts still end; nobody comes to the front.
-    }
+    m_watcher = std::make_unique<Watcher>(this);
+    m_watcher->start();
 }

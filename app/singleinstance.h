@@ -2,10 +2,10 @@
 
 #include <QObject>
 #include <QString>
+#include <QThread>
 
 #include <atomic>
 #include <memory>
-#include <thread>
 
 /// Sees to it that a user has the program open once in a session. The first
 /// start holds a named event of the system; a later one finds it, signals it and
@@ -42,7 +42,9 @@ private:
         std::atomic<bool> ending{false};
     };
 
+    class Watcher;
+
     const std::shared_ptr<Watch> m_watch = std::make_shared<Watch>();
     bool m_isFirst = true;
-    std::thread m_watcher;
+    std::unique_ptr<QThread> m_watcher;
 };
