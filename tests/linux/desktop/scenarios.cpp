@@ -291,6 +291,9 @@ void DesktopScenarios::firstRunAndDial()
             QString("a page %1 s after plug-in, first run included. Steps: Next, Finish. The phone "
                     "gets the default route:")
                 .arg(watch.seconds()));
+        // pppd's hook writes the name servers after the link is up.
+        waitFor("The name server",
+                [] { return contentOf("/etc/resolv.conf").contains("10.9.0.53"); });
         const QString state = networkState();
         note(state);
         expect(state.startsWith("default dev ppp0"), "The routes: " + state);
