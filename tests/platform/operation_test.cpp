@@ -251,9 +251,11 @@ void OperationTest::aPlatformHasTheOperationsOfItsFamilies()
     append(static_cast<const Process &>(empty));
     append(static_cast<const Ras &>(empty));
     append(static_cast<const Registry &>(empty));
+    append(static_cast<const Security &>(empty));
     append(static_cast<const SerialComm &>(empty));
     append(static_cast<const SetupApi &>(empty));
     append(static_cast<const SystemInformation &>(empty));
+    append(static_cast<const Foreground &>(empty));
     append(static_cast<const ConfigManager &>(empty));
     append(static_cast<const NewDev &>(empty));
     QCOMPARE(empty.allOperations(), expected);
