@@ -320,15 +320,17 @@ void Session::cancelDial() const
     desktop.waitForNoWindow(DialTitle);
 }
 
-void Session::slowPhone() const
+void Session::slowPhone()
 {
+    m_heardBeforeDial = static_cast<int>(machine.heard().size());
     machine.phone("set delay 1500");
 }
 
 WindowId Session::holdDial() const
 {
     // Slower still, so that a busy machine, too, has the time.
-    waitFor("The APN", [this] { return machine.heard().contains("AT+CGDCONT"); });
+    waitFor("The APN",
+            [this] { return machine.heard().indexOf("AT+CGDCONT", m_heardBeforeDial) >= 0; });
     machine.phone("set delay 4000");
     waitFor("The number", [this] { return machine.heard().endsWith("ATD*99#\\r"); });
     machine.phone("set silent on");

@@ -84,7 +84,7 @@ public:
     /// Presses Cancel and waits until the dialog is gone.
     void cancelDial() const;
     /// Makes the phone so slow that holdDial() comes in time.
-    void slowPhone() const;
+    void slowPhone();
     /// Waits until the slow phone has been told the number, keeps it from
     /// answering, and returns the dialog.
     WindowId holdDial() const;
@@ -104,4 +104,5 @@ private:
     QRect wizardPage(const WindowId &window) const;
 
     Faces m_faces;
+    int m_heardBeforeDial = 0; // bytes
 };
