@@ -283,9 +283,10 @@ void LinuxScenarios::dialIsCancelled()
         person.desktop.press("Escape");
         waitFor("The dialog's end", [&] { return person.desktop.window(dialTitle).isEmpty(); });
         expect(processOf("/usr/sbin/pppd") == 0, "pppd dials on");
-        phone("set silent off");
         phone("set delay 5");
-        reconnect(person); // the port is free again
+        phone("set silent off");
+        letLineSettle(); // what is answered now was asked by the cancelled dial
+        reconnect(person);
         disconnect(person);
     });
 }
