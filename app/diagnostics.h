@@ -42,6 +42,6 @@ void logMessage(const LogItem &function, const LogItem &message);
 void logError(const LogItem &function, const LogItem &message);
 
 /// Prints a diagnostic of the serial link or the device rescan to standard
-/// output, and into the message log. These have never gone to the debug stream.
+/// output, and into the message log. They do not go to the debug stream.
 /// printf format.
 void printDiagnostic(const char *format, ...) Q_ATTRIBUTE_FORMAT_PRINTF(1, 2);

@@ -28,23 +28,15 @@ void raise(QWidget *window)
 
 void bringToFront(QWidget *mainWindow)
 {
-    QWidget *front = nullptr;
-    if (isOwnWindow(mainWindow)) {
+    QWidget *front = mainWindow;
+    if (isOwnWindow(mainWindow))
         raise(mainWindow);
-        front = mainWindow;
-    }
     const QWidgetList windows = QApplication::topLevelWidgets();
     for (QWidget *window : windows) {
         if (window == mainWindow || !isOwnWindow(window))
             continue;
         raise(window);
         front = window;
-    }
-    if (!front) {
-        // Closed while the system's dial dialog is up.
-        mainWindow->show();
-        raise(mainWindow);
-        front = mainWindow;
     }
     if (QWidget *modal = QApplication::activeModalWidget())
         front = modal;

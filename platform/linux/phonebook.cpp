@@ -85,7 +85,7 @@ QString PhoneBook::fileName(const EntryName &entry) const
             name +=
                 QString("%%1").arg(static_cast<unsigned char>(character), 2, 16, QLatin1Char('0'));
     }
-    // Root's entries are those that every earlier version has made.
+    // Root's entries bear no number.
     if (entry.owner != 0)
         name += ownerMark + QString::number(entry.owner);
     return entry.name.isEmpty() || name.size() > LongestFileName ? QString() : name;

@@ -42,7 +42,6 @@ public:
         m_paths.pppd = QCoreApplication::applicationDirPath() + "/standin/pppd";
         m_paths.drivers = "/drivers";
         useHelperStandIn(&m_paths);
-        qputenv("STANDIN_RUN", m_paths.run.toLocal8Bit());
         qputenv("STANDIN_ARGUMENTS", m_folder->filePath("arguments").toLocal8Bit());
         qputenv("STANDIN_DESCRIPTORS", m_folder->filePath("descriptors").toLocal8Bit());
         plan("");

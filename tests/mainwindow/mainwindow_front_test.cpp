@@ -62,7 +62,6 @@ private slots:
     void aBoxOverTheWizardStaysInFront();
     void aDialogOfTheWindowIsLeftToIt();
     void anOpenListIsNoWindow();
-    void aClosedWindowIsShownAgain();
 
 private:
     std::unique_ptr<TestSettings> m_settings;
@@ -159,17 +158,6 @@ void MainWindowFrontTest::anOpenListIsNoWindow()
     bringToFront(window.get());
     QCOMPARE(watch.raised, QStringList({"MainWindow"}));
     QApplication::activePopupWidget()->close();
-}
-
-// The system's dial dialog on Windows is no window of the toolkit, and the
-// program lives on while it is up.
-void MainWindowFrontTest::aClosedWindowIsShownAgain()
-{
-    const auto window = m_bench->windowInState("connected");
-    window->close();
-    bringToFront(window.get());
-    QVERIFY(window->isVisible());
-    QTRY_COMPARE(QApplication::activeWindow(), window.get());
 }
 
 QTEST_MAIN(MainWindowFrontTest)

@@ -78,8 +78,7 @@ private:
     void waitForDisconnected(Person &person, const QString &picture);
     /// The program as that user, on a display that is open to all.
     void startAs(Person &person, const QString &user);
-    /// What a member of dip and dialout is refused while the link of that entry is
-    /// up.
+    /// What a member of dip and dialout is refused while that entry's link is up.
     void anotherUserMayNot(const QString &entry);
     std::unique_ptr<Person> m_person;
     bool m_hasFailed = false;
