@@ -6,6 +6,7 @@
 #include "platform/linux/helper/service.h"
 #include "platform/linux/ownership.h"
 
+#include <QDir>
 #include <QString>
 
 #include <csignal>
@@ -60,8 +61,14 @@ int main(int argc, char *argv[])
     const platform::Program program = programIdentity();
     SystemPaths paths = SystemPaths::ofThisSystem(program);
     paths.user = user;
-    for (const QString &path : {paths.helper, paths.pppd, paths.drivers + "/DialPhone",
-                                paths.drivers + "/InstallDriver"}) {
+    // What lies in the drivers' folder is run as root, or becomes a rule of the system.
+    QStringList files{paths.helper, paths.pppd, paths.drivers + "/DialPhone",
+                      paths.drivers + "/InstallDriver"};
+    for (const QString &name :
+         QDir(paths.drivers)
+             .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot))
+        files += paths.drivers + '/' + name;
+    for (const QString &path : std::as_const(files)) {
         if (!isOnlyRoots(path)) {
             std::fprintf(stderr, "tolvane-dialler-helper: others than root can change %s\n",
                          qPrintable(path));

@@ -1,5 +1,8 @@
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <unistd.h>
@@ -13,21 +16,22 @@ private slots:
     void whoMayNotStartIt_data();
     void whoMayNotStartIt();
     void anOrdinaryUserMayNotStartIt();
+    void everyDriverFileIsRootsAlone();
 
 private:
+    static QString ownFolder() { return QCoreApplication::applicationDirPath(); }
+    static constexpr char helperName[] = "/tolvane-dialler-helper";
+
     /// What it says when it is started so, with its exit status.
     static QString startedWith(const QStringList &arguments, const QString &asker,
-                               const QStringList &before = {})
+                               const QStringList &before = {}, const QString &folder = ownFolder())
     {
         QProcess process;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         if (!asker.isNull())
             environment.insert("PKEXEC_UID", asker);
         process.setProcessEnvironment(environment);
-        const QStringList command =
-            before +
-            QStringList(QCoreApplication::applicationDirPath() + "/tolvane-dialler-helper") +
-            arguments;
+        const QStringList command = before + QStringList(folder + helperName) + arguments;
         process.start(command.first(), command.mid(1));
         process.closeWriteChannel();
         process.waitForFinished();
@@ -82,6 +86,25 @@ void HelperProgramTest::anOrdinaryUserMayNotStartIt()
     if (said.contains("ermission denied"))
         QSKIP("The ordinary user may not read the build folder.");
     QVERIFY2(said.startsWith("1 ") && said.contains("started by pkexec"), qPrintable(said));
+}
+
+// The rules there become rules of the system.
+void HelperProgramTest::everyDriverFileIsRootsAlone()
+{
+    if (::geteuid() != 0)
+        QSKIP("Only root's files pass.");
+    const QTemporaryDir folder;
+    QVERIFY(QFile::copy(ownFolder() + helperName, folder.path() + helperName));
+    QVERIFY(QDir(folder.path()).mkdir("drivers"));
+    QFile rules(folder.filePath("drivers/70-phone.rules"));
+    QVERIFY(rules.open(QIODevice::WriteOnly));
+    const auto own = QFile::ReadOwner | QFile::WriteOwner;
+    QVERIFY(rules.setPermissions(own));
+    const QString good = startedWith({"set-up"}, "1000", {}, folder.path());
+    QVERIFY2(good.startsWith("0 ") && good.contains("ready"), qPrintable(good));
+    QVERIFY(rules.setPermissions(own | QFile::WriteGroup));
+    const QString bad = startedWith({"set-up"}, "1000", {}, folder.path());
+    QVERIFY2(bad.startsWith("1 ") && bad.contains(rules.fileName()), qPrintable(bad));
 }
 
 QTEST_GUILESS_MAIN(HelperProgramTest)

@@ -77,6 +77,7 @@ class PhoneLineTest : public QObject
 private slots:
     void dials_data();
     void dials();
+    void aLineThatIsTooLongIsCut();
     void leavesWhatFollowsConnect();
     void aSilentPhoneAndASilentNetworkAreTold();
     void numbers();
@@ -117,6 +118,14 @@ void PhoneLineTest::dials()
     PhoneLine line(phone.line(), phone.line());
     QCOMPARE(QString::fromStdString(line.dial("*99#", 5, 5)), result);
     QCOMPARE(phone.wrongCommand(), QByteArray());
+}
+
+void PhoneLineTest::aLineThatIsTooLongIsCut()
+{
+    const QByteArray answer = "CONNECT " + QByteArray(10000, 'x');
+    const ScriptedPhone phone({{"AT", "\r\nOK\r\n"}, {"ATD1", "\r\n" + answer + "\r\n"}}, false);
+    PhoneLine line(phone.line(), phone.line());
+    QCOMPARE(QByteArray::fromStdString(line.dial("1", 5, 5)), answer.left(PhoneLine::LongestLine));
 }
 
 void PhoneLineTest::leavesWhatFollowsConnect()

@@ -83,10 +83,12 @@ PhoneLine::Reading PhoneLine::readLine(long long deadline, std::string *line)
             return Reading::Gone;
         if (character == '\n')
             return Reading::Line;
-        if (character != '\r')
+        if (character == '\r') {
+            if (line->rfind("AT", 0) == 0)
+                line->clear(); // the command's echo
+        } else if (line->size() < LongestLine) {
             *line += character;
-        else if (line->rfind("AT", 0) == 0)
-            line->clear(); // the command's echo
+        }
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace dialphone {
@@ -15,6 +16,8 @@ inline constexpr char LineHungUp[] = "HANGUP";       ///< the line is gone
 class PhoneLine
 {
 public:
+    static constexpr std::size_t LongestLine = 500; ///< bytes
+
     PhoneLine(int input, int output);
 
     /// Dials a data call. Returns the phone's own answer, "CONNECT 115200" or
@@ -26,8 +29,8 @@ public:
 private:
     bool send(const std::string &command);
     enum class Reading { Line, Late, Gone };
-    /// Reads one line, without its end characters. Late after the deadline,
-    /// Gone when the other side hung up.
+    /// Reads one line, without its end characters and without what it has beyond
+    /// LongestLine. Late after the deadline, Gone when the other side hung up.
     Reading readLine(long long deadline, std::string *line);
     std::string waitForResult(int seconds, const char *whenLate);
 
