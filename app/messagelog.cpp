@@ -58,9 +58,16 @@ public:
 
     void add(const QByteArray &text)
     {
+        // The toolkit says here that there is no thread to be had.
+        thread_local bool isStarting = false;
+        if (isStarting)
+            return;
         const qint64 now = QDateTime::currentMSecsSinceEpoch();
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_finishing || !startThread())
+        isStarting = true;
+        const bool runs = !m_finishing && startThread();
+        isStarting = false;
+        if (!runs)
             return;
         if (m_waitingBytes + text.size() > MostWaiting) {
             ++m_lost;

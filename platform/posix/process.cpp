@@ -47,15 +47,6 @@ std::vector<QByteArray> splitCommandLine(const QString &line)
     return arguments;
 }
 
-std::vector<char *> pointers(std::vector<QByteArray> *texts)
-{
-    std::vector<char *> result;
-    for (QByteArray &text : *texts)
-        result.push_back(text.data());
-    result.push_back(nullptr);
-    return result;
-}
-
 DWORD spawnError(int number)
 {
     if (number == ENOEXEC)
@@ -127,6 +118,15 @@ private:
 };
 
 } // namespace
+
+std::vector<char *> pointers(std::vector<QByteArray> *texts)
+{
+    std::vector<char *> result;
+    for (QByteArray &text : *texts)
+        result.push_back(text.data());
+    result.push_back(nullptr);
+    return result;
+}
 
 std::vector<QByteArray> ownEnvironment()
 {

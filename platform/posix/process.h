@@ -25,6 +25,10 @@ using Environment = std::function<std::vector<QByteArray>()>;
 void provideProcess(Platform *platform, const std::shared_ptr<Handles> &handles,
                     const ProgramPath &programPath, const Environment &environment);
 
+/// The texts in the form that the system takes arguments and variables in, with a
+/// null pointer at the end. Valid as long as the texts are and do not change.
+std::vector<char *> pointers(std::vector<QByteArray> *texts);
+
 /// This process's own variables.
 std::vector<QByteArray> ownEnvironment();
 

@@ -41,6 +41,7 @@ private slots:
     void fullDisk();
     void folderThatDoesNotAnswer_data();
     void folderThatDoesNotAnswer();
+    void noThreadToBeHad();
     void theDiskIsBack();
 
 private:
@@ -317,6 +318,19 @@ void MessageLogTest::folderThatDoesNotAnswer()
     // The end waits a quarter of a second, and this may be a slow machine.
     QVERIFY(times[1].toInt() >= 200);
     QVERIFY(times[1].toInt() < 2000);
+}
+
+// The toolkit says so in a message, which comes to the log, too.
+void MessageLogTest::noThreadToBeHad()
+{
+    if (QSysInfo::kernelType() == "winnt")
+        QSKIP("needs a limit for the size of stacks");
+    // A thread's stack of 200 terabytes: no address space holds one.
+    const Run result = run("kinds", {}, "ulimit -s 200000000000;");
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY(result.errors.contains("Thread creation error"));
+    QVERIFY(result.errors.contains("A warning"));
+    QVERIFY(!QFileInfo::exists(m_log));
 }
 
 void MessageLogTest::theDiskIsBack()

@@ -1,5 +1,7 @@
 #include "platform/linux/helper/client.h"
 
+#include "platform/posix/process.h"
+
 #include <QFile>
 
 #include <cerrno>
@@ -40,11 +42,7 @@ public:
         std::vector<QByteArray> words;
         for (const QString &word : helperCommand(paths, role))
             words.push_back(QFile::encodeName(word));
-        std::vector<char *> arguments;
-        arguments.reserve(words.size() + 1);
-        for (QByteArray &word : words)
-            arguments.push_back(word.data());
-        arguments.push_back(nullptr);
+        const std::vector<char *> arguments = pointers(&words);
 
         posix_spawn_file_actions_t actions;
         ::posix_spawn_file_actions_init(&actions);

@@ -3,6 +3,7 @@
 #include "platform/linux/activelinks.h"
 #include "platform/linux/helper/protocol.h"
 #include "platform/linux/pppdresult.h"
+#include "platform/posix/process.h"
 
 #include <QFile>
 
@@ -36,11 +37,7 @@ constexpr int LongestMessage = 1000; // bytes of one line of pppd's
 int start(const QByteArray &pppd, std::vector<QByteArray> words, int messages, pid_t *process)
 {
     words.insert(words.begin(), pppd);
-    std::vector<char *> arguments;
-    arguments.reserve(words.size() + 1);
-    for (QByteArray &word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
+    const std::vector<char *> arguments = pointers(&words);
 
     posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
