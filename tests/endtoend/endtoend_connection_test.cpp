@@ -360,7 +360,7 @@ void EndToEndConnectionTest::newConnectionFromEveryState()
     onPreparedPc("new-connection", [](Session &session) {
         const auto thereAndBack = [&session](Face face) {
             const WindowId window = session.mainWindow();
-            expect(session.shows(face), "Another state than expected");
+            session.waitForFace(face);
             session.desktop.press("ctrl+n");
             const WindowId wizard = session.wizard();
             const QString owner = session.desktop.property(wizard, "WM_TRANSIENT_FOR");

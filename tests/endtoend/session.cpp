@@ -258,8 +258,14 @@ void Session::learnFace(Face which)
     QImage seen;
     waitFor("A new text on the button", [&] {
         seen = face();
-        const bool empty = countPixels(seen, isInk) == 0;
-        return !empty && !m_faces.values().contains(seen) && face() == seen;
+        const bool known = std::any_of(m_faces.cbegin(), m_faces.cend(), [&seen](const QImage &one) {
+            return looksLike(seen, one);
+        });
+        // Writing leaves most of its ground free; a window without its first
+        // painting need not.
+        const int ink = countPixels(seen, isInk);
+        const bool written = ink > 0 && ink * 2 < seen.width() * seen.height();
+        return written && !known && face() == seen;
     });
     m_faces.insert(which, seen);
 }
