@@ -78,10 +78,10 @@ Desktop::Desktop(const QString &artefacts, double scale)
     m_display.setStandardErrorFile(m_folder.filePath("display.log"));
     // On white (-wr): a window that is there but not painted yet shows what is
     // below it, and that must not be taken for writing.
-    m_display.start("Xvfb", {"-displayfd", "1", "-screen", "0",
-                             QString("%1x%2x24").arg(ScreenWidth).arg(ScreenHeight), "-wr",
-                             "-fbdir", m_frameBuffer, "-dpi", "96", "-nolisten", "tcp",
-                             "-noreset"});
+    m_display.start("Xvfb",
+                    {"-displayfd", "1", "-screen", "0",
+                     QString("%1x%2x24").arg(ScreenWidth).arg(ScreenHeight), "-wr", "-fbdir",
+                     m_frameBuffer, "-dpi", "96", "-nolisten", "tcp", "-noreset"});
     expect(m_display.waitForStarted(), "Xvfb cannot be started: " + m_display.errorString());
     QByteArray number;
     waitFor("A virtual display", [&] {

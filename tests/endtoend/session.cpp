@@ -258,9 +258,8 @@ void Session::learnFace(Face which)
     QImage seen;
     waitFor("A new text on the button", [&] {
         seen = face();
-        const bool known = std::any_of(m_faces.cbegin(), m_faces.cend(), [&seen](const QImage &one) {
-            return looksLike(seen, one);
-        });
+        const bool known = std::any_of(m_faces.cbegin(), m_faces.cend(),
+                                       [&seen](const QImage &one) { return looksLike(seen, one); });
         // Writing leaves most of its ground free; a window without its first
         // painting need not.
         const int ink = countPixels(seen, isInk);

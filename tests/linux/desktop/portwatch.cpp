@@ -1,7 +1,7 @@
 #include "tests/linux/desktop/portwatch.h"
 
 #include "tests/desktop/waiting.h"
-#include "tests/linux/uml/guestsystem.h"
+#include "tests/linux/guest/guestsystem.h"
 
 #include <QDir>
 #include <QFile>

@@ -7,9 +7,9 @@
 
 #include "tests/desktop/waiting.h"
 #include "tests/linux/desktop/portwatch.h"
-#include "tests/linux/uml/guestsystem.h"
-#include "tests/linux/uml/person.h"
-#include "tests/linux/uml/phone.h"
+#include "tests/linux/guest/guestsystem.h"
+#include "tests/linux/guest/person.h"
+#include "tests/linux/guest/phone.h"
 
 #include <QClipboard>
 #include <QDir>
@@ -115,9 +115,7 @@ void DesktopScenarios::scenario(const std::function<void(Person &)> &body)
     try {
         body(*m_person);
     } catch (const NotAsExpected &error) {
-        m_person->desktop.keepPicture("failure");
-        std::fputs(qPrintable(runInGuest("ps", {"axfww", "-o", "pid,user,stat,etime,args"})),
-                   stderr);
+        m_person->recordFailure();
         QFAIL(error.what());
     }
 }
@@ -171,17 +169,7 @@ void DesktopScenarios::setUp(Person &person)
     if (setting("NoOfDialups").toInt() == 1)
         return;
     plugPhone(true);
-    person.startProgram();
-    person.waitForWindow(wizardTitle);
-    person.desktop.keepPicture("wizard");
-    person.desktop.press("Return"); // Next
-    waitFor("The set-up", [] { return setting("NoOfDialups").toInt() == 1; });
-    person.desktop.keepPicture("set-up-done");
-    person.desktop.press("Return"); // Finish
-    person.desktop.waitForNoWindow(wizardTitle);
-    person.waitForWindow(mainTitle);
-    person.desktop.keepPicture("main-window");
-    person.endProgram();
+    person.setUp();
 }
 
 void DesktopScenarios::connectWithProgram(Person &person)

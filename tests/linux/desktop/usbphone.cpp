@@ -2,7 +2,7 @@
 // which passes commands on to it (see boot).
 
 #include "tests/desktop/waiting.h"
-#include "tests/linux/uml/phone.h"
+#include "tests/linux/guest/phone.h"
 
 #include <QFile>
 

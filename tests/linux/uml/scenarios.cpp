@@ -4,9 +4,9 @@
 
 #include "platform/linux/configmanager.h"
 #include "tests/desktop/waiting.h"
-#include "tests/linux/uml/guestsystem.h"
-#include "tests/linux/uml/person.h"
-#include "tests/linux/uml/phone.h"
+#include "tests/linux/guest/guestsystem.h"
+#include "tests/linux/guest/person.h"
+#include "tests/linux/guest/phone.h"
 #include "tests/linux/uml/serialphone.h"
 
 #include <QClipboard>
@@ -91,10 +91,7 @@ void LinuxScenarios::scenario(const std::function<void(Person &)> &body)
     try {
         body(*m_person);
     } catch (const NotAsExpected &error) {
-        m_person->desktop.keepPicture("failure");
-        std::fputs(
-            qPrintable(runInGuest("ps", {"axfww", "-o", "pid,user,stat,wchan:24,etime,args"})),
-            stderr);
+        m_person->recordFailure();
         QFAIL(error.what());
     }
 }
@@ -129,17 +126,7 @@ void LinuxScenarios::firstRun(Person &person)
 {
     m_before = networkState();
     expect(m_before.contains(defaultRoute), "There is no route that could be taken away");
-    person.startProgram();
-    person.waitForWindow(wizardTitle);
-    person.desktop.keepPicture("wizard");
-    person.desktop.press("Return"); // Next
-    waitFor("The set-up", [] { return setting("NoOfDialups").toInt() == 1; });
-    person.desktop.keepPicture("set-up-done");
-    person.desktop.press("Return"); // Finish
-    person.desktop.waitForNoWindow(wizardTitle);
-    person.waitForWindow(mainTitle);
-    person.desktop.keepPicture("main-window");
-    person.endProgram();
+    person.setUp();
 
     const int port = setting("CurrentPort").toInt();
     expect(port == 1, QString("The port is COM%1").arg(port));

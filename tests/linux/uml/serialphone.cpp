@@ -1,8 +1,8 @@
 #include "tests/linux/uml/serialphone.h"
 
 #include "tests/desktop/waiting.h"
-#include "tests/linux/uml/guestsystem.h"
-#include "tests/linux/uml/phone.h"
+#include "tests/linux/guest/guestsystem.h"
+#include "tests/linux/guest/phone.h"
 
 #include <QFile>
 

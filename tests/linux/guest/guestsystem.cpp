@@ -1,4 +1,4 @@
-#include "tests/linux/uml/guestsystem.h"
+#include "tests/linux/guest/guestsystem.h"
 
 #include "tests/desktop/waiting.h"
 

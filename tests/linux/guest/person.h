@@ -23,6 +23,9 @@ public:
     void startProgram(const QStringList &command = {"tolvane-dialler"});
     /// Nothing when it was not started.
     void endProgram();
+    /// Starts the program for the first time, goes through its wizard by keyboard
+    /// and ends it.
+    void setUp();
     void waitForProgramEnd() const;
     /// What the program wrote to its debug stream since it was started.
     QByteArray log() const;
@@ -43,6 +46,9 @@ public:
     /// Waits for the dialog, whose dial fails with that number and these words,
     /// and leaves it.
     void dialInVain(const QString &picture, const QString &words, int error);
+
+    /// Leaves a picture of the screen and a list of what runs.
+    void recordFailure();
 
 private:
     QString m_log;

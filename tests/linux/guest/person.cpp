@@ -1,8 +1,10 @@
-#include "tests/linux/uml/person.h"
+#include "tests/linux/guest/person.h"
 
 #include "tests/desktop/waiting.h"
-#include "tests/linux/uml/guestsystem.h"
-#include "tests/linux/uml/phone.h"
+#include "tests/linux/guest/guestsystem.h"
+#include "tests/linux/guest/phone.h"
+
+#include <cstdio>
 
 namespace {
 
@@ -30,6 +32,21 @@ void Person::endProgram()
 {
     if (m_program)
         m_program->end();
+}
+
+void Person::setUp()
+{
+    startProgram();
+    waitForWindow(wizardTitle);
+    desktop.keepPicture("wizard");
+    desktop.press("Return"); // Next
+    waitFor("The set-up", [] { return setting("NoOfDialups").toInt() == 1; });
+    desktop.keepPicture("set-up-done");
+    desktop.press("Return"); // Finish
+    desktop.waitForNoWindow(wizardTitle);
+    waitForWindow(mainTitle);
+    desktop.keepPicture("main-window");
+    endProgram();
 }
 
 void Person::waitForProgramEnd() const
@@ -109,4 +126,11 @@ void Person::dialInVain(const QString &picture, const QString &words, int error)
     expect(!isLinkUp(), "There is a link");
     desktop.press("Escape");
     desktop.waitForNoWindow(dialTitle);
+}
+
+void Person::recordFailure()
+{
+    desktop.keepPicture("failure");
+    std::fputs(qPrintable(runInGuest("ps", {"axfww", "-o", "pid,user,stat,wchan:24,etime,args"})),
+               stderr);
 }
