@@ -181,8 +181,9 @@ private:
     bool change()
     {
         if (has("built-in")) {
+            warnOfVanishing(listWithoutOwn().list);
             const QString problem = removeStoredList(m_scope);
-            return problem.isEmpty() ? warnOfVanishing() : hasFailed(problem);
+            return problem.isEmpty() || hasFailed(problem);
         }
         if (!hasOneOf({"set", "import", "add", "remove"}))
             return true;
@@ -191,8 +192,9 @@ private:
             return false;
         if (list.isEmpty())
             return hasFailed("The list would be empty. --built-in brings the built-in one back.");
+        warnOfVanishing(list);
         const QString problem = storeList(m_scope, list);
-        return problem.isEmpty() ? warnOfVanishing() : hasFailed(problem);
+        return problem.isEmpty() || hasFailed(problem);
     }
 
     /// What the list is before single operators are removed and added.
@@ -255,17 +257,14 @@ private:
         return true;
     }
 
-    bool warnOfVanishing()
+    void warnOfVanishing(const QVariantMap &list)
     {
         // Whom the presets are for, and what they have chosen, is not known here.
-        if (m_scope == Scope::System)
-            return true;
-        const QString vanished = vanishingOperator(storedList(m_scope).list);
-        if (!vanished.isEmpty())
-            warn(QString("\"%1\" was chosen in the main window and is not in the list any more. "
-                         "Choose another operator there.")
-                     .arg(vanished));
-        return true;
+        const QString vanishing = m_scope == Scope::User ? vanishingOperator(list) : QString();
+        if (!vanishing.isEmpty() && !list.isEmpty())
+            warn(QString("\"%1\" is chosen in the main window, and the list will not have it any "
+                         "more. \"%2\" will be chosen instead.")
+                     .arg(vanishing, list.firstKey()));
     }
 
     /// What was asked to be shown of the list.

@@ -38,6 +38,13 @@ QString change(Scope scope, const std::function<void(QSettings &)> &doChange)
     return settings->status() == QSettings::AccessError ? failed : QString();
 }
 
+/// These settings get that list.
+void forgetVanishingOperator(QSettings &settings, const QVariantMap &list)
+{
+    if (!vanishingOperator(list).isEmpty())
+        settings.remove(settingskeys::CurrentMobileOperator);
+}
+
 } // namespace
 
 StoredList storedList(Scope scope)
@@ -69,13 +76,18 @@ QString storeList(Scope scope, const QVariantMap &list)
         texts.insert(entry.key(), entry.value().toString());
     return change(scope, [&](QSettings &settings) {
         settings.setValue(settingskeys::MobileOperators, texts);
+        if (scope == Scope::User)
+            forgetVanishingOperator(settings, list);
     });
 }
 
 QString removeStoredList(Scope scope)
 {
-    return change(scope,
-                  [](QSettings &settings) { settings.remove(settingskeys::MobileOperators); });
+    return change(scope, [&](QSettings &settings) {
+        settings.remove(settingskeys::MobileOperators);
+        if (scope == Scope::User)
+            forgetVanishingOperator(settings, listWithoutOwn().list);
+    });
 }
 
 QString vanishingOperator(const QVariantMap &list)

@@ -5,7 +5,9 @@
 
 // The stored list of operators: the key "MobileOperators" of the settings that
 // the main program reads. Other keys are left alone, also when the main program
-// writes them at the same time. GUI thread.
+// writes them at the same time; but for an operator that was chosen there and is
+// not in the user's new list: without it the main program begins with the list's
+// first, with it it would connect with no access point name. GUI thread.
 
 enum class Scope {
     User,   // the settings of whoever runs this

@@ -329,9 +329,12 @@ QString OperatorsWindow::vanishingText(const QVariantMap &list)
     const QString name = vanishingOperator(list);
     if (name.isEmpty())
         return {};
-    return tr("\"%1\" is chosen in the main window, and the list will not have it any more. "
-              "Choose another operator there before you connect.")
-        .arg(name);
+    const QString text =
+        tr("\"%1\" is chosen in the main window, and the list will not have it any more.")
+            .arg(name);
+    if (list.isEmpty())
+        return text;
+    return text + ' ' + tr("\"%1\" will be chosen instead.").arg(list.firstKey());
 }
 
 bool OperatorsWindow::confirm(const QString &text, const QString &action)

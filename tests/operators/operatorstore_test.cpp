@@ -188,6 +188,19 @@ void OperatorStoreTest::vanishing()
     QSettings().setValue(settingskeys::CurrentMobileOperator, "Warid");
     QCOMPARE(vanishingOperator({{"Other", "x"}}), QString("Warid"));
     QCOMPARE(vanishingOperator({{"Warid", "x"}}), QString());
+    const auto chosen = [] {
+        return QSettings().value(settingskeys::CurrentMobileOperator).toString();
+    };
+    // The presets are everybody's, the choice is one user's.
+    QCOMPARE(storeList(Scope::System, {{"Other", "x"}}), QString());
+    QCOMPARE(chosen(), QString("Warid"));
+    QCOMPARE(storeList(Scope::User, {{"Warid", "x"}, {"Mine", "y"}}), QString());
+    QCOMPARE(chosen(), QString("Warid"));
+    QCOMPARE(removeStoredList(Scope::User), QString());
+    QCOMPARE(chosen(), QString());
+    QSettings().setValue(settingskeys::CurrentMobileOperator, "Other");
+    QCOMPARE(storeList(Scope::User, {{"Mine", "y"}}), QString());
+    QCOMPARE(chosen(), QString());
 }
 
 void OperatorStoreTest::damagedStore_data()

@@ -87,6 +87,7 @@ private slots:
     void packageInstalledWithThePhoneThere();
     void phonePluggedInAfterThePackage();
     void firstRunAndDial();
+    void personInBerlin();
     void otherNetworkComesUpAnewDuringACall();
     void networkEndsTheCall();
     void unpluggedWhileConnectedAndPluggedInElsewhere();
@@ -290,6 +291,39 @@ void DesktopScenarios::firstRunAndDial()
         person.desktop.moveMouseAway();
         person.desktop.keepPicture("connected");
         disconnect(person);
+    });
+}
+
+// The list begins with operators of another country.
+void DesktopScenarios::personInBerlin()
+{
+    scenario([this](Person &person) {
+        setUp(person);
+        person.startProgram({"env", "LANG=de_DE.UTF-8", "tolvane-operators"});
+        const WindowId window = person.waitForWindow(operatorsTitle);
+        person.desktop.press({"n", "e", "t", "z", "c", "l", "u", "b", "Down", "space"});
+        person.desktop.keepPicture("german-operator");
+        person.desktop.press("alt+v"); // Save
+        // The main window has begun with another operator: a box says what becomes of it.
+        waitFor("The box", [&] { return person.desktop.window(operatorsTitle) != window; });
+        person.desktop.waitForFocus(person.desktop.window(operatorsTitle));
+        person.desktop.keepPicture("german-operator-instead");
+        person.desktop.press("Return");
+        waitFor("The list", [] { return setting("MobileOperators").toMap().size() == 1; });
+        person.endProgram();
+
+        phone("accept-apn pinternet.interkom.de");
+        plugPhone(true);
+        person.startProgram();
+        person.waitForWindow(mainTitle);
+        person.dial(); // comes by itself at the end of the countdown
+        fetchPage();
+        person.desktop.moveMouseAway();
+        person.desktop.keepPicture("connected-in-berlin");
+        disconnect(person);
+        person.endProgram();
+        must("tolvane-operators", {"--built-in"});
+        phone("accept-apn internet,blweb,gpinternet");
     });
 }
 
