@@ -1,6 +1,5 @@
 #include "platform/linux/entries.h"
 
-#include "platform/linux/portlist.h"
 #include "platform/linux/setupapi.h"
 #include "platform/text.h"
 
@@ -41,7 +40,10 @@ DWORD DialUpEntries::write(const QString &name, const RasEntry &entry) const
         return ErrorInvalidParameter;
     QString node;
     QString stableNode; // stays empty without a phone
-    findLineOf(entry, &node, &stableNode);
+    QList<SerialPortDevice> ports;
+    // From now on the phone's number is kept.
+    if (presentSerialPorts(m_program, m_store.get(), &ports) == Success)
+        findLineOf(entry, ports, &node, &stableNode);
     return m_phoneBook.write(name, entry, stableNode);
 }
 
@@ -50,10 +52,16 @@ DWORD DialUpEntries::findLine(const QString &entryName, QString *node) const
     RasEntry entry;
     QString stableNode;
     const DWORD code = m_phoneBook.read(entryName, &entry);
-    return code == Success ? findLineOf(entry, node, &stableNode) : code;
+    if (code != Success)
+        return code;
+    QList<SerialPortDevice> ports;
+    if (presentSerialPorts(m_program, *m_store, &ports) != Success)
+        return RasErrorPortNotAvailable;
+    return findLineOf(entry, ports, node, &stableNode);
 }
 
-DWORD DialUpEntries::findLineOf(const RasEntry &entry, QString *node, QString *stableNode) const
+DWORD DialUpEntries::findLineOf(const RasEntry &entry, const QList<SerialPortDevice> &ports,
+                                QString *node, QString *stableNode) const
 {
     DeviceList list;
     if (readDevices(*m_store, &list) != Success)
@@ -66,10 +74,7 @@ DWORD DialUpEntries::findLineOf(const RasEntry &entry, QString *node, QString *s
     }
     if (portName.isEmpty())
         return RasErrorPortNotAvailable;
-    QList<SerialPortDevice> ports;
-    if (presentSerialPorts(m_program, m_store.get(), &ports) != Success)
-        return RasErrorPortNotAvailable;
-    for (const SerialPortDevice &port : std::as_const(ports)) {
+    for (const SerialPortDevice &port : ports) {
         if (QString("COM%1").arg(port.number) == portName) {
             *node = port.node;
             *stableNode = port.stableNode;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/linux/phonebook.h"
+#include "platform/linux/portlist.h"
 #include "platform/linux/statestore.h"
 #include "platform/standin/ras.h"
 
@@ -29,11 +30,12 @@ public:
 
     /// The line that an entry's modem is attached to, as it is now: 633 when the
     /// modem is not installed, 692 when its line is not there, or the code with
-    /// which the entry cannot be read.
+    /// which the entry cannot be read. Stores nothing and waits for nobody.
     DWORD findLine(const QString &entryName, QString *node) const;
 
 private:
-    DWORD findLineOf(const RasEntry &entry, QString *node, QString *stableNode) const;
+    DWORD findLineOf(const RasEntry &entry, const QList<SerialPortDevice> &ports, QString *node,
+                     QString *stableNode) const;
 
     const Program m_program;
     const std::shared_ptr<StateStore> m_store;

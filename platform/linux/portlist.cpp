@@ -149,17 +149,50 @@ bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers)
     return added;
 }
 
-DWORD presentSerialPorts(const Program &program, StateStore *store, QList<SerialPortDevice> *ports)
+namespace {
+
+/// The lines with their numbers, the stored ones and new ones.
+DWORD number(const Program &program, const StateStore &store, QList<SerialPortDevice> *ports,
+             bool *isAnyNew)
 {
     *ports = enumerate(program);
     QJsonObject content;
-    DWORD code = store->read(&content);
+    const DWORD code = store.read(&content);
     if (code != Success)
         return code;
     QJsonObject numbers = content.value("ports").toObject();
-    if (assignNumbers(ports, &numbers)) {
+    *isAnyNew = assignNumbers(ports, &numbers);
+    return Success;
+}
+
+void sort(QList<SerialPortDevice> *ports)
+{
+    std::sort(
+        ports->begin(), ports->end(),
+        [](const SerialPortDevice &a, const SerialPortDevice &b) { return a.number < b.number; });
+}
+
+} // namespace
+
+DWORD presentSerialPorts(const Program &program, const StateStore &store,
+                         QList<SerialPortDevice> *ports)
+{
+    bool isAnyNew = false;
+    const DWORD code = number(program, store, ports, &isAnyNew);
+    if (code == Success)
+        sort(ports);
+    return code;
+}
+
+DWORD presentSerialPorts(const Program &program, StateStore *store, QList<SerialPortDevice> *ports)
+{
+    bool isAnyNew = false;
+    DWORD code = number(program, *store, ports, &isAnyNew);
+    if (code != Success)
+        return code;
+    if (isAnyNew) {
         // Another program may have stored numbers since then. Those are kept.
-        const auto number = [ports, &program](QJsonObject *current) {
+        const auto renumber = [ports, &program](QJsonObject *current) {
             QList<SerialPortDevice> again = enumerate(program);
             QJsonObject stored = current->value("ports").toObject();
             const bool added = assignNumbers(&again, &stored);
@@ -167,15 +200,13 @@ DWORD presentSerialPorts(const Program &program, StateStore *store, QList<Serial
             *ports = again;
             return added;
         };
-        code = store->change(number);
+        code = store->change(renumber);
         // Numbers that cannot be stored (no rights, or a full disk) are found
         // again next time. A damaged store is reported.
         if (code == ErrorInvalidData)
             return code;
     }
-    std::sort(
-        ports->begin(), ports->end(),
-        [](const SerialPortDevice &a, const SerialPortDevice &b) { return a.number < b.number; });
+    sort(ports);
     return Success;
 }
 

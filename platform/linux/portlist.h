@@ -38,4 +38,8 @@ bool assignNumbers(QList<SerialPortDevice> *ports, QJsonObject *numbers);
 /// the store cannot be read. Any thread.
 DWORD presentSerialPorts(const Program &program, StateStore *store, QList<SerialPortDevice> *ports);
 
+/// The same without storing anything, so that nobody is waited for.
+DWORD presentSerialPorts(const Program &program, const StateStore &store,
+                         QList<SerialPortDevice> *ports);
+
 } // namespace platform::linuxsystem

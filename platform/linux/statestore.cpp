@@ -13,7 +13,10 @@
 
 namespace platform::linuxsystem {
 
-StateStore::StateStore(const QString &folder) : m_folder(folder) {}
+StateStore::StateStore(const QString &folder, std::chrono::milliseconds patience)
+    : m_folder(folder), m_patience(patience)
+{
+}
 
 QString StateStore::folder() const
 {
@@ -45,7 +48,7 @@ DWORD StateStore::change(const std::function<bool(QJsonObject *)> &function)
         return code;
     // Only administrators may open the lock file: whoever holds the lock blocks
     // everybody else.
-    const FileLock lock(m_folder + "/state.lock", 0600);
+    const FileLock lock(m_folder + "/state.lock", 0600, m_patience);
     if (lock.error() != 0)
         return errorFromErrno(lock.error());
     QJsonObject content;

@@ -5,6 +5,7 @@
 #include "platform/linux/seriallock.h"
 #include "platform/linux/statestore.h"
 #include "platform/newdev.h"
+#include "platform/posix/filelock.h"
 #include "platform/standin/devices.h"
 #include "platform/standin/lasterror.h"
 #include "platform/text.h"
@@ -18,6 +19,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <chrono>
 #include <memory>
 #include <thread>
 
@@ -50,6 +52,7 @@ private slots:
     void announcedLinesAreInUse();
     void whatIsNoLockFileIsNoLock();
     void twoChangesAtOnceBothLast();
+    void aChangeDoesNotWaitForEver();
     void theStoreIsEveryonesToRead();
     void aStoreThatMayNotBeReadIsNotEmpty();
 
@@ -316,6 +319,27 @@ void SystemTest::twoChangesAtOnceBothLast()
     QJsonObject content;
     QCOMPARE(StateStore(folder).read(&content), DWORD(Success));
     QCOMPARE(content.size(), 100);
+}
+
+/// A helper that was stopped in the middle would stop everybody else.
+void SystemTest::aChangeDoesNotWaitForEver()
+{
+    const QString folder = m_folder->filePath("state");
+    StateStore store(folder, std::chrono::milliseconds(100));
+    QCOMPARE(store.change([](QJsonObject *) { return true; }), DWORD(Success));
+    bool wasCalled = false;
+    const auto change = [&wasCalled](QJsonObject *) {
+        wasCalled = true;
+        return true;
+    };
+    {
+        const FileLock other(folder + "/state.lock", 0600);
+        QCOMPARE(other.error(), 0);
+        QCOMPARE(store.change(change), DWORD(ErrorGenFailure));
+        QVERIFY(!wasCalled);
+    }
+    QCOMPARE(store.change(change), DWORD(Success));
+    QVERIFY(wasCalled);
 }
 
 void SystemTest::theStoreIsEveryonesToRead()
