@@ -16,6 +16,7 @@ namespace platform::linuxsystem {
 namespace {
 
 const char recordMark[] = "# record ";
+const char connectOption[] = "connect ";
 const char ownerMark[] = "@";        // in no encoded name
 constexpr int LongestFileName = 240; // "ppp-" and ".pid" go around it
 
@@ -46,6 +47,29 @@ QByteArray shellWord(const QByteArray &text)
     return "'" + word + "'";
 }
 
+QByteArray connectLine(const QString &program)
+{
+    return connectOption + optionWord(shellWord(QFile::encodeName(program)));
+}
+
+/// The program of a line that connectLine() makes; empty for any other command,
+/// of which nobody can tell what it runs.
+QString programOf(const QByteArray &line)
+{
+    QByteArray text;
+    for (qsizetype i = sizeof connectOption; i + 1 < line.size(); ++i) {
+        if (line.at(i) == '\\')
+            ++i;
+        text += line.at(i);
+    }
+    const QByteArray quote = "'";
+    if (text.size() < 2 || !text.startsWith(quote) || !text.endsWith(quote))
+        return {};
+    text = text.mid(1, text.size() - 2).replace("'\\''", quote);
+    const QString program = QFile::decodeName(text);
+    return connectLine(program) == line ? program : QString();
+}
+
 QByteArray numberOf(const RasEntry &entry)
 {
     return fromField(entry.szLocalPhoneNumber).toLatin1();
@@ -64,7 +88,8 @@ PhoneBook::PhoneBook(const Program &program, const SystemPaths &paths)
       m_peers(paths.peers),
       m_records(paths.state + "/entries"),
       m_dialProgram(paths.drivers + "/DialPhone"),
-      m_owner(paths.user)
+      m_owner(paths.user),
+      m_trusted(paths.trusted)
 {
 }
 
@@ -141,7 +166,7 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry, const QS
     if (name.isEmpty() || !isDialable(fromField(entry.szLocalPhoneNumber)))
         return ErrorInvalidParameter;
     // pppd runs that program with root's rights.
-    if (!isOnlyRoots(m_dialProgram))
+    if (!isOnlyRoots(m_dialProgram, m_trusted))
         return ErrorAccessDenied;
     const QDir folder(m_records);
     for (const QString &other : folder.entryList({m_filePrefix + '*'}, QDir::Files)) {
@@ -157,10 +182,26 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry, const QS
     return code == Success ? replaceFile(folder.filePath(name), recordOf(entry), 0644) : code;
 }
 
-bool PhoneBook::hasPeer(const QString &entryName) const
+PhoneBook::Peer PhoneBook::peer(const QString &entryName, QString *changeable) const
 {
     const QString name = fileName(entryName);
-    return !name.isEmpty() && QFileInfo(m_peers + '/' + name).isFile();
+    QFile file(m_peers + '/' + name);
+    if (name.isEmpty() || !QFileInfo(file).isFile())
+        return Peer::Missing;
+    *changeable = file.fileName();
+    if (!isOnlyRoots(*changeable, m_trusted) || !file.open(QIODevice::ReadOnly))
+        return Peer::Changeable;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (!line.startsWith(connectOption))
+            continue;
+        const QString program = programOf(line);
+        if (!isOnlyRoots(program, m_trusted)) {
+            *changeable = program.isEmpty() ? QString::fromLocal8Bit(line) : program;
+            return Peer::Changeable;
+        }
+    }
+    changeable->clear();
+    return Peer::Good;
 }
 
 void PhoneBook::forget(const QString &entryName) const
@@ -184,7 +225,7 @@ QByteArray PhoneBook::peerOf(const QByteArray &link, const RasEntry &entry,
     if (!device.isEmpty())
         text += optionWord(QFile::encodeName(device)) + '\n';
     text += "linkname " + optionWord(link) + '\n';
-    text += "connect " + optionWord(shellWord(QFile::encodeName(m_dialProgram))) + '\n';
+    text += connectLine(m_dialProgram) + '\n';
     // The dialling program gets the number from its environment, where no shell
     // reads it. A number from the dial dialog comes as DIAL_NUMBER and is
     // preferred.

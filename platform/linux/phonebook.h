@@ -47,8 +47,16 @@ public:
     /// no folder for peers or an entry of this user is damaged.
     DWORD write(const QString &entryName, const RasEntry &entry, const QString &device) const;
 
-    /// Whether pppd has its part of an entry. Only root may ask.
-    bool hasPeer(const QString &entryName) const;
+    /// What pppd has of an entry.
+    enum class Peer {
+        Good,
+        Missing,
+        Changeable, ///< others than root can change it, or the program that dials
+    };
+    /// The program that dials is the one that the entry names: it may have been
+    /// made by an earlier version or by a copy elsewhere. The path that others can
+    /// change is told. Only root may ask.
+    Peer peer(const QString &entryName, QString *changeable) const;
 
     /// Takes away the record of an entry that pppd does not have.
     void forget(const QString &entryName) const;
@@ -65,6 +73,7 @@ private:
     QString m_records;
     QString m_dialProgram;
     uid_t m_owner;
+    TrustedPlaces m_trusted;
 };
 
 /// Whether a number holds only what a modem dials: digits, * # + , and the

@@ -50,6 +50,12 @@ bool PppdDialler::isRunning() const
 
 void PppdDialler::start()
 {
+    if (m_helper.isEmpty()) {
+        emit failed({ErrorAccessDenied,
+                     tr("Others than the administrator can change this copy of the program. "
+                        "Install the package and use that.")});
+        return;
+    }
     const Target target = m_findTarget();
     if (target.code != Success) {
         emit failed(failureOf(target.code));

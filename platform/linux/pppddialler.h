@@ -28,7 +28,8 @@ public:
     /// last one.
     using TargetFinder = std::function<Target()>;
 
-    /// The command starts a helper that may dial: helper/client.h.
+    /// The command starts a helper that may dial: helper/client.h. Without one each
+    /// dial fails with 5.
     PppdDialler(const QStringList &helper, const QString &number, TargetFinder findTarget);
     ~PppdDialler() override;
 

@@ -71,8 +71,7 @@ public:
     {
         if (m_helper->isNeeded())
             return m_helper->ask(Role::SetUp, storeInfRequest(fileName, content));
-        const DWORD code = makeFolder(infFolder());
-        return code == Success ? replaceFile(infFolder() + '/' + fileName, content, 0644) : code;
+        return linuxsystem::writeInf(*m_store, fileName, content);
     }
 
     /// The driver packages for Linux serve every processor alike.
@@ -120,6 +119,13 @@ void provideDeviceInstallation(Platform *platform, const Program &program,
 QString infFolderOf(const StateStore &store)
 {
     return store.folder() + "/inf";
+}
+
+DWORD writeInf(const StateStore &store, const QString &fileName, const QByteArray &content)
+{
+    const QString folder = infFolderOf(store);
+    const DWORD code = makeFolder(folder);
+    return code == Success ? replaceFile(folder + '/' + fileName, content, 0644) : code;
 }
 
 DWORD readDevices(const StateStore &store, DeviceList *list)

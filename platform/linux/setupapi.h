@@ -11,6 +11,10 @@ class StateStore;
 /// The folder of the INF store.
 QString infFolderOf(const StateStore &store);
 
+/// Writes a file of the INF store, all of it or nothing. Success, 5 without the
+/// rights, 31 for a disk that is full or read-only.
+DWORD writeInf(const StateStore &store, const QString &fileName, const QByteArray &content);
+
 /// The root-enumerated devices that the state store keeps. Success, 13 when
 /// they are damaged, or the code with which the store cannot be read.
 DWORD readDevices(const StateStore &store, DeviceList *list);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/ownership.h"
 #include "platform/program.h"
 
 #include <QString>
@@ -31,6 +32,8 @@ struct SystemPaths {
     QString pkexec;
     /// Whose entries of the phone book are meant.
     uid_t user = 0;
+    /// Whose programs and entries are used with root's rights.
+    TrustedPlaces trusted;
 
     /// The paths of the running system, for the user of this process. Drivers
     /// folder and helper are those beside the executable.

@@ -2,6 +2,7 @@
 
 #include "platform/platform.h"
 #include "platform/standin/dialdialog.h"
+#include "platform/standin/entryname.h"
 #include "platform/standin/lasterror.h"
 #include "platform/text.h"
 
@@ -16,7 +17,6 @@ namespace platform {
 namespace {
 
 constexpr DWORD ErrorInvalidName = 123; // ERROR_INVALID_NAME
-constexpr int LongestEntryName = 256;   // RAS_MaxEntryName
 
 // The entry record grew from release to release: RasEntrySize is Windows 2000's.
 // The older records are still taken.
@@ -193,7 +193,7 @@ public:
         if (dwEntryInfoSize < lpRasEntry->dwSize)
             return RasErrorInvalidBuffer;
         const QString name = lpszEntry ? fromWide(lpszEntry) : QString();
-        if (name.trimmed().isEmpty() || name.size() > LongestEntryName || name.startsWith('.'))
+        if (!isEntryName(name))
             return ErrorInvalidName;
         return isComplete(*lpRasEntry) ? m_machine->writeEntry(name, *lpRasEntry)
                                        : ErrorInvalidParameter;

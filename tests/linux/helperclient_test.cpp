@@ -53,6 +53,7 @@ private slots:
     void thePasswordIsAskedForOnce();
     void refusals_data();
     void refusals();
+    void noPasswordForAHelperThatOthersCanChange();
     void aHelperThatEndedIsStartedAgain();
     void aHelperThatDiesIsAFailure();
     void whoHasTheRightsNeedsNoHelper();
@@ -122,7 +123,7 @@ void HelperClientTest::init()
     m_platform.reset();
     prepare();
     m_paths.drivers = m_folder->filePath("drivers");
-    useHelperStandIn(&m_paths);
+    useHelperStandIn(&m_paths, m_folder->path());
     usePkexecStandIn(&m_paths);
     qputenv("STANDIN_PKEXEC_LOG", m_folder->filePath("asked").toLocal8Bit());
     qputenv("STANDIN_HELPER_PID", m_folder->filePath("helper").toLocal8Bit());
@@ -165,7 +166,7 @@ void HelperClientTest::refusals_data()
     QTest::newRow("no helper") << QByteArray() << ""
                                << "/none/helper" << 5;
     QTest::newRow("another program") << QByteArray() << ""
-                                     << "/bin/echo" << 5;
+                                     << "/usr/bin/echo" << 5;
 }
 
 void HelperClientTest::refusals()
@@ -187,6 +188,39 @@ void HelperClientTest::refusals()
     qputenv("STANDIN_PKEXEC", "");
     if (!plan.isEmpty())
         QCOMPARE(client.openSetUp(), DWORD(Success));
+}
+
+/// As in an archive that a user has unpacked: polkit would ask for a password, and
+/// run as root whatever lies there then.
+void HelperClientTest::noPasswordForAHelperThatOthersCanChange()
+{
+    const QString copy = m_folder->filePath("drivers/tolvane-dialler-helper");
+    QVERIFY(QFile::copy(m_paths.helper, copy));
+    setMode(copy, 0755);
+    m_paths.helper = copy;
+    for (const mode_t mode : {0777, 01777, 0775}) {
+        setMode(m_paths.drivers, mode);
+        HelperClient client(m_paths);
+        QCOMPARE(client.openSetUp(), DWORD(ErrorAccessDenied));
+        QCOMPARE(client.ask(Role::SetUp, installDriverRequest()), DWORD(ErrorAccessDenied));
+        QCOMPARE(client.ask(Role::Connect, hangUpRequest(1)), DWORD(ErrorAccessDenied));
+        QCOMPARE(helperCommand(m_paths, Role::Connect), QStringList());
+    }
+    PppdDialler dialler(helperCommand(m_paths, Role::Connect), "*99#", phone);
+    DialFailure seen;
+    connect(&dialler, &PppdDialler::failed, this,
+            [&seen](const DialFailure &failure) { seen = failure; });
+    dialler.start();
+    QCOMPARE(seen.code, DWORD(ErrorAccessDenied));
+    QVERIFY2(seen.text.contains("Install the package"), qPrintable(seen.text));
+    QVERIFY(!dialler.isRunning());
+    QVERIFY(asked().isEmpty());
+    // Root has the rights already, and is asked for nothing.
+    m_paths.pkexec.clear();
+    QCOMPARE(helperCommand(m_paths, Role::Connect), QStringList({copy, "connect"}));
+    m_paths.pkexec = "/usr/bin/pkexec";
+    setMode(m_paths.drivers, 0755);
+    QCOMPARE(helperCommand(m_paths, Role::Connect).size(), 3);
 }
 
 void HelperClientTest::aHelperThatEndedIsStartedAgain()

@@ -30,7 +30,7 @@ public:
         if (asksForRights) {
             paths.state = path("state");
             paths.drivers = path("."); // the tests' INFs are the driver package's
-            useHelperStandIn(&paths);
+            useHelperStandIn(&paths, QDir::cleanPath(path(".")));
             usePkexecStandIn(&paths);
         }
         provideErrorHandling(&system);

@@ -3,6 +3,7 @@
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
 #include "tests/linux/fulldisk.h"
+#include "tests/linux/trustedplaces.h"
 #include "tests/support/ordinaryuser.h"
 
 #include <QDir>
@@ -58,6 +59,9 @@ private slots:
     void entriesOfTwoUsers();
     void whatPppdDoesNotHaveIsForgotten();
     void aDiallerThatOthersCanChangeIsRefused();
+    void whatAnEntryRunsIsLookedAtAgain_data();
+    void whatAnEntryRunsIsLookedAtAgain();
+    void anEntryThatOthersCanChangeIsNotGood();
     void aFullDiskIsToldAndLosesNothing();
     void aWriterThatIsKilledLeavesNoEntry();
     void filesThatAreNoEntriesDoNoHarm();
@@ -82,6 +86,7 @@ private:
         paths.state = m_folder->filePath("state");
         paths.drivers = drivers;
         paths.user = user;
+        paths.trusted = testPlaces({m_folder->path()});
         return PhoneBook(programIdentity(), paths);
     }
     DWORD write(const QString &name, const RasEntry &entry) const
@@ -313,9 +318,11 @@ void PhoneBookTest::entriesOfTwoUsers()
 void PhoneBookTest::whatPppdDoesNotHaveIsForgotten()
 {
     QCOMPARE(write("a", entryWith("1")), Success);
-    QVERIFY(book().hasPeer("a"));
+    QString changeable;
+    QVERIFY(book().peer("a", &changeable) == PhoneBook::Peer::Good);
     QVERIFY(QFile::remove(m_folder->filePath("peers/tolvane-a")));
-    QVERIFY(!book().hasPeer("a"));
+    QVERIFY(book().peer("a", &changeable) == PhoneBook::Peer::Missing);
+    QVERIFY(book().peer("", &changeable) == PhoneBook::Peer::Missing);
     book().forget("a");
     RasEntry entry;
     QCOMPARE(book().read("a", &entry), RasErrorEntryNotFound);
@@ -330,10 +337,66 @@ void PhoneBookTest::aDiallerThatOthersCanChangeIsRefused()
     paths.peers = m_folder->filePath("peers");
     paths.state = m_folder->filePath("state");
     paths.drivers = m_folder->filePath("drivers");
+    paths.trusted = testPlaces({m_folder->path()});
     const PhoneBook unpacked(programIdentity(), paths);
     QCOMPARE(unpacked.write("a", entryWith("1"), {}), Success);
-    setMode(m_folder->filePath("drivers"), 0777);
-    QCOMPARE(unpacked.write("a", entryWith("1"), {}), ErrorAccessDenied);
+    for (const mode_t mode : {0777, 01777}) {
+        setMode(m_folder->filePath("drivers"), mode);
+        QCOMPARE(unpacked.write("a", entryWith("1"), {}), ErrorAccessDenied);
+    }
+}
+
+void PhoneBookTest::whatAnEntryRunsIsLookedAtAgain_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<bool>("isGood");
+    QTest::newRow("none") << QByteArray("noauth") << true;
+    QTest::newRow("the package's") << QByteArray("connect \"'/usr/bin/env'\"") << true;
+    QTest::newRow("in a folder for all")
+        << QByteArray("connect \"'FOLDER/shared/DialPhone'\"") << false;
+    QTest::newRow("gone from a folder for all")
+        << QByteArray("connect \"'FOLDER/shared/none/DialPhone'\"") << false;
+    // Of a shell's command nobody can tell what it runs.
+    QTest::newRow("two commands") << QByteArray("connect \"'/usr/bin/env'; '/x'\"") << false;
+    QTest::newRow("arguments") << QByteArray("connect \"/usr/sbin/chat -f /tmp/chat\"") << false;
+    QTest::newRow("a word alone") << QByteArray("connect /usr/bin/env") << false;
+    QTest::newRow("nothing") << QByteArray("connect ") << false;
+    QTest::newRow("no end") << QByteArray("connect \"'/usr/bin/env") << false;
+    QTest::newRow("no path") << QByteArray("connect \"'env'\"") << false;
+}
+
+void PhoneBookTest::whatAnEntryRunsIsLookedAtAgain()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(bool, isGood);
+    QVERIFY(QDir(m_folder->path()).mkpath("shared"));
+    put("shared/DialPhone", "#!/bin/true\n");
+    setMode(m_folder->filePath("shared/DialPhone"), 0755);
+    setMode(m_folder->filePath("shared"), 01777);
+    QCOMPARE(write("a", entryWith("1")), Success);
+    QString changeable = "untold";
+    QVERIFY(book().peer("a", &changeable) == PhoneBook::Peer::Good);
+    QCOMPARE(changeable, QString());
+    line.replace("FOLDER", m_folder->path().toLocal8Bit());
+    put("peers/tolvane-a", "noauth\n" + line + "\nmodem\n");
+    QVERIFY(book().peer("a", &changeable) ==
+            (isGood ? PhoneBook::Peer::Good : PhoneBook::Peer::Changeable));
+    QCOMPARE(changeable.isEmpty(), isGood);
+}
+
+void PhoneBookTest::anEntryThatOthersCanChangeIsNotGood()
+{
+    QCOMPARE(write("a", entryWith("1")), Success);
+    const QString file = m_folder->filePath("peers/tolvane-a");
+    QString changeable;
+    setMode(file, 0660);
+    QVERIFY(book().peer("a", &changeable) == PhoneBook::Peer::Changeable);
+    QCOMPARE(changeable, file);
+    setMode(file, 0600);
+    setMode(m_folder->filePath("peers"), 0775);
+    QVERIFY(book().peer("a", &changeable) == PhoneBook::Peer::Changeable);
+    setMode(m_folder->filePath("peers"), 0755);
+    QVERIFY(book().peer("a", &changeable) == PhoneBook::Peer::Good);
 }
 
 void PhoneBookTest::aFullDiskIsToldAndLosesNothing()

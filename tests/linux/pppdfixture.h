@@ -41,7 +41,7 @@ public:
         m_paths.run = m_folder->filePath("run");
         m_paths.pppd = QCoreApplication::applicationDirPath() + "/standin/pppd";
         m_paths.drivers = "/drivers";
-        useHelperStandIn(&m_paths);
+        useHelperStandIn(&m_paths, m_folder->path());
         qputenv("STANDIN_ARGUMENTS", m_folder->filePath("arguments").toLocal8Bit());
         qputenv("STANDIN_DESCRIPTORS", m_folder->filePath("descriptors").toLocal8Bit());
         plan("");

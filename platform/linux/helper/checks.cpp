@@ -16,7 +16,6 @@ constexpr int MostValues = 16;
 constexpr int LongestInstanceId = 200; // MAX_DEVICE_ID_LEN
 constexpr int LongestClassName = 31;   // MAX_CLASS_NAME_LEN without its end
 constexpr int LongestName = 128;       // RAS_MaxDeviceName
-constexpr int LongestEntryName = 256;  // RAS_MaxEntryName
 constexpr int LongestValue = 260;
 constexpr DEVINST MostNodes = 1000000;
 
@@ -59,6 +58,38 @@ bool isDevice(const RootDevice &device, const QString &infFolder)
            isDriverKey(device);
 }
 
+/// An entry names its modem, and the modem its port. So a second modem of the same
+/// name, or another port for the one that is there, would send every user's entry
+/// elsewhere. Only its driver may be renewed.
+bool keepsModems(const DeviceList &wanted, const DeviceList &present)
+{
+    const auto isNamed = [](const RootDevice &device) { return !device.friendlyName.isEmpty(); };
+    for (const RootDevice &before : present.devices) {
+        if (!isNamed(before))
+            continue;
+        const auto after = std::find_if(
+            wanted.devices.begin(), wanted.devices.end(),
+            [&](const RootDevice &device) { return device.instanceId == before.instanceId; });
+        RootDevice renewed = before;
+        if (after != wanted.devices.end())
+            renewed.driverInf = after->driverInf;
+        if (after == wanted.devices.end() || !(*after == renewed))
+            return false;
+    }
+    return std::all_of(wanted.devices.begin(), wanted.devices.end(), [&](const RootDevice &device) {
+        const auto isSoCalled = [&](const RootDevice &other) {
+            return other.friendlyName == device.friendlyName;
+        };
+        // What earlier versions made stays as it is.
+        const auto isItself = [&](const RootDevice &before) {
+            return before.instanceId == device.instanceId && isSoCalled(before);
+        };
+        return !isNamed(device) ||
+               std::any_of(present.devices.begin(), present.devices.end(), isItself) ||
+               std::count_if(wanted.devices.begin(), wanted.devices.end(), isSoCalled) == 1;
+    });
+}
+
 } // namespace
 
 bool isPlainLine(const QString &text, int longest)
@@ -71,14 +102,6 @@ bool isPlainLine(const QString &text, int longest)
 bool isInfName(const QString &name)
 {
     return matches(name, "oem[0-9]{1,4}\\.inf");
-}
-
-bool isEntryName(const QString &name)
-{
-    return !name.trimmed().isEmpty() && name.size() <= LongestEntryName && !name.startsWith('.') &&
-           std::none_of(name.begin(), name.end(), [](QChar character) {
-               return character.category() == QChar::Other_Control;
-           });
 }
 
 bool isPlausible(const DeviceList &wanted, const DeviceList &present, const QString &infFolder)
@@ -97,7 +120,8 @@ bool isPlausible(const DeviceList &wanted, const DeviceList &present, const QStr
         ids.insert(device.instanceId);
         nodes.insert(device.devInst);
     }
-    return ids.size() == wanted.devices.size() && nodes.size() == wanted.devices.size();
+    return ids.size() == wanted.devices.size() && nodes.size() == wanted.devices.size() &&
+           keepsModems(wanted, present);
 }
 
 } // namespace platform::linuxsystem

@@ -15,14 +15,11 @@ bool isPlainLine(const QString &text, int longest);
 /// Whether a name may be a file of the INF store: oem0.inf to oem9999.inf.
 bool isInfName(const QString &name);
 
-/// Whether an entry may have that name: not empty, 256 characters at most, none of
-/// them a control character, the first one no dot.
-bool isEntryName(const QString &name);
-
 /// Whether a list of devices is one that device installation makes of another:
 /// device ids, class, hardware ids, names and driver keys of their usual form, none
 /// twice, and no more of them than a machine has in years. The files that drivers
-/// come from must be in the INF store.
+/// come from must be in the INF store. A modem that is installed stays, and no other
+/// one gets its name: entries of any user dial with it.
 bool isPlausible(const DeviceList &wanted, const DeviceList &present, const QString &infFolder);
 
 } // namespace platform::linuxsystem

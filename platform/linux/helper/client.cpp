@@ -5,6 +5,7 @@
 #include <QFile>
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -36,11 +37,14 @@ public:
     /// Starts it and waits until it has its rights. The codes of openSetUp().
     DWORD start(const SystemPaths &paths, Role role)
     {
+        const QStringList command = helperCommand(paths, role);
+        if (command.isEmpty())
+            return ErrorAccessDenied;
         int ends[2] = {-1, -1};
         if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
             return ErrorGenFailure;
         std::vector<QByteArray> words;
-        for (const QString &word : helperCommand(paths, role))
+        for (const QString &word : command)
             words.push_back(QFile::encodeName(word));
         const std::vector<char *> arguments = pointers(&words);
 
@@ -146,10 +150,16 @@ DWORD HelperClient::ask(Role role, const QJsonObject &request)
 
 QStringList helperCommand(const SystemPaths &paths, Role role)
 {
-    QStringList command{paths.helper, wordOf(role)};
-    if (!paths.pkexec.isEmpty())
-        command.prepend(paths.pkexec);
-    return command;
+    const QStringList command{paths.helper, wordOf(role)};
+    if (paths.pkexec.isEmpty())
+        return command;
+    if (isOnlyRoots(paths.helper, paths.trusted))
+        return QStringList(paths.pkexec) + command;
+    std::fprintf(stderr,
+                 "%s: others than root can change this program or a folder above it, so it gets "
+                 "no administrator's rights; install the package\n",
+                 qPrintable(paths.helper));
+    return {};
 }
 
 DWORD refusalOf(int exitStatus)

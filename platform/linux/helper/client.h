@@ -28,8 +28,8 @@ public:
     bool isNeeded() const;
 
     /// Gets the rights for the set-up, if need be by asking for a password, which
-    /// takes as long as a person needs. Success, 5 when they are refused, 1223
-    /// when the question was dismissed.
+    /// takes as long as a person needs. Success, 5 when they are refused or others
+    /// than root can change the helper, 1223 when the question was dismissed.
     DWORD openSetUp();
 
     /// The code with which a request ended; those of openSetUp() when the rights
@@ -44,7 +44,9 @@ private:
     std::unique_ptr<HelperProcess> m_setUp;
 };
 
-/// The command that starts a helper with its rights.
+/// The command that starts a helper with its rights. Empty, and said on standard
+/// error, when pkexec would have to ask for them and others than root can change
+/// the helper: the password would give root's rights to whatever stands there.
 QStringList helperCommand(const SystemPaths &paths, Role role);
 
 /// Why a helper that never was ready has ended: the exit status of pkexec(1) as

@@ -30,7 +30,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int LongestMessage = 1000; // bytes of one line of pppd's
+constexpr int LongestMessage = 1000;   // bytes of one line of pppd's
+constexpr int PauseBetweenLooks = 100; // milliseconds
 
 /// Starts pppd with nothing of this process's but a pipe for what it says. 0, or
 /// the errno of what failed.
@@ -52,7 +53,10 @@ int start(const QByteArray &pppd, std::vector<QByteArray> words, int messages, p
     for (const int number : {SIGPIPE, SIGTERM, SIGINT, SIGHUP})
         ::sigaddset(&usual, number);
     ::posix_spawnattr_setsigdefault(&attributes, &usual);
-    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::posix_spawnattr_setsigmask(&attributes, &none);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
     const int result =
         ::posix_spawn(process, pppd.constData(), &actions, &attributes, arguments.data(), environ);
     ::posix_spawnattr_destroy(&attributes);
@@ -104,7 +108,9 @@ private:
 /// Waits for pppd's end. Its wait status.
 int attend(pid_t process, Messages *messages, int input)
 {
-    const int ended = static_cast<int>(::syscall(SYS_pidfd_open, process, 0));
+    // A kernel before 5.3 has no such descriptor: then it is looked after again and
+    // again.
+    const int end = static_cast<int>(::syscall(SYS_pidfd_open, process, 0));
     std::optional<Clock::time_point> deadline; // of a pppd that was told to end
     const auto stop = [&] {
         if (deadline)
@@ -112,6 +118,7 @@ int attend(pid_t process, Messages *messages, int input)
         ::kill(process, SIGTERM);
         deadline = Clock::now() + std::chrono::milliseconds(PppdEndPatience);
     };
+    int status = 0;
     for (;;) {
         int left = -1;
         if (deadline) {
@@ -119,27 +126,27 @@ int attend(pid_t process, Messages *messages, int input)
             left = std::max(
                 0, int(std::chrono::duration_cast<milliseconds>(*deadline - Clock::now()).count()));
         }
-        std::array<pollfd, 3> waiting = {{{ended, POLLIN, 0},
+        const bool isLook = end < 0 && (left < 0 || left > PauseBetweenLooks);
+        std::array<pollfd, 3> waiting = {{{end, POLLIN, 0},
                                           {messages->descriptor(), POLLIN, 0},
                                           {deadline ? -1 : input, POLLIN, 0}}};
-        const int ready = ::poll(waiting.data(), waiting.size(), left);
-        if (ready == 0) {
+        const int ready = ::poll(waiting.data(), waiting.size(), isLook ? PauseBetweenLooks : left);
+        if (ready == 0 && !isLook) {
             ::kill(process, SIGKILL);
             deadline = Clock::now() + std::chrono::seconds(1);
         }
-        if (ready <= 0)
-            continue;
-        if (waiting[1].revents != 0 && !messages->pass())
+        if (ready > 0 && waiting[1].revents != 0 && !messages->pass())
             stop();
-        if (waiting[2].revents != 0)
+        if (ready > 0 && waiting[2].revents != 0)
             stop();
-        if (waiting[0].revents != 0)
+        const pid_t ended = ::waitpid(process, &status, WNOHANG);
+        if (ended < 0 && errno != EINTR)
+            status = 1 << 8; // somebody else has had it: as if it had failed
+        if (ended == process || (ended < 0 && errno != EINTR))
             break;
     }
-    ::close(ended);
-    int status = 0;
-    while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {
-    }
+    if (end >= 0)
+        ::close(end);
     return status;
 }
 

@@ -4,6 +4,10 @@
 
 namespace platform::linuxsystem {
 
+/// The exit status of a pppd that cannot open its line, and what the helper says of
+/// one that is in use.
+inline constexpr int StatusPortNotOpened = 7;
+
 /// Runs pppd for an entry until its link has an address, and pppd goes on by
 /// itself, or cannot come up. Each line of pppd's goes to `output` as
 /// {"line":"…"}; a long one is cut. At the end comes {"code":0,"status":N} with

@@ -2,7 +2,10 @@
 
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <iterator>
 #include <poll.h>
 #include <sys/socket.h>
@@ -76,6 +79,8 @@ bool sendLine(int descriptor, const QJsonObject &object)
 
 LineReader::Result LineReader::next(QByteArray *line, int milliseconds)
 {
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
     for (;;) {
         const auto end = m_buffer.indexOf('\n');
         if (end > LongestLine || (end < 0 && m_buffer.size() > LongestLine))
@@ -85,8 +90,14 @@ LineReader::Result LineReader::next(QByteArray *line, int milliseconds)
             m_buffer.remove(0, end + 1);
             return Result::Line;
         }
+        int left = -1;
+        if (milliseconds >= 0) {
+            const auto time =
+                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+            left = static_cast<int>(std::max<std::int64_t>(0, time.count()));
+        }
         pollfd waiting = {m_descriptor, POLLIN, 0};
-        const int ready = ::poll(&waiting, 1, milliseconds);
+        const int ready = ::poll(&waiting, 1, left);
         if (ready == 0)
             return Result::Quiet;
         char bytes[4096];

@@ -55,8 +55,7 @@ public:
 
     explicit LineReader(int descriptor) : m_descriptor(descriptor) {}
 
-    /// The next line. Waits for that many milliseconds, for ever with -1; bytes
-    /// that come begin the time anew.
+    /// The next line. Waits for all of it that many milliseconds, for ever with -1.
     Result next(QByteArray *line, int milliseconds = -1);
 
 private:

@@ -3,10 +3,11 @@
 #include "platform/linux/activelinks.h"
 #include "platform/linux/configmanager.h"
 #include "platform/linux/helper/checks.h"
+#include "platform/linux/helper/line.h"
 #include "platform/linux/helper/pppdrun.h"
 #include "platform/linux/ownership.h"
 #include "platform/linux/setupapi.h"
-#include "platform/posix/storedfiles.h"
+#include "platform/standin/entryname.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,6 +15,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
@@ -45,10 +47,14 @@ QByteArray bytesOf(const QJsonValue &value, int most)
     return decoded && (*decoded).size() <= most ? *decoded : QByteArray();
 }
 
+/// Takes a list as changeDevicesRequest() writes it, with no field more or less.
 bool readList(const QJsonValue &value, DeviceList *list)
 {
-    return value.isObject() && hasFields(value.toObject(), {"devices", "nextDevInst"}) &&
-           readDevices(value.toObject(), list) == Success;
+    if (readDevices(value.toObject(), list) != Success)
+        return false;
+    QJsonObject written;
+    writeDevices(&written, *list);
+    return written == value.toObject();
 }
 
 } // namespace
@@ -70,11 +76,12 @@ const Service::Known Service::requests[] = {
     {"hang-up", Role::EndOthers, {"process"}, &Service::hangUp},
 };
 
-Service::Service(const SystemPaths &paths, const Program &program, Role role)
+Service::Service(const SystemPaths &paths, const Program &program, Role role,
+                 std::chrono::milliseconds patience)
     : m_paths(paths),
       m_program(program),
       m_role(role),
-      m_store(std::make_shared<StateStore>(paths.state)),
+      m_store(std::make_shared<StateStore>(paths.state, patience)),
       m_entries(paths, program, m_store)
 {
 }
@@ -98,7 +105,7 @@ DWORD Service::answer(const QJsonObject &request)
 DWORD Service::installDriver(const QJsonObject &)
 {
     const QByteArray program = QFile::encodeName(m_paths.drivers + "/InstallDriver");
-    if (!isOnlyRoots(m_paths.drivers + "/InstallDriver"))
+    if (!isOnlyRoots(m_paths.drivers + "/InstallDriver", m_paths.trusted))
         return ErrorAccessDenied;
     char name[] = "InstallDriver";
     char option[] = "-a";
@@ -142,11 +149,9 @@ DWORD Service::storeInf(const QJsonObject &request)
     }
     if (!isOwn)
         return ErrorAccessDenied;
-    const QString folder = infFolderOf(*m_store);
-    if (QFile::exists(folder + '/' + name))
+    if (QFile::exists(infFolderOf(*m_store) + '/' + name))
         return ErrorFileExists;
-    const DWORD code = makeFolder(folder);
-    return code == Success ? replaceFile(folder + '/' + name, content, 0644) : code;
+    return writeInf(*m_store, name, content);
 }
 
 DWORD Service::changeDevices(const QJsonObject &request)
@@ -219,10 +224,20 @@ DWORD Service::checkDial(const QJsonObject &request, Dial *dial) const
         return code;
     if (request.value("device").toString() != dial->device)
         return RasErrorPortOrDevice;
-    if (m_entries.phoneBook().hasPeer(entry->name))
+    QString changeable;
+    switch (m_entries.phoneBook().peer(entry->name, &changeable)) {
+    case PhoneBook::Peer::Good:
         return Success;
-    // Somebody has taken pppd's part away; what is left is good for nothing.
-    m_entries.phoneBook().forget(entry->name);
+    case PhoneBook::Peer::Missing:
+        // Somebody has taken pppd's part away; what is left is good for nothing.
+        m_entries.phoneBook().forget(entry->name);
+        break;
+    case PhoneBook::Peer::Changeable:
+        // The entry made anew will name this program's own.
+        std::fprintf(stderr, "%s: others than root can change what this entry runs: %s\n",
+                     qPrintable(dial->peer), qPrintable(changeable));
+        break;
+    }
     return RasErrorEntryNotFound;
 }
 
@@ -243,10 +258,12 @@ int serve(const SystemPaths &paths, const Program &program, Role role, int input
         if (Service::isDial(request)) {
             Service::Dial dial;
             const DWORD code = service.checkDial(request, &dial);
-            if (code == Success)
-                runPppd(paths.pppd, dial.peer, dial.device, dial.number, input, output);
-            else
+            if (code != Success)
                 sendLine(output, {{"code", double(code)}});
+            else if (hangUpLine(dial.device, paths.locks) != Success)
+                sendLine(output, {{"code", 0}, {"status", StatusPortNotOpened}});
+            else
+                runPppd(paths.pppd, dial.peer, dial.device, dial.number, input, output);
             return 0;
         }
         if (!sendLine(output, {{"code", double(service.answer(request))}}))

@@ -6,6 +6,7 @@
 
 #include <QJsonObject>
 
+#include <chrono>
 #include <memory>
 
 namespace platform::linuxsystem {
@@ -26,7 +27,9 @@ int serve(const SystemPaths &paths, const Program &program, Role role, int input
 class Service
 {
 public:
-    Service(const SystemPaths &paths, const Program &program, Role role);
+    /// The patience is for others who change the state store.
+    Service(const SystemPaths &paths, const Program &program, Role role,
+            std::chrono::milliseconds patience = StorePatience);
 
     /// Does what a request asks for; the code with which that ended.
     DWORD answer(const QJsonObject &request);

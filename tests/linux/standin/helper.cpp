@@ -1,12 +1,14 @@
 // The helper on a test's own folders: what it does and refuses is the real one's
 // (helper/service.cpp), only its paths are STANDIN_STATE, STANDIN_PEERS,
-// STANDIN_RUN, STANDIN_PPPD_PROGRAM and STANDIN_DRIVERS. Where STANDIN_UNCHECKED
+// STANDIN_RUN, STANDIN_PPPD_PROGRAM and STANDIN_DRIVERS, and what lies in
+// STANDIN_TRUSTED passes for root's. Where STANDIN_UNCHECKED
 // is set it dials whatever it is told, for the tests of the dial alone. Its process
 // number is left in STANDIN_HELPER_PID.
 
 #include "app/identity.h"
 #include "platform/linux/helper/pppdrun.h"
 #include "platform/linux/helper/service.h"
+#include "tests/linux/trustedplaces.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -50,6 +52,7 @@ int main(int argc, char **argv)
     paths.run = variable("STANDIN_RUN");
     paths.pppd = variable("STANDIN_PPPD_PROGRAM");
     paths.drivers = variable("STANDIN_DRIVERS");
+    paths.trusted = testPlaces({variable("STANDIN_TRUSTED")});
     paths.user = variable("PKEXEC_UID").toUInt();
     if (std::getenv("STANDIN_UNCHECKED"))
         dialUnchecked(paths);

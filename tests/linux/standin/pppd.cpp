@@ -1,7 +1,7 @@
 // Stands in for pppd, by that name, where there is no PPP in the kernel: does
 // what STANDIN_PPPD says, separated by blanks, and writes its arguments to
-// STANDIN_ARGUMENTS and the descriptors beyond the first three that it was
-// given to STANDIN_DESCRIPTORS.
+// STANDIN_ARGUMENTS, the descriptors beyond the first three that it was given to
+// STANDIN_DESCRIPTORS, and what it was told of signals to STANDIN_SIGNALS.
 //   say:TEXT    prints a line; underscores become blanks
 //   wait        waits for a signal; SIGTERM ends it with status 5
 //   link:IF     writes the link's process file below STANDIN_RUN, with the
@@ -67,10 +67,22 @@ void listDescriptors(const char *path)
     std::ofstream(path) << open;
 }
 
+void listSignals(const char *path)
+{
+    std::ifstream status("/proc/self/status");
+    std::ofstream list(path);
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("Sig", 0) == 0)
+            list << line << '\n';
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    if (const char *file = std::getenv("STANDIN_SIGNALS"))
+        listSignals(file);
     std::signal(SIGTERM, end);
     if (const char *file = std::getenv("STANDIN_DESCRIPTORS"))
         listDescriptors(file);
