@@ -83,6 +83,8 @@ void LineTest::cleanup()
 
 void LineTest::whoStillHasItOpenLosesIt()
 {
+    // Its claim must not outlive it, or nobody but root could open the line again.
+    QCOMPARE(::ioctl(m_former, TIOCEXCL), 0);
     const DWORD code = hangUp();
     if (::geteuid() != 0) {
         // Nobody else can do it, so there is no dial.
