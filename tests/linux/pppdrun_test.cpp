@@ -65,6 +65,11 @@ QString PppdRunTest::dialled(bool isStopped) const
     const pid_t helper = ::fork();
     if (helper == 0) {
         ::alarm(patience);
+        sigset_t blocked;
+        ::sigemptyset(&blocked);
+        ::sigaddset(&blocked, SIGUSR1);
+        ::sigprocmask(SIG_BLOCK, &blocked, nullptr);
+        std::signal(SIGTERM, SIG_IGN); // as helpers do
         if (!forget(SYS_pidfd_open))
             ::_exit(1);
         runPppd(m_paths.pppd, linkName, "/dev/none", "1", ends[1], ends[1]);

@@ -199,6 +199,9 @@ void SimulatedRasEntriesTest::refusesEntryProperties()
     QCOMPARE(set(&bad), DWORD(ErrorInvalidParameter));
     QCOMPARE(set(&good, ""), DWORD(123));
     QCOMPARE(set(&good, QString(257, 'x')), DWORD(123));
+    // Characters that are not seen, and would make it look like another's name.
+    for (const ushort code : {0x0A, 0x7F, 0x200B, 0x2028, 0x202E, 0x2066, 0xFEFF, 0xD800})
+        QCOMPARE(set(&good, "Ent" + QString(QChar(code)) + "ry"), DWORD(123));
     BYTE block = 0;
     const QString name = "Entry";
     QCOMPARE(pc.RasSetEntryPropertiesW(nullptr, wide(name), &good, 4048, &block, 1),
@@ -210,6 +213,7 @@ void SimulatedRasEntriesTest::refusesEntryProperties()
     QVERIFY(machine.state().phonebook.isEmpty());
     machine.change([](simulated::MachineState &state) { state.phonebookDamaged = false; });
     QCOMPARE(set(&good), DWORD(Success));
+    QCOMPARE(set(&good, QString::fromUtf8("Büro, 我的 📱")), DWORD(Success));
 }
 
 // A user's own phone book needs no rights; another is an administrator's.
