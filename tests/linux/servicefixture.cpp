@@ -139,6 +139,26 @@ QMap<QString, QByteArray> ServiceFixture::files() const
     return all;
 }
 
+void ServiceFixture::restore(const QMap<QString, QByteArray> &before) const
+{
+    const QMap<QString, QByteArray> now = files();
+    const QStringList names = now.keys();
+    for (auto name = names.rbegin(); name != names.rend(); ++name) {
+        if (before.contains(*name))
+            continue;
+        const bool isFolder = QFileInfo(path(*name)).isDir();
+        QVERIFY(isFolder ? QDir().rmdir(path(*name)) : QFile::remove(path(*name)));
+    }
+    for (auto file = before.begin(); file != before.end(); ++file) {
+        if (now.value(file.key()) == file.value())
+            continue;
+        const auto space = file.value().indexOf(' ');
+        put(file.key(), file.value().mid(space + 1));
+        const int permissions = file.value().left(space).toInt(nullptr, 16);
+        QVERIFY(QFile::setPermissions(path(file.key()), QFile::Permissions(permissions)));
+    }
+}
+
 QString ServiceFixture::entryHarm(const QString &file) const
 {
     const auto entry = PhoneBook(programIdentity(), m_paths).entryName(file.section('/', -1));

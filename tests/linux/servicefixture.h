@@ -50,6 +50,9 @@ public:
     /// Every file of the machine with its mode and content.
     QMap<QString, QByteArray> files() const;
 
+    /// Makes the machine's files as they were.
+    void restore(const QMap<QString, QByteArray> &before) const;
+
     /// What on the machine is not as this program would make it; empty for nothing.
     QString harm() const;
 
