@@ -21,6 +21,9 @@ constexpr int PortNameSize = 24;   // UTF-16 units
 constexpr int ClassNameSize = 100; // UTF-16 units
 static_assert(ClassNameSize >= int(MaxClassNameSize));
 constexpr int InstanceIdSize = 1000; // UTF-16 units
+// UTF-16 units; far beyond the 200 that the system lets an id have. A size that
+// is no real one must not be allocated.
+constexpr DWORD LargestInstanceId = 0x10000;
 
 /// Restores the thread's last error at the end of a scope. On Windows a log line
 /// clears it, and the last line of an installation must name the real one.
@@ -52,9 +55,11 @@ QString instanceId(HDEVINFO set, DeviceInfoData *device)
     if (current().SetupDiGetDeviceInstanceIdW(set, device, buffer.data(), InstanceIdSize,
                                               &required))
         return fromWide(buffer.c_str());
-    buffer.assign(required, WCHAR{0});
-    if (current().SetupDiGetDeviceInstanceIdW(set, device, buffer.data(), required, &required))
-        return fromWide(buffer.c_str());
+    if (required <= LargestInstanceId) {
+        buffer.assign(required, WCHAR{0});
+        if (current().SetupDiGetDeviceInstanceIdW(set, device, buffer.data(), required, &required))
+            return fromWide(buffer.c_str());
+    }
     logError("InstallRootEnumeratedDriver",
              "An error occured when getting the instance id. but it's not a big prob.");
     return {};

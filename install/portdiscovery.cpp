@@ -19,13 +19,17 @@ namespace {
 /// of bytes.
 QString friendlyName(HDEVINFO set, DeviceInfoData *device)
 {
+    // A name may grow while it is read. A driver that finds no buffer large enough
+    // must not stop the program for ever.
+    constexpr int MostTries = 100;
     DWORD type = 0;
     DWORD size = 0;
     BYTE *buffer = nullptr;
     bool read = false;
-    while (!(read = current().SetupDiGetDeviceRegistryPropertyW(set, device, PropertyFriendlyName,
-                                                                &type, buffer, size, &size))) {
-        if (current().GetLastError() != ErrorInsufficientBuffer)
+    for (int tries = 1; !(read = current().SetupDiGetDeviceRegistryPropertyW(
+                              set, device, PropertyFriendlyName, &type, buffer, size, &size));
+         ++tries) {
+        if (current().GetLastError() != ErrorInsufficientBuffer || tries == MostTries)
             break;
         current().LocalFree(buffer);
         buffer = static_cast<BYTE *>(current().LocalAlloc(LocalZeroInit, SIZE_T{size} * 2));

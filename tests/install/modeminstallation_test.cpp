@@ -211,6 +211,9 @@ void ModemInstallationTest::instanceId_data()
                           << QStringList{made(longId)};
     QTest::newRow("long and unreadable")
         << longId << QList<int>{2} << QStringList{"1000", "1501"} << QStringList{unknown, made("")};
+    // No id is so long, so there is no second try.
+    QTest::newRow("absurdly long") << QString(0x10000, 'i') << QList<int>{} << QStringList{"1000"}
+                                   << QStringList{unknown, made("")};
     // A try that fails for another reason reports no size.
     QTest::newRow("unreadable") << "x" << QList<int>{1, 2} << QStringList{"1000", "0"}
                                 << QStringList{unknown, made("")};

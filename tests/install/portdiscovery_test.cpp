@@ -89,6 +89,7 @@ private slots:
     void names();
     void longName();
     void nameThatGrows();
+    void nameThatNeverFits();
     void unreadableName();
     void emptyProperty();
     void noPorts();
@@ -213,6 +214,17 @@ void PortDiscoveryTest::nameThatGrows()
     QCOMPARE(calls.filter("LocalAlloc"),
              QStringList({zeroed(8), zeroed(40), zeroed(80), zeroed(96)}));
     QCOMPARE(calls.filter("LocalFree").size(), 5);
+    QCOMPARE(bench.leftOpen(), QString());
+}
+
+/// A driver to which no buffer is large enough must not stop the program.
+void PortDiscoveryTest::nameThatNeverFits()
+{
+    Bench<> bench;
+    bench.machine.ports = {{"USB Modem Driver (COM5)"}};
+    bench.injector.inject({"SetupDiGetDeviceRegistryPropertyW", 1, ErrorInsufficientBuffer, true});
+    QCOMPARE(GetModemPorts(), QList<int>());
+    QCOMPARE(bench.log.lines(), QStringList({device("")}));
     QCOMPARE(bench.leftOpen(), QString());
 }
 

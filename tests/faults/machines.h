@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/platform.h"
+#include "tests/faults/expectations.h"
+
+#include <memory>
+
+namespace faults {
+
+/// A machine to walk on. Made in the process that walks.
+class WalkedMachine
+{
+public:
+    virtual ~WalkedMachine() = default;
+
+    virtual platform::Platform *platform() = 0;
+    /// What it says of itself in the log.
+    virtual Facts facts() const = 0;
+    /// Another copy of the program runs already, or no longer.
+    virtual void setOtherCopy(bool isThere) = 0;
+    /// The phone will answer the commands of one dial.
+    virtual void answerDial() = 0;
+    /// How often it was handed something that it never gave out.
+    virtual int misuses() const = 0;
+};
+
+/// A machine, kept in `folder`: what a walk changes there is found by the next
+/// one.
+std::unique_ptr<WalkedMachine> scriptedMachine(const QString &folder);
+
+} // namespace faults

@@ -1,0 +1,117 @@
+// Every call that a first run, a connection and a second start make, with every
+// way in which it may fail. Not made with QTest: that has a thread of its own,
+// and a process with several cannot be copied.
+//
+//   faultmatrix MACHINE [PART]   the first way of each call, and all unusual answers
+//   faultmatrix --all MACHINE [PART]
+//                                every way. PART picks the cells whose name has it.
+
+#include "app/formfont.h"
+#include "app/identity.h"
+#include "tests/faults/matrix.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+
+#include <cstdio>
+#include <cstdlib>
+
+using namespace faults;
+
+namespace {
+
+/// Calls that are not made to fail, with the reason.
+const struct {
+    const char *operation;
+    const char *part; ///< "": any
+    int call;         ///< 0: any
+    bool always;      ///< only where all later calls fail, too
+    const char *reason;
+} leftOut[] = {
+    {"GetProcAddress", rescanStep, 0, false, "every release has it, so nobody looks"},
+    {"GetProcAddress", modemStep, 2, false, "every release has it, so nobody looks"},
+    {"GetProcAddress", "", 0, true, "every release has it, so nobody looks"},
+    {"ReadFile", "", 0, true, "the modem is waited for without an end"},
+};
+
+const char *reasonToLeaveOut(const Cell &cell)
+{
+    const Fault &fault = cell.fault;
+    for (const auto &row : leftOut) {
+        if (fault.operation == QLatin1String(row.operation) && cell.always == row.always &&
+            (*row.part == 0 || fault.part == QLatin1String(row.part)) &&
+            (row.call == 0 || row.call == fault.call))
+            return row.reason;
+    }
+    return nullptr;
+}
+
+MachineMaker machineNamed(const QString &name)
+{
+    if (name == "scripted")
+        return scriptedMachine;
+    return {};
+}
+
+/// The first failure code of each call, and every unusual answer.
+QList<Cell> shortened(const QList<Cell> &all)
+{
+    QList<Cell> some;
+    QString last;
+    for (const Cell &cell : all) {
+        const QString call = cell.fault.operation + QString::number(cell.overall);
+        if (!cell.always && (call != last || !cell.fault.how.at(0).isDigit()))
+            some += cell;
+        last = call;
+    }
+    return some;
+}
+
+int runMatrix(const QString &name, const MachineMaker &maker, bool isWhole, const QString &picked)
+{
+    QElapsedTimer time;
+    time.start();
+    Matrix matrix(maker);
+    QString complaint;
+    const QList<Cell> all = matrix.record(&complaint);
+    if (!complaint.isEmpty()) {
+        std::printf("Without a fault:\n%s", qPrintable(complaint));
+        return EXIT_FAILURE;
+    }
+    int passed = 0;
+    int failed = 0;
+    int left = 0;
+    for (const Cell &cell : isWhole ? all : shortened(all)) {
+        if (!cell.name().contains(picked))
+            continue;
+        if (const char *reason = reasonToLeaveOut(cell)) {
+            std::printf("Left out: %s (%s)\n", qPrintable(cell.name()), reason);
+            ++left;
+            continue;
+        }
+        complaint = matrix.run(cell);
+        complaint.isEmpty() ? ++passed : ++failed;
+        std::printf("%s", qPrintable(complaint));
+    }
+    std::printf("Machine: %s. Cells: %d in all, %d run, %d left out. %.1f s.\n", qPrintable(name),
+                int(all.size()), passed + failed, left, double(time.elapsed()) / 1000);
+    std::printf("%d passed, %d failed\n", passed, failed);
+    return failed == 0 && passed > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QApplication application(argc, argv);
+    setApplicationIdentity();
+    useFormFont();
+    QStringList arguments = QApplication::arguments().mid(1);
+    const bool isWhole = arguments.removeAll("--all") > 0;
+    const MachineMaker maker = machineNamed(arguments.value(0));
+    if (!maker) {
+        std::fputs("Usage: faultmatrix [--all] scripted [PART]\n", stderr);
+        return 2;
+    }
+    return runMatrix(arguments.value(0), maker, isWhole, arguments.value(1));
+}

@@ -1,0 +1,108 @@
+#include "tests/support/scriptedmachine.h"
+#include "platform/standin/lasterror.h"
+#include "platform/text.h"
+#include "tests/faults/machines.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+using namespace platform;
+
+namespace faults {
+
+namespace {
+
+constexpr int Port = 7;
+
+/// The machine of the logic's tests, with what a real one would refuse: a port
+/// that is not there or in use, an entry that is not stored, a modem without a
+/// driver.
+class ScriptedWalkedMachine : public WalkedMachine
+{
+public:
+    explicit ScriptedWalkedMachine(const QString &folder) : m_entries(folder + "/entries")
+    {
+        for (const QString &name : facts().devices)
+            m_machine.ports.append({name, true});
+        refusePorts();
+        refuseEntries();
+        m_machine.whileUpdating = [this] { m_machine.rasDevices = {{"modem", "MTK GPRS Modem"}}; };
+    }
+
+    Platform *platform() override { return &m_machine; }
+
+    Facts facts() const override
+    {
+        const QString drivers =
+            QCoreApplication::applicationDirPath().replace('/', '\\') + "\\drivers\\";
+        Facts facts;
+        facts.installer = drivers + "InstallDriver.exe";
+        facts.inf = drivers + "modem_inf_64.inf";
+        // The processor that is asked for otherwise is another one, as on a
+        // 64-bit system that runs a 32-bit program.
+        facts.fallbackInf = drivers + "modem_inf_32.inf";
+        facts.inf32 = facts.fallbackInf;
+        facts.devices = QStringList{"Communications Port (COM1)", "USB Modem Driver (COM7)"};
+        facts.port = Port;
+        return facts;
+    }
+
+    void setOtherCopy(bool isThere) override { m_machine.namesAreTaken = isThere; }
+
+    void answerDial() override { m_machine.chunks = {"\r\nOK\r\n", "\r\nOK\r\n"}; }
+
+    int misuses() const override { return m_machine.misuses(); }
+
+private:
+    void refusePorts()
+    {
+        m_machine.CreateFileW.wrap(
+            [this](auto &next, const WCHAR *name, auto... arguments) -> HANDLE {
+                const bool isThere = fromWide(name) == QString("\\\\.\\COM%1").arg(Port);
+                if (isThere && m_machine.openPorts() == 0)
+                    return next(name, arguments...);
+                setLastError(isThere ? ErrorAccessDenied : ErrorFileNotFound);
+                return invalidHandle();
+            });
+    }
+
+    void refuseEntries()
+    {
+        m_machine.RasSetEntryPropertiesW.wrap(
+            [this](auto &next, const WCHAR *book, const WCHAR *name, auto... arguments) -> DWORD {
+                const DWORD code = next(book, name, arguments...);
+                QFile file(m_entries);
+                if (!file.open(QIODevice::Append))
+                    qFatal("the walk's entry cannot be stored");
+                file.write(fromWide(name).toUtf8() + '\n');
+                return code;
+            });
+        m_machine.RasDialDlgW.wrap(
+            [this](auto &next, WCHAR *book, WCHAR *name, auto... arguments) -> BOOL {
+                if (!isStored(fromWide(name)))
+                    return 0;
+                if (!m_machine.connections.isEmpty())
+                    return 1; // is connected, and stays so
+                return next(book, name, arguments...);
+            });
+    }
+
+    bool isStored(const QString &name) const
+    {
+        QFile file(m_entries);
+        return file.open(QIODevice::ReadOnly) &&
+               file.readAll().split('\n').contains(name.toUtf8()) && !name.isEmpty();
+    }
+
+    const QString m_entries;
+    ScriptedMachine m_machine;
+};
+
+} // namespace
+
+std::unique_ptr<WalkedMachine> scriptedMachine(const QString &folder)
+{
+    return std::make_unique<ScriptedWalkedMachine>(folder);
+}
+
+} // namespace faults
