@@ -24,8 +24,9 @@ QString written(QString name)
 {
     if (!nameProblem(name).isEmpty())
         name = name.simplified();
-    const bool isPlain =
-        !name.isEmpty() && name == name.trimmed() && !name.startsWith('#') && !isInQuotes(name);
+    // At the beginning of a line the byte order mark is none of the name's letters.
+    const bool isPlain = !name.isEmpty() && name == name.trimmed() && !name.startsWith('#') &&
+                         !name.startsWith(QChar::ByteOrderMark) && !isInQuotes(name);
     return isPlain ? name : '"' + name + '"';
 }
 

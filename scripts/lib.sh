@@ -63,6 +63,12 @@ need_test_build_packages() {
     need_providers
 }
 
+# What the fuzzing targets are built with.
+need_fuzz_packages() {
+    need_test_build_packages
+    need_packages "the compiler with the fuzzer" clang libclang-rt-14-dev
+}
+
 # The world's mobile providers; the operators' window reads them, and the build
 # for Windows takes them into the program.
 need_providers() {

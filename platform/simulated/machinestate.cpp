@@ -62,6 +62,10 @@ Connection connectionFromJson(const QJsonObject &object, QString *error)
     reader.text("plugId", &connection.plugId);
     reader.number("port", &connection.port, 1, LastPort);
     reader.number("since", &connection.since, 0, 1e15);
+    for (const char *key : {"handle", "port"}) {
+        if (!object.contains(key)) // its default is no value that can be read again
+            reader.complain(key, "is missing");
+    }
     return connection;
 }
 

@@ -194,7 +194,7 @@ QString Matrix::walk(const QString &folder, const Cell &cell, bool isFirst, Stor
 
 QList<Cell> Matrix::record(QString *complaint)
 {
-    const QTemporaryDir folder;
+    const QTemporaryDir folder(folderTemplate());
     Story story;
     *complaint = walk(folder.path(), {}, true, &story);
     if (complaint->isEmpty())
@@ -235,7 +235,7 @@ QList<Cell> Matrix::record(QString *complaint)
 
 QString Matrix::run(const Cell &cell) const
 {
-    const QTemporaryDir folder;
+    const QTemporaryDir folder(folderTemplate());
     Story story;
     QString wrong = walk(folder.path(), cell, true, &story);
     bool isCode = false;

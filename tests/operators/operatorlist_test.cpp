@@ -104,6 +104,8 @@ void OperatorListTest::textComesBack_data()
     QTest::newRow("equals sign") << "a = b";
     QTest::newRow("only an equals sign") << "=";
     QTest::newRow("in quotes") << "\"O!\"";
+    // A reader of UTF-8 takes it for the mark of a text's beginning.
+    QTest::newRow("begins with a byte order mark") << QChar(QChar::ByteOrderMark) + QString("a");
     QTest::newRow("a quote") << "\"";
     QTest::newRow("quotes within") << "The \"best\" one";
     QTest::newRow("blanks around") << " x ";

@@ -123,6 +123,10 @@ private slots:
         QTest::newRow("bad port") << QByteArray("{\"portOfSocket\": {\"1\": 70000}}");
         QTest::newRow("bad processor") << QByteArray("{\"windows\": {\"processor\": \"vax\"}}");
         QTest::newRow("bad entry") << QByteArray("{\"phonebook\": {\"a\": 5}}");
+        QTest::newRow("connection without a port")
+            << QByteArray("{\"connections\": [{\"handle\": 1}]}");
+        QTest::newRow("connection without a handle")
+            << QByteArray("{\"connections\": [{\"port\": 5}]}");
         QTest::newRow("newer format") << QByteArray("{\"version\": 2}");
     }
 
