@@ -27,6 +27,7 @@ private slots:
     void differencesThatTheListCannotHold();
     void remarks();
     void leftOut();
+    void countryWithoutAName();
     void namesThatNothingTellsApart();
     void search_data();
     void search();
@@ -111,6 +112,16 @@ void CatalogueTest::leftOut()
     QCOMPARE(m_sample.countries().at(1).leftOut, 0);
     QCOMPARE(m_sample.countries().at(2).leftOut, 1);
     QVERIFY(leftOutText(2).startsWith("Left out: 2 "));
+}
+
+void CatalogueTest::countryWithoutAName()
+{
+    const Catalogue catalogue(readBytes("<serviceproviders format=\"2.0\"><country code=\"zz\">"
+                                        "<provider><name>One</name><gsm><apn value=\"one\"/></gsm>"
+                                        "</provider></country></serviceproviders>"),
+                              "de");
+    QCOMPARE(catalogue.countries().size(), 1);
+    QCOMPARE(catalogue.countries().first().name, QString("ZZ"));
 }
 
 void CatalogueTest::namesThatNothingTellsApart()

@@ -94,6 +94,8 @@ void OperatorListTest::textIsReadable()
     QCOMPARE(listAsText({{"Warid", "internet"}, {"Banglalink", "blweb"}}),
              QByteArray("Banglalink = blweb\nWarid = internet\n"));
     QCOMPARE(listAsText({}), QByteArray());
+    // Settings that were written by hand may hold such a name.
+    QCOMPARE(listAsText({{" two\nlines", "apn"}}), QByteArray("two lines = apn\n"));
 }
 
 void OperatorListTest::textComesBack_data()

@@ -258,6 +258,11 @@ void OperatorsCommandTest::failed_data()
                                     "back.";
     QTest::newRow("export to nowhere") << QStringList({"--export", "/proc/list"})
                                        << "/proc/list cannot be written: No such file or directory";
+    const QStringList none{"--providers", "/nowhere/providers"};
+    const char noProviders[] = "The list of mobile operators cannot be read: /nowhere/providers";
+    QTest::newRow("no providers, countries") << (none + QStringList{"--countries"}) << noProviders;
+    QTest::newRow("no providers, list")
+        << (none + QStringList{"--country", "at", "--list"}) << noProviders;
 }
 
 void OperatorsCommandTest::failed()

@@ -63,6 +63,8 @@ private slots:
     void orderOfTheMainWindow();
     void saved();
     void keyboardAlone();
+    void mouseAlone();
+    void builtInListCannotBeEdited();
     void search();
     void noteOfTheCurrentRow();
     void ownEntries();
@@ -258,6 +260,35 @@ void OperatorsWindowTest::keyboardAlone()
     QTRY_COMPARE(MobileOperatorNames(), QStringList("Mono (Brazil)"));
     press(Qt::Key_Escape);
     QVERIFY(!m_window->isVisible());
+}
+
+void OperatorsWindowTest::mouseAlone()
+{
+    open();
+    auto *view = part<QTreeView>("offerView");
+    const QRect row = view->visualRect(view->model()->index(0, 0));
+    const QPoint mark(row.left() + row.height() / 2, row.center().y());
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, mark);
+    QCOMPARE(rows("listView"), QStringList("Twelve & Co"));
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, mark);
+    QCOMPARE(rows("offerView").at(0), QString("Twelve & Co"));
+    // A click elsewhere only shows the note, a double click chooses.
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, row.center());
+    QCOMPARE(rows("offerView").at(0), QString("Twelve & Co"));
+    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, row.center());
+    QCOMPARE(rows("listView"), QStringList("Twelve & Co"));
+}
+
+void OperatorsWindowTest::builtInListCannotBeEdited()
+{
+    open();
+    auto *view = part<QTreeView>("listView");
+    view->setCurrentIndex(view->model()->index(0, 0));
+    for (const Qt::Key key : {Qt::Key_Delete, Qt::Key_Return})
+        QTest::keyClick(view, key);
+    QVERIFY(!QApplication::activeModalWidget());
+    QCOMPARE(rows("listView").size(), 5);
+    QVERIFY(!button("saveButton")->isEnabled());
 }
 
 void OperatorsWindowTest::search()
