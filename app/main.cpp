@@ -41,8 +41,14 @@ int run(int argc, char *argv[])
 
     // The window decides itself whether it shows.
     MainWindow window;
-    QObject::connect(instance.get(), &SingleInstance::startedAgain, &window,
-                     [&window] { bringToFront(&window); });
+    QObject::connect(instance.get(), &SingleInstance::startedAgain, &window, [&] {
+        if (instance->giveWay(window.isBusy())) {
+            qDebug() << "The program was started as an administrator and goes on there";
+            QApplication::quit();
+        } else {
+            bringToFront(&window);
+        }
+    });
     instance->watch();
     const int code = QApplication::exec();
     // A set-up step may still run for minutes, without a window. Whoever starts

@@ -18,6 +18,7 @@
 #include <QEvent>
 #include <QScreen>
 #include <QSettings>
+#include <QThreadPool>
 #include <QTimer>
 #include <QWindow>
 
@@ -167,6 +168,13 @@ MainWindow::MainWindow(QWidget *parent)
 }
 
 MainWindow::~MainWindow() = default;
+
+bool MainWindow::isBusy() const
+{
+    const bool isWaiting = ui->portCheckButton->isHidden() && !ui->pleaseWaitbutton->isHidden();
+    const bool isConnected = !ui->disconnectButton->isHidden();
+    return isWaiting || isConnected || QThreadPool::globalInstance()->activeThreadCount() > 0;
+}
 
 void MainWindow::changeEvent(QEvent *event)
 {

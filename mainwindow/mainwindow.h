@@ -27,6 +27,10 @@ public:
     explicit MainWindow(QWidget *parent = nullptr);
     ~MainWindow() override;
 
+    /// Whether the program has something to lose: it dials or hangs up, shows a
+    /// connection, or a set-up step runs, be it behind a wizard that was closed.
+    bool isBusy() const;
+
 protected:
     void changeEvent(QEvent *event) override;
 

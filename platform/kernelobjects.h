@@ -6,6 +6,7 @@
 namespace platform {
 
 inline constexpr DWORD WaitObject0 = 0;           ///< WAIT_OBJECT_0: signalled
+inline constexpr DWORD WaitTimeout = 258;         ///< WAIT_TIMEOUT: not signalled in time
 inline constexpr DWORD WaitFailed = 0xFFFFFFFF;   ///< WAIT_FAILED
 inline constexpr DWORD WaitInfinite = 0xFFFFFFFF; ///< INFINITE
 
@@ -25,7 +26,8 @@ struct KernelObjects : Family {
     Operation<BOOL(HANDLE hEvent)> SetEvent{this, "SetEvent"};
 
     /// Waits at most dwMilliseconds for the handle; WaitObject0 when it is
-    /// signalled, WaitFailed (with GetLastError) when waiting is impossible.
+    /// signalled, WaitTimeout when it was not, WaitFailed (with GetLastError) when waiting is
+    /// impossible.
     Operation<DWORD(HANDLE hHandle, DWORD dwMilliseconds)> WaitForSingleObject{
         this, "WaitForSingleObject", WaitFailed};
 

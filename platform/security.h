@@ -15,7 +15,7 @@ static_assert(sizeof(SecurityAttributes) == 24, "SECURITY_ATTRIBUTES on 64-bit W
 
 inline constexpr DWORD SddlRevision1 = 1; ///< SDDL_REVISION_1
 
-/// Rights to objects (advapi32). Any thread.
+/// Rights to objects (advapi32), and the user's own (shell32). Any thread.
 struct Security : Family {
     /// The rights that a text in the security descriptor definition language
     /// grants. *SecurityDescriptor is the caller's until LocalFree. The size
@@ -25,6 +25,11 @@ struct Security : Family {
                    void **SecurityDescriptor, ULONG *SecurityDescriptorSize)>
         ConvertStringSecurityDescriptorToSecurityDescriptorW{
             this, "ConvertStringSecurityDescriptorToSecurityDescriptorW"};
+
+    /// Whether this process has an administrator's rights. Zero when it has not,
+    /// and also for an administrator who has not started it as one. It stays so
+    /// for as long as the process lives; cannot fail.
+    Operation<BOOL()> IsUserAnAdmin{this, "IsUserAnAdmin", FailureCode::None};
 };
 
 } // namespace platform

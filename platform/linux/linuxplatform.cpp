@@ -9,6 +9,8 @@
 #include "platform/standin/modules.h"
 #include "platform/standin/security.h"
 
+#include <unistd.h>
+
 namespace platform::linuxsystem {
 
 LinuxPlatform::LinuxPlatform(const SystemPaths &paths, const Program &program)
@@ -25,7 +27,7 @@ LinuxPlatform::LinuxPlatform(const SystemPaths &paths, const Program &program)
     provideDeviceInstallation(this, program, store, helper);
     provideProcess(this, handles, paths, helper);
     provideRas(this, paths, program, store, helper);
-    provideSecurity(this);
+    provideSecurity(this, [] { return ::geteuid() == 0; });
     provideSerialComm(this, handles, paths, program, store);
     provideSystemInformation(this);
 }

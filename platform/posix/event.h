@@ -74,6 +74,4 @@ private:
     std::vector<int> m_waiters; // one eventfd for each wait under way
 };
 
-inline constexpr DWORD WaitTimeout = 258; ///< WAIT_TIMEOUT
-
 } // namespace platform

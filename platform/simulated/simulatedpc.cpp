@@ -19,6 +19,9 @@ SimulatedPc::SimulatedPc(const QString &stateDirectory)
         return std::strcmp(function, "GetNativeSystemInfo") != 0 ||
                MachineSession(stateDirectory).state.windows.nativeSystemInfo;
     };
+    const auto isAdministrator = [stateDirectory] {
+        return MachineSession(stateDirectory).state.administrator;
+    };
     provideErrorHandling(this);
     provideForeground(this);
     provideKernelObjects(this, handles);
@@ -28,7 +31,7 @@ SimulatedPc::SimulatedPc(const QString &stateDirectory)
     provideDeviceInstallation(this, stateDirectory);
     provideProcess(this, handles, stateDirectory);
     provideRas(this, stateDirectory);
-    provideSecurity(this);
+    provideSecurity(this, isAdministrator);
     provideSerialComm(this, handles, stateDirectory);
     provideSystemInformation(this, stateDirectory);
 }

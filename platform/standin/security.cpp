@@ -5,10 +5,11 @@
 
 namespace platform {
 
-void provideSecurity(Platform *platform)
+void provideSecurity(Platform *platform, const std::function<bool()> &isAdministrator)
 {
     platform->ConvertStringSecurityDescriptorToSecurityDescriptorW =
         [](const WCHAR *, DWORD, void **, ULONG *) { return fail(ErrorNotSupported); };
+    platform->IsUserAnAdmin = [isAdministrator] { return BOOL(isAdministrator()); };
 }
 
 } // namespace platform

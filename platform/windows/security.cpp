@@ -2,6 +2,7 @@
 #include "platform/windows/forward.h"
 
 #include <sddl.h>
+#include <shlobj.h>
 
 namespace platform {
 
@@ -9,6 +10,7 @@ void provideSecurity(Platform *platform)
 {
     platform->ConvertStringSecurityDescriptorToSecurityDescriptorW =
         forward(::ConvertStringSecurityDescriptorToSecurityDescriptorW);
+    platform->IsUserAnAdmin = forward(::IsUserAnAdmin);
 }
 
 } // namespace platform

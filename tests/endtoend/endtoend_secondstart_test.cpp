@@ -16,6 +16,10 @@ private slots:
     void besideAMinimisedWindow();
     void besideTheWizard();
     void besideABlockedWindow();
+    void asAdministratorBesideTheWizard();
+    void asAdministratorBesideTheWindow();
+    void asAdministratorBesideAConnection();
+    void asAdministratorBesideABlockedWindow();
     void afterACrash();
     void afterTheEnd();
     void ofAnotherUser();
@@ -111,6 +115,87 @@ void EndToEndSecondStartTest::besideABlockedWindow()
         session.waitForFace(Face::Disconnect);
         QCOMPARE(session.machine.heard(), heardWhenDialling("blweb"));
         QCOMPARE(countOf(session, MainTitle), 1);
+    });
+}
+
+// What the wizard asks for when a step has failed for lack of rights.
+void EndToEndSecondStartTest::asAdministratorBesideTheWizard()
+{
+    onNewPc("administrator-beside-the-wizard", [](Session &session) {
+        session.machine.pc({"set", "administrator", "off"});
+        session.machine.startPhone();
+        session.startProgram();
+        session.wizard();
+        session.pressNext();
+        session.waitForFailedStep();
+        session.desktop.keepPicture("without-rights");
+        session.machine.pc({"set", "administrator", "on"});
+        session.machine.startBeside(session.desktop);
+        QCOMPARE(session.machine.waitForProgramEnd(patience), 0);
+        session.goThroughWizard();
+        session.mainWindow();
+        QCOMPARE(countOf(session, WizardTitle), 0);
+        QCOMPARE(countOf(session, MainTitle), 1);
+        session.desktop.keepPicture("set-up");
+    });
+}
+
+// It counts down anew, and one of the two dials.
+void EndToEndSecondStartTest::asAdministratorBesideTheWindow()
+{
+    onPreparedPc("administrator-beside-the-window", [](Session &session) {
+        session.machine.pc({"set", "administrator", "off"});
+        session.machine.startPhone();
+        session.startProgram();
+        session.mainWindow();
+        session.machine.pc({"set", "administrator", "on"});
+        session.machine.startBeside(session.desktop);
+        QCOMPARE(session.machine.waitForProgramEnd(patience), 0);
+        session.mainWindow();
+        session.waitForConnection();
+        session.waitForFace(Face::Disconnect);
+        QCOMPARE(session.machine.heard(), heardWhenDialling("blweb"));
+        QCOMPARE(countOf(session, MainTitle), 1);
+    });
+}
+
+void EndToEndSecondStartTest::asAdministratorBesideAConnection()
+{
+    onPreparedPc("administrator-beside-a-connection", [](Session &session) {
+        session.machine.pc({"set", "administrator", "off"});
+        session.machine.startPhone();
+        session.startProgram();
+        session.mainWindow();
+        session.pressButton();
+        session.waitForConnection();
+        session.waitForFace(Face::Disconnect);
+        session.machine.pc({"set", "administrator", "on"});
+        startAgain(session);
+        QCOMPARE(countOf(session, MainTitle), 1);
+        QVERIFY(session.shows(Face::Disconnect));
+        QVERIFY(session.machine.isProgramRunning());
+        QCOMPARE(session.machine.connectionCount(), 1);
+    });
+}
+
+// It gives up waiting; the first one goes on when the phone answers.
+void EndToEndSecondStartTest::asAdministratorBesideABlockedWindow()
+{
+    onPreparedPc("administrator-beside-a-blocked-window", [](Session &session) {
+        session.machine.pc({"set", "administrator", "off"});
+        session.machine.startPhone();
+        session.startProgram();
+        session.mainWindow();
+        session.machine.phone("set silent on");
+        session.pressButton();
+        waitFor("AT", [&] { return session.machine.heard() == "AT\\r"; });
+        session.machine.pc({"set", "administrator", "on"});
+        startAgain(session);
+        QVERIFY(session.shows(Face::PleaseWait));
+        session.machine.phone("set silent off");
+        session.waitForConnection();
+        session.waitForFace(Face::Disconnect);
+        QVERIFY(session.machine.isProgramRunning());
     });
 }
 

@@ -47,6 +47,7 @@ private slots:
     void startingAProgramIsRefused();
     void theSystemIsA64BitWorkstation();
     void factsAreRefused();
+    void onlyRootIsAnAdministrator();
     void portsThatAreNotThere();
     void announcedLinesAreInUse_data();
     void announcedLinesAreInUse();
@@ -247,6 +248,13 @@ void SystemTest::theSystemIsA64BitWorkstation()
     reinterpret_cast<GetNativeSystemInfoFunction>(m_platform->GetProcAddress(
         m_platform->GetModuleHandleW(u"kernel32.dll"), "GetNativeSystemInfo"))(&native);
     QCOMPARE(native.wProcessorArchitecture, expected);
+}
+
+void SystemTest::onlyRootIsAnAdministrator()
+{
+    QCOMPARE(m_platform->IsUserAnAdmin() != 0, ::geteuid() == 0);
+    const OrdinaryUser user;
+    QCOMPARE(m_platform->IsUserAnAdmin(), 0);
 }
 
 void SystemTest::factsAreRefused()

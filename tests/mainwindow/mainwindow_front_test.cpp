@@ -5,6 +5,7 @@
 #include "tests/mainwindow/mainwindowbench.h"
 
 #include <QMessageBox>
+#include <QSemaphore>
 
 #include <vector>
 
@@ -62,6 +63,10 @@ private slots:
     void aBoxOverTheWizardStaysInFront();
     void aDialogOfTheWindowIsLeftToIt();
     void anOpenListIsNoWindow();
+    void busyByItsState_data();
+    void busyByItsState();
+    void busyWhileItDials();
+    void busyWhileASetupStepRuns();
 
 private:
     std::unique_ptr<TestSettings> m_settings;
@@ -158,6 +163,54 @@ void MainWindowFrontTest::anOpenListIsNoWindow()
     bringToFront(window.get());
     QCOMPARE(watch.raised, QStringList({"MainWindow"}));
     QApplication::activePopupWidget()->close();
+}
+
+// A start as an administrator takes over from a program that is not busy.
+void MainWindowFrontTest::busyByItsState_data()
+{
+    QTest::addColumn<bool>("isBusy");
+    QTest::newRow("counting down") << false;
+    QTest::newRow("counting down again") << false;
+    QTest::newRow("waiting") << false;
+    QTest::newRow("disconnected") << false;
+    QTest::newRow("connected") << true;
+}
+
+void MainWindowFrontTest::busyByItsState()
+{
+    QFETCH(const bool, isBusy);
+    const auto window = m_bench->windowInState(QTest::currentDataTag());
+    QCOMPARE(window->isBusy(), isBusy);
+    // Behind a wizard nothing changes.
+    QVERIFY(QMetaObject::invokeMethod(window.get(), "ShowCreateNewConnectionWizard"));
+    QCOMPARE(window->isBusy(), isBusy);
+}
+
+void MainWindowFrontTest::busyWhileItDials()
+{
+    const auto window = m_bench->windowInState("counting down");
+    bool wasBusy = false;
+    m_bench->machine.whileDialling = [&] { wasBusy = window->isBusy(); };
+    m_bench->machine.dialSucceeds = false;
+    button(*window, "connectButton")->click();
+    QVERIFY(wasBusy);
+    QVERIFY(!window->isBusy());
+}
+
+// Also when its wizard has been closed.
+void MainWindowFrontTest::busyWhileASetupStepRuns()
+{
+    const auto window = m_bench->windowInState("counting down");
+    QSemaphore mayEnd;
+    m_bench->machine.whileUpdating = [&] { mayEnd.acquire(); };
+    QVERIFY(QMetaObject::invokeMethod(window.get(), "ShowCreateNewConnectionWizard"));
+    SettingsWizard *wizard = wizards(*window).first();
+    wizard->next();
+    QVERIFY(window->isBusy());
+    wizard->reject();
+    QVERIFY(window->isBusy());
+    mayEnd.release();
+    QTRY_VERIFY(!window->isBusy());
 }
 
 QTEST_MAIN(MainWindowFrontTest)

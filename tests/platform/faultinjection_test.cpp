@@ -203,8 +203,10 @@ void FaultInjectionTest::operationsThatCannotFail()
     ScriptedMachine machine;
     machine.serverR2 = 7;
     machine.emulatedArchitecture = 6;
+    machine.administrator = true;
     FaultInjectingPlatform injector(machine);
-    for (const char *name : {"GetProcessHeap", "GetSystemMetrics", "GetSystemInfo", "GetLastError"})
+    for (const char *name :
+         {"GetProcessHeap", "GetSystemMetrics", "GetSystemInfo", "IsUserAnAdmin", "GetLastError"})
         injector.inject({name, 1, 5, true});
     injector.SetLastError(77);
     QCOMPARE(injector.GetLastError(), DWORD{77});
@@ -213,8 +215,9 @@ void FaultInjectionTest::operationsThatCannotFail()
     SystemInfo information{};
     injector.GetSystemInfo(&information);
     QCOMPARE(information.wProcessorArchitecture, WORD{6});
-    QCOMPARE(injector.calls(),
-             QStringList({"GetProcessHeap()", "GetSystemMetrics(89)", "GetSystemInfo(&)"}));
+    QCOMPARE(injector.IsUserAnAdmin(), 1);
+    QCOMPARE(injector.calls(), QStringList({"GetProcessHeap()", "GetSystemMetrics(89)",
+                                            "GetSystemInfo(&)", "IsUserAnAdmin()"}));
     QCOMPARE(injector.firedFaults(), 0);
 }
 

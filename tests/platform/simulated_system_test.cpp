@@ -75,6 +75,15 @@ private slots:
         QCOMPARE(pc.GetSystemMetrics(MetricServerR2), 1);
     }
 
+    void saysWhoIsAnAdministrator()
+    {
+        TestMachine machine;
+        SimulatedPc pc(machine.directory());
+        QCOMPARE(pc.IsUserAnAdmin(), 1);
+        machine.change([](simulated::MachineState &state) { state.administrator = false; });
+        QCOMPARE(pc.IsUserAnAdmin(), 0);
+    }
+
     void fillsTheRecordThatItIsGiven()
     {
         TestMachine machine;

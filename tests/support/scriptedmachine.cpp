@@ -181,6 +181,8 @@ void ScriptedMachine::provideHandles()
         return 1;
     };
 
+    IsUserAnAdmin = [this]() -> BOOL { return administrator; };
+
     WaitForSingleObject = [this](HANDLE hHandle, DWORD) -> DWORD {
         if (!isOpen(hHandle, Kind::Event))
             return WaitFailed;

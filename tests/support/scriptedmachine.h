@@ -44,6 +44,7 @@ public:
     platform::DWORD foregroundGivenTo = 0;
     QString rights;              ///< the last text that was made a security descriptor
     bool eventHasRights = false; ///< the last event was made with that descriptor
+    bool administrator = false;  ///< the rights of whoever asks
 
     // Processes.
     struct StartedProcess {

@@ -66,6 +66,7 @@ const QMap<QString, QStringList> &forms()
         // A second start of the program
         {"ConvertStringSecurityDescriptorToSecurityDescriptorW",
          {"rights=\"D:(\\(A;;GA;;;(SY|BA|IU)\\)){3}\" revision=1 size=null %R"}},
+        {"IsUserAnAdmin", {"%R"}},
         {"AllowSetForegroundWindow", {"process=0xFFFFFFFF %R"}},
         {"SetEvent", {"named\\d+ -> result=1"}},
         // The events of the port are left to the end of the process.

@@ -170,6 +170,11 @@ void PlatformCalls::namedEvents()
 void PlatformCalls::foreground()
 {
     QCOMPARE(current().AllowSetForegroundWindow(platform::AnyProcess), 1);
+    // Everybody is one under Wine, unless the machine says otherwise.
+    QCOMPARE(current().IsUserAnAdmin(), 1);
+    setMachine({"fail IsUserAnAdmin * 0"});
+    QCOMPARE(current().IsUserAnAdmin(), 0);
+    setMachine({});
 }
 
 void PlatformCalls::modules()

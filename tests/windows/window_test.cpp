@@ -22,6 +22,7 @@ private slots:
     void menusAndDialogs();
     void secondStart();
     void secondStartBesideTheWizard();
+    void secondStartAsAdministrator();
     void secondStartBesideABlockedWindow();
     void messagesAreKept();
     void settingsOfAnotherAccount();
@@ -35,6 +36,9 @@ private:
 };
 
 namespace {
+
+/// Wine takes everybody for an administrator.
+const QStringList withoutRights{"fail IsUserAnAdmin * 0"};
 
 /// Starts the program beside the one that runs; the second one's exit code.
 int startAgain(WineMachine &machine)
@@ -84,6 +88,7 @@ void WindowTest::secondStart()
 {
     onMachine(*m_machine, [&](WineMachine &machine) {
         setUpBefore(machine);
+        machine.setMachine(machineWithPhone() + withoutRights);
         machine.setConnections({"TolvaneModem 1"});
         const WindowId window = machine.startUntil(mainTitle);
         machine.desktop.minimise(window);
@@ -128,6 +133,30 @@ void WindowTest::secondStartBesideTheWizard()
         machine.desktop.keepPicture("second-start-wizard");
         QCOMPARE(machine.desktop.visibleTitles().count(wizardTitle), 1);
         QVERIFY(machine.desktop.window(mainTitle).isEmpty());
+    });
+}
+
+// The wizard without rights gives way to one that has them.
+void WindowTest::secondStartAsAdministrator()
+{
+    onMachine(*m_machine, [&](WineMachine &machine) {
+        machine.setMachine(machineWithPhone() + withoutRights);
+        const WindowId first = machine.startUntil(wizardTitle);
+        machine.setMachine(machineWithPhone());
+        machine.startBeside();
+        waitFor(
+            "The end of the first one", [&machine] { return machine.hasEnded(); },
+            WineMachine::StartPatience);
+        QCOMPARE(machine.waitForExit(), 0);
+        const WindowId second =
+            machine.desktop.waitForWindow(wizardTitle, WineMachine::StartPatience);
+        QVERIFY(second != first);
+        QCOMPARE(machine.desktop.visibleTitles().count(wizardTitle), 1);
+        machine.desktop.keepPicture("as-administrator");
+        // And holds the name: an ordinary start only tells it.
+        machine.setMachine(machineWithPhone() + withoutRights);
+        QCOMPARE(startAgain(machine), 0);
+        QCOMPARE(machine.desktop.visibleTitles().count(wizardTitle), 1);
     });
 }
 

@@ -234,6 +234,13 @@ WindowId WineMachine::startUntil(const QString &title, const QString &program)
     return desktop.waitForWindow(title, StartPatience);
 }
 
+void WineMachine::startBeside()
+{
+    prepare(m_programBeside, true);
+    m_programBeside.start(m_wine, {folder() + "\\TolvaneDialler.exe"});
+    expect(m_programBeside.waitForStarted(), "The program does not start once more");
+}
+
 int WineMachine::run(const QString &program, const QStringList &arguments, QString *output)
 {
     ChildProcess process;
@@ -260,6 +267,10 @@ int WineMachine::waitForExit()
 
 void WineMachine::stop()
 {
+    if (m_programBeside.state() != QProcess::NotRunning) {
+        m_programBeside.kill();
+        m_programBeside.waitForFinished();
+    }
     if (hasEnded())
         return;
     m_program.kill();
@@ -270,7 +281,7 @@ QStringList WineMachine::calls() const
 {
     static const QRegularExpression ofTheStart(
         "^(ConvertStringSecurityDescriptorToSecurityDescriptorW|CreateEventW name="
-        "|AllowSetForegroundWindow|SetEvent|CloseHandle named)");
+        "|IsUserAnAdmin|AllowSetForegroundWindow|SetEvent|CloseHandle named)");
     QStringList calls = allCalls();
     for (const QString &call : calls.filter(ofTheStart))
         calls.removeOne(call);

@@ -59,6 +59,8 @@ public:
     void start(const QString &program = {});
     /// Starts it and waits for its window with this title.
     WindowId startUntil(const QString &title, const QString &program = {});
+    /// Starts it once more beside the one that runs; it runs until stop().
+    void startBeside();
     /// How long a program may take to come up here, in milliseconds.
     static constexpr int StartPatience = 60000;
     /// Runs another program of this machine to its end and returns its exit
@@ -68,7 +70,7 @@ public:
     bool hasEnded();
     /// Waits for the program's end; returns its exit code.
     int waitForExit();
-    /// Ends a program that is still running, by its process.
+    /// Ends the programs that are still running, by their processes.
     void stop();
 
     /// The recorded calls so far, one line each, without those by which a start
@@ -114,6 +116,7 @@ private:
     bool m_readsPend = false;
     ChildProcess m_taskbar;
     ChildProcess m_program;
+    ChildProcess m_programBeside;
     QByteArray m_debug;
     QByteArray m_printed;
 };

@@ -497,6 +497,7 @@ const Watched watched[] = {
     WATCH(SetEvent),
     WATCH(AllowSetForegroundWindow),
     WATCH(ConvertStringSecurityDescriptorToSecurityDescriptorW),
+    WATCH(IsUserAnAdmin),
 };
 
 } // namespace

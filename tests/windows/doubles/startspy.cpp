@@ -1,5 +1,7 @@
 #include "tests/windows/doubles/startspy.h"
 
+#include <shlobj.h>
+
 namespace doubles {
 
 Handles &namedEvents()
@@ -30,6 +32,14 @@ BOOL WINAPI spySetEvent(HANDLE event)
     Line line("SetEvent");
     line.item(namedEvents().name(event));
     return went(line, SetEvent(event));
+}
+
+BOOL WINAPI spyIsUserAnAdmin()
+{
+    Line line("IsUserAnAdmin");
+    if (fails("IsUserAnAdmin", line))
+        return FALSE;
+    return went(line, IsUserAnAdmin());
 }
 
 BOOL WINAPI spyAllowSetForegroundWindow(DWORD process)

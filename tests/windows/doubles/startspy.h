@@ -17,6 +17,7 @@ Handles &namedEvents();
 HANDLE createNamedEvent(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL initial, LPCWSTR name);
 
 BOOL WINAPI spySetEvent(HANDLE event);
+BOOL WINAPI spyIsUserAnAdmin();
 BOOL WINAPI spyAllowSetForegroundWindow(DWORD process);
 BOOL WINAPI spyConvertStringSecurityDescriptorToSecurityDescriptorW(LPCWSTR text, DWORD revision,
                                                                     PSECURITY_DESCRIPTOR *rights,
