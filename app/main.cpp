@@ -1,5 +1,6 @@
 #include "app/damagedsettings.h"
 #include "app/formfont.h"
+#include "app/heldkeys.h"
 #include "app/identity.h"
 #include "app/messagelog.h"
 #include "app/settings.h"
@@ -38,6 +39,8 @@ int run(int argc, char *argv[])
     // The form looks for its icon file in the working directory only. Without
     // it, windows take this one.
     QApplication::setWindowIcon(QIcon(":/48x48.ico"));
+
+    const HeldKeys heldKeys;
 
     // The window decides itself whether it shows.
     MainWindow window;

@@ -268,6 +268,11 @@ void Desktop::press(const QStringList &keys) const
     xdotool(QStringList{"key"} + keys);
 }
 
+void Desktop::hold(const QString &key) const
+{
+    xdotool({"keydown", key, "sleep", "2", "keyup", key});
+}
+
 void Desktop::pressIn(const WindowId &window, const QStringList &keys) const
 {
     activate(window);

@@ -78,6 +78,8 @@ public:
     {
         pressIn(window, QStringList{key});
     }
+    /// Keeps a key down for two seconds; the display repeats it some thirty times.
+    void hold(const QString &key) const;
     /// Presses the key in the window every few seconds until `done`, as a
     /// person does whose key came before the window was ready. Only where a
     /// second press does no harm. `what` names what is waited for.

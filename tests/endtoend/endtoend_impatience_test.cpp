@@ -17,6 +17,8 @@ private slots:
     void doubleClickOnDisconnect();
     void doubleClickOnThePortCheck();
     void inputWhileHangingUp();
+    void heldEnterOnRetry();
+    void heldEnterOnRedial();
 };
 
 namespace {
@@ -155,6 +157,43 @@ void EndToEndImpatienceTest::inputWhileHangingUp()
         waitFor("AT", [&] { return session.machine.heard() == heard + "+++AT\\r"; });
         QCOMPARE(session.machine.setting("CurrentMobileOperator").toString(),
                  QString("Banglalink"));
+    });
+}
+
+// Each try starts the driver installer.
+void EndToEndImpatienceTest::heldEnterOnRetry()
+{
+    onNewPc("held-enter-on-retry", [](Session &session) {
+        session.machine.pc({"set", "administrator", "off"});
+        session.startProgram();
+        session.wizard();
+        session.pressNext();
+        session.waitForFailedStep();
+        const auto tries = [&session] { return session.machine.log().count("SetupAllInfs"); };
+        QCOMPARE(tries(), 1);
+        session.desktop.hold("Return");
+        // What is pressed next comes after all that.
+        session.desktop.press("Escape");
+        QCOMPARE(session.machine.waitForProgramEnd(patience), 0);
+        QCOMPARE(tries(), 2);
+    });
+}
+
+void EndToEndImpatienceTest::heldEnterOnRedial()
+{
+    onPreparedPc("held-enter-on-redial", [](Session &session) {
+        session.machine.startPhone({"--error", "ATD"});
+        session.startProgram();
+        session.mainWindow();
+        session.pressButton();
+        session.waitForDialError();
+        const auto dials = [&session] { return session.machine.heard().count("ATD"); };
+        QCOMPARE(dials(), 1);
+        session.desktop.hold("Return");
+        session.waitForDialError();
+        session.desktop.press("Escape");
+        session.waitForFace(Face::ConnectNow);
+        QCOMPARE(dials(), 2);
     });
 }
 

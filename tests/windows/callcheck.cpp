@@ -50,9 +50,9 @@ const QMap<QString, QStringList> &forms()
         {"SetCommMask", {"port\\d+ mask=5 %R"}},
         {"event", {"event\\d+ manual unsignalled unnamed"}},
         {"CreateEventW",
-         {"-> result=null error=\\d+",
-          "name=\"Local\\\\Tolvane Modem Connector [0-9a-f]{40}\" rights=set manual=0 initial=0 "
-          "-> named\\d+ error=(0|183)"}},
+         {"-> result=null error=\\d+", "name=\"Local\\\\Tolvane Modem Connector [0-9a-f]{40}( "
+                                       "offer)?\" rights=set manual=0 initial=0 "
+                                       "-> named\\d+ error=(0|183)"}},
         {"WriteFile",
          {"port\\d+ data=\"AT\\\\r\" count=3 record=zero event\\d+ %R",
           "port\\d+ data=\"AT\\+CGDCONT=1,\"IP\",\".*\"\\\\r\" count=\\d+ record=zero event\\d+ "
