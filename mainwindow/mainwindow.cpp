@@ -173,7 +173,13 @@ bool MainWindow::isBusy() const
 {
     const bool isWaiting = ui->portCheckButton->isHidden() && !ui->pleaseWaitbutton->isHidden();
     const bool isConnected = !ui->disconnectButton->isHidden();
-    return isWaiting || isConnected || QThreadPool::globalInstance()->activeThreadCount() > 0;
+    const QList<SettingsWizard *> wizards = findChildren<SettingsWizard *>();
+    const bool isSettingUp =
+        std::any_of(wizards.begin(), wizards.end(),
+                    [](const SettingsWizard *wizard) { return wizard->isStepRunning(); });
+    // A step that a wizard does not follow any more still runs to its end.
+    return isWaiting || isConnected || isSettingUp ||
+           QThreadPool::globalInstance()->activeThreadCount() > 0;
 }
 
 void MainWindow::changeEvent(QEvent *event)

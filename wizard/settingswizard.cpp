@@ -15,6 +15,11 @@ SettingsWizard::SettingsWizard(MainWindow *parent) : QWizard(parent)
     connect(this, &QWizard::finished, this, &SettingsWizard::Closing);
 }
 
+bool SettingsWizard::isStepRunning() const
+{
+    return findChild<SetupPage *>()->isStepRunning();
+}
+
 void SettingsWizard::Closing()
 {
     if (hasDialupEntry())

@@ -15,6 +15,9 @@ public:
     /// comes back when the wizard closes.
     explicit SettingsWizard(MainWindow *parent);
 
+    /// Whether a set-up step runs, also when the wizard was closed meanwhile.
+    bool isStepRunning() const;
+
 private slots:
     /// Brings the main window back when there is a phone-book entry to work
     /// with; otherwise no window is left and the program ends.

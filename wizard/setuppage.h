@@ -19,6 +19,8 @@ public:
 
     void initializePage() override;
     bool isComplete() const override;
+    /// Until what comes after the step is decided: there is no gap between two.
+    bool isStepRunning() const { return !setupWatcher.isFinished(); }
 
 public slots:
     /// Takes the result of the step that has just finished: goes on with the
