@@ -11,3 +11,7 @@ bool setApnAndDial(QString entryName, int portNumber, QString apn);
 /// connection. A name of more than 199 UTF-16 units is cut off, so the system
 /// does not find its entry. GUI thread.
 bool dialConnection(QString entryName);
+
+/// Whether the last dial failed because the system has no such entry, or none that
+/// is good for anything: a new set-up makes one. GUI thread.
+bool isDialupEntryMissing();

@@ -229,6 +229,10 @@ void MainWindow::StartDialling()
     } else {
         showDisconnected();
         block.closeIfAsked();
+        // Without it every dial would end so: after the system has lost its entries, or
+        // with settings that came from another computer.
+        if (isVisible() && isDialupEntryMissing())
+            ShowCreateNewConnectionWizard();
     }
 }
 

@@ -12,6 +12,7 @@
 namespace platform::linuxsystem {
 
 class HelperClient;
+class Notices;
 class StateStore;
 
 /// Rescans through udev.
@@ -28,15 +29,20 @@ void provideRas(Platform *platform, const SystemPaths &paths, const Program &pro
                 const std::shared_ptr<HelperClient> &helper);
 
 /// The COM ports of this machine. Opening a line that another program has
-/// locked or opened exclusively fails with 5.
+/// locked or opened exclusively fails with 5. If it is a phone's, ModemManager is
+/// asked to let it go first, and the user is told about any other program.
 void provideSerialComm(Platform *platform, const std::shared_ptr<Handles> &handles,
                        const SystemPaths &paths, const Program &program,
-                       const std::shared_ptr<StateStore> &store);
+                       const std::shared_ptr<StateStore> &store,
+                       const std::shared_ptr<HelperClient> &helper,
+                       const std::shared_ptr<Notices> &notices);
 
-/// Fills three families: SetupApi, Registry and NewDev. In setupapi.cpp.
+/// Fills three families: SetupApi, Registry and NewDev. In setupapi.cpp. The user is
+/// told when what is kept of the devices is damaged.
 void provideDeviceInstallation(Platform *platform, const Program &program,
                                const std::shared_ptr<StateStore> &store,
-                               const std::shared_ptr<HelperClient> &helper);
+                               const std::shared_ptr<HelperClient> &helper,
+                               const std::shared_ptr<Notices> &notices);
 
 /// Answers as the newest release of Windows that the phone's drivers know.
 void provideSystemInformation(Platform *platform);

@@ -17,6 +17,8 @@ namespace {
 
 const char recordMark[] = "# record ";
 const char connectOption[] = "connect ";
+const char upOption[] = "ip-up-script ";
+const char downOption[] = "ip-down-script ";
 const char ownerMark[] = "@";        // in no encoded name
 constexpr int LongestFileName = 240; // "ppp-" and ".pid" go around it
 
@@ -38,6 +40,18 @@ QByteArray optionWord(const QByteArray &text)
     return word + '"';
 }
 
+/// What optionWord() made such a word of.
+QByteArray unquoted(const QByteArray &word)
+{
+    QByteArray text;
+    for (qsizetype i = 1; i + 1 < word.size(); ++i) {
+        if (word.at(i) == '\\')
+            ++i;
+        text += word.at(i);
+    }
+    return text;
+}
+
 /// pppd hands its connect command to a shell. That command is nothing but the
 /// program's path, as one quoted word.
 QByteArray shellWord(const QByteArray &text)
@@ -56,18 +70,22 @@ QByteArray connectLine(const QString &program)
 /// of which nobody can tell what it runs.
 QString programOf(const QByteArray &line)
 {
-    QByteArray text;
-    for (qsizetype i = sizeof connectOption; i + 1 < line.size(); ++i) {
-        if (line.at(i) == '\\')
-            ++i;
-        text += line.at(i);
-    }
+    QByteArray text = unquoted(line.mid(int(sizeof connectOption) - 1));
     const QByteArray quote = "'";
     if (text.size() < 2 || !text.startsWith(quote) || !text.endsWith(quote))
         return {};
     text = text.mid(1, text.size() - 2).replace("'\\''", quote);
     const QString program = QFile::decodeName(text);
     return connectLine(program) == line ? program : QString();
+}
+
+/// The program of a line that has an option and one quoted word; empty for any
+/// other.
+QString scriptOf(const QByteArray &line)
+{
+    const QByteArray option = line.left(line.indexOf(' ') + 1);
+    const QString program = QFile::decodeName(unquoted(line.mid(option.size())));
+    return option + optionWord(QFile::encodeName(program)) == line ? program : QString();
 }
 
 QByteArray numberOf(const RasEntry &entry)
@@ -87,7 +105,8 @@ PhoneBook::PhoneBook(const Program &program, const SystemPaths &paths)
       m_signature("# Dial-up entry of " + program.name.toUtf8() + '\n'),
       m_peers(paths.peers),
       m_records(paths.state + "/entries"),
-      m_dialProgram(paths.drivers + "/DialPhone"),
+      m_signIn(QString("%1/sign-in/%2").arg(paths.state).arg(paths.user)),
+      m_drivers(paths.drivers),
       m_owner(paths.user),
       m_trusted(paths.trusted)
 {
@@ -165,9 +184,11 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry, const QS
     const QString name = fileName(entryName);
     if (name.isEmpty() || !isDialable(fromField(entry.szLocalPhoneNumber)))
         return ErrorInvalidParameter;
-    // pppd runs that program with root's rights.
-    if (!isOnlyRoots(m_dialProgram, m_trusted))
-        return ErrorAccessDenied;
+    // pppd runs these with root's rights.
+    for (const char *program : {"/DialPhone", "/LinkUp", "/LinkDown", "/LinkChange"}) {
+        if (!isOnlyRoots(m_drivers + program, m_trusted))
+            return ErrorAccessDenied;
+    }
     const QDir folder(m_records);
     for (const QString &other : folder.entryList({m_filePrefix + '*'}, QDir::Files)) {
         RasEntry ignored;
@@ -178,8 +199,26 @@ DWORD PhoneBook::write(const QString &entryName, const RasEntry &entry, const QS
     }
     DWORD code = makeFolder(m_records);
     if (code == Success)
+        code = ensureSignIn();
+    if (code == Success)
         code = replaceFile(m_peers + '/' + name, peerOf(name.toLatin1(), entry, device), 0600);
     return code == Success ? replaceFile(folder.filePath(name), recordOf(entry), 0644) : code;
+}
+
+DWORD PhoneBook::writeSignIn(const QString &name, const QString &password) const
+{
+    const DWORD code = makeFolder(QFileInfo(m_signIn).path());
+    const QByteArray text = m_signature + "user " + optionWord(name.toUtf8()) + "\npassword " +
+                            optionWord(password.toUtf8()) + '\n';
+    return code == Success ? replaceFile(m_signIn, text, 0600) : code;
+}
+
+// The network knows the phone by its card. Some phones still ask for a name and a
+// password and accept any. pppd must have some to give, or it would end the
+// connection.
+DWORD PhoneBook::ensureSignIn() const
+{
+    return QFileInfo::exists(m_signIn) ? DWORD(Success) : writeSignIn("gprs", "gprs");
 }
 
 PhoneBook::Peer PhoneBook::peer(const QString &entryName, QString *changeable) const
@@ -192,10 +231,16 @@ PhoneBook::Peer PhoneBook::peer(const QString &entryName, QString *changeable) c
     if (!isOnlyRoots(*changeable, m_trusted) || !file.open(QIODevice::ReadOnly))
         return Peer::Changeable;
     for (const QByteArray &line : file.readAll().split('\n')) {
-        if (!line.startsWith(connectOption))
-            continue;
-        const QString program = programOf(line);
-        if (!isOnlyRoots(program, m_trusted)) {
+        QStringList programs;
+        if (line.startsWith(connectOption)) {
+            programs += programOf(line);
+        } else if (line.startsWith(upOption) || line.startsWith(downOption)) {
+            const QString script = scriptOf(line);
+            programs << script << QFileInfo(script).path() + "/LinkChange";
+        }
+        for (const QString &program : std::as_const(programs)) {
+            if (isOnlyRoots(program, m_trusted))
+                continue;
             *changeable = program.isEmpty() ? QString::fromLocal8Bit(line) : program;
             return Peer::Changeable;
         }
@@ -225,21 +270,19 @@ QByteArray PhoneBook::peerOf(const QByteArray &link, const RasEntry &entry,
     if (!device.isEmpty())
         text += optionWord(QFile::encodeName(device)) + '\n';
     text += "linkname " + optionWord(link) + '\n';
-    text += connectLine(m_dialProgram) + '\n';
+    text += connectLine(m_drivers + "/DialPhone") + '\n';
+    text += upOption + optionWord(QFile::encodeName(m_drivers + "/LinkUp")) + '\n';
+    text += downOption + optionWord(QFile::encodeName(m_drivers + "/LinkDown")) + '\n';
     // The dialling program gets the number from its environment, where no shell
     // reads it. A number from the dial dialog comes as DIAL_NUMBER and is
     // preferred.
     text += "set " + optionWord("DIAL_ENTRY_NUMBER=" + numberOf(entry)) + '\n';
+    text += "file " + optionWord(QFile::encodeName(m_signIn)) + '\n';
     text += "115200\n"
             "modem\n"
             "crtscts\n"
             "lock\n"
-            // The network knows the phone by its card. Some phones still ask
-            // for a name and a password and accept any. pppd must have some to
-            // give, or it would end the connection.
             "noauth\n"
-            "user gprs\n"
-            "password gprs\n"
             "hide-password\n"
             "refuse-eap\n"
             "noipdefault\n"
@@ -247,8 +290,9 @@ QByteArray PhoneBook::peerOf(const QByteArray &link, const RasEntry &entry,
             "ipcp-accept-remote\n"
             // Some networks never tell their own address.
             "ipcp-max-failure 30\n"
+            // Beside another network's default route. LinkUp makes it win.
             "defaultroute\n"
-            "replacedefaultroute\n"
+            "defaultroute-metric 50\n"
             "usepeerdns\n"
             "noipv6\n"
             "novj\n"

@@ -42,20 +42,28 @@ public:
 
     /// Makes or replaces an entry at once. The device is the line that pppd
     /// opens when nobody tells it another; it may be empty. Success, 5 without
-    /// the rights, or when somebody else than root could change the program that
-    /// dials; 87 for a name or number that cannot be dialled, 621 when pppd has
+    /// the rights, or when somebody else than root could change the programs that
+    /// pppd runs; 87 for a name or number that cannot be dialled, 621 when pppd has
     /// no folder for peers or an entry of this user is damaged.
     DWORD write(const QString &entryName, const RasEntry &entry, const QString &device) const;
+
+    /// Replaces what a network gets that wants a name and a password, whatever entry
+    /// of this user's is dialled. Only root may read it. The codes of a file that is
+    /// written: Success, 5, 31.
+    DWORD writeSignIn(const QString &name, const QString &password) const;
+
+    /// Makes the usual name and password, if none were ever written. The same codes.
+    DWORD ensureSignIn() const;
 
     /// What pppd has of an entry.
     enum class Peer {
         Good,
         Missing,
-        Changeable, ///< others than root can change it, or the program that dials
+        Changeable, ///< others than root can change it, or a program that it runs
     };
-    /// The program that dials is the one that the entry names: it may have been
-    /// made by an earlier version or by a copy elsewhere. The path that others can
-    /// change is told. Only root may ask.
+    /// The programs are those that the entry names: it may have been made by an
+    /// earlier version or by a copy elsewhere. The path that others can change is
+    /// told. Only root may ask.
     Peer peer(const QString &entryName, QString *changeable) const;
 
     /// Takes away the record of an entry that pppd does not have.
@@ -71,7 +79,8 @@ private:
     QByteArray m_signature; ///< the first line of each file
     QString m_peers;
     QString m_records;
-    QString m_dialProgram;
+    QString m_signIn; ///< a file of pppd's options
+    QString m_drivers;
     uid_t m_owner;
     TrustedPlaces m_trusted;
 };

@@ -12,6 +12,7 @@ namespace platform::linuxsystem {
 
 namespace {
 
+constexpr int MostLines = 40;           // that a failure tells
 constexpr int HelperEndPatience = 2000; // milliseconds beyond pppd's
 
 /// The rest of a text that begins so; nothing when it does not.
@@ -62,12 +63,19 @@ void PppdDialler::start()
         return;
     }
     m_lastAnswer.clear();
+    m_lines.clear();
     m_outcome = {};
     m_isReady = false;
     m_isStopped = false;
     emit progressed(tr("Opening the phone's port..."));
     m_process.start(m_helper.first(), m_helper.mid(1));
-    m_process.write(toLine(dialRequest(target.peer, target.device, m_number)));
+    m_dial = dialRequest(target.peer, target.device, m_number);
+    m_process.write(toLine(m_signIn.isEmpty() ? m_dial : m_signIn));
+}
+
+void PppdDialler::setSignIn(const QString &name, const QString &password)
+{
+    m_signIn = signInRequest(name, password);
 }
 
 void PppdDialler::stop()
@@ -89,16 +97,26 @@ void PppdDialler::readMessages()
 
 void PppdDialler::understand(const QJsonObject &reply)
 {
-    if (reply.value("ready").toBool())
+    if (reply.value("ready").toBool()) {
         m_isReady = true;
-    else if (reply.contains("line"))
+    } else if (reply.contains("line")) {
         understandPppd(reply.value("line").toString().trimmed());
-    else if (reply.contains("code"))
+    } else if (!m_signIn.isEmpty() && reply.value("code").toInt(-1) == Success) {
+        m_signIn = {}; // it is stored now
+        m_process.write(toLine(m_dial));
+    } else if (reply.contains("code")) {
         m_outcome = reply;
+        // What could not be stored must not be dialled with.
+        if (!m_signIn.isEmpty())
+            m_process.closeWriteChannel();
+    }
 }
 
 void PppdDialler::understandPppd(const QString &message)
 {
+    m_lines += message;
+    if (m_lines.size() > MostLines)
+        m_lines.removeFirst();
     if (const auto told = textAfter(dialphone::messagePrefix, message)) {
         if (const auto number = textAfter(dialphone::diallingMessage, *told))
             emit progressed(tr("Dialling %1...").arg(*number));
@@ -116,8 +134,11 @@ DialFailure PppdDialler::failure(int exitStatus, QProcess::ExitStatus how) const
     const int code = m_outcome.value("code").toInt();
     if (code != 0)
         return failureOf(static_cast<DWORD>(code));
-    if (m_outcome.contains("status"))
-        return pppdFailure(m_outcome.value("status").toInt(), m_lastAnswer);
+    if (m_outcome.contains("status")) {
+        const int status = m_outcome.value("status").toInt();
+        return isPortInUse(status) ? portInUseFailure(m_outcome.value("holder").toString())
+                                   : pppdFailure(status, m_lastAnswer);
+    }
     if (m_isStopped)
         return pppdFailure(StatusStopped, {});
     // Without a word more the helper has crashed, or never got its rights.
@@ -128,10 +149,13 @@ DialFailure PppdDialler::failure(int exitStatus, QProcess::ExitStatus how) const
 void PppdDialler::onFinished(int exitStatus, QProcess::ExitStatus how)
 {
     readMessages();
-    if (m_outcome.value("code").toInt(-1) == 0 && m_outcome.value("status").toInt(-1) == 0)
+    if (m_outcome.value("code").toInt(-1) == 0 && m_outcome.value("status").toInt(-1) == 0) {
         emit connected();
-    else
-        emit failed(failure(exitStatus, how));
+    } else {
+        DialFailure reason = failure(exitStatus, how);
+        reason.details = m_lines.join('\n');
+        emit failed(reason);
+    }
 }
 
 void PppdDialler::onError(QProcess::ProcessError error)

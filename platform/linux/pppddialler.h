@@ -36,6 +36,8 @@ public:
     void start() override;
     void stop() override;
     bool isRunning() const override;
+    bool takesSignIn() const override { return true; }
+    void setSignIn(const QString &name, const QString &password) override;
 
 private:
     void readMessages();
@@ -49,10 +51,13 @@ private:
     const QString m_number;
     const TargetFinder m_findTarget;
     QProcess m_process;
+    QJsonObject m_signIn;   // the request that stores it; empty without one
+    QJsonObject m_dial;     // the request that follows
     bool m_isReady = false; // the helper has its rights
     bool m_isStopped = false;
     QJsonObject m_outcome; // the helper's last line
     QString m_lastAnswer;
+    QStringList m_lines; ///< the last that pppd and the phone said
 };
 
 } // namespace platform::linuxsystem

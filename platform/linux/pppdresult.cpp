@@ -16,10 +16,38 @@ QString text(const char *sentence)
     return QObject::tr(sentence);
 }
 
+/// What the user can do about the phone's own error numbers; no text for others.
+QString textOfPhoneError(int number)
+{
+    switch (number) {
+    case dialphone::CardMissing:
+        return text("There is no card in the phone. Put one in, then press Redial.");
+    case dialphone::CardNeedsPin:
+        return text("The card in the phone is locked. Enter its PIN on the phone, then press "
+                    "Redial.");
+    case dialphone::CardNeedsPuk:
+        return text("The card in the phone is locked after too many wrong PINs. Enter its PUK "
+                    "on the phone; the operator tells it.");
+    case dialphone::CardFailure:
+    case dialphone::CardWrong:
+        return text("The phone cannot use its card. Take it out and put it in again, or try "
+                    "another one.");
+    case dialphone::NoNetwork:
+        return text("The phone has no network. Wait until it shows its operator, then press "
+                    "Redial.");
+    default:
+        return {};
+    }
+}
+
 } // namespace
 
 DialFailure modemFailure(const QString &answer)
 {
+    const int number = dialphone::errorNumber(answer.toStdString());
+    const QString told = textOfPhoneError(number);
+    if (!told.isEmpty())
+        return {static_cast<DWORD>(number), told};
     switch (atline::resultCode(answer.toStdString())) {
     case atline::ResultCode::NoCarrier:
         return {RasErrorNoCarrier,
@@ -46,6 +74,16 @@ DialFailure modemFailure(const QString &answer)
                  "wrong, or the phone may not be allowed to use the network.")};
 }
 
+DialFailure portInUseFailure(const QString &program)
+{
+    if (program.isEmpty())
+        return {RasErrorPortNotAvailable,
+                text("The phone's port could not be opened: another program may be using it.")};
+    return {
+        RasErrorPortNotAvailable,
+        text("The program \"%1\" is using the phone. Close it, then press Redial.").arg(program)};
+}
+
 DialFailure pppdFailure(int exitStatus, const QString &lastAnswer)
 {
     switch (exitStatus) {
@@ -58,10 +96,9 @@ DialFailure pppdFailure(int exitStatus, const QString &lastAnswer)
                 text("This computer's system kernel cannot make dial-up connections.")};
     case StatusStopped:
         return {RasErrorUserDisconnected, text("Dialling was stopped.")};
-    case 6:
-    case 7:
-        return {RasErrorPortNotAvailable,
-                text("The phone's port could not be opened: another program may be using it.")};
+    case StatusPortNotLocked:
+    case StatusPortNotOpened:
+        return portInUseFailure({});
     case 8:
         return modemFailure(lastAnswer);
     case 10:
@@ -72,7 +109,9 @@ DialFailure pppdFailure(int exitStatus, const QString &lastAnswer)
     case 17: // the phone is back at its command line, which repeats what it hears
         return {RasErrorPortDisconnected, text("The phone ended the connection.")};
     case 19:
-        return {RasErrorAuthentication, text("The network did not accept the sign-in.")};
+        return {RasErrorAuthentication,
+                text("The network did not accept the sign-in. Type the name and the password that "
+                     "your operator tells you, then press Redial.")};
     default:
         return {RasErrorUnknown, text("The connection could not be made. The system's log "
                                       "tells more.")};
@@ -93,11 +132,17 @@ DialFailure failureOf(DWORD code)
     case RasErrorCannotOpenPhonebook:
         return {code, text("The phone book is damaged or missing.")};
     case RasErrorEntryNotFound:
-        return {code, text("You have no such connection on this computer, or no more. Press "
-                           "Cancel and choose Create New Connection.")};
+        return {code,
+                text("You have no such connection on this computer, or no more. Press "
+                     "Set Up to make it anew."),
+                {},
+                true};
     case RasErrorPortNotAvailable:
-        return {code, text("The modem of this connection is not installed. Press Cancel and "
-                           "choose Create New Connection.")};
+        return {code,
+                text("The modem of this connection is not installed. Press Set Up to install "
+                     "it."),
+                {},
+                true};
     case RasErrorPortOrDevice:
         return {code, text("The phone is not plugged in.")};
     case ErrorInvalidParameter:

@@ -2,11 +2,18 @@
 
 #include <QString>
 
+#include <sys/types.h>
+
 namespace platform::linuxsystem {
 
-/// Whether a running process holds the lock file of a serial line, as pppd and
+/// The running process that holds the lock file of a serial line, as pppd and
 /// terminal programs write it: LCK..ttyS0 in the locks folder, with the process
-/// number. A lock file of a process that has ended does not count.
-bool isLineLocked(const QString &locksFolder, const QString &kernelName);
+/// number. 0 without one; a lock file of a process that has ended does not count.
+pid_t lockOwner(const QString &locksFolder, const QString &kernelName);
+
+inline bool isLineLocked(const QString &locksFolder, const QString &kernelName)
+{
+    return lockOwner(locksFolder, kernelName) > 0;
+}
 
 } // namespace platform::linuxsystem

@@ -3,6 +3,7 @@
 #include "platform/linux/families.h"
 #include "platform/linux/helper/client.h"
 #include "platform/linux/helper/requests.h"
+#include "platform/linux/notices.h"
 #include "platform/linux/portlist.h"
 #include "platform/linux/statestore.h"
 #include "platform/posix/storedfiles.h"
@@ -22,8 +23,9 @@ class LinuxMachine : public Machine
 {
 public:
     LinuxMachine(Program program, const std::shared_ptr<StateStore> &store,
-                 const std::shared_ptr<HelperClient> &helper)
-        : m_program(std::move(program)), m_store(store), m_helper(helper)
+                 const std::shared_ptr<HelperClient> &helper,
+                 const std::shared_ptr<Notices> &notices)
+        : m_program(std::move(program)), m_store(store), m_helper(helper), m_notices(notices)
     {
     }
 
@@ -38,12 +40,17 @@ public:
             port.instanceId = QString(line.identity).replace(':', '\\').toUpper();
             *ports += port;
         }
+        if (code == ErrorInvalidData)
+            tellDamage();
         return code;
     }
 
     DWORD readDevices(DeviceList *list) override
     {
-        return linuxsystem::readDevices(*m_store, list);
+        const DWORD code = linuxsystem::readDevices(*m_store, list);
+        if (code == ErrorInvalidData)
+            tellDamage();
+        return code;
     }
 
     DWORD changeDevices(const std::function<DWORD(DeviceList *)> &change) override
@@ -74,10 +81,24 @@ public:
         return linuxsystem::writeInf(*m_store, fileName, content);
     }
 
+    QString newDeviceName(const QList<RootDevice> &devices,
+                          const QString &description) const override
+    {
+        return newestName(devices, description);
+    }
+
     /// The driver packages for Linux serve every processor alike.
     QStringList modelDecorations() override { return {QString()}; }
 
 private:
+    void tellDamage() const
+    {
+        m_notices->stateDamaged(m_store->file(), [store = m_store, helper = m_helper] {
+            return Success == (helper->isNeeded() ? helper->ask(Role::SetUp, putStateAsideRequest())
+                                                  : putDamagedStateAside(store.get()));
+        });
+    }
+
     /// The change is worked out here, on what everybody may read, and made by the
     /// helper if nobody else came in between.
     DWORD changeByHelper(const std::function<DWORD(DeviceList *)> &change)
@@ -104,16 +125,44 @@ private:
     const Program m_program;
     const std::shared_ptr<StateStore> m_store;
     const std::shared_ptr<HelperClient> m_helper;
+    const std::shared_ptr<Notices> m_notices;
 };
 
 } // namespace
 
 void provideDeviceInstallation(Platform *platform, const Program &program,
                                const std::shared_ptr<StateStore> &store,
-                               const std::shared_ptr<HelperClient> &helper)
+                               const std::shared_ptr<HelperClient> &helper,
+                               const std::shared_ptr<Notices> &notices)
 {
-    platform::provideDeviceInstallation(platform,
-                                        std::make_shared<LinuxMachine>(program, store, helper));
+    platform::provideDeviceInstallation(
+        platform, std::make_shared<LinuxMachine>(program, store, helper, notices));
+}
+
+QString newestName(const QList<RootDevice> &devices, const QString &description)
+{
+    static const QString digits = "23456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    constexpr int MostNumbers = 2000; // more than a list may have devices
+    QStringList present;
+    for (const RootDevice &device : devices)
+        present += device.friendlyName;
+    const auto name = [&description](int index) {
+        const int round = index / int(digits.size());
+        return description + " #" + QString(round, digits.back()) +
+               digits.at(index % digits.size());
+    };
+    QString newest = present.contains(description) ? name(0) : description;
+    for (int index = 0; index < MostNumbers; ++index) {
+        if (present.contains(name(index)))
+            newest = name(index + 1);
+    }
+    return newest;
+}
+
+DWORD putDamagedStateAside(StateStore *store)
+{
+    DeviceList list;
+    return readDevices(*store, &list) == ErrorInvalidData ? store->putAside() : DWORD(Success);
 }
 
 QString infFolderOf(const StateStore &store)

@@ -8,6 +8,15 @@ namespace platform::linuxsystem {
 
 class StateStore;
 
+/// Puts the store aside, if what it should hold cannot be read. Success, also when
+/// it can; the codes of StateStore::putAside().
+DWORD putDamagedStateAside(StateStore *store);
+
+/// A name for a new device that comes after those of all others of that description
+/// when they are sorted, as the last one is taken for the newest: "#2" to "#9",
+/// "#A" to "#Z", "#Z2" to "#ZZ", "#ZZ2" and so on.
+QString newestName(const QList<RootDevice> &devices, const QString &description);
+
 /// The folder of the INF store.
 QString infFolderOf(const StateStore &store);
 

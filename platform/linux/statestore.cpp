@@ -9,9 +9,16 @@
 #include <QJsonDocument>
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 
 namespace platform::linuxsystem {
+
+namespace {
+
+constexpr int MostDamaged = 100;
+
+} // namespace
 
 StateStore::StateStore(const QString &folder, std::chrono::milliseconds patience)
     : m_folder(folder), m_patience(patience)
@@ -26,7 +33,7 @@ QString StateStore::folder() const
 DWORD StateStore::read(QJsonObject *content) const
 {
     *content = {};
-    const QByteArray name = QFile::encodeName(m_folder + "/state.json");
+    const QByteArray name = QFile::encodeName(file());
     const int descriptor = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
     // Only a missing file means an empty store. A file that may not be read
     // must not lead to a second installation.
@@ -58,7 +65,24 @@ DWORD StateStore::change(const std::function<bool(QJsonObject *)> &function)
     if (!function(&content))
         return Success;
 
-    return replaceFile(m_folder + "/state.json", QJsonDocument(content).toJson(), 0644);
+    return replaceFile(file(), QJsonDocument(content).toJson(), 0644);
+}
+
+DWORD StateStore::putAside()
+{
+    const FileLock lock(m_folder + "/state.lock", 0600);
+    if (lock.error() != 0)
+        return errorFromErrno(lock.error());
+    // Another name that is there is never taken.
+    for (int number = 1; number < MostDamaged; ++number) {
+        const QByteArray aside = QFile::encodeName(file() + QString(".damaged%1").arg(number));
+        if (::renameat2(AT_FDCWD, QFile::encodeName(file()).constData(), AT_FDCWD,
+                        aside.constData(), RENAME_NOREPLACE) == 0)
+            return Success;
+        if (errno != EEXIST)
+            return errorFromErrno(errno);
+    }
+    return ErrorGenFailure;
 }
 
 } // namespace platform::linuxsystem

@@ -34,6 +34,11 @@ public:
     /// then left as it is.
     DWORD change(const std::function<bool(QJsonObject *content)> &function);
 
+    /// Gives the file another name, "state.json.damaged1" or a higher number, so that
+    /// the store is empty. Success, 5 without the rights, 31.
+    DWORD putAside();
+
+    QString file() const { return m_folder + "/state.json"; }
     QString folder() const;
 
 private:

@@ -23,6 +23,7 @@ struct SystemPaths {
     /// (LCK..ttyS0).
     QString locks = "/run/lock";
     QString pppd = "/usr/sbin/pppd";
+    QString systemctl = "/bin/systemctl";
     /// The drivers folder. It holds the program that pppd runs to dial.
     QString drivers;
     /// The program that does what needs administrator rights; see helper/.

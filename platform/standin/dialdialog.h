@@ -5,14 +5,19 @@
 #include <QDialog>
 
 class QLabel;
+class QLineEdit;
+class QPlainTextEdit;
 class QPushButton;
+class QStackedWidget;
 
 namespace platform {
 
 /// The system's dial dialog for one entry: name, number, what happens and why
 /// it failed. While it dials it offers Cancel only; after a failure Redial,
-/// too. Belongs to no window and keeps none from working, but stays above those
-/// of the program. GUI thread.
+/// too, and what was said in the end, folded up. When the network has refused name
+/// and password, both can be typed. Where only a new entry helps, Set Up takes the
+/// place of Redial. Belongs to no window and keeps none from working,
+/// but stays above those of the program. GUI thread.
 class DialDialog : public QDialog
 {
     Q_OBJECT
@@ -28,7 +33,8 @@ public:
     bool run(bool asksFirst);
 
     /// The number of the last dial's failure; 0 when it did not fail or was
-    /// given up.
+    /// given up. After Set Up it is 623, as there is no entry that is good for
+    /// anything; 631 when that was offered and not taken.
     DWORD lastError() const { return m_lastError; }
 
     /// Whether a dial was given up while it was running. A connection may have
@@ -44,12 +50,24 @@ private:
     void dial();
     void finish();
     void showFailure(const DialFailure &failure);
+    QWidget *newDetails();
+    QWidget *newSignIn();
+    void askForSignIn(bool asks);
+    void setDetails(const QString &details);
+    void unfoldDetails(bool unfolded);
 
     Dialler *m_dialler;
     bool m_givenUp = false;
+    bool m_needsSetUp = false;
     DWORD m_lastError = 0;
     QLabel *m_status;
+    QStackedWidget *m_facts; ///< what is dialled, or name and password
+    QLineEdit *m_name;
+    QLineEdit *m_password;
     QPushButton *m_dialButton;
+    QPushButton *m_detailsButton;
+    QPlainTextEdit *m_detailsText;
+    QWidget *m_details;
 };
 
 } // namespace platform

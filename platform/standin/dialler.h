@@ -12,6 +12,8 @@ namespace platform {
 struct DialFailure {
     DWORD code = 0;
     QString text;
+    QString details = {};    ///< what was said in the end, line by line; may be empty
+    bool needsSetUp = false; ///< the entry has to be made anew
 };
 
 /// Dials one phone-book entry, as often as it is asked to. Destroyed while it
@@ -31,6 +33,12 @@ public:
     virtual void stop() = 0;
 
     virtual bool isRunning() const = 0;
+
+    /// Whether it takes a name and a password for a network that wants them.
+    virtual bool takesSignIn() const { return false; }
+
+    /// What the network gets as name and password, from the next dial on.
+    virtual void setSignIn(const QString &, const QString &) {}
 
 signals:
     /// What happens now, as a text for the user.

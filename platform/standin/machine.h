@@ -51,6 +51,14 @@ public:
     /// changeDevices().
     virtual DWORD writeInf(const QString &fileName, const QByteArray &content) = 0;
 
+    /// The name of a device that gets a driver of that description, unlike any
+    /// other's: "… #2", "… #3" and so on. Called from inside changeDevices().
+    virtual QString newDeviceName(const QList<RootDevice> &devices,
+                                  const QString &description) const
+    {
+        return uniqueName(devices, description);
+    }
+
     /// The platforms whose models this machine takes from an INF, the best one
     /// first: "NTamd64", or "" for sections without a decoration.
     virtual QStringList modelDecorations() = 0;

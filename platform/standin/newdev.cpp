@@ -91,7 +91,7 @@ private:
         for (RootDevice *device : devices) {
             device->driverInf = storedName;
             if (device->friendlyName.isEmpty())
-                device->friendlyName = uniqueName(list->devices, model->description);
+                device->friendlyName = m_machine->newDeviceName(list->devices, model->description);
         }
         return Success;
     }

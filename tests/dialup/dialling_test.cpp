@@ -69,6 +69,7 @@ void DiallingTest::dialFails()
     if (!cancelled)
         bench.fail("RasDialDlgW", RasErrorEntryNotFound);
     QVERIFY(!dialConnection("TolvaneModem 1"));
+    QVERIFY(!isDialupEntryMissing());
     QCOMPARE(bench.injector.operations(), QStringList({"RasDialDlgW"}));
     QCOMPARE(bench.log.lines(), QStringList());
 }

@@ -1,3 +1,4 @@
+#include "platform/linux/messagenotices.h"
 #include "platform/linux/pppddialler.h"
 #include "platform/linux/pppdresult.h"
 #include "platform/posix/serialdevice.h"
@@ -5,6 +6,8 @@
 #include "tests/linux/pppdfixture.h"
 #include "tests/platform/dialdialog.h"
 
+#include <QAbstractButton>
+#include <QMessageBox>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -37,8 +40,13 @@ private slots:
     void aDialSucceeds();
     void aDialFails_data();
     void aDialFails();
+    void theLastLinesAreTold();
     void aMissingPppdIsAFailure();
     void aPppdThatMayNotBeRunIsAFailure();
+    void whoHasThePortIsNamed();
+    void aNoticeIsShownBesideTheProgram();
+    void nameAndPasswordAreStoredBeforeTheDial();
+    void whatCannotBeStoredIsNotDialledWith();
     void aDialIsStopped();
     void pppdGetsEachTextAsOneArgument();
     void pppdGetsNothingThatIsOpen();
@@ -87,7 +95,13 @@ void DiallerTest::aDialFails_data()
     QTest::newRow("no dial tone") << answer("NO_DIALTONE") << 680 << "dial tone";
     QTest::newRow("no dial tone, in three words") << answer("NO_DIAL_TONE") << 680 << "dial tone";
     QTest::newRow("refused") << answer("ERROR") << 651 << "refused";
-    QTest::newRow("error number") << answer("+CME_ERROR:_30") << 651 << "refused";
+    QTest::newRow("another number") << answer("+CME_ERROR:_100") << 651 << "refused";
+    QTest::newRow("no card") << answer("+CME_ERROR:_10") << 10 << "no card";
+    QTest::newRow("PIN") << answer("+CME_ERROR:_11") << 11 << "PIN";
+    QTest::newRow("PUK") << answer("+CME_ERROR:_12") << 12 << "PUK";
+    QTest::newRow("card broken") << answer("+CME_ERROR:_13") << 13 << "cannot use";
+    QTest::newRow("wrong card") << answer("+CME_ERROR:_15") << 15 << "cannot use";
+    QTest::newRow("no network") << answer("+CME_ERROR:_30") << 30 << "no network";
     QTest::newRow("phone silent") << answer("NOT_READY") << 666 << "does not answer";
     QTest::newRow("network silent") << answer("TIMEOUT") << 638 << "in time";
     QTest::newRow("unplugged") << answer("HANGUP") << 692 << "unplugged";
@@ -118,6 +132,29 @@ void DiallerTest::aDialFails()
     QVERIFY2(seen.text.contains(words), qPrintable(seen.text));
 }
 
+void DiallerTest::theLastLinesAreTold()
+{
+    QByteArray steps;
+    for (int i = 1; i <= 50; ++i)
+        steps += "say:line_" + QByteArray::number(i) + ' ';
+    plan(steps + "say:DialPhone:_line_+CPIN:_SIM_PIN exit:8");
+    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
+    DialFailure seen;
+    connect(&dialler, &PppdDialler::failed, this,
+            [&seen](const DialFailure &failure) { seen = failure; });
+    dialler.start();
+    QTRY_VERIFY(seen.code != 0);
+    const QStringList lines = seen.details.split('\n');
+    QCOMPARE(lines.size(), 40);
+    QCOMPARE(lines.first(), QString("line 12"));
+    QCOMPARE(lines.last(), QString("DialPhone: line +CPIN: SIM PIN"));
+    // Those of the dial before are not among them.
+    plan("say:again exit:1");
+    seen = {};
+    dialler.start();
+    QTRY_COMPARE(seen.details, QString("again"));
+}
+
 void DiallerTest::aMissingPppdIsAFailure()
 {
     qputenv("STANDIN_PPPD_PROGRAM", m_folder->filePath("none").toLocal8Bit());
@@ -143,6 +180,100 @@ void DiallerTest::aPppdThatMayNotBeRunIsAFailure()
     dialler.start();
     QTRY_COMPARE(seen.code, DWORD(ErrorAccessDenied));
     QVERIFY2(seen.text.contains("may not"), qPrintable(seen.text));
+}
+
+void DiallerTest::whoHasThePortIsNamed()
+{
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    QVERIFY(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+    const QString line = ::ptsname(terminal);
+    const int held = ::open(line.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    QVERIFY(held >= 0);
+    plan("exit:7");
+    PppdDialler dialler(uncheckedHelper(), "*99#", [line] {
+        return PppdDialler::Target{Success, linkName, line};
+    });
+    DialFailure seen;
+    connect(&dialler, &PppdDialler::failed, this,
+            [&seen](const DialFailure &failure) { seen = failure; });
+    dialler.start();
+    QTRY_COMPARE(seen.code, RasErrorPortNotAvailable);
+    ::close(held);
+    ::close(terminal);
+    const QString own = contentOf("/proc/self/comm").trimmed();
+    QCOMPARE(seen.text, QString("The program \"%1\" is using the phone. Close it, then press "
+                                "Redial.")
+                            .arg(own));
+}
+
+void DiallerTest::aNoticeIsShownBesideTheProgram()
+{
+    const auto box = [] {
+        QList<QMessageBox *> boxes;
+        for (QWidget *window : QApplication::topLevelWidgets()) {
+            auto *found = qobject_cast<QMessageBox *>(window);
+            if (found && found->isVisible())
+                boxes += found;
+        }
+        return boxes.size() == 1 ? boxes.first() : nullptr;
+    };
+    MessageNotices notices;
+    notices.portInUse("mini<b>com");
+    QVERIFY(!box()); // the caller is not kept waiting
+    QTRY_VERIFY(box());
+    QCOMPARE(box()->text(), QString("The program \"mini<b>com\" is using the phone. Close it, then "
+                                    "press Connect Now."));
+    QCOMPARE(box()->textFormat(), Qt::PlainText);
+    QVERIFY(!QApplication::activeModalWidget());
+    QVERIFY(!box()->testAttribute(Qt::WA_QuitOnClose));
+    for (const auto tell : {&MessageNotices::portKept, &MessageNotices::portForbidden}) {
+        const QString before = box()->text();
+        (notices.*tell)();
+        QTRY_VERIFY(box() && box()->text() != before); // in the place of the other
+    }
+    notices.portInUse(QString());
+    QTRY_VERIFY(box() && box()->text().startsWith("Another program"));
+    box()->button(QMessageBox::Ok)->click();
+    QVERIFY(!box());
+}
+
+void DiallerTest::nameAndPasswordAreStoredBeforeTheDial()
+{
+    plan("exit:19");
+    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
+    DialFailure seen;
+    connect(&dialler, &PppdDialler::failed, this,
+            [&seen](const DialFailure &failure) { seen = failure; });
+    QSignalSpy connected(&dialler, &PppdDialler::connected);
+    dialler.start();
+    QTRY_COMPARE(seen.code, RasErrorAuthentication);
+    const QString file = QString("%1/sign-in/%2").arg(m_paths.state).arg(m_paths.user);
+    QVERIFY(!QFile::exists(file));
+    QVERIFY(dialler.takesSignIn());
+    dialler.setSignIn("anna", "secret");
+    plan("exit:0");
+    dialler.start();
+    QVERIFY(connected.wait());
+    QVERIFY(contentOf(file).endsWith("user \"anna\"\npassword \"secret\"\n"));
+    // No other user can read it in a list of processes.
+    QVERIFY(!contentOf(m_folder->filePath("arguments")).contains("secret"));
+    // It is sent once.
+    QVERIFY(QFile::remove(file));
+    dialler.start();
+    QVERIFY(connected.wait());
+    QVERIFY(!QFile::exists(file));
+}
+
+void DiallerTest::whatCannotBeStoredIsNotDialledWith()
+{
+    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
+    DialFailure seen;
+    connect(&dialler, &PppdDialler::failed, this,
+            [&seen](const DialFailure &failure) { seen = failure; });
+    dialler.setSignIn("anna", "a\nb");
+    dialler.start();
+    QTRY_COMPARE(seen.code, ErrorInvalidParameter);
+    QVERIFY(!QFile::exists(m_folder->filePath("arguments")));
 }
 
 void DiallerTest::aDialIsStopped()
@@ -256,7 +387,8 @@ void DiallerTest::theDialogHasRoomForEachReason_data()
     for (int status = 1; status < 20; ++status)
         row("pppd " + QByteArray::number(status), pppdFailure(status, {}));
     for (const char *answer : {"NO CARRIER", "BUSY", "NO ANSWER", "NO DIALTONE", "NOT READY",
-                               "TIMEOUT", "HANGUP", "ERROR"})
+                               "TIMEOUT", "HANGUP", "ERROR", "+CME ERROR: 10", "+CME ERROR: 11",
+                               "+CME ERROR: 12", "+CME ERROR: 13", "+CME ERROR: 30"})
         row(answer, modemFailure(answer));
     for (const DWORD code : {ErrorAccessDenied, ErrorServiceMissing, RasErrorCannotOpenPhonebook,
                              RasErrorEntryNotFound, RasErrorPortNotAvailable, RasErrorPortOrDevice,

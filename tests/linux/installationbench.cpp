@@ -7,6 +7,7 @@
 #include "platform/linux/statestore.h"
 #include "tests/linux/filemode.h"
 #include "tests/linux/helperfixture.h"
+#include "tests/linux/toldnotices.h"
 #include "tests/support/ordinaryuser.h"
 
 #include <csignal>
@@ -35,7 +36,8 @@ public:
         }
         provideErrorHandling(&system);
         linuxsystem::provideDeviceInstallation(&system, programIdentity(), m_store,
-                                               std::make_shared<linuxsystem::HelperClient>(paths));
+                                               std::make_shared<linuxsystem::HelperClient>(paths),
+                                               std::make_shared<ToldNotices>());
     }
 
     DeviceList kept() const override

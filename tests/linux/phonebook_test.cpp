@@ -49,6 +49,7 @@ private slots:
     void namesThatNoFileCanHaveAreRefused();
     void anEntryIsKeptWhole();
     void theFileTellsPppdWhatToDo();
+    void theNetworkGetsANameAndAPassword();
     void replacingLosesNothingOnFailure();
     void numbersThatCannotBeDialledAreRefused_data();
     void numbersThatCannotBeDialledAreRefused();
@@ -189,13 +190,38 @@ void PhoneBookTest::theFileTellsPppdWhatToDo()
     QVERIFY(lines.contains("connect \"'/opt/it'\\\\''s here/DialPhone'\""));
     QVERIFY(lines.contains("set \"DIAL_ENTRY_NUMBER=*99#\""));
     for (const char *option :
-         {"noauth", "user gprs", "password gprs", "lock", "modem", "defaultroute", "usepeerdns"})
+         {"noauth", "hide-password", "lock", "modem", "defaultroute", "defaultroute-metric 50",
+          "usepeerdns", "ip-up-script \"/opt/it's here/LinkUp\"",
+          "ip-down-script \"/opt/it's here/LinkDown\""})
         QVERIFY2(lines.contains(option), option);
     QVERIFY(lines.contains("\"/dev/tolvane-modem-x\""));
     // Whoever could read it could make pppd use it on a line of his own.
     struct stat facts = {};
     const QString file = m_folder->filePath("peers/tolvane-TolvaneModem_1");
     QCOMPARE(::stat(file.toLocal8Bit().constData(), &facts), 0);
+    QCOMPARE(facts.st_mode & 0777, mode_t(0600));
+}
+
+void PhoneBookTest::theNetworkGetsANameAndAPassword()
+{
+    const QByteArray mark = "# Dial-up entry of Tolvane Modem Connector\n";
+    QCOMPARE(write("TolvaneModem 1", entryWith("*99#")), Success);
+    const QByteArray option =
+        "\nfile \"" + m_folder->filePath("state/sign-in/0").toLocal8Bit() + "\"\n";
+    QVERIFY(contentOf("peers/tolvane-TolvaneModem_1").contains(option));
+    QCOMPARE(contentOf("state/sign-in/0"), mark + "user \"gprs\"\npassword \"gprs\"\n");
+    QCOMPARE(book().writeSignIn(R"(an "o\ther")", QString::fromUtf8("Schlüssel")), Success);
+    const QByteArray own = mark + R"(user "an \"o\\ther\"")"
+                                  "\npassword \"Schlüssel\"\n";
+    QCOMPARE(contentOf("state/sign-in/0"), own);
+    // They survive a new set-up, and are the user's own.
+    QCOMPARE(write("TolvaneModem 2", entryWith("*99#")), Success);
+    QVERIFY(contentOf("peers/tolvane-TolvaneModem_2").contains(option));
+    QCOMPARE(contentOf("state/sign-in/0"), own);
+    QCOMPARE(book(1000).ensureSignIn(), Success);
+    QCOMPARE(contentOf("state/sign-in/1000"), mark + "user \"gprs\"\npassword \"gprs\"\n");
+    struct stat facts = {};
+    QCOMPARE(::stat(m_folder->filePath("state/sign-in/0").toLocal8Bit().constData(), &facts), 0);
     QCOMPARE(facts.st_mode & 0777, mode_t(0600));
 }
 
@@ -340,6 +366,11 @@ void PhoneBookTest::aDiallerThatOthersCanChangeIsRefused()
     paths.trusted = testPlaces({m_folder->path()});
     const PhoneBook unpacked(programIdentity(), paths);
     QCOMPARE(unpacked.write("a", entryWith("1"), {}), Success);
+    put("drivers/LinkChange", "#!/bin/true\n");
+    setMode(m_folder->filePath("drivers/LinkChange"), 0777);
+    QCOMPARE(unpacked.write("a", entryWith("1"), {}), ErrorAccessDenied);
+    setMode(m_folder->filePath("drivers/LinkChange"), 0755);
+    QCOMPARE(unpacked.write("a", entryWith("1"), {}), Success);
     for (const mode_t mode : {0777, 01777}) {
         setMode(m_folder->filePath("drivers"), mode);
         QCOMPARE(unpacked.write("a", entryWith("1"), {}), ErrorAccessDenied);
@@ -415,6 +446,7 @@ void PhoneBookTest::aFullDiskIsToldAndLosesNothing()
 
 void PhoneBookTest::aWriterThatIsKilledLeavesNoEntry()
 {
+    QCOMPARE(book().ensureSignIn(), Success); // which is written first
     const pid_t writer = ::fork();
     if (writer == 0) {
         const FullDisk disk;

@@ -80,6 +80,11 @@ private slots:
     void aLineThatIsTooLongIsCut();
     void leavesWhatFollowsConnect();
     void aSilentPhoneAndASilentNetworkAreTold();
+    void aPhoneThatSleepsIsSpokenToAgain_data();
+    void aPhoneThatSleepsIsSpokenToAgain();
+    void whyThePhoneRefusesIsAsked_data();
+    void whyThePhoneRefusesIsAsked();
+    void whatIsSaidIsHeard();
     void numbers();
 };
 
@@ -147,6 +152,79 @@ void PhoneLineTest::aSilentPhoneAndASilentNetworkAreTold()
     const ScriptedPhone waiting({{"AT", "\r\nOK\r\n"}, {"ATD1", ""}}, false);
     PhoneLine second(waiting.line(), waiting.line());
     QCOMPARE(second.dial("1", 5, 1), std::string("TIMEOUT"));
+}
+
+void PhoneLineTest::aPhoneThatSleepsIsSpokenToAgain_data()
+{
+    QTest::addColumn<QList<Said>>("script");
+    const Said dialled = {"ATD1", "\r\nCONNECT\r\n"};
+    QTest::newRow("the first is lost") << QList<Said>{{"AT", ""}, {"AT", "\r\nOK\r\n"}, dialled};
+    QTest::newRow("two are lost") << QList<Said>{
+        {"AT", ""}, {"AT", ""}, {"AT", "\r\nOK\r\n"}, dialled};
+    // Taken for the answer to ATD, the second OK would be the end of the call.
+    QTest::newRow("all are answered in the end")
+        << QList<Said>{{"AT", ""}, {"AT", "\r\nOK\r\n\r\nOK\r\n"}, dialled};
+}
+
+void PhoneLineTest::aPhoneThatSleepsIsSpokenToAgain()
+{
+    QFETCH(QList<Said>, script);
+    const ScriptedPhone phone(script, false);
+    PhoneLine line(phone.line(), phone.line());
+    QCOMPARE(line.dial("1", 5, 5), std::string("CONNECT"));
+    QCOMPARE(phone.wrongCommand(), QByteArray());
+}
+
+void PhoneLineTest::whyThePhoneRefusesIsAsked_data()
+{
+    QTest::addColumn<QByteArray>("refusal");
+    QTest::addColumn<QByteArray>("card");
+    QTest::addColumn<QByteArray>("network");
+    QTest::addColumn<QString>("result");
+    const QByteArray ready = "+CPIN: READY\r\n\r\nOK";
+    const auto row = [](const char *name, const QByteArray &refusal, const QByteArray &card,
+                        const QByteArray &network, const char *result) {
+        QTest::newRow(name) << refusal << card << network << result;
+    };
+    row("PIN", "ERROR", "+CPIN: SIM PIN\r\n\r\nOK", "", "+CME ERROR: 11");
+    row("PUK", "ERROR", "+CPIN: SIM PUK\r\n\r\nOK", "", "+CME ERROR: 12");
+    row("no card", "NO CARRIER", "+CME ERROR: 10", "", "+CME ERROR: 10");
+    row("no network", "NO CARRIER", ready, "+CREG: 0,2\r\n\r\nOK", "+CME ERROR: 30");
+    row("network denied", "NO DIALTONE", ready, "+CREG: 0,3\r\n\r\nOK", "+CME ERROR: 30");
+    row("own network", "NO CARRIER", ready, "+CREG: 0,1\r\n\r\nOK", "NO CARRIER");
+    row("another's network", "ERROR", ready, "+CREG: 0,5,\"1\"\r\n\r\nOK", "ERROR");
+    row("knows no such questions", "ERROR", "ERROR", "ERROR", "ERROR");
+}
+
+void PhoneLineTest::whyThePhoneRefusesIsAsked()
+{
+    QFETCH(QByteArray, refusal);
+    QFETCH(QByteArray, card);
+    QFETCH(QByteArray, network);
+    QFETCH(QString, result);
+    const auto said = [](const QByteArray &text) { return "\r\n" + text + "\r\n"; };
+    QList<Said> script = {{"AT", said("OK")},
+                          {"ATD1", said(refusal)},
+                          {"AT+CMEE=1", said("OK")},
+                          {"AT+CPIN?", said(card)}};
+    if (!network.isEmpty())
+        script += {"AT+CREG?", said(network)};
+    // The window understands bare errors only.
+    script += {"AT+CMEE=0", said("OK")};
+    const ScriptedPhone phone(script, true);
+    PhoneLine line(phone.line(), phone.line());
+    QCOMPARE(QString::fromStdString(line.dial("1", 5, 5)), result);
+    QCOMPARE(phone.wrongCommand(), QByteArray());
+}
+
+void PhoneLineTest::whatIsSaidIsHeard()
+{
+    const ScriptedPhone phone({{"AT", "AT\r\r\nOK\r\n"}, {"ATD1", "\r\nBUSY\r\n"}}, false);
+    QStringList heard;
+    PhoneLine line(phone.line(), phone.line(),
+                   [&heard](const std::string &text) { heard += QString::fromStdString(text); });
+    QCOMPARE(line.dial("1", 5, 5), std::string("BUSY"));
+    QCOMPARE(heard, QStringList({"AT", "OK", "ATD1", "BUSY"}));
 }
 
 void PhoneLineTest::numbers()

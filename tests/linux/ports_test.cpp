@@ -10,6 +10,7 @@
 #include "platform/standin/lasterror.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
+#include "tests/linux/toldnotices.h"
 #include "tests/support/ordinaryuser.h"
 
 #include <QDir>
@@ -407,7 +408,8 @@ void PortsTest::theDeviceSetHoldsThePorts()
     addPhone("1-2", "ABC123", 0);
     Platform installation;
     provideDeviceInstallation(&installation, programIdentity(), m_store,
-                              std::make_shared<HelperClient>(SystemPaths()));
+                              std::make_shared<HelperClient>(SystemPaths()),
+                              std::make_shared<ToldNotices>());
     const HDEVINFO set = installation.SetupDiGetClassDevsW(&PortsClassGuid, nullptr, nullptr, 2);
     QVERIFY(set != invalidHandle());
     DeviceInfoData data = {};

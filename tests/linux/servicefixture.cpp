@@ -122,6 +122,9 @@ QList<ServiceFixture::Good> ServiceFixture::goodRequests() const
             {Role::SetUp, writeEntryRequest("TolvaneModem 2", entryRecord())},
             {Role::Connect, hangUpRequest(1)},
             {Role::EndOthers, hangUpRequest(1)},
+            {Role::Connect, freeLineRequest(line)},
+            {Role::Connect, signInRequest("anna", "secret")},
+            {Role::SetUp, putStateAsideRequest()},
             {Role::Connect, dialRequest(ownEntry, line, "*99#")}};
 }
 
@@ -173,6 +176,8 @@ QString ServiceFixture::entryHarm(const QString &file) const
     if (!file.startsWith("peers/"))
         return {};
     for (const QByteArray &option : contentOf(path(file)).split('\n')) {
+        if (option == "file \"" + path("state/sign-in/1000").toLocal8Bit() + '"')
+            continue;
         for (const char *forbidden : {"plugin", "file", "call", "pty", "init", "welcome"}) {
             if (option.startsWith(forbidden))
                 return "an entry has an option of the asker's: " + option;
@@ -183,6 +188,9 @@ QString ServiceFixture::entryHarm(const QString &file) const
         const bool isConnect = option.startsWith("connect ");
         if (isConnect && option != "connect \"'" + m_paths.drivers.toLocal8Bit() + "/DialPhone'\"")
             return "an entry runs a program of the asker's: " + option;
+        const bool isScript = option.startsWith("ip-up-script") || option.startsWith("ip-down-");
+        if (isScript && !option.contains(" \"" + m_paths.drivers.toLocal8Bit() + "/Link"))
+            return "an entry runs a script of the asker's: " + option;
     }
     return {};
 }
@@ -230,7 +238,7 @@ QString ServiceFixture::harm() const
     static const QStringList known = {
         "state", "state/inf",        "state/entries",         "state/state.json",
         "peers", "drivers",          "drivers/InstallDriver", "drivers/modem_inf_64.inf",
-        "run",   "state/state.lock", "drivers/installed"};
+        "run",   "state/state.lock", "drivers/installed",     "state/sign-in"};
     for (const QString &file : files().keys()) {
         if (file.startsWith("peers/") || file.startsWith("state/entries/")) {
             const QString ofEntry = entryHarm(file);
@@ -240,6 +248,9 @@ QString ServiceFixture::harm() const
             if (!matches(file.section('/', 2), "oem[0-9]{1,4}[.]inf") ||
                 contentOf(path(file)) != m_inf)
                 return "there is an INF that is not the driver package's: " + file;
+        } else if (file == "state/sign-in/1000") {
+            if (!matches(contentOf(path(file)), R"(#[^\n]*\nuser "[^\n]+"\npassword "[^\n]*"\n)"))
+                return "name and password have more than they should";
         } else if (!known.contains(file)) {
             return "there is a file that nobody makes: " + file;
         }

@@ -1,3 +1,4 @@
+#include "platform/linux/setupapi.h"
 #include "tests/linux/fulldisk.h"
 #include "tests/platform/installationbench.h"
 
@@ -22,6 +23,7 @@ private slots:
     void aDamagedStoreIsKept_data();
     void aDamagedStoreIsKept();
     void aFullDiskIsTold();
+    void theNewestModemComesLast();
 
 private:
     QString stateFile() const { return m_bench->path("state/state.json"); }
@@ -155,6 +157,34 @@ void SetupApiTest::aFullDiskIsTold()
     QCOMPARE(created, ErrorGenFailure);
     QVERIFY(m_bench->storedInfs().isEmpty());
     QVERIFY(!m_bench->kept().devices.first().hasDriverKey);
+}
+
+/// The program sorts the names and takes the last one for the modem that it has just
+/// installed.
+void SetupApiTest::theNewestModemComesLast()
+{
+    const QString description = "Tolvane GPRS Modem";
+    QList<RootDevice> devices;
+    QStringList names;
+    for (int number = 0; number < 100; ++number) {
+        RootDevice device;
+        device.friendlyName = linuxsystem::newestName(devices, description);
+        QVERIFY(!names.contains(device.friendlyName));
+        names += device.friendlyName;
+        devices += device;
+        QStringList sorted = names;
+        sorted.sort();
+        QCOMPARE(sorted.last(), device.friendlyName);
+    }
+    QCOMPARE(names.first(), description);
+    QCOMPARE(names.at(1), description + " #2");
+    QCOMPARE(names.at(8), description + " #9");
+    QCOMPARE(names.at(9), description + " #A");
+    QCOMPARE(names.at(35), description + " #Z2");
+    // One that was taken away leaves a gap.
+    devices.removeAt(3);
+    QVERIFY(linuxsystem::newestName(devices, description) > names.last());
+    QCOMPARE(linuxsystem::newestName(devices, "Another"), QString("Another"));
 }
 
 QTEST_APPLESS_MAIN(SetupApiTest)

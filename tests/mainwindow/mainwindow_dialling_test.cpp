@@ -88,6 +88,46 @@ private slots:
         QCOMPARE(view(window), connectedView);
     }
 
+    void missingEntryLeadsIntoTheWizard_data()
+    {
+        QTest::addColumn<bool>("isMissing");
+        QTest::addColumn<bool>("isClosed");
+        QTest::newRow("missing") << true << false;
+        QTest::newRow("another failure") << false << false;
+        QTest::newRow("closed meanwhile") << true << true;
+    }
+
+    void missingEntryLeadsIntoTheWizard()
+    {
+        QFETCH(const bool, isMissing);
+        QFETCH(const bool, isClosed);
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        bench.answerDial();
+        bench.machine.RasDialDlgW.wrap(
+            [&](auto &, auto, auto, auto, platform::RasDialDialog *info) -> platform::BOOL {
+                info->dwError =
+                    isMissing ? platform::RasErrorEntryNotFound : platform::RasErrorNoAnswer;
+                if (isClosed)
+                    window.close();
+                return 0;
+            });
+        button(window, "connectButton")->click();
+        const bool isWizard = isMissing && !isClosed;
+        QCOMPARE(!window.findChildren<SettingsWizard *>().isEmpty(), isWizard);
+        QCOMPARE(window.isVisible(), !isMissing);
+        QCOMPARE(view(window), disconnectedView);
+        if (!isWizard)
+            return;
+        // Back without a set-up, a port that cannot be opened is no reason for another.
+        window.findChild<SettingsWizard *>()->reject();
+        QVERIFY(window.isVisible());
+        bench.fail("CreateFileW", platform::ErrorFileNotFound, 2);
+        button(window, "connectButton")->click();
+        QVERIFY(window.isVisible());
+    }
+
     /// A connection ends every countdown.
     void countdownThatBeganDuringTheDialEnds()
     {

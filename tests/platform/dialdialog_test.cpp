@@ -4,7 +4,10 @@
 #include "tests/platform/besideawizard.h"
 #include "tests/platform/dialdialog.h"
 
+#include <QClipboard>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QTest>
 #include <QWindow>
 
@@ -23,20 +26,28 @@ public:
     }
     void stop() override { stops += m_isRunning ? 1 : 0; }
     bool isRunning() const override { return m_isRunning; }
+    bool takesSignIn() const override { return canSignIn; }
+    void setSignIn(const QString &name, const QString &password) override
+    {
+        signIns += name + '/' + password;
+    }
 
     void connectNow()
     {
         m_isRunning = false;
         emit connected();
     }
-    void failNow(DWORD code, const QString &text)
+    void failNow(DWORD code, const QString &text, const QString &details = {},
+                 bool needsSetUp = false)
     {
         m_isRunning = false;
-        emit failed({code, text});
+        emit failed({code, text, details, needsSetUp});
     }
 
     int starts = 0;
     int stops = 0;
+    bool canSignIn = true;
+    QStringList signIns;
 
 private:
     bool m_isRunning = false;
@@ -67,6 +78,11 @@ private slots:
     void aHeldKeyDialsOnce();
     void longTextsDoNotWidenIt();
     void namesAreNoMarkup();
+    void detailsUnfoldAndAreCopied();
+    void nameAndPasswordAreAskedFor();
+    void nobodyIsAskedForWhatIsNotTaken();
+    void setUpIsOffered_data();
+    void setUpIsOffered();
 
 private:
     /// Runs a dialog with what is played in it.
@@ -274,6 +290,109 @@ void DialDialogTest::namesAreNoMarkup()
             QCOMPARE(label->textFormat(), Qt::PlainText);
     }
     QCOMPARE(dialog.findChild<QLabel *>("entryLabel")->text(), QString("<b>Entry</b>"));
+}
+
+void DialDialogTest::detailsUnfoldAndAreCopied()
+{
+    QVERIFY(run(!AsksFirst, [&](DialDialog *dialog) {
+        auto *button = dialog->findChild<QPushButton *>("detailsButton");
+        auto *text = dialog->findChild<QPlainTextEdit *>("detailsText");
+        auto *copy = dialog->findChild<QPushButton *>("copyButton");
+        QVERIFY(!button->isVisible() && !text->isVisible());
+        const QSize folded = dialog->size();
+        m_dialler->failNow(635, "It failed.");
+        QVERIFY(!button->isVisible()); // nothing was said
+        dialButton(dialog)->click();
+        m_dialler->failNow(635, "It failed.", "Connect: ppp0\n<b>Modem hangup</b>");
+        QVERIFY(button->isVisible() && !text->isVisible());
+        QCOMPARE(dialog->size(), folded);
+        const QPoint place = dialButton(dialog)->pos();
+        button->click();
+        QVERIFY(text->isVisible());
+        QVERIFY(dialog->height() > folded.height());
+        QCOMPARE(dialButton(dialog)->pos(), place);
+        QCOMPARE(text->toPlainText(), QString("Connect: ppp0\n<b>Modem hangup</b>"));
+        copy->click();
+        QCOMPARE(QGuiApplication::clipboard()->text(), text->toPlainText());
+        // Enter dials again, whatever has the keyboard.
+        QVERIFY(!copy->autoDefault() && !button->autoDefault());
+        button->click();
+        QCOMPARE(dialog->size(), folded);
+        button->click();
+        dialButton(dialog)->click(); // the next dial has said nothing yet
+        QVERIFY(!button->isVisible() && !text->isVisible());
+        QCOMPARE(dialog->size(), folded);
+        m_dialler->connectNow();
+    }));
+}
+
+void DialDialogTest::nameAndPasswordAreAskedFor()
+{
+    QVERIFY(run(!AsksFirst, [&](DialDialog *dialog) {
+        QVERIFY(QTest::qWaitForWindowActive(dialog));
+        auto *name = dialog->findChild<QLineEdit *>("nameEdit");
+        auto *password = dialog->findChild<QLineEdit *>("passwordEdit");
+        const QPoint place = cancelButton(dialog)->pos();
+        m_dialler->failNow(676, "The line is busy.");
+        QVERIFY(!name->isVisible());
+        dialButton(dialog)->click();
+        m_dialler->failNow(691, "The network wants a name.");
+        QVERIFY(name->isVisible() && password->isVisible());
+        QCOMPARE(password->echoMode(), QLineEdit::Password);
+        QCOMPARE(cancelButton(dialog)->pos(), place);
+        QCOMPARE(QApplication::focusWidget(), name);
+        // Whoever types nothing dials as before.
+        dialButton(dialog)->click();
+        QCOMPARE(m_dialler->signIns, QStringList());
+        m_dialler->failNow(691, "The network wants a name.");
+        QTest::keyClicks(QApplication::focusWidget(), "anna");
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        QTest::keyClicks(QApplication::focusWidget(), "wrong");
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QCOMPARE(m_dialler->starts, 4);
+        QVERIFY(!name->isVisible());
+        m_dialler->failNow(691, "The network wants a name.");
+        // The name is there still, and the password is typed over.
+        QCOMPARE(QApplication::focusWidget(), password);
+        QTest::keyClicks(QApplication::focusWidget(), "right");
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QCOMPARE(m_dialler->signIns, QStringList({"anna/wrong", "anna/right"}));
+        m_dialler->connectNow();
+    }));
+}
+
+void DialDialogTest::nobodyIsAskedForWhatIsNotTaken()
+{
+    m_dialler->canSignIn = false;
+    QVERIFY(!run(!AsksFirst, [&](DialDialog *dialog) {
+        m_dialler->failNow(691, "The network wants a name.");
+        QVERIFY(!dialog->findChild<QLineEdit *>("nameEdit")->isVisible());
+        cancelButton(dialog)->click();
+    }));
+}
+
+void DialDialogTest::setUpIsOffered_data()
+{
+    QTest::addColumn<bool>("isTaken");
+    QTest::addColumn<int>("error");
+    QTest::newRow("taken") << true << 623;
+    QTest::newRow("not taken") << false << 631;
+}
+
+void DialDialogTest::setUpIsOffered()
+{
+    QFETCH(bool, isTaken);
+    QFETCH(int, error);
+    QVERIFY(!run(!AsksFirst, [&](DialDialog *dialog) {
+        QVERIFY(QTest::qWaitForWindowActive(dialog));
+        m_dialler->failNow(633, "The modem is missing.", {}, true);
+        QCOMPARE(dialButton(dialog)->text(), QString("&Set Up"));
+        QCOMPARE(QApplication::focusWidget(), dialButton(dialog));
+        (isTaken ? dialButton(dialog) : cancelButton(dialog))->click();
+    }));
+    QCOMPARE(m_dialler->starts, 1);
+    QCOMPARE(m_dialog->lastError(), DWORD(error));
+    QVERIFY(!m_dialog->wasGivenUp());
 }
 
 QTEST_MAIN(DialDialogTest)

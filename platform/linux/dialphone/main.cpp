@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 using namespace dialphone;
 
@@ -42,7 +43,14 @@ int main()
     std::signal(SIGHUP, SIG_IGN);
 
     tell(diallingMessage, number);
-    PhoneLine line(0, 1);
+    PhoneLine line(0, 1, [](const std::string &text) {
+        std::string plain = text;
+        for (char &character : plain) {
+            if (character < ' ' || character > '~')
+                character = '?';
+        }
+        tell(lineMessage, plain.c_str());
+    });
     const std::string result = line.dial(number, AnswerSeconds, ConnectSeconds);
     if (atline::resultCode(result) == atline::ResultCode::Connect) {
         tell(connectedMessage);

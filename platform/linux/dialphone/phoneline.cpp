@@ -4,8 +4,10 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <poll.h>
 #include <unistd.h>
+#include <utility>
 
 using atline::ResultCode;
 using atline::resultCode;
@@ -13,6 +15,20 @@ using atline::resultCode;
 namespace dialphone {
 
 namespace {
+
+// Milliseconds.
+constexpr long long Second = 1000;
+constexpr long long QuietTime = 300;     // after which no answer of before comes any more
+constexpr long long QuestionTime = 2000; // what the phone knows itself it tells at once
+
+/// Whether that answer to AT+CREG? says that there is no network: "+CREG: 0,2".
+/// 1 is the own network, 5 another one that serves the card, too.
+bool isUnregistered(const std::string &text)
+{
+    const std::size_t comma = text.find(',');
+    return text.rfind("+CREG: ", 0) == 0 && comma != std::string::npos &&
+           text.substr(comma + 1, 1).find_first_of("0234") == 0;
+}
 
 long long now()
 {
@@ -28,26 +44,91 @@ bool isDialableNumber(const std::string &number)
            number.find_first_not_of("0123456789*#+,ABCDPTWabcdptw") == std::string::npos;
 }
 
-PhoneLine::PhoneLine(int input, int output) : m_input(input), m_output(output) {}
+int errorNumber(const std::string &answer)
+{
+    return answer.rfind(ErrorNumber, 0) == 0 ? std::atoi(answer.c_str() + sizeof ErrorNumber - 1)
+                                             : 0;
+}
+
+PhoneLine::PhoneLine(int input, int output, Listener listener)
+    : m_input(input), m_output(output), m_listener(std::move(listener))
+{
+}
 
 std::string PhoneLine::dial(const std::string &number, int answerSeconds, int connectSeconds)
 {
-    if (!send("AT\r"))
-        return LineHungUp;
-    std::string result = waitForResult(answerSeconds, PhoneNotReady);
+    std::string result = wake(answerSeconds);
     ResultCode code = resultCode(result);
     if (code != ResultCode::Ok)
         return isFailure(code) ? PhoneNotReady : result;
     if (!send("ATD" + number + "\r"))
         return LineHungUp;
-    result = waitForResult(connectSeconds, NetworkTimedOut);
+    result = waitForAnswer(connectSeconds * Second, NetworkTimedOut).result;
     code = resultCode(result);
     // OK instead of CONNECT means that the phone has ended the call.
-    return code == ResultCode::Ok ? "NO CARRIER" : result;
+    return reasonOf(code == ResultCode::Ok ? "NO CARRIER" : result);
+}
+
+// Just before, pppd has let the line down and up again; phones may swallow what
+// comes first after that.
+std::string PhoneLine::wake(int seconds)
+{
+    for (int attempt = 1; attempt <= seconds; ++attempt) {
+        if (!send("AT\r"))
+            return LineHungUp;
+        const std::string result = waitForAnswer(Second, PhoneNotReady).result;
+        if (result == PhoneNotReady)
+            continue;
+        // An OK that comes later would be taken for the end of the call.
+        if (attempt > 1)
+            skipLateAnswers();
+        return result;
+    }
+    return PhoneNotReady;
+}
+
+void PhoneLine::skipLateAnswers()
+{
+    std::string line;
+    while (readLine(now() + QuietTime, &line) == Reading::Line) {
+    }
+}
+
+std::string PhoneLine::reasonOf(const std::string &result)
+{
+    const ResultCode code = resultCode(result);
+    const bool isTold = code != ResultCode::Error && code != ResultCode::NoCarrier &&
+                        code != ResultCode::NoDialtone;
+    if (isTold || errorNumber(result) != 0)
+        return result;
+    const auto number = [](int value) { return ErrorNumber + std::to_string(value); };
+    std::string reason = result;
+    // With numbers for these questions only: whoever uses the phone next expects
+    // bare errors, as phones give them unless they are told.
+    ask("AT+CMEE=1");
+    const Answer card = ask("AT+CPIN?");
+    if (errorNumber(card.result) != 0)
+        reason = card.result;
+    else if (card.text == "+CPIN: SIM PIN")
+        reason = number(CardNeedsPin);
+    else if (card.text == "+CPIN: SIM PUK")
+        reason = number(CardNeedsPuk);
+    else if (isUnregistered(ask("AT+CREG?").text))
+        reason = number(NoNetwork);
+    ask("AT+CMEE=0");
+    return reason;
+}
+
+PhoneLine::Answer PhoneLine::ask(const std::string &command)
+{
+    return send(command + "\r") ? waitForAnswer(QuestionTime, PhoneNotReady)
+                                : Answer{LineHungUp, {}};
 }
 
 bool PhoneLine::send(const std::string &command)
 {
+    if (m_listener)
+        m_listener(command.substr(0, command.find('\r')));
     std::size_t sent = 0;
     while (sent < command.size()) {
         const ssize_t taken = ::write(m_output, command.data() + sent, command.size() - sent);
@@ -92,18 +173,25 @@ PhoneLine::Reading PhoneLine::readLine(long long deadline, std::string *line)
     }
 }
 
-std::string PhoneLine::waitForResult(int seconds, const char *whenLate)
+PhoneLine::Answer PhoneLine::waitForAnswer(long long milliseconds, const char *whenLate)
 {
-    const long long deadline = now() + seconds * 1000LL;
+    const long long deadline = now() + milliseconds;
+    Answer answer;
     std::string line;
     for (;;) {
         const Reading reading = readLine(deadline, &line);
-        if (reading == Reading::Late)
-            return whenLate;
-        if (reading == Reading::Gone)
-            return LineHungUp;
-        if (resultCode(line) != ResultCode::None)
-            return line;
+        if (reading != Reading::Line) {
+            answer.result = reading == Reading::Late ? whenLate : LineHungUp;
+            return answer;
+        }
+        if (m_listener && !line.empty())
+            m_listener(line);
+        if (resultCode(line) != ResultCode::None) {
+            answer.result = line;
+            return answer;
+        }
+        if (!line.empty())
+            answer.text = line;
     }
 }
 

@@ -17,6 +17,7 @@ constexpr int LongestInstanceId = 200; // MAX_DEVICE_ID_LEN
 constexpr int LongestClassName = 31;   // MAX_CLASS_NAME_LEN without its end
 constexpr int LongestName = 128;       // RAS_MaxDeviceName
 constexpr int LongestValue = 260;
+constexpr int LongestSignIn = 255; // MAXNAMELEN and MAXSECRETLEN of pppd, without their end
 constexpr DEVINST MostNodes = 1000000;
 
 bool matches(const QString &text, const char *pattern)
@@ -102,6 +103,14 @@ bool isPlainLine(const QString &text, int longest)
 bool isInfName(const QString &name)
 {
     return matches(name, "oem[0-9]{1,4}\\.inf");
+}
+
+bool isSignInText(const QString &text)
+{
+    return text.isValidUtf16() && text.toUtf8().size() <= LongestSignIn &&
+           std::none_of(text.begin(), text.end(), [](QChar character) {
+               return character.category() == QChar::Other_Control;
+           });
 }
 
 bool isPlausible(const DeviceList &wanted, const DeviceList &present, const QString &infFolder)

@@ -15,6 +15,10 @@ bool isPlainLine(const QString &text, int longest);
 /// Whether a name may be a file of the INF store: oem0.inf to oem9999.inf.
 bool isInfName(const QString &name);
 
+/// Whether a network may get that as name or password: 255 bytes at most in UTF-8,
+/// as pppd takes them, no control character.
+bool isSignInText(const QString &text);
+
 /// Whether a list of devices is one that device installation makes of another:
 /// device ids, class, hardware ids, names and driver keys of their usual form, none
 /// twice, and no more of them than a machine has in years. The files that drivers

@@ -76,11 +76,14 @@ public:
         return m_socket >= 0 && ::poll(&state, 1, 0) == 0;
     }
 
-    DWORD ask(const QJsonObject &request)
+    DWORD ask(const QJsonObject &request, QJsonObject *reply)
     {
         QByteArray line;
         if (sendLine(m_socket, request) && m_reader.next(&line) == LineReader::Result::Line) {
-            const QJsonValue code = fromLine(line).value_or(QJsonObject()).value("code");
+            const QJsonObject answer = fromLine(line).value_or(QJsonObject());
+            const QJsonValue code = answer.value("code");
+            if (reply)
+                *reply = answer;
             if (code.isDouble())
                 return static_cast<DWORD>(code.toDouble());
         }
@@ -136,16 +139,16 @@ DWORD HelperClient::openSetUpLocked()
     return code;
 }
 
-DWORD HelperClient::ask(Role role, const QJsonObject &request)
+DWORD HelperClient::ask(Role role, const QJsonObject &request, QJsonObject *reply)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (role == Role::SetUp) {
         const DWORD code = openSetUpLocked();
-        return code == Success ? m_setUp->ask(request) : code;
+        return code == Success ? m_setUp->ask(request, reply) : code;
     }
     HelperProcess helper;
     const DWORD code = helper.start(m_paths, role);
-    return code == Success ? helper.ask(request) : code;
+    return code == Success ? helper.ask(request, reply) : code;
 }
 
 QStringList helperCommand(const SystemPaths &paths, Role role)

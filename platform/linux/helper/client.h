@@ -33,8 +33,9 @@ public:
     DWORD openSetUp();
 
     /// The code with which a request ended; those of openSetUp() when the rights
-    /// are not there, 31 when the helper ended without an answer.
-    DWORD ask(Role role, const QJsonObject &request);
+    /// are not there, 31 when the helper ended without an answer. The whole reply
+    /// goes into *reply.
+    DWORD ask(Role role, const QJsonObject &request, QJsonObject *reply = nullptr);
 
 private:
     DWORD openSetUpLocked();

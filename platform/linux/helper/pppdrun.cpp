@@ -2,7 +2,9 @@
 
 #include "platform/linux/activelinks.h"
 #include "platform/linux/helper/protocol.h"
+#include "platform/linux/lineholders.h"
 #include "platform/linux/pppdresult.h"
+#include "platform/linux/systempaths.h"
 #include "platform/posix/process.h"
 
 #include <QFile>
@@ -180,7 +182,14 @@ void runPppd(const QString &pppd, const QString &peer, const QString &device, co
     messages.pass();
     messages.send();
     ::close(ends[0]);
-    sendLine(output, {{"code", 0}, {"status", WIFEXITED(status) ? WEXITSTATUS(status) : 1}});
+    const int exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 1;
+    QJsonObject outcome{{"code", 0}, {"status", exitStatus}};
+    if (isPortInUse(exitStatus)) {
+        const QList<LineHolder> holders = holdersOf(device, SystemPaths().locks);
+        if (!holders.isEmpty())
+            outcome.insert("holder", holders.first().program);
+    }
+    sendLine(output, outcome);
 }
 
 } // namespace platform::linuxsystem

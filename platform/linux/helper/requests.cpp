@@ -40,6 +40,11 @@ QJsonObject changeDevicesRequest(const DeviceList &seen, const DeviceList &wante
     return {{"do", "change-devices"}, {"seen", toJson(seen)}, {"wanted", toJson(wanted)}};
 }
 
+QJsonObject putStateAsideRequest()
+{
+    return {{"do", "put-state-aside"}};
+}
+
 QJsonObject writeEntryRequest(const QString &name, const RasEntry &entry)
 {
     const QByteArray record(reinterpret_cast<const char *>(&entry), sizeof entry);
@@ -49,6 +54,16 @@ QJsonObject writeEntryRequest(const QString &name, const RasEntry &entry)
 QJsonObject dialRequest(const QString &entry, const QString &device, const QString &number)
 {
     return {{"do", "dial"}, {"entry", entry}, {"device", device}, {"number", number}};
+}
+
+QJsonObject signInRequest(const QString &name, const QString &password)
+{
+    return {{"do", "sign-in"}, {"name", name}, {"password", password}};
+}
+
+QJsonObject freeLineRequest(const QString &device)
+{
+    return {{"do", "free-line"}, {"device", device}};
 }
 
 QJsonObject hangUpRequest(pid_t process)

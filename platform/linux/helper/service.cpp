@@ -5,7 +5,10 @@
 #include "platform/linux/helper/checks.h"
 #include "platform/linux/helper/line.h"
 #include "platform/linux/helper/pppdrun.h"
+#include "platform/linux/lineholders.h"
 #include "platform/linux/ownership.h"
+#include "platform/linux/portlist.h"
+#include "platform/linux/pppdresult.h"
 #include "platform/linux/setupapi.h"
 #include "platform/standin/entryname.h"
 
@@ -13,6 +16,7 @@
 #include <QFile>
 #include <QSet>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -71,8 +75,11 @@ const Service::Known Service::requests[] = {
     {"rescan", Role::SetUp, {}, &Service::rescan},
     {"store-inf", Role::SetUp, {"name", "content"}, &Service::storeInf},
     {"change-devices", Role::SetUp, {"seen", "wanted"}, &Service::changeDevices},
+    {"put-state-aside", Role::SetUp, {}, &Service::putStateAside},
     {"write-entry", Role::SetUp, {"name", "record"}, &Service::writeEntry},
     {"hang-up", Role::Connect, {"process"}, &Service::hangUp},
+    {"free-line", Role::Connect, {"device"}, &Service::freeLine},
+    {"sign-in", Role::Connect, {"name", "password"}, &Service::signIn},
     {"hang-up", Role::EndOthers, {"process"}, &Service::hangUp},
 };
 
@@ -86,19 +93,24 @@ Service::Service(const SystemPaths &paths, const Program &program, Role role,
 {
 }
 
-DWORD Service::answer(const QJsonObject &request)
+DWORD Service::answer(const QJsonObject &request, QJsonObject *more)
 {
+    m_more = {};
     DWORD refusal = ErrorInvalidParameter;
     for (const Known &known : requests) {
         if (request.value("do") != QLatin1String(known.name))
             continue;
-        if (known.role != m_role)
+        if (known.role != m_role) {
             refusal = ErrorAccessDenied;
-        else
-            return hasFields(request, QStringList("do") + known.fields)
-                       ? (this->*known.function)(request)
-                       : DWORD(ErrorInvalidParameter);
+            continue;
+        }
+        refusal = hasFields(request, QStringList("do") + known.fields)
+                      ? (this->*known.function)(request)
+                      : DWORD(ErrorInvalidParameter);
+        break;
     }
+    if (more)
+        *more = m_more;
     return refusal;
 }
 
@@ -175,6 +187,11 @@ DWORD Service::changeDevices(const QJsonObject &request)
     return code == Success ? outcome : code;
 }
 
+DWORD Service::putStateAside(const QJsonObject &)
+{
+    return putDamagedStateAside(m_store.get());
+}
+
 DWORD Service::writeEntry(const QJsonObject &request)
 {
     const QString name = request.value("name").toString();
@@ -199,6 +216,36 @@ DWORD Service::hangUp(const QJsonObject &request)
         return isAllowed ? endLink(link) : DWORD(ErrorAccessDenied);
     }
     return ErrorInvalidHandle;
+}
+
+DWORD Service::signIn(const QJsonObject &request)
+{
+    const QJsonValue name = request.value("name");
+    const QJsonValue password = request.value("password");
+    if (!name.isString() || !password.isString() || name.toString().isEmpty() ||
+        !isSignInText(name.toString()) || !isSignInText(password.toString()))
+        return ErrorInvalidParameter;
+    return m_entries.phoneBook().writeSignIn(name.toString(), password.toString());
+}
+
+/// For the line of a phone only, so that nobody can disturb other modems.
+DWORD Service::freeLine(const QJsonObject &request)
+{
+    const QString device = request.value("device").toString();
+    QList<SerialPortDevice> ports;
+    const DWORD code = presentSerialPorts(m_program, m_store.get(), &ports);
+    if (code != Success)
+        return code;
+    const bool isPhones = std::any_of(ports.begin(), ports.end(), [&device](const auto &port) {
+        return port.isPhoneModem && port.node == device;
+    });
+    if (!isPhones)
+        return ErrorInvalidParameter;
+    QString holder;
+    const DWORD outcome = linuxsystem::freeLine(device, m_paths, &holder);
+    if (outcome != Success)
+        m_more.insert("holder", holder);
+    return outcome;
 }
 
 bool Service::isDial(const QJsonObject &request)
@@ -227,7 +274,7 @@ DWORD Service::checkDial(const QJsonObject &request, Dial *dial) const
     QString changeable;
     switch (m_entries.phoneBook().peer(entry->name, &changeable)) {
     case PhoneBook::Peer::Good:
-        return Success;
+        return m_entries.phoneBook().ensureSignIn();
     case PhoneBook::Peer::Missing:
         // Somebody has taken pppd's part away; what is left is good for nothing.
         m_entries.phoneBook().forget(entry->name);
@@ -240,6 +287,25 @@ DWORD Service::checkDial(const QJsonObject &request, Dial *dial) const
     }
     return RasErrorEntryNotFound;
 }
+
+namespace {
+
+void dialWith(const SystemPaths &paths, const Service::Dial &dial, int input, int output)
+{
+    // ModemManager may have taken the line since the window had it.
+    QString holder;
+    freeLine(dial.device, paths, &holder);
+    if (hangUpLine(dial.device, paths.locks) == Success) {
+        runPppd(paths.pppd, dial.peer, dial.device, dial.number, input, output);
+        return;
+    }
+    QJsonObject outcome{{"code", 0}, {"status", StatusPortNotOpened}};
+    if (!holder.isEmpty())
+        outcome.insert("holder", holder);
+    sendLine(output, outcome);
+}
+
+} // namespace
 
 int serve(const SystemPaths &paths, const Program &program, Role role, int input, int output,
           int idlePatience)
@@ -258,15 +324,16 @@ int serve(const SystemPaths &paths, const Program &program, Role role, int input
         if (Service::isDial(request)) {
             Service::Dial dial;
             const DWORD code = service.checkDial(request, &dial);
-            if (code != Success)
-                sendLine(output, {{"code", double(code)}});
-            else if (hangUpLine(dial.device, paths.locks) != Success)
-                sendLine(output, {{"code", 0}, {"status", StatusPortNotOpened}});
+            if (code == Success)
+                dialWith(paths, dial, input, output);
             else
-                runPppd(paths.pppd, dial.peer, dial.device, dial.number, input, output);
+                sendLine(output, {{"code", double(code)}});
             return 0;
         }
-        if (!sendLine(output, {{"code", double(service.answer(request))}}))
+        QJsonObject reply;
+        const DWORD code = service.answer(request, &reply);
+        reply.insert("code", double(code));
+        if (!sendLine(output, reply))
             return 0;
     }
     return 0;

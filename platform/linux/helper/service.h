@@ -31,8 +31,9 @@ public:
     Service(const SystemPaths &paths, const Program &program, Role role,
             std::chrono::milliseconds patience = StorePatience);
 
-    /// Does what a request asks for; the code with which that ended.
-    DWORD answer(const QJsonObject &request);
+    /// Does what a request asks for; the code with which that ended. What else is
+    /// to be told goes into *more.
+    DWORD answer(const QJsonObject &request, QJsonObject *more = nullptr);
 
     /// A dial that was found good.
     struct Dial {
@@ -53,14 +54,18 @@ private:
     DWORD rescan(const QJsonObject &request);
     DWORD storeInf(const QJsonObject &request);
     DWORD changeDevices(const QJsonObject &request);
+    DWORD putStateAside(const QJsonObject &request);
     DWORD writeEntry(const QJsonObject &request);
     DWORD hangUp(const QJsonObject &request);
+    DWORD freeLine(const QJsonObject &request);
+    DWORD signIn(const QJsonObject &request);
 
     const SystemPaths m_paths;
     const Program m_program;
     const Role m_role;
     const std::shared_ptr<StateStore> m_store;
     const DialUpEntries m_entries;
+    QJsonObject m_more; ///< what the last answer tells besides its code
 };
 
 } // namespace platform::linuxsystem

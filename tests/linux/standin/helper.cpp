@@ -1,7 +1,8 @@
 // The helper on a test's own folders: what it does and refuses is the real one's
 // (helper/service.cpp), only its paths are STANDIN_STATE, STANDIN_PEERS,
-// STANDIN_RUN, STANDIN_PPPD_PROGRAM and STANDIN_DRIVERS, and what lies in
-// STANDIN_TRUSTED passes for root's. Where STANDIN_UNCHECKED
+// STANDIN_RUN, STANDIN_PPPD_PROGRAM and STANDIN_DRIVERS, and where they are set
+// STANDIN_LOCKS and STANDIN_SYSTEMCTL; what lies in STANDIN_TRUSTED passes for
+// root's. Where STANDIN_UNCHECKED
 // is set it dials whatever it is told, for the tests of the dial alone. Its process
 // number is left in STANDIN_HELPER_PID.
 
@@ -30,9 +31,16 @@ void dialUnchecked(const SystemPaths &paths)
     sendLine(STDOUT_FILENO, {{"ready", true}});
     LineReader reader(STDIN_FILENO);
     QByteArray line;
-    if (reader.next(&line) != LineReader::Result::Line)
-        return;
-    const QJsonObject request = fromLine(line).value_or(QJsonObject());
+    QJsonObject request;
+    do {
+        if (reader.next(&line) != LineReader::Result::Line)
+            return;
+        request = fromLine(line).value_or(QJsonObject());
+        if (Service::isDial(request))
+            break;
+        const auto code = Service(paths, programIdentity(), Role::Connect).answer(request);
+        sendLine(STDOUT_FILENO, {{"code", double(code)}});
+    } while (true);
     runPppd(paths.pppd, request.value("entry").toString(), request.value("device").toString(),
             request.value("number").toString(), STDIN_FILENO, STDOUT_FILENO);
 }
@@ -52,6 +60,10 @@ int main(int argc, char **argv)
     paths.run = variable("STANDIN_RUN");
     paths.pppd = variable("STANDIN_PPPD_PROGRAM");
     paths.drivers = variable("STANDIN_DRIVERS");
+    if (std::getenv("STANDIN_LOCKS"))
+        paths.locks = variable("STANDIN_LOCKS");
+    if (std::getenv("STANDIN_SYSTEMCTL"))
+        paths.systemctl = variable("STANDIN_SYSTEMCTL");
     paths.trusted = testPlaces({variable("STANDIN_TRUSTED")});
     paths.user = variable("PKEXEC_UID").toUInt();
     if (std::getenv("STANDIN_UNCHECKED"))
