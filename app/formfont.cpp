@@ -11,6 +11,7 @@ namespace {
 
 const char formFamily[] = "MS Shell Dlg 2";
 constexpr double FormPointSize = 8.25;
+constexpr int WideFontStretch = 84; // percent; the usual face of Linux is that much too wide
 
 QStringList installedFamilies()
 {
@@ -35,18 +36,23 @@ bool isAmong(const QStringList &families, const QString &family)
 void useFormFont()
 {
     const QStringList installed = installedFamilies();
+    bool isWide = false;
     if (!isAmong(installed, formFamily)) {
         // The last two are a little too wide, but less so than what the system would
         // choose.
+        isWide = true;
         for (const char *family : {"Tahoma", "Liberation Sans", "Arial", "FreeSans", "Nimbus Sans",
                                    "DejaVu Sans Condensed"}) {
             if (isAmong(installed, family)) {
                 QFont::insertSubstitution(formFamily, family);
+                isWide = false;
                 break;
             }
         }
     }
     QFont font(formFamily);
     font.setPointSizeF(FormPointSize);
+    if (isWide)
+        font.setStretch(WideFontStretch);
     QApplication::setFont(font);
 }

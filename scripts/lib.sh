@@ -78,7 +78,8 @@ need_providers() {
 need_display_packages() {
     need_packages "a virtual display, a window manager and what clicks and takes pictures" \
         xvfb openbox xdotool x11-utils libx11-dev imagemagick
-    need_packages "a font with the width of the usual Windows fonts" fonts-liberation
+    need_packages "a font with the width of the usual Windows fonts, and the usual one" \
+        fonts-liberation fonts-dejavu-core
 }
 
 # configure PRESET [OPTION...]: configures when needed.

@@ -53,9 +53,12 @@ QMap<QString, QByteArray> keptFiles(const QString &folder)
     const std::function<void(const QString &)> look = [&](const QString &below) {
         const QDir dir(folder + '/' + below);
         for (const QString &name : dir.entryList(QDir::Files)) {
-            if (name.endsWith(".ini") || name.endsWith(".json") || name.startsWith("tolvane-") ||
-                name.endsWith(".inf"))
-                files[below + name] = contentOf(dir.filePath(name));
+            const bool isKept = name.endsWith(".ini") || name.endsWith(".json") ||
+                                name.startsWith("tolvane-") || name.endsWith(".inf") ||
+                                below.endsWith("sign-in/");
+            // A file may name another one, which lies elsewhere at each run.
+            if (isKept)
+                files[below + name] = contentOf(dir.filePath(name)).replace(folder.toUtf8(), "");
         }
         for (const QString &name : dir.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
             look(below + name + '/');
