@@ -153,6 +153,7 @@ void ScriptedMachine::provideHandles()
 {
     CreateEventW = [this](void *lpEventAttributes, BOOL, BOOL, const WCHAR *lpName) -> HANDLE {
         if (lpName) {
+            const std::lock_guard lock(m_mutex);
             eventNames.append(fromWide(lpName));
             const auto *attributes = static_cast<const SecurityAttributes *>(lpEventAttributes);
             eventHasRights = attributes && attributes->nLength == sizeof *attributes &&
@@ -165,6 +166,7 @@ void ScriptedMachine::provideHandles()
     SetEvent = [this](HANDLE hEvent) -> BOOL {
         if (!isOpen(hEvent, Kind::Event))
             return 0;
+        const std::lock_guard lock(m_mutex);
         ++signalled;
         return 1;
     };
@@ -176,7 +178,10 @@ void ScriptedMachine::provideHandles()
 
     ConvertStringSecurityDescriptorToSecurityDescriptorW =
         [this](const WCHAR *text, DWORD, void **descriptor, ULONG *) -> BOOL {
-        rights = fromWide(text);
+        {
+            const std::lock_guard lock(m_mutex);
+            rights = fromWide(text);
+        }
         *descriptor = allocate(1);
         return 1;
     };
