@@ -126,12 +126,13 @@ QStringList otherTexts(const QString &text)
                          "COM999999",
                          "Tolvane GPRS Modem"};
     for (const QString &character : specialCharacters())
-        texts +=
-            {character + text, text.left(text.size() / 2) + character + text.mid(text.size() / 2),
-             text + character};
+        texts += QStringList{character + text,
+                             text.left(text.size() / 2) + character + text.mid(text.size() / 2),
+                             text + character};
     for (const int length : {1,   2,   31,  32,  80,  81,  128,  129,   190,   200,
                              201, 240, 256, 257, 260, 261, 1000, 65535, 65536, 140000})
-        texts += {QString(length, 'x'), QString(length, '1'), text + QString(length, 'x')};
+        texts +=
+            QStringList{QString(length, 'x'), QString(length, '1'), text + QString(length, 'x')};
     return texts;
 }
 
@@ -217,7 +218,7 @@ void RequestFieldsTest::theRequestsAreGood()
 void RequestFieldsTest::eachRoleMayOnlyItsOwn()
 {
     QList<Good> all = goodRequests();
-    all += {Role::SetUp, rescanRequest()};
+    all += Good{Role::SetUp, rescanRequest()};
     const QMap<QString, QByteArray> before = files();
     for (const Good &good : all) {
         for (const Role role : {Role::SetUp, Role::Connect, Role::EndOthers}) {
