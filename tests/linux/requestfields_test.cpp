@@ -19,6 +19,16 @@
 using namespace platform;
 using namespace platform::linuxsystem;
 
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+/// Qt 5's reader of JSON forgets a list or an object that comes twice.
+using KnownLeaks = __lsan::ScopedDisabler;
+#else
+struct KnownLeaks {
+    KnownLeaks() {}
+};
+#endif
+
 namespace {
 
 /// A value's place in a request: names of fields and places in lists.
@@ -161,6 +171,8 @@ private slots:
     void eachFieldIsNeededAndNoOther();
     void fieldsThatComeTwice_data() { eachFieldIsChecked_data(); }
     void fieldsThatComeTwice();
+    void otherFormsOfARequestAreNone_data();
+    void otherFormsOfARequestAreNone();
     void aPartOfARequestIsNone();
     void eachPartOfARecordIsChecked();
     void requestsChangedAtRandom();
@@ -295,34 +307,56 @@ void RequestFieldsTest::eachFieldIsNeededAndNoOther()
     }
 }
 
-/// The last one of two counts; never may one be checked and the other one used.
+/// Which one of two counts is nobody's choice.
 void RequestFieldsTest::fieldsThatComeTwice()
 {
     QFETCH(int, number);
     const Good good = goodRequests().at(number);
     const QByteArray text = toLine(good.request).trimmed();
+    QCOMPARE(requestFromLine(text).value_or(QJsonObject()), good.request);
     for (const QString &field : good.request.keys()) {
-        for (const QJsonValue &other :
-             {QJsonValue("/etc/passwd"), QJsonValue(-1), QJsonValue(QJsonArray())}) {
-            const QByteArray bad = toLine({{field, other}}).trimmed();
-            const QByteArray before = bad.left(bad.size() - 1) + ',' + text.mid(1);
-            QCOMPARE(fromLine(before).value_or(QJsonObject()), good.request);
-            const QByteArray after = text.left(text.size() - 1) + ',' + bad.mid(1);
-            QCOMPARE(fromLine(after).value_or(QJsonObject()), with(good.request, field, other));
-            QCOMPARE(outcome(good, with(good.request, field, other)), QString());
+        for (const QJsonValue &other : {QJsonValue("/etc/passwd"), QJsonValue(-1),
+                                        QJsonValue(QJsonArray()), good.request.value(field)}) {
+            const QByteArray more = toLine({{field, other}}).trimmed();
+            const KnownLeaks ofTheReader;
+            QVERIFY(!requestFromLine(more.left(more.size() - 1) + ',' + text.mid(1)));
+            QVERIFY(!requestFromLine(text.left(text.size() - 1) + ',' + more.mid(1)));
         }
     }
+}
+
+/// One request has one form.
+void RequestFieldsTest::otherFormsOfARequestAreNone_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("blanks") << QByteArray("{\"do\":\"hang-up\", \"process\":1}");
+    QTest::newRow("blank at the end") << QByteArray("{\"do\":\"hang-up\",\"process\":1} ");
+    QTest::newRow("return") << QByteArray("{\"do\":\"hang-up\",\"process\":1}\r");
+    QTest::newRow("order") << QByteArray("{\"process\":1,\"do\":\"hang-up\"}");
+    QTest::newRow("fraction") << QByteArray("{\"do\":\"hang-up\",\"process\":1.0}");
+    QTest::newRow("exponent") << QByteArray("{\"do\":\"hang-up\",\"process\":1e0}");
+    QTest::newRow("rounded") << QByteArray(
+        "{\"do\":\"hang-up\",\"process\":1.00000000000000000001}");
+    QTest::newRow("escape") << QByteArray("{\"do\":\"hang\\u002dup\",\"process\":1}");
+    QTest::newRow("two") << QByteArray("{\"do\":\"hang-up\",\"process\":1}{}");
+}
+
+void RequestFieldsTest::otherFormsOfARequestAreNone()
+{
+    QFETCH(QByteArray, text);
+    QVERIFY(requestFromLine(toLine(hangUpRequest(1)).trimmed()));
+    QVERIFY(!requestFromLine(text));
 }
 
 void RequestFieldsTest::aPartOfARequestIsNone()
 {
     for (const Good &good : goodRequests()) {
         const QByteArray text = toLine(good.request).trimmed();
-        QVERIFY(fromLine(text));
+        QVERIFY(requestFromLine(text));
         for (int length = 0; length < text.size(); ++length) {
-            QVERIFY2(!fromLine(text.left(length)), text.left(length).constData());
+            QVERIFY2(!requestFromLine(text.left(length)), text.left(length).constData());
             if (length > 0)
-                QVERIFY2(!fromLine(text.mid(length)), text.mid(length).constData());
+                QVERIFY2(!requestFromLine(text.mid(length)), text.mid(length).constData());
         }
     }
 }

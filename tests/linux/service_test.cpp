@@ -385,6 +385,9 @@ void ServiceTest::nothingGetsThroughThatIsNoRequest_data()
     QTest::newRow("words") << QByteArray("install-driver\n") << refused;
     QTest::newRow("list") << QByteArray("[{\"do\":\"install-driver\"}]\n") << refused;
     QTest::newRow("half a line") << QByteArray("{\"do\":\"install-driver\"}") << QByteArray();
+    QTest::newRow("a field twice")
+        << QByteArray("{\"do\":\"reboot\",\"do\":\"install-driver\"}\n") << refused;
+    QTest::newRow("with blanks") << QByteArray("{\"do\": \"install-driver\"}\n") << refused;
     QTest::newRow("two lines") << QByteArray("x\ny\n") << refused + refused;
     QTest::newRow("a line beyond all") << QByteArray(200000, 'x') + '\n' << QByteArray();
     QTest::newRow("deep") << QByteArray(100000, '[') + '\n' << refused;

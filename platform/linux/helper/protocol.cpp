@@ -64,6 +64,12 @@ std::optional<QJsonObject> fromLine(const QByteArray &line)
     return document.isObject() ? std::make_optional(document.object()) : std::nullopt;
 }
 
+std::optional<QJsonObject> requestFromLine(const QByteArray &line)
+{
+    const std::optional<QJsonObject> object = fromLine(line);
+    return object && toLine(*object) == line + '\n' ? object : std::nullopt;
+}
+
 bool sendLine(int descriptor, const QJsonObject &object)
 {
     const QByteArray line = toLine(object);

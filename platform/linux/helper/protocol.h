@@ -39,6 +39,11 @@ QByteArray toLine(const QJsonObject &object);
 /// The object of a line; none when it is no JSON object.
 std::optional<QJsonObject> fromLine(const QByteArray &line);
 
+/// The object of a line that is written as toLine() writes it; none when it is not: a
+/// field that comes twice, or a number of another form, could mean one thing where it
+/// is checked and another where it is used.
+std::optional<QJsonObject> requestFromLine(const QByteArray &line);
+
 /// Sends a line, all of it. False when the other side is gone.
 bool sendLine(int descriptor, const QJsonObject &object);
 

@@ -320,7 +320,7 @@ int serve(const SystemPaths &paths, const Program &program, Role role, int input
     if (!sendLine(output, {{"ready", true}}))
         return 0;
     while (reader.next(&line, idlePatience) == LineReader::Result::Line) {
-        const QJsonObject request = fromLine(line).value_or(QJsonObject());
+        const QJsonObject request = requestFromLine(line).value_or(QJsonObject());
         if (Service::isDial(request)) {
             Service::Dial dial;
             const DWORD code = service.checkDial(request, &dial);
