@@ -50,6 +50,7 @@ void DesktopScenarios::networkWantsANameAndAPassword()
         person.startProgram();
         person.pressMainButton();
         person.waitForWindow(dialTitle);
+        waitFor("The dialling", [] { return processOf(pppd) > 0; });
         waitFor("The end of pppd", [] { return processOf(pppd) == 0; });
         person.desktop.keepPicture("name-and-password");
         letLineSettle();
