@@ -39,7 +39,7 @@ bool runLater(const std::function<void()> &function)
 void showPortNotice(const QString &text)
 {
     runLater([text] {
-        QMessageBox *box = newBox(QObject::tr("The Phone's Port"), text);
+        QMessageBox *box = newBox(QObject::tr("Phone Port"), text);
         box->addButton(QMessageBox::Ok);
         box->show();
     });

@@ -8,7 +8,7 @@
 inline constexpr char mainTitle[] = "Tolvane Modem Connector";
 inline constexpr char wizardTitle[] = "Welcome To Tolvane Modem Connector Settings";
 inline constexpr char operatorsTitle[] = "Tolvane Mobile Operators";
-inline constexpr char portNoticeTitle[] = "The Phone's Port";
+inline constexpr char portNoticeTitle[] = "Phone Port";
 inline constexpr char dialTitle[] = "Connect TolvaneModem 1";
 
 /// A person at the guest's desktop with the installed program. Everything
