@@ -416,7 +416,8 @@ private:
 
     void starts()
     {
-        QString second = otherFoundResult;
+        // Where a copy answers in its own time, there is none.
+        QString second = f.isReal ? firstResult : otherFoundResult;
         if (isHere(secondStartPhase)) {
             if (const auto effect = startEffect(m_fault))
                 second = effect->told;

@@ -12,6 +12,9 @@ struct Facts {
     QString inf32;       ///< on a release that the program does not know
     QStringList devices; ///< friendly names of the ports, in order; the phone's is the last
     int port = 0;        ///< number of the phone's port
+    /// Whether it does more than it is asked to, as real machines do: drivers look
+    /// at settings, the dial needs the port, a phone is seen after a rescan only.
+    bool isReal = false;
 };
 
 /// One call, and how it goes wrong.
@@ -26,6 +29,10 @@ struct Fault {
 /// Without an operation: what a person sees on a machine on which everything
 /// works.
 Story expectedStory(const Facts &facts, const Fault &fault);
+
+/// Why the table does not tell what a person sees who meets this fault on such a
+/// machine; null when it does.
+const char *untold(const Facts &facts, const Fault &fault);
 
 /// The steps of the set-up in order.
 inline const char *const setUpSteps[] = {driversStep, rescanStep, portStep, modemStep, entryStep};

@@ -6,6 +6,7 @@
 #include "wizard/setuppage.h"
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QApplication>
 #include <QLabel>
 #include <QMessageBox>
@@ -116,6 +117,15 @@ void Walk::laterRun()
     else
         see(viewOf(*m_window));
     end();
+    if (!offers(*m_window, "disconnectButton")) {
+        // As the window says it: with a new set-up.
+        start(setUpPhase);
+        m_window->findChild<QAction *>("actionCreate_New_Connection")->trigger();
+        if (!setUp())
+            return m_report(m_story);
+        start(connectPhase);
+        connectToNetwork();
+    }
     m_report(m_story);
 }
 
@@ -217,6 +227,7 @@ void Walk::watchForBoxes()
 {
     auto *watch = new QTimer(qApp);
     QObject::connect(watch, &QTimer::timeout, watch, [this] {
+        m_machine->answerDialogs();
         auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
         if (!box)
             return;

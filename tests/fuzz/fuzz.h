@@ -86,11 +86,11 @@ inline void beSilent()
     require(done, "standard output can be closed");
 }
 
-/// A folder of the process's own in memory, empty again for each input.
+/// A folder of the process's own, empty again for each input.
 class Scratch
 {
 public:
-    Scratch() : m_folder("/dev/shm/fuzz-XXXXXX") {}
+    Scratch() = default;
 
     QString path(const QString &name = {}) const
     {

@@ -1,0 +1,97 @@
+#include "platform/simulated/simulatedpc.h"
+#include "tests/faults/machines.h"
+#include "tests/platform/dialdialog.h"
+#include "tests/platform/simulated_fixture.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QThread>
+
+using namespace platform;
+using platform::simulated::MachineSession;
+
+namespace faults {
+
+namespace {
+
+/// The simulated PC as it is, with a phone in a socket and programs that are quick.
+class SimulatedWalkedMachine : public WalkedMachine
+{
+public:
+    explicit SimulatedWalkedMachine(const QString &folder)
+        : m_folder(folder + "/pc"), m_pc(prepared(m_folder)), m_phone(m_folder)
+    {
+        for (const char *command : {"AT", "AT+CGDCONT=1,\"IP\",\"blweb\""})
+            m_phone.setAnswer(command, "\r\nOK\r\n");
+        // Nobody waits for the installer, so the set-up may be ahead of it. The
+        // walk is not: it is the same each time.
+        m_pc.CreateProcessW.wrap([this](auto &next, auto... arguments) {
+            const BOOL isStarted = next(arguments...);
+            QElapsedTimer time;
+            time.start();
+            while (isStarted && !MachineSession(m_folder).state.portDriverInstalled) {
+                if (time.elapsed() > 10000)
+                    qFatal("the driver installer does not end");
+                QThread::msleep(1);
+            }
+            return isStarted;
+        });
+    }
+
+    Platform *platform() override { return &m_pc; }
+
+    Facts facts() const override
+    {
+        const QString drivers =
+            QCoreApplication::applicationDirPath().replace('/', '\\') + "\\drivers\\";
+        Facts facts;
+        facts.installer = drivers + "InstallDriver.exe";
+        facts.inf = drivers + "modem_inf_64.inf";
+        facts.fallbackInf = facts.inf;
+        facts.inf32 = drivers + "modem_inf_32.inf";
+        facts.devices = QStringList{"Communications Port (COM1)", "USB Modem Driver (COM5)"};
+        facts.port = 5;
+        facts.isReal = true;
+        return facts;
+    }
+
+    void setOtherCopy(bool) override {}
+
+    void answerDial() override {}
+
+    void answerDialogs() override
+    {
+        DialDialog *dialog = openDialDialog();
+        if (dialog && status(dialog).startsWith("Error"))
+            cancelButton(dialog)->click();
+    }
+
+    int misuses() const override { return 0; }
+
+private:
+    static QString prepared(const QString &folder)
+    {
+        QDir().mkpath(folder);
+        MachineSession session(folder);
+        session.state.installerDurationMs = 0;
+        session.state.rescanDurationMs = 0;
+        session.state.answerTimeoutMs = 2000;
+        session.state.hangUpGuardMs = 30;
+        if (!session.save())
+            qFatal("the walk's machine cannot be written");
+        return folder;
+    }
+
+    const QString m_folder;
+    simulated::SimulatedPc m_pc;
+    ScriptedPhone m_phone;
+};
+
+} // namespace
+
+std::unique_ptr<WalkedMachine> simulatedMachine(const QString &folder)
+{
+    return std::make_unique<SimulatedWalkedMachine>(folder);
+}
+
+} // namespace faults
