@@ -76,13 +76,10 @@ QString addToList(QVariantMap *list, const Offer &offer)
         return present;
     const QStringList names = possibleNames(offer);
     // The last one can only be taken by something that a user made up.
-    for (const QString &name : names) {
-        if (!list->contains(name) || name == names.last()) {
-            list->insert(name, offer.apn);
-            return name;
-        }
-    }
-    return {};
+    const QString name = *std::find_if(names.begin(), names.end() - 1,
+                                       [list](const QString &one) { return !list->contains(one); });
+    list->insert(name, offer.apn);
+    return name;
 }
 
 QByteArray listAsText(const QVariantMap &list)

@@ -25,6 +25,7 @@ private slots:
     void soundFileIsNotCopied();
     void missingFileIsNotCopied();
     void damagedPresetIsNotTakenForTheUsersFile();
+    void damagedPresetAlone();
     void copyThatCannotBeMadeIsReported();
     void valuesBesideTheDamageSurviveTheNextWrite();
 
@@ -112,6 +113,15 @@ void DamagedSettingsTest::damagedPresetIsNotTakenForTheUsersFile()
     QCOMPARE(copies(), QStringList());
     QCOMPARE(log.lines(), QStringList());
     QCOMPARE(contentOf(m_store->systemFile()), damagedBytes);
+}
+
+void DamagedSettingsTest::damagedPresetAlone()
+{
+    TestSettings::write(m_store->systemFile(), damagedBytes);
+    const LogCatcher log;
+    preserveDamagedSettings();
+    QCOMPARE(copies(), QStringList());
+    QCOMPARE(log.lines(), QStringList());
 }
 
 void DamagedSettingsTest::copyThatCannotBeMadeIsReported()

@@ -90,6 +90,23 @@ private slots:
         QCOMPARE(view(window), connectedView);
     }
 
+    /// It must not keep the program from dialling.
+    void popupThatDoesNotClose()
+    {
+        struct StubbornMenu : QMenu {
+            void closeEvent(QCloseEvent *event) override { event->ignore(); }
+        };
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        StubbornMenu menu;
+        menu.popup(window.mapToGlobal(QPoint(20, 20)));
+        QCOMPARE(QApplication::activePopupWidget(), &menu);
+        bench.countDown(window);
+        QCOMPARE(view(window), connectedView);
+    }
+
     /// A poll that was due during the hang-up comes after the new view state:
     /// otherwise the window would offer to end a connection that is gone.
     void statusPollWaitsForTheHangUp()

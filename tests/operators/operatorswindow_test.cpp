@@ -272,6 +272,8 @@ void OperatorsWindowTest::mouseAlone()
     QCOMPARE(rows("listView"), QStringList("Twelve & Co"));
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, mark);
     QCOMPARE(rows("offerView").at(0), QString("Twelve & Co"));
+    QVERIFY(!view->model()->setData(view->model()->index(0, 1), Qt::Checked, Qt::CheckStateRole));
+    QVERIFY(!view->model()->setData(view->model()->index(0, 0), "Other"));
     // A click elsewhere only shows the note, a double click chooses.
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, row.center());
     QCOMPARE(rows("offerView").at(0), QString("Twelve & Co"));
@@ -447,6 +449,18 @@ void OperatorsWindowTest::chosenOperatorVanishes()
     QCOMPARE(MobileOperatorNames(), QStringList("Twelve & Co"));
     // The main window then begins with the first.
     QVERIFY(!QSettings().contains(settingskeys::CurrentMobileOperator));
+    // A preset that is no list has nothing in its place.
+    TestSettings::write(m_store->systemFile(), "[General]\nMobileOperators=none\n");
+    QSettings().setValue(settingskeys::CurrentMobileOperator, "Twelve & Co");
+    answering([this] { button("builtInButton")->click(); },
+              [](QDialog *dialog) {
+                  QCOMPARE(static_cast<QMessageBox *>(dialog)->text(),
+                           QString("Your list is removed.\n\n\"Twelve & Co\" is chosen in the main "
+                                   "window, and the list will not have it any more."));
+                  dialog->reject();
+              });
+    QCOMPARE(QSettings().value(settingskeys::CurrentMobileOperator).toString(),
+             QString("Twelve & Co"));
 }
 
 void OperatorsWindowTest::unwritableStore()
