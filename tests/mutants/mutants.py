@@ -1,0 +1,264 @@
+#!/usr/bin/env python3
+"""Plants one-line defects in the program, one at a time, and lets the tests find them.
+
+Called by scripts/mutants, which builds what is needed. Works in a copy of the sources.
+A defect that no test finds must stand in the file "survivors" with the reason why it
+changes nothing that matters.
+"""
+import argparse
+import filecmp
+import os
+import random
+import re
+import shutil
+import subprocess
+import sys
+import time
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+TOP = os.path.dirname(os.path.dirname(HERE))
+FOLDERS = ["app", "mainwindow", "dialup", "serial", "install", "wizard", "dialogs", "operators"]
+# What only the whole program shows: the end-to-end tests start it.
+LEFT_OUT = {"app/main.cpp", "app/operatorsmain.cpp", "app/helper.cpp"}
+# Folders whose tests look at the others' work, too.
+WIDER = ["app", "mainwindow", "wizard", "install", "dialup", "operators"]
+TEST_LIMIT = 20  # seconds for one test: a defect may make it wait for ever
+COMPILE_LIMIT = 300  # seconds
+
+TOKEN = re.compile(
+    r'(?P<comment>//.*|/\*.*?\*/)'
+    r'|(?P<text>(?:u8?|L)?"(?:[^"\\]|\\.)*")'
+    r"|(?P<letter>'(?:[^'\\]|\\.)+')"
+    r'|(?P<number>\b(?:0x[0-9A-Fa-f]+|\d+)[uUlL]*\b)'
+    r'|(?P<word>\b[A-Za-z_]\w*\b)'
+    r'|(?P<operator> (?:==|!=|<=|>=|&&|\|\||<|>|\+|-|\*|/|&|\|) |\+\+|--|!(?=[\w(])| \+= | -= )')
+
+OPERATORS = {
+    " == ": [" != "], " != ": [" == "], " <= ": [" < ", " > "], " >= ": [" > ", " < "],
+    " < ": [" <= ", " >= "], " > ": [" >= ", " <= "], " && ": [" || "], " || ": [" && "],
+    " + ": [" - "], " - ": [" + "], " * ": [" / "], " / ": [" * "], " | ": [" & "],
+    " & ": [" | "], "++": ["--"], "--": ["++"], "!": [""], " += ": [" -= "], " -= ": [" += "],
+}
+WORDS = {"true": "false", "false": "true", "break": "continue", "continue": "break"}
+# Lines on which a change either does not compile or is not the program's.
+PASSED_OVER = re.compile(r'^\s*(?:#|//|\*|/\*|using |namespace |class |struct |enum |template|'
+                         r'static_assert|Q_OBJECT|Q_DECLARE|public|private|protected|explicit )')
+CALL = re.compile(r'^\s+(?!return\b|delete\b|throw\b|using\b|const\b|auto\b|static\b)'
+                  r'[\w:]+(?:(?:\.|->|::)\w+|\([^()]*\)|\[[^\]]*\])*\(.*\);$')
+
+
+def mutants_of(path):
+    """All defects of a file: (line number, line, changed line), in order."""
+    with open(os.path.join(TOP, path), encoding="utf-8") as file:
+        lines = file.read().split("\n")
+    result = []
+    in_comment = False
+    for number, line in enumerate(lines):
+        if in_comment:
+            in_comment = "*/" not in line
+            continue
+        if line.lstrip().startswith("/*") and "*/" not in line:
+            in_comment = True
+            continue
+        if PASSED_OVER.match(line):
+            continue
+        changed = []
+        for token in TOKEN.finditer(line):
+            text = token.group()
+            before, after = line[:token.start()], line[token.end():]
+            if token.lastgroup == "operator":
+                if text in (" < ", " > ") and ("template" in line or "<<" in line):
+                    continue
+                if text in (" & ", " * ") and re.search(r'\b(const )?[A-Z]\w*$', before):
+                    continue  # a declaration
+                changed += [before + new + after for new in OPERATORS[text]]
+            elif token.lastgroup == "number":
+                digits = re.match(r'0x[0-9A-Fa-f]+|\d+', text).group()
+                changed.append(before + str(int(digits, 0) + 1) + text[len(digits):] + after)
+            elif token.lastgroup == "word" and text in WORDS:
+                changed.append(before + WORDS[text] + after)
+            elif token.lastgroup == "text" and len(text) > 2:
+                at = token.end() - 1
+                changed.append(line[:at] + "~" + line[at:])
+        previous = next((one.strip() for one in reversed(lines[:number]) if one.strip()), "")
+        if CALL.match(line) and re.search(r'(?:[;{}:]|^//.*|\))$', previous):
+            changed.append(re.match(r'\s*', line).group() + ";")
+        result += [(number, line, new) for new in changed if new != line]
+    return result
+
+
+def all_mutants():
+    files = subprocess.run(["git", "ls-files", "--"] + [folder + "/*.cpp" for folder in FOLDERS],
+                           cwd=TOP, check=True, capture_output=True, text=True).stdout.split()
+    return [(path,) + mutant for path in sorted(files) if path not in LEFT_OUT
+            for mutant in mutants_of(path)]
+
+
+def accepted_survivors():
+    """The defects that no test has to find: (path, line, changed line), both stripped."""
+    result = set()
+    entry = {}
+    with open(os.path.join(HERE, "survivors"), encoding="utf-8") as file:
+        for line in file:
+            key, separator, value = line.rstrip("\n").partition(": ")
+            if not separator:
+                continue
+            entry[key] = value.strip()
+            if key == "becomes":
+                result.add((entry["file"], entry["line"], entry["becomes"]))
+    return result
+
+
+class Tree:
+    """A copy of the sources with a build of its own."""
+
+    def __init__(self, folder):
+        self.source = os.path.join(folder, "source")
+        self.build = os.path.join(folder, "build")
+        self.sound = set()  # folders whose tests are known to pass without a defect
+        self.copy()
+
+    def copy(self):
+        """Writes only what differs, so that a later run builds only that."""
+        listed = subprocess.run(["git", "ls-files", "-z", "-co", "--exclude-standard"], cwd=TOP,
+                                check=True, capture_output=True, text=True).stdout
+        wanted = {path for path in listed.split("\0")
+                  if path and os.path.isfile(os.path.join(TOP, path))}
+        for folder, _, names in os.walk(self.source):
+            for name in names:
+                there = os.path.join(folder, name)
+                if os.path.relpath(there, self.source) not in wanted:
+                    os.remove(there)
+        for path in wanted:
+            source, target = os.path.join(TOP, path), os.path.join(self.source, path)
+            if not os.path.exists(target) or not filecmp.cmp(source, target, shallow=False):
+                os.makedirs(os.path.dirname(target), exist_ok=True)
+                shutil.copy(source, target)
+
+    def command(self, command, limit):
+        """The exit status and what was printed; None when it had to be ended."""
+        try:
+            done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                                  text=True, errors="replace", timeout=limit)
+        except subprocess.TimeoutExpired:
+            return None, ""
+        return done.returncode, done.stdout
+
+    def configure(self):
+        environment = "CCACHE_BASEDIR=%s" % self.source
+        subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja",
+                        "-DCMAKE_BUILD_TYPE=None", "-DTMC_LINUX_BACKEND=OFF",
+                        "-DCMAKE_CXX_COMPILER_LAUNCHER=env;%s;CCACHE_NOHASHDIR=true;ccache"
+                        % environment], check=True, stdout=subprocess.DEVNULL)
+
+    def make(self, folders, limit=COMPILE_LIMIT):
+        """Builds the tests of these folders."""
+        return self.command(["cmake", "--build", self.build, "--target"]
+                            + ["tests/%s/all" % folder for folder in folders], limit)
+
+    def failing_test(self, folders):
+        """The first test that fails; an empty text when none does."""
+        for folder in folders:
+            status, output = self.command(
+                ["ctest", "--test-dir", os.path.join(self.build, "tests", folder), "--parallel",
+                 "2", "--timeout", str(TEST_LIMIT), "--stop-on-failure", "--no-tests=error"], None)
+            if status != 0:
+                failed = re.search(r'^\s+\d+ - (\S+) \((.*)\)$', output, re.MULTILINE)
+                return "%s (%s)" % failed.groups() if failed else folder
+        return ""
+
+    def ensure_sound(self, folders):
+        """Builds the tests of these folders and runs them without a defect; ends the
+        program when one fails."""
+        missing = [folder for folder in folders if folder not in self.sound]
+        if not missing:
+            return
+        status, output = self.make(missing, None)
+        if status != 0:
+            sys.exit(output[-3000:] + "\nscripts/mutants: does not compile without a defect")
+        failing = self.failing_test(missing)
+        if failing:
+            sys.exit("scripts/mutants: fails without a defect: " + failing)
+        self.sound.update(missing)
+
+    def write(self, path, text):
+        target = os.path.join(self.source, path)
+        with open(target, "w", encoding="utf-8") as file:
+            file.write(text)
+        now = time.time_ns()
+        os.utime(target, ns=(now, now))
+
+
+def try_mutant(tree, mutant):
+    """What comes of a defect: "caught by ...", "does not compile" or "survives"."""
+    path, number, _, changed = mutant
+    with open(os.path.join(TOP, path), encoding="utf-8") as file:
+        original = file.read()
+    lines = original.split("\n")
+    lines[number] = changed
+    own = path.split("/")[0]
+    others = [folder for folder in WIDER if folder != own]
+    for folders in [own], others:
+        tree.ensure_sound(folders)
+        tree.write(path, "\n".join(lines))
+        try:
+            status, _ = tree.make(folders)
+            if status != 0:
+                return "does not compile"
+            failing = tree.failing_test(folders)
+        finally:
+            tree.write(path, original)
+        if failing:
+            return "caught by " + failing
+    return "survives"
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="scripts/mutants", description=(
+        "Plants one-line defects in the program, one at a time: operators, constants, texts, "
+        "left-out calls. Lets the tests that concern them run and prints how many were found."))
+    parser.add_argument("--sample", type=int, metavar="N",
+                        help="only N of them, spread over all files; the same each time")
+    parser.add_argument("--seed", type=int, default=1, help="for another sample")
+    parser.add_argument("--list", action="store_true", help="only print them")
+    parser.add_argument("path", nargs="*", help="only files that begin like this: install/port")
+    options = parser.parse_args()
+
+    mutants = all_mutants()
+    total = len(mutants)
+    if options.path:
+        mutants = [one for one in mutants if one[0].startswith(tuple(options.path))]
+    if options.sample:
+        mutants = sorted(random.Random(options.seed).sample(mutants,
+                                                            min(options.sample, len(mutants))))
+    if not mutants:
+        sys.exit("scripts/mutants: there is no such file")
+    if options.list:
+        for path, number, line, changed in mutants:
+            print("%s:%d\n-%s\n+%s" % (path, number + 1, line.strip(), changed.strip()))
+        return
+
+    tree = Tree(os.path.join(TOP, "build", "mutants"))
+    tree.configure()
+    accepted = accepted_survivors()
+    counts = {"caught": 0, "does not compile": 0, "survives": 0, "accepted": 0}
+    for at, mutant in enumerate(mutants, 1):
+        path, number, line, changed = mutant
+        if (path, line.strip(), changed.strip()) in accepted:
+            counts["accepted"] += 1
+            continue
+        result = try_mutant(tree, mutant)
+        counts["caught" if result.startswith("caught") else result] += 1
+        print("[%d/%d] %s:%d %s" % (at, len(mutants), path, number + 1, result))
+        if result == "survives":
+            print("file: %s\nline: %s\nbecomes: %s" % (path, line.strip(), changed.strip()))
+        sys.stdout.flush()
+    print("%d of %d defects tried: %d caught, %d do not compile, %d change nothing (see "
+          "tests/mutants/survivors), %d survive"
+          % (len(mutants), total, counts["caught"], counts["does not compile"],
+             counts["accepted"], counts["survives"]))
+    sys.exit(1 if counts["survives"] else 0)
+
+
+if __name__ == "__main__":
+    main()
