@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QThread>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -59,14 +60,13 @@ public:
     void add(const QByteArray &text)
     {
         // The toolkit says here that there is no thread to be had.
-        thread_local bool isStarting = false;
-        if (isStarting)
+        if (m_starter == QThread::currentThreadId())
             return;
         const qint64 now = QDateTime::currentMSecsSinceEpoch();
         const std::lock_guard<std::mutex> lock(m_mutex);
-        isStarting = true;
+        m_starter = QThread::currentThreadId();
         const bool runs = !m_finishing && startThread();
-        isStarting = false;
+        m_starter = nullptr;
         if (!runs)
             return;
         if (m_waitingBytes + text.size() > MostWaiting) {
@@ -151,6 +151,7 @@ private:
     qint64 m_waitingBytes = 0;
     int m_lost = 0;
     bool m_finishing = false;
+    std::atomic<Qt::HANDLE> m_starter{nullptr}; ///< the thread that starts the writer now
     bool m_runs = false;
 };
 
