@@ -18,7 +18,6 @@
 #include <QEvent>
 #include <QScreen>
 #include <QSettings>
-#include <QThreadPool>
 #include <QTimer>
 #include <QWindow>
 
@@ -177,9 +176,7 @@ bool MainWindow::isBusy() const
     const bool isSettingUp =
         std::any_of(wizards.begin(), wizards.end(),
                     [](const SettingsWizard *wizard) { return wizard->isStepRunning(); });
-    // A step that a wizard does not follow any more still runs to its end.
-    return isWaiting || isConnected || isSettingUp ||
-           QThreadPool::globalInstance()->activeThreadCount() > 0;
+    return isWaiting || isConnected || isSettingUp;
 }
 
 void MainWindow::changeEvent(QEvent *event)

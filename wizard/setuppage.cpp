@@ -9,7 +9,19 @@
 #include <QtConcurrentRun>
 #include <QVBoxLayout>
 
-SetupPage::SetupPage(QWidget *parent) : QWizardPage(parent), currentStep(0), setupComplete(false)
+#include <algorithm>
+
+namespace {
+
+bool isFinished(const QFuture<bool> &step)
+{
+    return step.isFinished();
+}
+
+} // namespace
+
+SetupPage::SetupPage(QWidget *parent)
+    : QWizardPage(parent), isResultAwaited(false), currentStep(0), setupComplete(false)
 {
     setTitle(tr("Installing Drivers & Others"));
     // Shown until the page is entered. The first step has a text of its own.
@@ -40,6 +52,11 @@ bool SetupPage::isComplete() const
     return setupComplete;
 }
 
+bool SetupPage::isStepRunning() const
+{
+    return isResultAwaited || !std::all_of(startedSteps.begin(), startedSteps.end(), isFinished);
+}
+
 void SetupPage::StartSetup()
 {
     if (currentStep >= 0 && currentStep < SetupStepCount) {
@@ -47,7 +64,11 @@ void SetupPage::StartSetup()
         statusLabel->setText(step.statusText);
         // A step that is still running runs to its end, but its result is
         // ignored from here on.
-        setupWatcher.setFuture(QtConcurrent::run(step.function));
+        startedSteps.erase(std::remove_if(startedSteps.begin(), startedSteps.end(), isFinished),
+                           startedSteps.end());
+        startedSteps.append(QtConcurrent::run(step.function));
+        setupWatcher.setFuture(startedSteps.last());
+        isResultAwaited = true;
     } else if (currentStep == SetupStepCount) {
         statusLabel->setText(setupSteps[currentStep].statusText);
         setupComplete = true;
@@ -64,6 +85,7 @@ void SetupPage::StartSetup()
 
 void SetupPage::OnDriverSetupComplete()
 {
+    isResultAwaited = false;
     if (setupWatcher.result()) {
         ++currentStep;
         StartSetup();

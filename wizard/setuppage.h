@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QFuture>
 #include <QFutureWatcher>
+#include <QList>
 #include <QWizardPage>
 
 class QLabel;
@@ -19,8 +21,9 @@ public:
 
     void initializePage() override;
     bool isComplete() const override;
-    /// Until what comes after the step is decided: there is no gap between two.
-    bool isStepRunning() const { return !setupWatcher.isFinished(); }
+    /// Whether any step runs, or its result waits to be taken: there is no gap
+    /// between two steps.
+    bool isStepRunning() const;
 
 public slots:
     /// Takes the result of the step that has just finished: goes on with the
@@ -31,6 +34,8 @@ public slots:
 
 private:
     QFutureWatcher<bool> setupWatcher; ///< follows the step started last
+    bool isResultAwaited;              ///< of that step
+    QList<QFuture<bool>> startedSteps; ///< also those that are not followed any more
     QLabel *statusLabel;               ///< owned through the page's layout
     QPushButton *retryButton;          ///< owned through the page's layout
     int currentStep;                   ///< row of setupSteps that runs or runs next

@@ -6,6 +6,7 @@
 
 #include <QMessageBox>
 #include <QSemaphore>
+#include <QThreadPool>
 
 #include <vector>
 
@@ -66,6 +67,7 @@ private slots:
     void busyByItsState_data();
     void busyByItsState();
     void busyWhileItDials();
+    void busyBetweenTwoSetupSteps();
     void busyWhileASetupStepRuns();
 
 private:
@@ -195,6 +197,17 @@ void MainWindowFrontTest::busyWhileItDials()
     button(*window, "connectButton")->click();
     QVERIFY(wasBusy);
     QVERIFY(!window->isBusy());
+}
+
+// The first step has ended, and the second has not begun.
+void MainWindowFrontTest::busyBetweenTwoSetupSteps()
+{
+    const auto window = m_bench->windowInState("counting down");
+    QVERIFY(QMetaObject::invokeMethod(window.get(), "ShowCreateNewConnectionWizard"));
+    wizards(*window).first()->next();
+    QThreadPool::globalInstance()->waitForDone();
+    QVERIFY(window->isBusy());
+    QTRY_VERIFY(!window->isBusy());
 }
 
 // Also when its wizard has been closed.
