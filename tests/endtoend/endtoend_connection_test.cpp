@@ -47,8 +47,7 @@ void connectAndClose(Session &session)
     session.machine.startPhone();
     session.startProgram();
     session.pressButton();
-    session.waitForConnection();
-    session.waitForFace(Face::Disconnect);
+    session.waitUntilConnected();
     session.desktop.close(session.mainWindow());
     session.machine.waitForProgramEnd(patience);
     expect(session.machine.connectionCount() == 1, "The connection ended with the program");
@@ -127,8 +126,7 @@ void EndToEndConnectionTest::secondStart()
         qInfo("From the window to the phone: %d ms", static_cast<int>(counted));
         QVERIFY(counted > 9000);
         QVERIFY(counted < 30000);
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         QElapsedTimer connected;
         connected.start();
         session.desktop.keepPicture("connected");
@@ -233,8 +231,7 @@ void EndToEndConnectionTest::wrongApn()
 
         session.chooseOperator(1);
         session.pressButton();
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         session.desktop.keepPicture("right-operator");
         QCOMPARE(session.machine.connectionCount(), 1);
         QVERIFY(session.machine.heard().endsWith(heardWhenDialling("gpinternet")));
@@ -251,10 +248,8 @@ void EndToEndConnectionTest::silentModem()
         session.startProgram();
         session.mainWindow();
         QVERIFY(session.helpMenuOpens(patience));
-        session.machine.phone("set silent on");
-        session.pressButton();
+        session.blockWindow();
         session.waitForFace(Face::PleaseWait);
-        waitFor("AT", [&] { return session.machine.heard() == "AT\\r"; });
         session.desktop.keepPicture("please-wait");
         const WindowId window = session.mainWindow();
         const QImage waiting = session.desktop.picture(window);
@@ -263,8 +258,7 @@ void EndToEndConnectionTest::silentModem()
         QVERIFY(session.shows(Face::PleaseWait));
 
         session.machine.phone("set silent off");
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         QCOMPARE(session.machine.heard(), heardWhenDialling("blweb"));
         QVERIFY(session.helpMenuOpens(patience));
     });
@@ -278,10 +272,8 @@ void EndToEndConnectionTest::unpluggedWhileWaiting()
         machine.startPhone();
         session.startProgram();
         session.mainWindow();
-        machine.phone("set silent on");
-        session.pressButton();
+        session.blockWindow();
         session.waitForFace(Face::PleaseWait);
-        waitFor("AT", [&] { return machine.heard() == "AT\\r"; });
         machine.phone("unplug");
         session.dialDialog();
         QCOMPARE(machine.printed(), QByteArray("\nWriteFile completed immediately.\n") +
@@ -388,8 +380,7 @@ void EndToEndConnectionTest::newConnectionFromEveryState()
         QCOMPARE(machine.heard(), QByteArray());
 
         session.pressButton();
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         thereAndBack(Face::Disconnect);
         QCOMPARE(session.machine.connectionCount(), 1);
 

@@ -56,8 +56,7 @@ void EndToEndDiallingTest::cancelled()
         session.letDialGoOn();
         session.machine.phone("plug");
         session.pressButton();
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
     });
 }
 
@@ -71,8 +70,7 @@ void EndToEndDiallingTest::redial()
         session.letDialGoOn();
         session.machine.phone("plug");
         session.pressRedial();
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
     });
 }
 
@@ -92,8 +90,7 @@ void EndToEndDiallingTest::inputForTheWindowBehind()
         // The window has the keyboard and does not cover the dialog.
         QCOMPARE(session.desktop.picture(dialog, top), shown);
         session.letDialGoOn();
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         QVERIFY(session.desktop.window(WizardTitle).isEmpty());
         QCOMPARE(session.machine.heard(), heard);
         QVERIFY(session.helpMenuOpens(patience));
@@ -111,8 +108,7 @@ void EndToEndDiallingTest::closedAndConnected()
         QVERIFY(!session.helpMenuOpens(Moment));
         session.desktop.keepPicture("closed");
         session.letDialGoOn();
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         session.desktop.keepPicture("connected");
         session.pressButton();
         session.waitForFace(Face::ConnectNow);

@@ -38,8 +38,7 @@ void connectIt(Session &session)
     session.machine.startPhone();
     session.startProgram();
     session.pressButton();
-    session.waitForConnection();
-    session.waitForFace(Face::Disconnect);
+    session.waitUntilConnected();
 }
 
 } // namespace
@@ -74,8 +73,7 @@ void EndToEndImpatienceTest::popupOpenWhenTheCountdownEnds()
         session.desktop.keepPicture("please-wait");
         QVERIFY(session.desktop.canGrabInput());
         session.machine.phone("set silent off");
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
     });
 }
 

@@ -39,6 +39,21 @@ void startAgain(const Session &session)
     expect(exitCode == 0, QString("The second start ended with code %1").arg(exitCode));
 }
 
+void startWithoutRights(Session &session)
+{
+    session.machine.pc({"set", "administrator", "off"});
+    session.machine.startPhone();
+    session.startProgram();
+}
+
+/// Starts the program as an administrator and sees the one without rights end.
+void startOverAsAdministrator(Session &session)
+{
+    session.machine.pc({"set", "administrator", "on"});
+    session.machine.startBeside(session.desktop);
+    expect(session.machine.waitForProgramEnd(patience) == 0, "The first program did not end well");
+}
+
 int countOf(const Session &session, const char *title)
 {
     return static_cast<int>(session.desktop.visibleTitles().count(title));
@@ -55,8 +70,7 @@ void EndToEndSecondStartTest::besideTheWindow()
         session.mainWindow();
         startAgain(session);
         QCOMPARE(countOf(session, MainTitle), 1);
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         QCOMPARE(session.machine.heard(), heardWhenDialling("blweb"));
         startAgain(session);
         QCOMPARE(countOf(session, MainTitle), 1);
@@ -103,16 +117,13 @@ void EndToEndSecondStartTest::besideABlockedWindow()
         session.machine.startPhone();
         session.startProgram();
         session.mainWindow();
-        session.machine.phone("set silent on");
-        session.pressButton();
-        waitFor("AT", [&] { return session.machine.heard() == "AT\\r"; });
+        session.blockWindow();
         startAgain(session);
         startAgain(session);
         QCOMPARE(countOf(session, MainTitle), 1);
         QVERIFY(session.shows(Face::PleaseWait));
         session.machine.phone("set silent off");
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         QCOMPARE(session.machine.heard(), heardWhenDialling("blweb"));
         QCOMPARE(countOf(session, MainTitle), 1);
     });
@@ -122,16 +133,12 @@ void EndToEndSecondStartTest::besideABlockedWindow()
 void EndToEndSecondStartTest::asAdministratorBesideTheWizard()
 {
     onNewPc("administrator-beside-the-wizard", [](Session &session) {
-        session.machine.pc({"set", "administrator", "off"});
-        session.machine.startPhone();
-        session.startProgram();
+        startWithoutRights(session);
         session.wizard();
         session.pressNext();
         session.waitForFailedStep();
         session.desktop.keepPicture("without-rights");
-        session.machine.pc({"set", "administrator", "on"});
-        session.machine.startBeside(session.desktop);
-        QCOMPARE(session.machine.waitForProgramEnd(patience), 0);
+        startOverAsAdministrator(session);
         session.goThroughWizard();
         session.mainWindow();
         QCOMPARE(countOf(session, WizardTitle), 0);
@@ -144,16 +151,11 @@ void EndToEndSecondStartTest::asAdministratorBesideTheWizard()
 void EndToEndSecondStartTest::asAdministratorBesideTheWindow()
 {
     onPreparedPc("administrator-beside-the-window", [](Session &session) {
-        session.machine.pc({"set", "administrator", "off"});
-        session.machine.startPhone();
-        session.startProgram();
+        startWithoutRights(session);
         session.mainWindow();
-        session.machine.pc({"set", "administrator", "on"});
-        session.machine.startBeside(session.desktop);
-        QCOMPARE(session.machine.waitForProgramEnd(patience), 0);
+        startOverAsAdministrator(session);
         session.mainWindow();
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         QCOMPARE(session.machine.heard(), heardWhenDialling("blweb"));
         QCOMPARE(countOf(session, MainTitle), 1);
     });
@@ -162,13 +164,10 @@ void EndToEndSecondStartTest::asAdministratorBesideTheWindow()
 void EndToEndSecondStartTest::asAdministratorBesideAConnection()
 {
     onPreparedPc("administrator-beside-a-connection", [](Session &session) {
-        session.machine.pc({"set", "administrator", "off"});
-        session.machine.startPhone();
-        session.startProgram();
+        startWithoutRights(session);
         session.mainWindow();
         session.pressButton();
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         session.machine.pc({"set", "administrator", "on"});
         startAgain(session);
         QCOMPARE(countOf(session, MainTitle), 1);
@@ -182,19 +181,14 @@ void EndToEndSecondStartTest::asAdministratorBesideAConnection()
 void EndToEndSecondStartTest::asAdministratorBesideABlockedWindow()
 {
     onPreparedPc("administrator-beside-a-blocked-window", [](Session &session) {
-        session.machine.pc({"set", "administrator", "off"});
-        session.machine.startPhone();
-        session.startProgram();
+        startWithoutRights(session);
         session.mainWindow();
-        session.machine.phone("set silent on");
-        session.pressButton();
-        waitFor("AT", [&] { return session.machine.heard() == "AT\\r"; });
+        session.blockWindow();
         session.machine.pc({"set", "administrator", "on"});
         startAgain(session);
         QVERIFY(session.shows(Face::PleaseWait));
         session.machine.phone("set silent off");
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         QVERIFY(session.machine.isProgramRunning());
     });
 }
@@ -256,8 +250,7 @@ void EndToEndSecondStartTest::messagesAreKept()
         session.mainWindow();
         startAgain(session);
         session.pressButton();
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         closeProgram(session);
         const QStringList files = session.machine.messageFiles();
         QCOMPARE(files.size(), 1);

@@ -292,8 +292,7 @@ void EndToEndSetupTest::keyboardOnly()
         // The operator list has the keyboard first.
         desktop.press({"Down", "Tab"});
         desktop.press("ctrl+c");
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         QCOMPARE(machine.heard(), heardWhenDialling("gpinternet"));
         session.mainWindow();
         desktop.press("ctrl+d");
@@ -347,8 +346,7 @@ void EndToEndSetupTest::portAboveNine()
         QCOMPARE(machine.setting("ports/12").toString(), QString(entryName));
         session.useFaces(firstRunDone().faces);
         session.pressButton();
-        session.waitForConnection();
-        session.waitForFace(Face::Disconnect);
+        session.waitUntilConnected();
         QVERIFY(machine.log().contains("\"\\\\.\\COM12\" \n\n"));
         QVERIFY(machine.log().contains("Serial port  12  is successfully reconfigured."));
         QCOMPARE(machine.heard(), heardWhenDialling("blweb"));

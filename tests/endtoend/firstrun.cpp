@@ -21,9 +21,7 @@ SeenOfFirstRun walkFirstRun(Session &session, const ShowStep &show,
     session.mainWindow();
     session.learnFace(Face::ConnectNow);
     show("main-window", "The main window; nothing is dialled by itself yet. Connect Now.");
-    session.machine.phone("set silent on");
-    session.pressButton();
-    waitFor("AT", [&] { return session.machine.heard() == "AT\\r"; });
+    session.blockWindow();
     session.learnFace(Face::PleaseWait);
     show("please-wait", "The window waits for the phone's answer, for as long as it takes.");
     session.slowPhone();

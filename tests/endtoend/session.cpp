@@ -290,6 +290,13 @@ void Session::waitForFace(Face which) const
     waitForFace(which, patience);
 }
 
+void Session::blockWindow() const
+{
+    machine.phone("set silent on");
+    pressButton();
+    waitFor("AT", [this] { return machine.heard() == "AT\\r"; });
+}
+
 WindowId Session::dialDialog() const
 {
     const WindowId window = desktop.waitForWindow(DialTitle);
@@ -301,6 +308,12 @@ void Session::waitForConnection() const
 {
     waitFor("The connection", [this] { return machine.connectionCount() == 1; });
     desktop.waitForNoWindow(DialTitle);
+}
+
+void Session::waitUntilConnected() const
+{
+    waitForConnection();
+    waitForFace(Face::Disconnect);
 }
 
 void Session::waitForDialError() const

@@ -74,10 +74,16 @@ public:
     void waitForFace(Face face, int timeout) const;
     void waitForFace(Face face) const;
 
+    /// Presses the button that connects while the phone says nothing: the window
+    /// waits for its answer to AT, until "silent" is set off.
+    void blockWindow() const;
+
     // The system's dial dialog, which dials by itself.
     WindowId dialDialog() const;
     /// Waits until the dial has connected and the dialog is gone.
     void waitForConnection() const;
+    /// Waits until the window says so too.
+    void waitUntilConnected() const;
     /// Waits until the dialog offers Redial, which it does after a failure.
     void waitForDialError() const;
     void pressRedial() const;

@@ -76,8 +76,7 @@ void secondStart(Session &session, const ShowStep &show)
     session.holdDial();
     show("auto-connect", "At zero the program dials and connects by itself.");
     session.letDialGoOn();
-    session.waitForConnection();
-    session.waitForFace(Face::Disconnect);
+    session.waitUntilConnected();
     expect(session.machine.heard().contains("gpinternet"), "Another operator's APN was set");
     show("connected-again", "Connected through the operator chosen.");
 

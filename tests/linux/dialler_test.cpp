@@ -26,6 +26,13 @@ PppdDialler::Target phone()
     return {Success, linkName, "/dev/ttyACM0"};
 }
 
+/// Keeps the dialler's last failure, which must stay longer than the dialler.
+void keepFailure(const PppdDialler &dialler, DialFailure *seen)
+{
+    QObject::connect(&dialler, &PppdDialler::failed, &dialler,
+                     [seen](const DialFailure &failure) { *seen = failure; });
+}
+
 } // namespace
 
 /// Dials with a stand-in for pppd, and the dialog that shows them.
@@ -122,10 +129,9 @@ void DiallerTest::aDialFails()
     QFETCH(int, code);
     QFETCH(QString, words);
     this->plan(plan);
-    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
     DialFailure seen;
-    connect(&dialler, &PppdDialler::failed, this,
-            [&seen](const DialFailure &failure) { seen = failure; });
+    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
+    keepFailure(dialler, &seen);
     dialler.start();
     QTRY_VERIFY(seen.code != 0);
     QCOMPARE(seen.code, DWORD(code));
@@ -138,10 +144,9 @@ void DiallerTest::theLastLinesAreTold()
     for (int i = 1; i <= 50; ++i)
         steps += "say:line_" + QByteArray::number(i) + ' ';
     plan(steps + "say:DialPhone:_line_+CPIN:_SIM_PIN exit:8");
-    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
     DialFailure seen;
-    connect(&dialler, &PppdDialler::failed, this,
-            [&seen](const DialFailure &failure) { seen = failure; });
+    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
+    keepFailure(dialler, &seen);
     dialler.start();
     QTRY_VERIFY(seen.code != 0);
     const QStringList lines = seen.details.split('\n');
@@ -158,10 +163,9 @@ void DiallerTest::theLastLinesAreTold()
 void DiallerTest::aMissingPppdIsAFailure()
 {
     qputenv("STANDIN_PPPD_PROGRAM", m_folder->filePath("none").toLocal8Bit());
-    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
     DialFailure seen;
-    connect(&dialler, &PppdDialler::failed, this,
-            [&seen](const DialFailure &failure) { seen = failure; });
+    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
+    keepFailure(dialler, &seen);
     dialler.start();
     QTRY_COMPARE(seen.code, DWORD(711));
     QVERIFY2(seen.text.contains("package \"ppp\""), qPrintable(seen.text));
@@ -175,8 +179,7 @@ void DiallerTest::aPppdThatMayNotBeRunIsAFailure()
     DialFailure seen;
     qputenv("STANDIN_PPPD_PROGRAM", pppd.toLocal8Bit());
     PppdDialler dialler(uncheckedHelper(), "*99#", phone);
-    connect(&dialler, &PppdDialler::failed, this,
-            [&seen](const DialFailure &failure) { seen = failure; });
+    keepFailure(dialler, &seen);
     dialler.start();
     QTRY_COMPARE(seen.code, DWORD(ErrorAccessDenied));
     QVERIFY2(seen.text.contains("may not"), qPrintable(seen.text));
@@ -190,12 +193,11 @@ void DiallerTest::whoHasThePortIsNamed()
     const int held = ::open(line.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     QVERIFY(held >= 0);
     plan("exit:7");
+    DialFailure seen;
     PppdDialler dialler(uncheckedHelper(), "*99#", [line] {
         return PppdDialler::Target{Success, linkName, line};
     });
-    DialFailure seen;
-    connect(&dialler, &PppdDialler::failed, this,
-            [&seen](const DialFailure &failure) { seen = failure; });
+    keepFailure(dialler, &seen);
     dialler.start();
     QTRY_COMPARE(seen.code, RasErrorPortNotAvailable);
     ::close(held);
@@ -240,10 +242,9 @@ void DiallerTest::aNoticeIsShownBesideTheProgram()
 void DiallerTest::nameAndPasswordAreStoredBeforeTheDial()
 {
     plan("exit:19");
-    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
     DialFailure seen;
-    connect(&dialler, &PppdDialler::failed, this,
-            [&seen](const DialFailure &failure) { seen = failure; });
+    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
+    keepFailure(dialler, &seen);
     QSignalSpy connected(&dialler, &PppdDialler::connected);
     dialler.start();
     QTRY_COMPARE(seen.code, RasErrorAuthentication);
@@ -266,10 +267,9 @@ void DiallerTest::nameAndPasswordAreStoredBeforeTheDial()
 
 void DiallerTest::whatCannotBeStoredIsNotDialledWith()
 {
-    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
     DialFailure seen;
-    connect(&dialler, &PppdDialler::failed, this,
-            [&seen](const DialFailure &failure) { seen = failure; });
+    PppdDialler dialler(uncheckedHelper(), "*99#", phone);
+    keepFailure(dialler, &seen);
     dialler.setSignIn("anna", "a\nb");
     dialler.start();
     QTRY_COMPARE(seen.code, ErrorInvalidParameter);
@@ -279,11 +279,10 @@ void DiallerTest::whatCannotBeStoredIsNotDialledWith()
 void DiallerTest::aDialIsStopped()
 {
     plan("say:DialPhone:_dialling_1 wait");
-    PppdDialler dialler(uncheckedHelper(), "1", phone);
     DialFailure seen;
+    PppdDialler dialler(uncheckedHelper(), "1", phone);
     QString told;
-    connect(&dialler, &PppdDialler::failed, this,
-            [&seen](const DialFailure &failure) { seen = failure; });
+    keepFailure(dialler, &seen);
     connect(&dialler, &PppdDialler::progressed, this,
             [&told](const QString &text) { told = text; });
     dialler.start();
@@ -336,12 +335,11 @@ void DiallerTest::pppdGetsNothingThatIsOpen()
 void DiallerTest::thePhoneIsLookedForAtEachDial()
 {
     DWORD code = RasErrorPortOrDevice;
+    DialFailure seen;
     PppdDialler dialler(uncheckedHelper(), "*99#", [&code] {
         return PppdDialler::Target{code, linkName, "/dev/ttyACM0"};
     });
-    DialFailure seen;
-    connect(&dialler, &PppdDialler::failed, this,
-            [&seen](const DialFailure &failure) { seen = failure; });
+    keepFailure(dialler, &seen);
     QSignalSpy connected(&dialler, &PppdDialler::connected);
     dialler.start();
     QTRY_COMPARE(seen.code, RasErrorPortOrDevice);
