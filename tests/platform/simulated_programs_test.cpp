@@ -322,7 +322,7 @@ private slots:
         row("bogus", 2, "unknown command \"bogus\"");
         row("set", 2, "unknown command \"set\"");
         row("set administrator", 2, "usage: simulated-pc set administrator on|off");
-        row("set administrator maybe", 2, "on or off");
+        row("set administrator maybe", 2, "neither on nor off");
         row("set windows 95", 2, "such as 6.1/x64");
         row("set windows 6.1/arm", 2, "such as 6.1/x64");
         row("set windows 6.1/x64 cluster", 2, "unknown word \"cluster\"");
@@ -336,7 +336,7 @@ private slots:
         row("fault add RasHangUpW 5 0", 2, "CALL from 1");
         row("fault add RasHangUpW 5 1 2", 2, "CALL from 1");
         row("phonebook damaged", 2, "usage");
-        row("phonebook protected maybe", 2, "on or off");
+        row("phonebook protected maybe", 2, "neither on nor off");
         row("dial Nobody", 1, "error 623: The system could not find the phone book entry");
         row("hangup Nobody", 1, "Nobody is not connected");
         row("--state", 2, "needs a directory");

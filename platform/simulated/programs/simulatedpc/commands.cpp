@@ -147,14 +147,6 @@ int reset(const QString &directory, const QStringList &)
     return save(&session);
 }
 
-int setAdministrator(const QString &directory, const QStringList &arguments)
-{
-    MachineSession session(directory);
-    if (!readOnOff(arguments.first(), &session.state.administrator))
-        return complain(WrongUse, "set administrator: on or off");
-    return save(&session);
-}
-
 int setWindows(const QString &directory, const QStringList &arguments)
 {
     static const QRegularExpression pattern("^([0-9]{1,3})\\.([0-9]{1,3})/(x86|x64|ia64)$");
@@ -182,7 +174,17 @@ int setWindows(const QString &directory, const QStringList &arguments)
     return save(&session);
 }
 
-int setDuration(const QString &directory, const QStringList &arguments, int MachineState::*duration)
+template<bool MachineState::*property>
+int setProperty(const QString &directory, const QStringList &arguments)
+{
+    MachineSession session(directory);
+    if (!readOnOff(arguments.first(), &(session.state.*property)))
+        return complain(WrongUse, QString("\"%1\" is neither on nor off").arg(arguments.first()));
+    return save(&session);
+}
+
+template<int MachineState::*duration>
+int setDuration(const QString &directory, const QStringList &arguments)
 {
     constexpr int longest = 3600 * 1000;
     MachineSession session(directory);
@@ -207,22 +209,6 @@ int setPort(const QString &directory, const QStringList &arguments)
     if (owner != socket)
         return complain(Failed, QString("COM%1 belongs to socket %2").arg(port).arg(owner));
     session.state.portOfSocket[socket] = port;
-    return save(&session);
-}
-
-int setPhonebookDamaged(const QString &directory, const QStringList &arguments)
-{
-    MachineSession session(directory);
-    if (!readOnOff(arguments.first(), &session.state.phonebookDamaged))
-        return complain(WrongUse, "phonebook damaged: on or off");
-    return save(&session);
-}
-
-int setPhonebookProtected(const QString &directory, const QStringList &arguments)
-{
-    MachineSession session(directory);
-    if (!readOnOff(arguments.first(), &session.state.phonebookProtected))
-        return complain(WrongUse, "phonebook protected: on or off");
     return save(&session);
 }
 
@@ -310,7 +296,12 @@ const QList<Command> &commands()
         {{"show"}, "", 0, 0, show, "print the machine's state"},
         {{"directory"}, "", 0, 0, printDirectory, "print where the machine is kept"},
         {{"reset"}, "", 0, 0, reset, "start with a new machine; phones stay plugged in"},
-        {{"set", "administrator"}, "on|off", 1, 1, setAdministrator, "the user's rights"},
+        {{"set", "administrator"},
+         "on|off",
+         1,
+         1,
+         setProperty<&MachineState::administrator>,
+         "the user's rights"},
         {{"set", "windows"},
          "VERSION/PROCESSOR [server] [storage-server] [r2] [no-native-system-info]",
          1,
@@ -321,41 +312,38 @@ const QList<Command> &commands()
          "MS",
          1,
          1,
-         [](const QString &directory, const QStringList &arguments) {
-             return setDuration(directory, arguments, &MachineState::installerDurationMs);
-         },
+         setDuration<&MachineState::installerDurationMs>,
          "how long the driver installer takes"},
         {{"set", "rescan-duration"},
          "MS",
          1,
          1,
-         [](const QString &directory, const QStringList &arguments) {
-             return setDuration(directory, arguments, &MachineState::rescanDurationMs);
-         },
+         setDuration<&MachineState::rescanDurationMs>,
          "how long a rescan of the devices takes"},
         {{"set", "answer-timeout"},
          "MS",
          1,
          1,
-         [](const QString &directory, const QStringList &arguments) {
-             return setDuration(directory, arguments, &MachineState::answerTimeoutMs);
-         },
+         setDuration<&MachineState::answerTimeoutMs>,
          "how long a dial waits for the phone"},
         {{"set", "hang-up-guard"},
          "MS",
          1,
          1,
-         [](const QString &directory, const QStringList &arguments) {
-             return setDuration(directory, arguments, &MachineState::hangUpGuardMs);
-         },
+         setDuration<&MachineState::hangUpGuardMs>,
          "silence around the escape sequence of a hang-up"},
         {{"set", "port"}, "SOCKET NUMBER", 2, 2, setPort, "the COM number of a USB socket"},
-        {{"phonebook", "damaged"}, "on|off", 1, 1, setPhonebookDamaged, "damage the phone book"},
+        {{"phonebook", "damaged"},
+         "on|off",
+         1,
+         1,
+         setProperty<&MachineState::phonebookDamaged>,
+         "damage the phone book"},
         {{"phonebook", "protected"},
          "on|off",
          1,
          1,
-         setPhonebookProtected,
+         setProperty<&MachineState::phonebookProtected>,
          "let only an administrator change the phone book"},
         {{"dial"}, "ENTRY [NUMBER]", 1, 2, dial, "connect without the dialog"},
         {{"hangup"}, "ENTRY", 1, 1, hangUpEntry, "end a connection"},
