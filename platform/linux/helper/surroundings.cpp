@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <initializer_list>
-#include <linux/ioprio.h>
 #include <linux/keyctl.h>
 #include <sched.h>
 #include <sys/personality.h>
@@ -77,7 +76,9 @@ void resetLimitsAndPriorities()
     const sched_param usual = {};
     ::sched_setscheduler(0, SCHED_OTHER, &usual);
     ::setpriority(PRIO_PROCESS, 0, 0);
-    ::syscall(SYS_ioprio_set, IOPRIO_WHO_PROCESS, 0, 0);
+    // Not every kernel's <linux/ioprio.h> is C++.
+    constexpr int ioprioWhoProcess = 1;
+    ::syscall(SYS_ioprio_set, ioprioWhoProcess, 0, 0);
     cpu_set_t processors;
     CPU_ZERO(&processors);
     for (int number = 0; number < CPU_SETSIZE; ++number)
