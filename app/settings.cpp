@@ -3,6 +3,7 @@
 #include <QDebug>
 #include <QSettings>
 #include <QTemporaryFile>
+#include <QVariant>
 
 namespace settingskeys {
 
@@ -12,6 +13,14 @@ QString port(int portNumber)
 }
 
 } // namespace settingskeys
+
+void storeSetting(const QString &key, const QVariant &value)
+{
+    QSettings settings;
+    settings.setFallbacksEnabled(false); // an administrator's value may change
+    if (!settings.contains(key) || settings.value(key).toString() != value.toString())
+        settings.setValue(key, value);
+}
 
 bool hasDialupEntry()
 {

@@ -3,6 +3,7 @@
 #include <QString>
 
 class QSettings;
+class QVariant;
 
 // Every key of the settings store. Readers and writers open a short-lived,
 // default-constructed QSettings each time; nothing keeps one open. Any thread.
@@ -24,6 +25,11 @@ inline constexpr char MobileOperators[] = "MobileOperators";
 QString port(int portNumber);
 
 } // namespace settingskeys
+
+/// Stores a value that is written as one text. What the user's file holds already is
+/// not written again: a write replaces the file and waits for the disk, and the
+/// window looks for the port every five seconds. Any thread.
+void storeSetting(const QString &key, const QVariant &value);
 
 /// Whether a phone-book entry was ever created: "NoOfDialups" is not 0. A
 /// count that cannot be read is a "yes", so that a machine that is set up is

@@ -6,7 +6,6 @@
 #include "platform/platform.h"
 #include "platform/text.h"
 
-#include <QSettings>
 
 #include <optional>
 
@@ -113,6 +112,6 @@ bool SetCurrentPortSettings()
         logMessage(function, QString("port %1 available").arg(port));
     }
     // A failed search overwrites the known port with 0, which means "no port".
-    QSettings().setValue(settingskeys::CurrentPort, port);
+    storeSetting(settingskeys::CurrentPort, port);
     return !ports.isEmpty();
 }

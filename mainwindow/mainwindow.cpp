@@ -214,7 +214,7 @@ void MainWindow::StartDialling()
     const QList<QVariant> parameters = CurrentConnectionParameters();
     const QString entry = parameters.at(0).toString();
     const QString mobileOperator = ui->operatorComboBox->currentText();
-    QSettings().setValue(settingskeys::CurrentMobileOperator, mobileOperator);
+    storeSetting(settingskeys::CurrentMobileOperator, mobileOperator);
 
     const QString apn = MobileOperatorApn(mobileOperator);
     const bool dialled = setApnAndDial(entry, parameters.at(1).toInt(), apn);

@@ -33,6 +33,8 @@ private slots:
     void hasDialupEntryFor();
     void presetIsReadAndUserWins();
     void writesGoToTheUsersFileOnly();
+    void whatIsStoredIsNotWrittenAgain_data();
+    void whatIsStoredIsNotWrittenAgain();
 
     void valueOfAnotherType_data();
     void valueOfAnotherType();
@@ -138,6 +140,32 @@ void SettingsTest::writesGoToTheUsersFileOnly()
 
 // Every reader through the function that reads: a value of another type
 // converts as far as it goes and is otherwise the default.
+void SettingsTest::whatIsStoredIsNotWrittenAgain_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("preset");
+    QTest::addColumn<QByteArray>("after");
+    const QByteArray written = "[General]\nCurrentPort=5\n";
+    // A remark does not survive a writing.
+    QTest::newRow("stored") << "; by hand\n" + written << QByteArray() << "; by hand\n" + written;
+    QTest::newRow("another") << QByteArray("; by hand\n[General]\nCurrentPort=6\n") << QByteArray()
+                             << written;
+    QTest::newRow("nothing") << QByteArray() << QByteArray() << written;
+    // What an administrator sets may change.
+    QTest::newRow("preset") << QByteArray() << written << written;
+}
+
+void SettingsTest::whatIsStoredIsNotWrittenAgain()
+{
+    QFETCH(const QByteArray, before);
+    QFETCH(const QByteArray, preset);
+    QFETCH(const QByteArray, after);
+    TestSettings::write(m_store->userFile(), before);
+    TestSettings::write(m_store->systemFile(), preset);
+    storeSetting(settingskeys::CurrentPort, 5);
+    QCOMPARE(readText(m_store->userFile()), after);
+}
+
 void SettingsTest::valueOfAnotherType_data()
 {
     QTest::addColumn<QByteArray>("value");

@@ -3,6 +3,7 @@
 #include "tests/support/bench.h"
 #include "tests/support/testsettings.h"
 
+#include <QFile>
 #include <QSettings>
 #include <QTest>
 
@@ -99,6 +100,7 @@ private slots:
     void operationFails();
     void failedSearchOverwritesThePort();
     void eachSearchWritesAnew();
+    void theSamePortIsNotWrittenAgain();
 
 private:
     std::unique_ptr<TestSettings> m_store;
@@ -370,6 +372,19 @@ void PortDiscoveryTest::eachSearchWritesAnew()
         QVERIFY(SetCurrentPortSettings());
         QCOMPARE(QSettings().value("CurrentPort").toInt(), port);
     }
+}
+
+void PortDiscoveryTest::theSamePortIsNotWrittenAgain()
+{
+    // A remark does not survive a writing.
+    const QByteArray before = "; by hand\n[General]\nCurrentPort=5\n";
+    TestSettings::write(m_store->userFile(), before);
+    Bench<> bench;
+    bench.machine.ports = {{"USB Modem Driver (COM5)"}};
+    QVERIFY(SetCurrentPortSettings());
+    QFile file(m_store->userFile());
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), before);
 }
 
 QTEST_GUILESS_MAIN(PortDiscoveryTest)

@@ -1,6 +1,7 @@
 #include "tests/mainwindow/mainwindowbench.h"
 
 #include <QComboBox>
+#include <QFile>
 #include <QMouseEvent>
 #include <QTest>
 
@@ -158,6 +159,32 @@ private slots:
                  QString("Banglalink"));
         QCOMPARE(view(window), disconnectedView);
         QCOMPARE(runningTimers(window), QStringList());
+    }
+
+    /// Nor is the port's number: nothing keeps the dial waiting for the disk.
+    void theSameOperatorIsNotWrittenAgain()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        auto *operators = window.findChild<QComboBox *>("operatorComboBox");
+        const auto contentAfterDial = [&](const QByteArray &before) {
+            const QString fileName = QSettings().fileName();
+            if (!before.isEmpty())
+                TestSettings::write(fileName, before);
+            bench.answerDial();
+            action(window, "action_Connect")->trigger();
+            QFile file(fileName);
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        };
+        operators->setCurrentText("GrameenPhone");
+        const QByteArray written = contentAfterDial(QByteArray());
+        QVERIFY(written.contains("CurrentMobileOperator=GrameenPhone\n"));
+        // A remark does not survive a writing.
+        QCOMPARE(contentAfterDial("; by hand\n" + written), "; by hand\n" + written);
+        operators->setCurrentText("Banglalink");
+        QVERIFY(contentAfterDial("; by hand\n" + written)
+                    .contains("CurrentMobileOperator=Banglalink\n"));
     }
 
     void dialWhileWaiting_data()
