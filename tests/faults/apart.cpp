@@ -1,8 +1,6 @@
 #include "tests/faults/apart.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 
 #include <cerrno>
 #include <csignal>
@@ -64,12 +62,6 @@ runCopy(const QString &folder,
 }
 
 } // namespace
-
-QString folderTemplate()
-{
-    const QString memory = "/dev/shm";
-    return (QFileInfo(memory).isWritable() ? memory : QDir::tempPath()) + "/apart-XXXXXX";
-}
 
 Apart runApart(const QString &folder, int seconds,
                const std::function<void(const std::function<void(const QByteArray &)> &)> &run)

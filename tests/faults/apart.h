@@ -24,8 +24,4 @@ struct Apart {
 Apart runApart(const QString &folder, int seconds,
                const std::function<void(const std::function<void(const QByteArray &)> &)> &run);
 
-/// Where folders for such processes are made, for QTemporaryDir: in memory, if there
-/// is such a place, as every settings write waits for the disk.
-QString folderTemplate();
-
 } // namespace faults

@@ -21,6 +21,15 @@ public:
     virtual void setOtherCopy(bool isThere) = 0;
     /// The phone will answer the commands of one dial.
     virtual void answerDial() = 0;
+    /// The phone is pulled out of its socket; port and connection are gone, and who
+    /// waits for it waits no longer. Any thread.
+    virtual void pullPhone() = 0;
+    /// It is in its socket again. Does nothing when it is there.
+    virtual void plugPhone() = 0;
+    /// The network ends the connection.
+    virtual void dropConnection() = 0;
+    /// Forgets what it has noted of the program, so that it does not grow by it.
+    virtual void forget() {}
     /// Called again and again while the person waits: leaves whatever dialog of the
     /// machine's own tells of a failure.
     virtual void answerDialogs() {}

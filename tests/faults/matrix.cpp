@@ -3,6 +3,7 @@
 #include "app/settings.h"
 #include "platform/faultinjection/faultinjectingplatform.h"
 #include "tests/faults/apart.h"
+#include "tests/faults/folders.h"
 #include "tests/faults/hows.h"
 #include "tests/faults/walk.h"
 

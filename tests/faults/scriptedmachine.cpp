@@ -6,6 +6,8 @@
 #include <QCoreApplication>
 #include <QFile>
 
+#include <atomic>
+
 using namespace platform;
 
 namespace faults {
@@ -22,9 +24,9 @@ class ScriptedWalkedMachine : public WalkedMachine
 public:
     explicit ScriptedWalkedMachine(const QString &folder) : m_entries(folder + "/entries")
     {
-        for (const QString &name : facts().devices)
-            m_machine.ports.append({name, true});
+        plugPhone();
         refusePorts();
+        loseThePhone();
         refuseEntries();
         m_machine.whileUpdating = [this] { m_machine.rasDevices = {{"modem", "MTK GPRS Modem"}}; };
     }
@@ -51,19 +53,71 @@ public:
 
     void answerDial() override { m_machine.chunks = {"\r\nOK\r\n", "\r\nOK\r\n"}; }
 
+    void pullPhone() override
+    {
+        m_isPlugged = false;
+        m_machine.ports = {{facts().devices.first(), true}};
+        m_machine.chunks.clear();
+        m_machine.connections.clear();
+    }
+
+    void plugPhone() override
+    {
+        m_isPlugged = true;
+        m_machine.ports.clear();
+        for (const QString &name : facts().devices)
+            m_machine.ports.append({name, true});
+    }
+
+    void dropConnection() override { m_machine.connections.clear(); }
+
+    void forget() override
+    {
+        m_machine.startedProcesses.clear();
+        m_machine.hungUp.clear();
+        m_machine.storedEntries.clear();
+        m_machine.dials.clear();
+        m_machine.written.clear();
+        m_machine.registryWrites.clear();
+        m_machine.eventNames.clear();
+    }
+
     int misuses() const override { return m_machine.misuses(); }
 
 private:
+    /// An operation on the port of a phone that is no longer there.
+    template<typename Slot> void failWithoutPhone(Slot *operation)
+    {
+        operation->wrap([this](auto &next, auto... arguments) -> BOOL {
+            if (m_isPlugged)
+                return next(arguments...);
+            setLastError(ErrorDeviceNotConnected);
+            return 0;
+        });
+    }
+
+    void loseThePhone()
+    {
+        failWithoutPhone(&m_machine.GetCommState);
+        failWithoutPhone(&m_machine.SetCommState);
+        failWithoutPhone(&m_machine.SetCommTimeouts);
+        failWithoutPhone(&m_machine.SetCommMask);
+        failWithoutPhone(&m_machine.WaitCommEvent);
+        failWithoutPhone(&m_machine.ReadFile);
+        failWithoutPhone(&m_machine.WriteFile);
+        failWithoutPhone(&m_machine.GetOverlappedResult);
+    }
+
     void refusePorts()
     {
-        m_machine.CreateFileW.wrap(
-            [this](auto &next, const WCHAR *name, auto... arguments) -> HANDLE {
-                const bool isThere = fromWide(name) == QString("\\\\.\\COM%1").arg(Port);
-                if (isThere && m_machine.openPorts() == 0)
-                    return next(name, arguments...);
-                setLastError(isThere ? ErrorAccessDenied : ErrorFileNotFound);
-                return invalidHandle();
-            });
+        m_machine.CreateFileW.wrap([this](auto &next, const WCHAR *name,
+                                          auto... arguments) -> HANDLE {
+            const bool isThere = m_isPlugged && fromWide(name) == QString("\\\\.\\COM%1").arg(Port);
+            if (isThere && m_machine.openPorts() == 0)
+                return next(name, arguments...);
+            setLastError(isThere ? ErrorAccessDenied : ErrorFileNotFound);
+            return invalidHandle();
+        });
     }
 
     void refuseEntries()
@@ -79,7 +133,7 @@ private:
             });
         m_machine.RasDialDlgW.wrap(
             [this](auto &next, WCHAR *book, WCHAR *name, auto... arguments) -> BOOL {
-                if (!isStored(fromWide(name)))
+                if (!isStored(fromWide(name)) || !m_isPlugged)
                     return 0;
                 if (!m_machine.connections.isEmpty())
                     return 1; // is connected, and stays so
@@ -96,6 +150,7 @@ private:
 
     const QString m_entries;
     ScriptedMachine m_machine;
+    std::atomic<bool> m_isPlugged{true}; // the set-up looks from a thread of its own
 };
 
 } // namespace

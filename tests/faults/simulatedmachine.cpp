@@ -1,3 +1,4 @@
+#include "app/operators.h"
 #include "platform/simulated/simulatedpc.h"
 #include "tests/faults/machines.h"
 #include "tests/platform/dialdialog.h"
@@ -19,10 +20,9 @@ class SimulatedWalkedMachine : public WalkedMachine
 {
 public:
     explicit SimulatedWalkedMachine(const QString &folder)
-        : m_folder(folder + "/pc"), m_pc(prepared(m_folder)), m_phone(m_folder)
+        : m_folder(folder + "/pc"), m_pc(prepared(m_folder))
     {
-        for (const char *command : {"AT", "AT+CGDCONT=1,\"IP\",\"blweb\""})
-            m_phone.setAnswer(command, "\r\nOK\r\n");
+        plugPhone();
         // Nobody waits for the installer, so the set-up may be ahead of it. The
         // walk is not: it is the same each time.
         m_pc.CreateProcessW.wrap([this](auto &next, auto... arguments) {
@@ -66,6 +66,22 @@ public:
             cancelButton(dialog)->click();
     }
 
+    void pullPhone() override { m_phone.reset(); }
+
+    void plugPhone() override
+    {
+        if (m_phone)
+            return;
+        m_phone = std::make_unique<ScriptedPhone>(m_folder);
+        m_phone->setAnswer("AT", "\r\nOK\r\n");
+        for (const QString &name : MobileOperatorNames()) {
+            const QString apn = MobileOperatorApn(name);
+            m_phone->setAnswer(QString("AT+CGDCONT=1,\"IP\",\"%1\"").arg(apn), "\r\nOK\r\n");
+        }
+    }
+
+    void dropConnection() override { m_phone->publish(false); }
+
     int misuses() const override { return 0; }
 
 private:
@@ -84,7 +100,7 @@ private:
 
     const QString m_folder;
     simulated::SimulatedPc m_pc;
-    ScriptedPhone m_phone;
+    std::unique_ptr<ScriptedPhone> m_phone;
 };
 
 } // namespace

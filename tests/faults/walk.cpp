@@ -2,6 +2,7 @@
 
 #include "app/singleinstance.h"
 #include "mainwindow/mainwindow.h"
+#include "tests/faults/person.h"
 #include "wizard/settingswizard.h"
 #include "wizard/setuppage.h"
 
@@ -12,53 +13,9 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
-#include <QThreadPool>
 #include <QTimer>
-#include <QTimerEvent>
 
 namespace faults {
-
-namespace {
-
-constexpr int CountdownInterval = 100; // milliseconds, as the window's timers have them
-constexpr int StatusInterval = 10000;
-constexpr int PortInterval = 5000;
-
-QTimer *timerOf(const MainWindow &window, int interval)
-{
-    for (QTimer *timer : window.findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly)) {
-        if (timer->interval() == interval)
-            return timer;
-    }
-    qFatal("the window has no timer of %d ms", interval);
-}
-
-void timeOut(QTimer *timer)
-{
-    QTimerEvent event(timer->timerId());
-    QCoreApplication::sendEvent(timer, &event);
-}
-
-bool offers(const MainWindow &window, const char *control)
-{
-    return !window.findChild<QWidget *>(control)->isHidden();
-}
-
-void press(const MainWindow &window, const char *button)
-{
-    window.findChild<QPushButton *>(button)->click();
-}
-
-SettingsWizard *openWizard(const MainWindow &window)
-{
-    for (SettingsWizard *wizard : window.findChildren<SettingsWizard *>()) {
-        if (wizard->isVisible())
-            return wizard;
-    }
-    return nullptr;
-}
-
-} // namespace
 
 Walk::Walk(WalkedMachine *machine, std::function<void(const Story &)> report)
     : m_machine(machine), m_report(std::move(report))
@@ -162,7 +119,7 @@ bool Walk::setUp()
     wizard->next();
     const auto *page = qobject_cast<SetupPage *>(wizard->currentPage());
     for (int attempt = 0; attempt < 2; ++attempt) {
-        settle();
+        settle(*wizard);
         if (page->isComplete()) {
             see(setUpResult);
             wizard->button(QWizard::FinishButton)->click();
@@ -190,36 +147,6 @@ void Walk::connectToNetwork()
     }
     if (m_story.last().name == QLatin1String(connectPhase))
         end();
-}
-
-/// Waits until no step of the set-up runs and the page shows what came of them.
-void Walk::settle()
-{
-    QThreadPool *pool = QThreadPool::globalInstance();
-    const auto *page = qobject_cast<SetupPage *>(openWizard(*m_window)->currentPage());
-    const auto shown = [page] {
-        return page->findChild<QLabel *>()->text() + (page->isComplete() ? "+" : "-");
-    };
-    QString last;
-    // A step's end is an event, and it may start the next step.
-    for (int quiet = 0; quiet < 3;) {
-        const bool isIdle = pool->waitForDone(5);
-        QCoreApplication::processEvents();
-        const QString now = shown();
-        quiet = isIdle && now == last ? quiet + 1 : 0;
-        last = now;
-    }
-}
-
-QString Walk::viewOf(const MainWindow &window) const
-{
-    if (openWizard(window))
-        return wizardResult;
-    if (offers(window, "portCheckButton"))
-        return waitingResult;
-    if (offers(window, "disconnectButton"))
-        return connectedResult;
-    return timerOf(window, CountdownInterval)->isActive() ? countingDownResult : disconnectedResult;
 }
 
 /// A box can come at any time, and blocks what shows it.

@@ -41,8 +41,6 @@ private:
     void openWindow();
     bool setUp();
     void connectToNetwork();
-    void settle();
-    QString viewOf(const MainWindow &window) const;
     void watchForBoxes();
 
     WalkedMachine *m_machine;

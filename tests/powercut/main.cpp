@@ -14,6 +14,7 @@
 #include "platform/linux/statestore.h"
 #include "platform/text.h"
 #include "tests/faults/apart.h"
+#include "tests/faults/folders.h"
 #include "tests/faults/walk.h"
 #include "tests/powercut/cut.h"
 

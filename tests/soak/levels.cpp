@@ -1,0 +1,65 @@
+#include "tests/soak/levels.h"
+
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <QDialog>
+#include <QDir>
+#include <QThread>
+#include <QThreadPool>
+
+#include <cstddef>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// Both sanitizers have it; its header comes with Clang only.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
+#else
+#include <malloc.h>
+#endif
+
+namespace soak {
+
+namespace {
+
+int entriesOf(const char *folder)
+{
+    return static_cast<int>(
+        QDir(folder)
+            .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System | QDir::Hidden)
+            .size());
+}
+
+} // namespace
+
+qint64 allocatedBytes()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return static_cast<qint64>(__sanitizer_get_current_allocated_bytes());
+#else
+    return static_cast<qint64>(mallinfo2().uordblks);
+#endif
+}
+
+Levels levels(int expectedThreads)
+{
+    const QDeadlineTimer patience(5000);
+    QThreadPool::globalInstance()->waitForDone();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    Levels now;
+    for (const QWidget *widget : QApplication::allWidgets()) {
+        const QWidget *window = widget->window();
+        if (!qobject_cast<const QDialog *>(window))
+            ++now.widgets;
+        else if (widget == window)
+            ++now.windows;
+    }
+    now.descriptors = entriesOf("/proc/self/fd");
+    now.threads = entriesOf("/proc/self/task");
+    while (now.threads > expectedThreads && !patience.hasExpired()) {
+        QThread::yieldCurrentThread();
+        now.threads = entriesOf("/proc/self/task");
+    }
+    now.bytes = allocatedBytes();
+    return now;
+}
+
+} // namespace soak
