@@ -26,6 +26,13 @@ public:
     virtual void pullPhone() = 0;
     /// It is in its socket again. Does nothing when it is there.
     virtual void plugPhone() = 0;
+    /// Pulls the phone when it hears its n-th command, from 1, which it does not answer.
+    /// Only on machines with a phone that hears.
+    virtual void pullPhoneAtCommand(int) {}
+    /// How many commands the phone has heard.
+    virtual int heardCommands() const { return 0; }
+    /// Whether the machine has a connection, whatever the program shows.
+    virtual bool isConnected() const = 0;
     /// The network ends the connection.
     virtual void dropConnection() = 0;
     /// Forgets what it has noted of the program, so that it does not grow by it.

@@ -25,6 +25,8 @@ QTimer *timerOf(const MainWindow &window, int interval)
 
 void timeOut(QTimer *timer)
 {
+    if (!timer->isActive())
+        return;
     QTimerEvent event(timer->timerId());
     QCoreApplication::sendEvent(timer, &event);
 }

@@ -16,7 +16,7 @@ inline constexpr int PortInterval = 5000;
 /// The window's own timer with this interval.
 QTimer *timerOf(const MainWindow &window, int interval);
 
-/// Lets a timer time out at once.
+/// Lets a timer time out at once, if it runs.
 void timeOut(QTimer *timer);
 
 /// Whether a button of this name is there to be pressed.

@@ -5,8 +5,9 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QSet>
 
-#include <atomic>
+#include <mutex>
 
 using namespace platform;
 
@@ -55,19 +56,26 @@ public:
 
     void pullPhone() override
     {
-        m_isPlugged = false;
         m_machine.ports = {{facts().devices.first(), true}};
         m_machine.chunks.clear();
         m_machine.connections.clear();
+        const std::lock_guard lock(m_mutex);
+        m_isPlugged = false;
+        if (m_port)
+            m_lost.insert(m_port);
+        m_port = nullptr;
     }
 
     void plugPhone() override
     {
-        m_isPlugged = true;
         m_machine.ports.clear();
         for (const QString &name : facts().devices)
             m_machine.ports.append({name, true});
+        const std::lock_guard lock(m_mutex);
+        m_isPlugged = true;
     }
+
+    bool isConnected() const override { return !m_machine.connections.isEmpty(); }
 
     void dropConnection() override { m_machine.connections.clear(); }
 
@@ -85,36 +93,58 @@ public:
     int misuses() const override { return m_machine.misuses(); }
 
 private:
-    /// An operation on the port of a phone that is no longer there.
-    template<typename Slot> void failWithoutPhone(Slot *operation)
+    /// An operation on a port whose phone was pulled meanwhile.
+    template<typename Slot> void failWhenLost(Slot *operation)
     {
-        operation->wrap([this](auto &next, auto... arguments) -> BOOL {
-            if (m_isPlugged)
-                return next(arguments...);
+        operation->wrap([this](auto &next, HANDLE port, auto... arguments) -> BOOL {
+            if (!isLost(port))
+                return next(port, arguments...);
             setLastError(ErrorDeviceNotConnected);
             return 0;
         });
     }
 
+    bool isLost(HANDLE port) const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_lost.contains(port);
+    }
+
     void loseThePhone()
     {
-        failWithoutPhone(&m_machine.GetCommState);
-        failWithoutPhone(&m_machine.SetCommState);
-        failWithoutPhone(&m_machine.SetCommTimeouts);
-        failWithoutPhone(&m_machine.SetCommMask);
-        failWithoutPhone(&m_machine.WaitCommEvent);
-        failWithoutPhone(&m_machine.ReadFile);
-        failWithoutPhone(&m_machine.WriteFile);
-        failWithoutPhone(&m_machine.GetOverlappedResult);
+        failWhenLost(&m_machine.GetCommState);
+        failWhenLost(&m_machine.SetCommState);
+        failWhenLost(&m_machine.SetCommTimeouts);
+        failWhenLost(&m_machine.SetCommMask);
+        failWhenLost(&m_machine.WaitCommEvent);
+        failWhenLost(&m_machine.ReadFile);
+        failWhenLost(&m_machine.WriteFile);
+        failWhenLost(&m_machine.GetOverlappedResult);
+        m_machine.CloseHandle.wrap([this](auto &next, HANDLE handle) -> BOOL {
+            {
+                const std::lock_guard lock(m_mutex);
+                m_port = handle == m_port ? nullptr : m_port;
+            }
+            return next(handle);
+        });
+        // A list of devices is made before one of them goes.
+        m_machine.SetupDiGetDeviceRegistryPropertyW.wrap(
+            [this](auto &next, HDEVINFO set, DeviceInfoData *device, auto... arguments) -> BOOL {
+                if (device->DevInst <= DWORD(m_machine.ports.size()))
+                    return next(set, device, arguments...);
+                setLastError(ErrorNoSuchDevInst);
+                return 0;
+            });
     }
 
     void refusePorts()
     {
         m_machine.CreateFileW.wrap([this](auto &next, const WCHAR *name,
                                           auto... arguments) -> HANDLE {
+            const std::lock_guard lock(m_mutex);
             const bool isThere = m_isPlugged && fromWide(name) == QString("\\\\.\\COM%1").arg(Port);
-            if (isThere && m_machine.openPorts() == 0)
-                return next(name, arguments...);
+            if (isThere && !m_port)
+                return m_port = next(name, arguments...);
             setLastError(isThere ? ErrorAccessDenied : ErrorFileNotFound);
             return invalidHandle();
         });
@@ -133,7 +163,7 @@ private:
             });
         m_machine.RasDialDlgW.wrap(
             [this](auto &next, WCHAR *book, WCHAR *name, auto... arguments) -> BOOL {
-                if (!isStored(fromWide(name)) || !m_isPlugged)
+                if (!isStored(fromWide(name)) || m_machine.ports.size() < 2)
                     return 0;
                 if (!m_machine.connections.isEmpty())
                     return 1; // is connected, and stays so
@@ -150,7 +180,10 @@ private:
 
     const QString m_entries;
     ScriptedMachine m_machine;
-    std::atomic<bool> m_isPlugged{true}; // the set-up looks from a thread of its own
+    mutable std::mutex m_mutex;
+    bool m_isPlugged = true;
+    HANDLE m_port = nullptr; // the phone's, while it is open
+    QSet<HANDLE> m_lost;     // ports that are open still, whose phone was pulled
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "app/operators.h"
 #include "platform/simulated/simulatedpc.h"
+#include "platform/simulated/usbbus.h"
 #include "tests/faults/machines.h"
 #include "tests/platform/dialdialog.h"
 #include "tests/platform/simulated_fixture.h"
@@ -70,14 +71,29 @@ public:
 
     void plugPhone() override
     {
-        if (m_phone)
+        if (m_phone && m_phone->isPluggedIn())
             return;
+        m_phone.reset();
         m_phone = std::make_unique<ScriptedPhone>(m_folder);
         m_phone->setAnswer("AT", "\r\nOK\r\n");
         for (const QString &name : MobileOperatorNames()) {
             const QString apn = MobileOperatorApn(name);
             m_phone->setAnswer(QString("AT+CGDCONT=1,\"IP\",\"%1\"").arg(apn), "\r\nOK\r\n");
         }
+    }
+
+    void pullPhoneAtCommand(int command) override { m_phone->pulledAt = command; }
+
+    int heardCommands() const override
+    {
+        return m_phone ? static_cast<int>(m_phone->commands().size()) : 0;
+    }
+
+    bool isConnected() const override
+    {
+        MachineSession session(m_folder);
+        simulated::dropDeadConnections(&session);
+        return !session.state.connections.isEmpty();
     }
 
     void dropConnection() override { m_phone->publish(false); }

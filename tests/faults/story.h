@@ -41,6 +41,7 @@ inline const char connectPhase[] = "connect";
 inline const char pollPhase[] = "poll";
 inline const char disconnectPhase[] = "disconnect";
 inline const char nextStartPhase[] = "next start";
+inline const char goOnPhase[] = "going on"; ///< only where the phone was pulled before
 
 // The parts of the set-up.
 inline const char driversStep[] = "drivers";

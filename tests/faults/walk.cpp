@@ -86,6 +86,36 @@ void Walk::laterRun()
     m_report(m_story);
 }
 
+void Walk::goOn()
+{
+    watchForBoxes();
+    constexpr int Attempts = 6;
+    for (int attempt = 0; attempt < Attempts; ++attempt) {
+        start(goOnPhase);
+        if (!m_window || !(m_window->isVisible() || openWizard(*m_window)))
+            m_window = std::make_unique<MainWindow>();
+        const QString view = viewOf(*m_window);
+        if (view == QLatin1String(wizardResult)) {
+            setUp();
+        } else if (view == QLatin1String(waitingResult)) {
+            timeOut(timerOf(*m_window, PortInterval));
+        } else if (view == QLatin1String(connectedResult)) {
+            timeOut(timerOf(*m_window, StatusInterval));
+        } else {
+            connectToNetwork();
+            // What else there is to do, as the window says it.
+            if (!offers(*m_window, "disconnectButton"))
+                m_window->findChild<QAction *>("actionCreate_New_Connection")->trigger();
+        }
+        see(viewOf(*m_window));
+        end();
+        // Whether a connection that is shown is there, the next look says.
+        if (view == QLatin1String(connectedResult) && viewOf(*m_window) == view)
+            break;
+    }
+    m_report(m_story);
+}
+
 void Walk::startTwice()
 {
     const QString settings = QSettings().fileName();

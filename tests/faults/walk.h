@@ -29,6 +29,9 @@ public:
 
     /// The whole walk on a machine on which the program never ran.
     void firstRun();
+    /// To a connection, with what the program offers now: its window or wizard, or a
+    /// new start where it shows neither.
+    void goOn();
     /// The shortest way to a connection, whatever an earlier run left behind.
     void laterRun();
 

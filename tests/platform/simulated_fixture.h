@@ -115,6 +115,8 @@ public:
         publish(false);
     }
 
+    bool isPluggedIn() const { return QFile::exists(fileName()); }
+
     void publish(bool carrier, qint64 pid = ::getpid())
     {
         QDir().mkpath(m_bus);
@@ -144,6 +146,9 @@ public:
     /// Whether CONNECT raises the carrier at all.
     std::atomic<bool> raisesCarrier{true};
 
+    /// The phone is pulled instead of answering this command, counted from 1.
+    std::atomic<int> pulledAt{0};
+
 private:
     void run()
     {
@@ -162,18 +167,27 @@ private:
             while ((end = static_cast<int>(received.indexOf('\r'))) >= 0 || received == "+++") {
                 const QString command = received == "+++" ? QString("+++") : received.left(end);
                 received = received == "+++" ? QByteArray() : received.mid(end + 1);
-                answer(command);
+                if (!answer(command))
+                    return;
             }
         }
     }
 
-    void answer(const QString &command)
+    /// False when the phone has been pulled.
+    bool answer(const QString &command)
     {
         QByteArray text;
+        int count = 0;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_commands += command;
+            count = static_cast<int>(m_commands.size());
             text = m_answers.value(command);
+        }
+        if (count == pulledAt) {
+            QFile::remove(fileName());
+            m_pty.hangUp();
+            return false;
         }
         if (command == "ATH")
             publish(false);
@@ -182,6 +196,7 @@ private:
         // After the word, so that nobody may rely on the order.
         if (text.contains("CONNECT") && raisesCarrier)
             publish(true);
+        return true;
     }
 
     void stopThread()

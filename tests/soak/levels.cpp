@@ -9,12 +9,8 @@
 
 #include <cstddef>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 // Both sanitizers have it; its header comes with Clang only.
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
-#else
-#include <malloc.h>
-#endif
 
 namespace soak {
 
@@ -32,11 +28,7 @@ int entriesOf(const char *folder)
 
 qint64 allocatedBytes()
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     return static_cast<qint64>(__sanitizer_get_current_allocated_bytes());
-#else
-    return static_cast<qint64>(mallinfo2().uordblks);
-#endif
 }
 
 Levels levels(int expectedThreads)
