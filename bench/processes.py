@@ -97,3 +97,15 @@ def wait_until_shown(pid, display):
     wait_for("a window", lambda: subprocess.run(
         ["xdotool", "search", "--onlyvisible", "--pid", str(pid)], env=display.environment(),
         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False).returncode == 0)
+
+
+def wait_until_quiet(pid):
+    """Waits until the process has used no processor time for half a second."""
+    last = None
+
+    def is_quiet():
+        nonlocal last
+        before, last = last, processor_time(pid)
+        return before == last
+
+    wait_for("a quiet program", is_quiet, pause=0.5)
