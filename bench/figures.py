@@ -34,6 +34,8 @@ def ratios(ours, theirs):
 
 def ratio_text(samples):
     low, middle, high = quartiles(samples)
+    if middle < 0.1:
+        return f"{middle:.1g} × ({low:.1g} to {high:.1g})"
     return f"{middle:.2f} × ({low:.2f} to {high:.2f})"
 
 
