@@ -2,11 +2,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QSet>
 
 #include <cerrno>
 #include <csignal>
 #include <ifaddrs.h>
 #include <net/if.h>
+#include <optional>
 #include <poll.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -31,28 +33,28 @@ QList<QByteArray> pppdArguments(pid_t process)
     return contentOf(folder + "cmdline").split('\0');
 }
 
-bool hasAddress(const QByteArray &interface)
+/// The network interfaces that are up and have an address.
+QSet<QByteArray> interfacesWithAddress()
 {
     ifaddrs *addresses = nullptr;
     if (::getifaddrs(&addresses) != 0)
-        return false;
-    bool found = false;
+        return {};
+    QSet<QByteArray> interfaces;
     for (const ifaddrs *entry = addresses; entry; entry = entry->ifa_next) {
-        if (entry->ifa_addr && entry->ifa_addr->sa_family == AF_INET &&
-            interface == entry->ifa_name && (entry->ifa_flags & IFF_UP))
-            found = true;
+        if (entry->ifa_addr && entry->ifa_addr->sa_family == AF_INET && (entry->ifa_flags & IFF_UP))
+            interfaces.insert(entry->ifa_name);
     }
     ::freeifaddrs(addresses);
-    return found;
+    return interfaces;
 }
 
 /// pppd writes its process number into the file and, once it has one, the name
 /// of its network interface. False when the link is not up.
-bool readLink(const QString &path, ActiveLink *link)
+bool readLink(const QString &path, const QSet<QByteArray> &interfaces, ActiveLink *link)
 {
     const QList<QByteArray> lines = contentOf(path).split('\n');
     link->process = lines.first().trimmed().toInt();
-    if (link->process <= 0 || lines.size() < 2 || !hasAddress(lines.at(1)))
+    if (link->process <= 0 || lines.size() < 2 || !interfaces.contains(lines.at(1)))
         return false;
     link->interface = QString::fromLatin1(lines.at(1));
     // The system uses process numbers again. So the process must be a pppd that
@@ -65,6 +67,7 @@ bool readLink(const QString &path, ActiveLink *link)
 QList<ActiveLink> activeLinks(const PhoneBook &phoneBook, const QString &runFolder)
 {
     QList<ActiveLink> links;
+    std::optional<QSet<QByteArray>> interfaces; // asked for once, and only for a link
     const QString prefix = "ppp-";
     const QString suffix = ".pid";
     // Some builds of pppd use a subfolder.
@@ -74,7 +77,11 @@ QList<ActiveLink> activeLinks(const PhoneBook &phoneBook, const QString &runFold
             ActiveLink link;
             link.name = file.mid(prefix.size(), file.size() - prefix.size() - suffix.size());
             const std::optional<EntryName> entry = phoneBook.entryName(link.name);
-            if (!entry || !readLink(folder.filePath(file), &link))
+            if (!entry)
+                continue;
+            if (!interfaces)
+                interfaces = interfacesWithAddress();
+            if (!readLink(folder.filePath(file), *interfaces, &link))
                 continue;
             link.entryName = entry->name;
             link.owner = entry->owner;
