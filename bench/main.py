@@ -11,7 +11,7 @@ from figures import table
 from processes import TOP
 
 # Each is a module with rows(settings).
-ROWS = ("start", "memory", "wakeups", "apn")
+ROWS = ("start", "memory", "wakeups", "apn", "functions")
 KEPT = TOP / "build/bench/figures.json"
 
 
