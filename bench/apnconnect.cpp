@@ -1,22 +1,16 @@
 // Presses Connect in the program's window for each line "connect" on the standard input,
 // writes the name without the window for each "write", and prints "begun" and when:
-// nanoseconds of the monotonic clock. The machine is the simulated PC in
-// $SIMULATED_PC, except that its dial dialog ends at once, without a connection. The PC
-// has to be set up and the phone plugged in.
+// nanoseconds of the monotonic clock. The machine is the simulated PC in $SIMULATED_PC,
+// except that its dial dialog ends at once, without a connection. The PC has to be set up
+// and the phone plugged in.
 
-#include "app/formfont.h"
-#include "app/identity.h"
-#include "app/messagelog.h"
 #include "app/settings.h"
-#include "app/toolkit.h"
+#include "bench/windowprogram.h"
 #include "mainwindow/mainwindow.h"
-#include "platform/platform.h"
 #include "serial/apnconfiguration.h"
 
-#include <QApplication>
 #include <QPushButton>
 #include <QSettings>
-#include <QStandardPaths>
 #include <QTimer>
 
 #include <chrono>
@@ -25,14 +19,8 @@
 
 int main(int argc, char *argv[])
 {
-    platform::Platform &machine = platform::backend(programIdentity());
-    machine.RasDialDlgW.wrap([](auto &, auto...) -> platform::BOOL { return 0; });
-    platform::setCurrent(&machine);
-    prepareToolkit();
-    const QApplication application(argc, argv);
-    setApplicationIdentity();
-    startMessageLog(QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation));
-    useFormFont();
+    WindowProgram program(argc, argv);
+    program.machine().RasDialDlgW.wrap([](auto &, auto...) -> platform::BOOL { return 0; });
     MainWindow window;
     for (QTimer *timer : window.findChildren<QTimer *>())
         timer->stop(); // only Connect is to connect
@@ -50,6 +38,5 @@ int main(int argc, char *argv[])
         std::fflush(stdout);
         QApplication::processEvents();
     }
-    finishMessageLog();
     return 0;
 }

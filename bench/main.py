@@ -11,7 +11,8 @@ from figures import table
 from processes import TOP
 
 # Each is a module with rows(settings).
-ROWS = ("start", "memory", "wakeups", "apn", "functions")
+ROWS = ("start", "memory", "wakeups", "apn", "functions",
+        "repeated")
 KEPT = TOP / "build/bench/figures.json"
 
 
