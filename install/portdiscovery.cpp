@@ -6,7 +6,6 @@
 #include "platform/platform.h"
 #include "platform/text.h"
 
-
 #include <optional>
 
 using namespace platform;
