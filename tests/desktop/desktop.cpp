@@ -204,7 +204,16 @@ QStringList Desktop::visibleTitles() const
 
 QRect Desktop::geometry(const WindowId &window) const
 {
+    const std::optional<QRect> found = geometryIfThere(window);
+    expect(found.has_value(), "There is no window " + window);
+    return *found;
+}
+
+std::optional<QRect> Desktop::geometryIfThere(const WindowId &window) const
+{
     const QString text = run("xwininfo", {"-id", window});
+    if (text.isEmpty())
+        return {};
     const auto number = [&text](const char *name) {
         const auto match = QRegularExpression(QString("%1:\\s*(-?\\d+)").arg(name)).match(text);
         expect(match.hasMatch(), QString("No %1 in: %2").arg(name, text));
@@ -325,7 +334,8 @@ QImage Desktop::picture(const WindowId &window, const QRect &part) const
 QRect Desktop::frame(const WindowId &window) const
 {
     static const QRegularExpression pattern("= (\\d+), (\\d+), (\\d+), (\\d+)");
-    const QRect inside = geometry(window);
+    // A dialog may close while the windows are looked at.
+    const QRect inside = geometryIfThere(window).value_or(QRect());
     // Left, right, top, bottom; menus and lists have none.
     const auto match = pattern.match(property(window, "_NET_FRAME_EXTENTS"));
     if (!match.hasMatch())

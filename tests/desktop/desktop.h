@@ -13,6 +13,7 @@
 #include <QTemporaryDir>
 
 #include <functional>
+#include <optional>
 
 /// The X window number, as text.
 using WindowId = QString;
@@ -115,8 +116,9 @@ private:
     /// The screen when it stands still; of one that never does, what is there
     /// after a while.
     QImage stillScreen() const;
+    std::optional<QRect> geometryIfThere(const WindowId &window) const;
     /// The window with the frame that the window manager put around it, on the
-    /// screen.
+    /// screen; empty when it has gone.
     QRect frame(const WindowId &window) const;
     QString run(const QString &program, const QStringList &arguments) const;
     QString xdotool(const QStringList &arguments) const;
