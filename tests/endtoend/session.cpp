@@ -1,6 +1,7 @@
 #include "tests/endtoend/session.h"
 
 #include "tests/desktop/waiting.h"
+#include "tests/desktop/wizardpage.h"
 
 #include <algorithm>
 
@@ -12,8 +13,6 @@ const QPoint wizardCancel(51, 22);
 const QPoint wizardNext(137, 22);
 const QPoint wizardBack(223, 22);
 constexpr int WizardButtonHeight = 20;
-constexpr int WizardRuler = 48;   // above the lower edge
-constexpr int WizardHeading = 45; // below the upper edge
 
 // The dial dialog's buttons, measured as well.
 const QPoint dialRedial(130, 21);
@@ -25,11 +24,6 @@ const QPoint operatorsPlace(100, 101 + MenuBarHeight);
 const QRect buttonPlace(250, 80 + MenuBarHeight, 91, 81);
 // Frame, focus and shading are not what the button says.
 constexpr int ButtonFrame = 10;
-
-bool isInk(QRgb colour)
-{
-    return qGray(colour) < 100;
-}
 
 QPoint fromLowerRight(QSize size, QPoint distance)
 {
@@ -107,19 +101,13 @@ void Session::pressCancel() const
     desktop.waitForNoWindow(WizardTitle);
 }
 
-QRect Session::wizardPage(const WindowId &window) const
-{
-    return QRect(QPoint(0, 0), desktop.size(window))
-        .adjusted(0, WizardHeading, 0, -WizardRuler - 2);
-}
-
 bool Session::isRed() const
 {
     const WindowId window = wizard();
     const auto red = [](QRgb colour) {
         return qRed(colour) > 180 && qGreen(colour) < 100 && qBlue(colour) < 100;
     };
-    return countPixels(desktop.picture(window, wizardPage(window)), red) > 50;
+    return countPixels(desktop.picture(window, wizardPage(desktop, window)), red) > 50;
 }
 
 void Session::waitForFailedStep() const
@@ -129,23 +117,7 @@ void Session::waitForFailedStep() const
 
 void Session::pressRetry() const
 {
-    const WindowId window = wizard();
-    // The lowest black text on the page is Retry's; it lies in the middle.
-    const QRect page = wizardPage(window);
-    const QRect column(page.center().x() - 30, page.top(), 60, page.height());
-    int lowest = -1;
-    waitFor("Retry", [&] {
-        const QImage picture = desktop.picture(window, column);
-        for (int y = picture.height() - 1; y >= 0 && lowest < 0; --y) {
-            for (int x = 0; x < picture.width(); ++x) {
-                if (isInk(picture.pixel(x, y)))
-                    lowest = y;
-            }
-        }
-        return lowest >= 0;
-    });
-    const int y = column.top() + static_cast<int>(lowest / desktop.scale()) - 3;
-    desktop.click(window, QPoint(column.center().x(), y));
+    ::pressRetry(desktop, wizard());
 }
 
 void Session::waitForSetup() const

@@ -107,7 +107,6 @@ private:
 
     void chooseFromMenu(int titleMiddle, int item) const;
     WindowId openMenu(const WindowId &window, int titleMiddle, int timeout) const;
-    QRect wizardPage(const WindowId &window) const;
 
     Faces m_faces;
     int m_heardBeforeDial = 0; // bytes
