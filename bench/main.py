@@ -7,19 +7,18 @@ import platform
 import sys
 import time
 
-from figures import table
-from processes import TOP
+from figures import Line, table
+from processes import TOP, Failed
 
 # Each is a module with rows(settings).
 ROWS = ("start", "memory", "wakeups", "apn", "functions",
-        "repeated")
+        "repeated", "sizes")
 KEPT = TOP / "build/bench/figures.json"
 
 
 def parsed():
     parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__)
-    parser.add_argument("row", nargs="*", choices=[[], *ROWS],
-                        help="measure these only; the others keep the figures that they have")
+    parser.add_argument("row", nargs="*", choices=[[], *ROWS], help="measure these only")
     parser.add_argument("--rounds", type=int, default=21, help="how often programs alternate")
     parser.add_argument("--seconds", type=int, default=60, help="how long a state is watched")
     return parser.parse_args()
@@ -30,8 +29,10 @@ def measure(names, settings):
     for name in names:
         begin = time.monotonic()
         print(f"==> Measuring: {name}", flush=True)
-        results[name] = [(title, lines)
-                         for title, lines in importlib.import_module(name).rows(settings)]
+        try:
+            results[name] = importlib.import_module(name).rows(settings)
+        except Failed as error:
+            results[name] = [(name, [Line("not measured", str(error), "", False)])]
         print(f"==> {name} took {time.monotonic() - begin:.0f} s", flush=True)
     return results
 
@@ -52,7 +53,7 @@ def main():
     missed = sum(line.reached is False for _, lines in rows for line in lines)
     print(f"==> {missed} of the lines are not reached; the samples are in "
           f"{KEPT.relative_to(TOP)}")
-    return 0
+    return int(any(line.case == "not measured" for _, lines in rows for line in lines))
 
 
 if __name__ == "__main__":
