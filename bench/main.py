@@ -12,7 +12,7 @@ from processes import TOP, Failed
 
 # Each is a module with rows(settings).
 ROWS = ("start", "memory", "wakeups", "apn", "functions",
-        "repeated", "sizes")
+        "repeated", "link", "sizes")
 KEPT = TOP / "build/bench/figures.json"
 
 

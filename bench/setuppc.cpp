@@ -1,6 +1,7 @@
 // setuppc: sets a simulated PC up, as the wizard does it: runs its steps, one after the
 // other, without a window. setuppc APN writes the access point name into the phone, so
-// that the system can dial. The PC is the one in $SIMULATED_PC.
+// that the system can dial. The PC is the one in $SIMULATED_PC; setuplinux is the same for
+// this machine.
 
 #include "app/identity.h"
 #include "app/settings.h"

@@ -9,8 +9,9 @@
 #include <QApplication>
 #include <QStandardPaths>
 
-/// Everything of the program but its main window, as main() makes it. The machine is the
-/// simulated PC in $SIMULATED_PC.
+/// Everything of the program but its main window, as main() makes it. The machine is that
+/// of the backend that the executable is linked with: the simulated PC in $SIMULATED_PC,
+/// or this one.
 class WindowProgram
 {
 public:

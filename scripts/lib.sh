@@ -82,6 +82,15 @@ need_display_packages() {
         fonts-liberation fonts-dejavu-core
 }
 
+# What boots user-mode Linux, and what runs in it.
+need_guest_packages() {
+    need_packages "user-mode Linux and what runs in it" \
+        user-mode-linux ppp udev kmod iproute2 socat curl python3 umockdev util-linux procps passwd \
+        pkexec polkitd dbus
+    need_providers
+    need_display_packages
+}
+
 # configure PRESET [OPTION...]: configures when needed.
 configure() {
     local preset=$1 log=build/configure-$1.log
