@@ -92,4 +92,24 @@ Apart runApart(const QString &folder, int seconds,
     return apart;
 }
 
+void adoptOrphans()
+{
+    ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+}
+
+void endOrphans()
+{
+    const QByteArray self = QByteArray::number(::getpid());
+    for (;;) {
+        const QList<QByteArray> children =
+            contentOf("/proc/self/task/" + self + "/children").simplified().split(' ');
+        if (children.first().isEmpty())
+            return;
+        for (const QByteArray &child : children) {
+            ::kill(child.toInt(), SIGKILL);
+            ::waitpid(child.toInt(), nullptr, 0);
+        }
+    }
+}
+
 } // namespace faults

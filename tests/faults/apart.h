@@ -24,4 +24,10 @@ struct Apart {
 Apart runApart(const QString &folder, int seconds,
                const std::function<void(const std::function<void(const QByteArray &)> &)> &run);
 
+/// From now on processes that those have left behind belong to this one.
+void adoptOrphans();
+
+/// Ends the processes that were left behind, and waits for it.
+void endOrphans();
+
 } // namespace faults

@@ -48,5 +48,7 @@ public:
 /// one.
 std::unique_ptr<WalkedMachine> scriptedMachine(const QString &folder);
 std::unique_ptr<WalkedMachine> simulatedMachine(const QString &folder);
+/// Only where the Linux backend is built, and under umockdev-wrapper.
+std::unique_ptr<WalkedMachine> linuxMachine(const QString &folder);
 
 } // namespace faults
