@@ -12,6 +12,13 @@ namespace {
 
 const char namedPage[] = "http://page.phone.example/";
 
+void writeNetworkFile(const QString &name, const QByteArray &content)
+{
+    QFile file("/etc/netns/network/ppp/" + name);
+    expect(file.open(QIODevice::WriteOnly) && file.write(content) == content.size(),
+           "Cannot write " + name);
+}
+
 } // namespace
 
 void note(const QString &text)
@@ -33,9 +40,9 @@ QString must(const QString &program, const QStringList &arguments)
     return output;
 }
 
-void installPackage()
+void installPackage(Installation how)
 {
-    if (isInstalled())
+    if (how == Installation::IfMissing && isInstalled())
         return;
     const QStringList packages = QDir("/share").entryList({"tolvane-modem-connector_*.deb"});
     expect(packages.size() == 1, "There is no package");
@@ -47,6 +54,17 @@ bool isNamedPageFetched()
     int status = 0;
     runInGuest("curl", {"--silent", "--show-error", "--max-time", "20", namedPage}, &status);
     return status == 0;
+}
+
+void setNetwork(const QByteArray &options, const QByteArray &users)
+{
+    writeNetworkFile("options", options);
+    writeNetworkFile("chap-secrets", users);
+}
+
+void resetNetwork()
+{
+    setNetwork(QByteArray("noauth\n") + networkNameServer + networkAddresses);
 }
 
 QString modems()

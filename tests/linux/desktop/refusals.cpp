@@ -37,16 +37,11 @@ void DesktopScenarios::cardAndNetworkAreNamed()
 void DesktopScenarios::networkWantsANameAndAPassword()
 {
     scenario([this](Person &person) {
-        const auto write = [](const QString &name, const QByteArray &content) {
-            QFile file("/etc/netns/network/ppp/" + name);
-            expect(file.open(QIODevice::WriteOnly), "Cannot write " + name);
-            file.write(content);
-        };
         setUp(person);
         plugPhone(true);
         letLineSettle();
-        write("options", "require-chap\n");
-        write("chap-secrets", "anna * secret *\n");
+        setNetwork(QByteArray("require-chap\n") + networkNameServer + networkAddresses,
+                   "anna * secret *\n");
         person.startProgram();
         person.pressMainButton();
         person.waitForWindow(dialTitle);
@@ -63,41 +58,34 @@ void DesktopScenarios::networkWantsANameAndAPassword()
         person.pressMainButton();
         person.dial();
         disconnect(person);
-        write("options", "noauth\n");
-        write("chap-secrets", "* * gprs *\n");
     });
 }
 
-// What settings from another computer lead to, too.
-void DesktopScenarios::purgedAndInstalledAgain()
+// And then no name server: the other network's stay, and are asked through the phone.
+void DesktopScenarios::networkGivesNoAddressOrNoNameServer()
 {
     scenario([this](Person &person) {
-        const auto isMarked = [] {
-            return must("udevadm", {"info", "--query=property", port}).contains("TOLVANE_MODEM");
-        };
-        connectWithProgram(person);
-        person.endProgram();
-        expect(isMarked(), "The port has no mark");
-        must("dpkg", {"--purge", "tolvane-modem-connector"});
-        expect(!isLinkUp(), "A link is left that nobody can end");
-        waitFor("Routes and name servers as before", [this] { return networkState() == m_before; });
-        waitFor("The marks are off", [&] { return !isMarked(); });
-        installPackage();
-        waitFor("The marks are on", isMarked);
+        const QByteArray nameServers = contentOf("/etc/resolv.conf");
+        expect(nameServers.contains("nameserver 10.0.2.3"), "The other network has none");
+        setUp(person);
+        plugPhone(true);
+        letLineSettle();
+        setNetwork("noauth\n10.9.0.1:\n");
         person.startProgram();
         person.pressMainButton();
-        const WindowId window = person.waitForWindow(dialTitle);
-        waitFor("The reason", [&] { return person.dialogText().startsWith("Error 623"); });
-        person.desktop.keepPicture("set-up-is-offered");
-        person.desktop.pressIn(window, "alt+s"); // Set Up
-        person.waitForWindow(wizardTitle);
-        person.desktop.press("Return"); // Next
-        waitFor("The set-up", [] { return setting("NoOfDialups").toInt() == 2; });
-        person.desktop.press("Return"); // Finish
-        person.desktop.waitForNoWindow(wizardTitle);
+        person.dialInVain("no-address", "The network gave no address", 720);
+        expect(networkState() == m_before, "Routes or name servers have changed");
+
+        setNetwork(QByteArray("noauth\n") + networkAddresses);
+        letLineSettle();
         person.pressMainButton();
         person.dial();
         fetchPage();
+        waitFor("The route by the phone", [] {
+            return must("ip", {"route", "get", "198.51.100.1"}).contains("dev ppp0");
+        });
+        expect(contentOf("/etc/resolv.conf") == nameServers,
+               "Other name servers: " + contentOf("/etc/resolv.conf"));
         disconnect(person);
     });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/linux/desktop/portwatch.h"
 #include "tests/linux/guest/person.h"
 
 #include <QObject>
@@ -7,6 +8,8 @@
 
 #include <functional>
 #include <memory>
+
+class Seat;
 
 class DesktopScenarios : public QObject
 {
@@ -27,10 +30,13 @@ private slots:
     void unpluggedWhileConnectedAndPluggedInElsewhere();
     void unpluggedWhileDialling();
     void unpluggedWhileACommandWaits();
-    void answerComesTogetherWithItsEcho();
+    void answerTogetherWithItsEchoIsTakenForNone();
     void cardAndNetworkAreNamed();
     void networkWantsANameAndAPassword();
+    void networkGivesNoAddressOrNoNameServer();
+    void ordinaryUsersAtTheComputer();
     void purgedAndInstalledAgain();
+    void upgradedFromAnOlderVersion();
     void namesWithSystemdResolved();
 
 private:
@@ -39,8 +45,13 @@ private:
     void scenario(const std::function<void(Person &)> &body);
     /// Installs the program and goes through its first run, if that was not done yet.
     void setUp(Person &person);
+    /// The parts of ordinaryUsersAtTheComputer().
+    static void setsUpWithAPassword(Seat &anna);
+    void secondUser(Seat &bert);
     /// Plugs the phone in, starts the program and presses its button.
     void connectWithProgram(Person &person);
+    /// Leaves a picture of what ModemManager knows and who had the port when.
+    static void showHolders(Person &person, const PortWatch &watch, const QString &picture);
     /// By the program's button; routes and name servers are as before then.
     void disconnect(Person &person);
 

@@ -14,6 +14,11 @@ const QRect mainButton(250, 101, 91, 81);
 
 Person::Person(const QString &pictures) : desktop(pictures), m_log(pictures + "/program.log") {}
 
+Person::Person(const QString &pictures, const QString &log, const Desktop::Display &display)
+    : desktop(pictures, display), m_log(log)
+{
+}
+
 void Person::startProgram(const QStringList &command)
 {
     m_program = std::make_unique<ChildProcess>();

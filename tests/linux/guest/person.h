@@ -18,6 +18,8 @@ class Person
 public:
     /// Pictures and the program's log go to that folder.
     explicit Person(const QString &pictures);
+    /// At a display of somebody else's, whose programs write to that log.
+    Person(const QString &pictures, const QString &log, const Desktop::Display &display);
 
     Desktop desktop;
 
