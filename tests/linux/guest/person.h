@@ -56,5 +56,6 @@ public:
 private:
     QString m_log;
     qsizetype m_logStart = 0;
+    bool m_hasDialled = false;
     std::unique_ptr<ChildProcess> m_program;
 };
