@@ -112,3 +112,12 @@ build() {
     configure "$preset"
     cmake --build "build/$preset" ${1:+--target "$@"}
 }
+
+# run_tests FOLDER [OPTION...]: those of a build folder. The whole program's tests
+# mostly wait, so there is room for more at once than there are processors.
+run_tests() {
+    local folder=$1
+    shift
+    ctest --test-dir "$folder" --output-on-failure --no-tests=error \
+        --parallel $((2 * $(nproc))) "$@"
+}
