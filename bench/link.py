@@ -17,7 +17,7 @@ def rows(settings):
         return [("link", [Line("Connect to a page", "not measured: needs root")])]
     shutil.rmtree(SHARE, ignore_errors=True)
     SHARE.mkdir(parents=True)
-    parts = [*(TOP / "build/linux-package").glob("*.deb"),
+    parts = [*(TOP / "build/linux-package").glob("tolvane-modem-connector_*.deb"),
              *(BIN / name for name in ("virtual-phone", "setuplinux", "linkconnect")),
              *(TOP / "bench" / name for name in ("guest", "guestlink.py")),
              TOP / "tests/linux/uml/network"]

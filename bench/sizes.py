@@ -96,7 +96,7 @@ def pulled_in(path):
 
 
 def rows(_):
-    path = only("linux-package", "*.deb")
+    path = only("linux-package", "tolvane-modem-connector_*.deb")
     if path is None:
         raise Failed("there is no Debian package; scripts/linux package makes it")
     return [("size", [executable(), archive(), installer(), debian_package(path),
