@@ -39,6 +39,7 @@ void DesktopScenarios::scenario(const std::function<void(Person &)> &body)
         body(*m_person);
     } catch (const NotAsExpected &error) {
         m_person->recordFailure();
+        note("routes and name servers: " + networkState());
         QFAIL(error.what());
     }
 }
@@ -70,6 +71,9 @@ void DesktopScenarios::cleanup()
 {
     try {
         m_person->endProgram();
+        // The phone is reached through it, too.
+        if (!networkState().contains(otherNetwork))
+            must("nmcli", {"connection", "up", "wired"});
         if (const pid_t process = processOf(pppd))
             ::kill(process, SIGTERM);
         waitFor("The end of pppd", [] { return processOf(pppd) == 0; });
