@@ -34,6 +34,7 @@ private slots:
     void routesWinBesideAnyOther();
     void anotherNetworkChangesThemMeanwhile();
     void anotherNetworkChangesThemUnnoticed();
+    void whatNetworkManagerWroteAtTheSameMomentIsNotLost();
     void theNextConnectionRepairsWhatAKilledPppdLeft();
     void anotherNetworkRepairsWhatAKilledPppdLeft();
     void whatAnEarlierVersionLeftIsRepaired_data();
@@ -97,7 +98,9 @@ void LinkChangeTest::init()
                     "state=" + path("state").toLocal8Bit() + '\n'),
           qMakePair(QByteArray("hooks=/etc/ppp\n"), "hooks=" + path("hooks").toLocal8Bit() + '\n'),
           qMakePair(QByteArray("stub=/run/systemd/resolve\n"),
-                    "stub=" + path("stub").toLocal8Bit() + '\n')}) {
+                    "stub=" + path("stub").toLocal8Bit() + '\n'),
+          qMakePair(QByteArray("meant=/run/NetworkManager/resolv.conf "),
+                    "meant=" + path("meant").toLocal8Bit() + ' ')}) {
         QVERIFY2(script.contains('\n' + constant.first), constant.first.constData());
         script.replace(constant.first, constant.second);
     }
@@ -172,6 +175,25 @@ void LinkChangeTest::anotherNetworkChangesThemUnnoticed()
     write("resolv.conf", wlan);
     QCOMPARE(down(), QByteArray());
     QCOMPARE(read("resolv.conf"), wlan);
+}
+
+// It wrote between the script's look and the script's own writing: only its own file tells.
+void LinkChangeTest::whatNetworkManagerWroteAtTheSameMomentIsNotLost()
+{
+    write("meant", lan);
+    QCOMPARE(up(), QByteArray());
+    QCOMPARE(read("resolv.conf"), phonesBesideLan);
+    write("meant", wlan);
+    QCOMPARE(change({"other"}), QByteArray());
+    QCOMPARE(read("resolv.conf"), phonesBesideWlan);
+    write("meant", lan);
+    QCOMPARE(down(), QByteArray());
+    QCOMPARE(read("resolv.conf"), lan);
+    // A file of somebody else's is none of its business.
+    write("resolv.conf", "nameserver 192.0.2.1\n");
+    QCOMPARE(up(), QByteArray());
+    QCOMPARE(down(), QByteArray());
+    QCOMPARE(read("resolv.conf"), QByteArray("nameserver 192.0.2.1\n"));
 }
 
 void LinkChangeTest::theNextConnectionRepairsWhatAKilledPppdLeft()
