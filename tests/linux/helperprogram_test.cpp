@@ -237,6 +237,8 @@ void HelperProgramTest::nothingOfTheAskersGoesOn()
     installer.write("#!/bin/sh\n"
                     "cd \"${0%/*}\"\n"
                     "{ env; umask; grep -E '^(Sig|Cpus_allowed_list)' /proc/self/status\n"
+                    // While it starts a process, the C library blocks all signals.
+                    "until grep -q '^State:.S' /proc/$PPID/status; do :; done\n"
                     "grep SigBlk /proc/$PPID/status | sed 's/^/helper /'\n"
                     "cat /proc/self/limits /proc/self/stat\n"
                     "echo \"kill $(cat /proc/self/oom_score_adj)\"; } >told\n"
