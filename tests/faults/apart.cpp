@@ -42,9 +42,7 @@ void requireSingleThread()
         qFatal("a process with %d threads cannot be copied", threads);
 }
 
-[[noreturn]] void
-runCopy(const QString &folder,
-        const std::function<void(const std::function<void(const QByteArray &)> &)> &run)
+[[noreturn]] void runCopy(const QString &folder, const std::function<void(const Report &)> &run)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     qputenv("TMPDIR", QFile::encodeName(folder));
@@ -63,8 +61,7 @@ runCopy(const QString &folder,
 
 } // namespace
 
-Apart runApart(const QString &folder, int seconds,
-               const std::function<void(const std::function<void(const QByteArray &)> &)> &run)
+int startApart(const QString &folder, const std::function<void(const Report &)> &run)
 {
     QFile::remove(folder + "/report");
     requireSingleThread();
@@ -74,7 +71,11 @@ Apart runApart(const QString &folder, int seconds,
         qFatal("no process can be made");
     if (process == 0)
         runCopy(folder, run);
+    return process;
+}
 
+Apart waitForApart(int process, const QString &folder, int seconds)
+{
     Apart apart;
     const int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, process, 0));
     pollfd ended = {descriptor, POLLIN, 0};
@@ -90,6 +91,11 @@ Apart runApart(const QString &folder, int seconds,
     apart.report = contentOf(folder + "/report");
     apart.errors = contentOf(folder + "/errors");
     return apart;
+}
+
+Apart runApart(const QString &folder, int seconds, const std::function<void(const Report &)> &run)
+{
+    return waitForApart(startApart(folder, run), folder, seconds);
 }
 
 void adoptOrphans()

@@ -16,13 +16,20 @@ struct Apart {
     QByteArray errors;   ///< what it wrote to standard error
 };
 
-/// Runs a function in a process of its own, a copy of this one: what it breaks
-/// ends with it. The process may leave files in `folder` only. It is ended when
-/// it has not ended by itself within so many seconds. Call it while this process
-/// has a single thread. The function gets what takes its report; the last one
-/// counts.
-Apart runApart(const QString &folder, int seconds,
-               const std::function<void(const std::function<void(const QByteArray &)> &)> &run);
+/// What runs apart gets: it takes its report; the last one counts.
+using Report = std::function<void(const QByteArray &)>;
+
+/// Starts a function in a process of its own, a copy of this one: what it breaks ends
+/// with it. The process may leave files in `folder` only. Call it while this process
+/// has a single thread. Its number.
+int startApart(const QString &folder, const std::function<void(const Report &)> &run);
+
+/// Waits for a process that was started with this folder. It is ended when it has not
+/// ended by itself within so many seconds.
+Apart waitForApart(int process, const QString &folder, int seconds);
+
+/// Both.
+Apart runApart(const QString &folder, int seconds, const std::function<void(const Report &)> &run);
 
 /// From now on processes that those have left behind belong to this one.
 void adoptOrphans();
