@@ -3,7 +3,6 @@
 #include <QDebug>
 #include <QSettings>
 #include <QTemporaryFile>
-#include <QVariant>
 
 namespace settingskeys {
 

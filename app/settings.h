@@ -1,9 +1,9 @@
 #pragma once
 
 #include <QString>
+#include <QVariant>
 
 class QSettings;
-class QVariant;
 
 // Every key of the settings store. Readers and writers open a short-lived,
 // default-constructed QSettings each time; nothing keeps one open. Any thread.
