@@ -119,4 +119,5 @@ void DesktopScenarios::secondUser(Seat &bert)
     bert.person.desktop.keepPicture("connected");
     bert.person.pressMainButton();
     waitFor("The link's end", [] { return !isLinkUp(); });
+    waitFor("Routes and name servers as before", [this] { return networkState() == m_before; });
 }
