@@ -35,7 +35,8 @@ public:
     }
 };
 
-/// Tells a size and a count that do not fit its devices.
+/// Tells a size and a count that do not fit its devices. What lies behind the block
+/// looks like more of them.
 class MisreportingMachine : public ScriptedMachine
 {
 public:
@@ -54,11 +55,20 @@ public:
                 offeredSize = *bytes;
                 DWORD size = static_cast<DWORD>(rasDevices.size()) * RasDeviceInfoSize;
                 const DWORD result = next(devices, &size, count);
+                const DWORD block = qMax(offeredSize, RasDeviceInfoSize);
+                for (DWORD i = (block - 1) / RasDeviceInfoSize + 1; i < MostRecords; ++i)
+                    devices[i] = devices[0];
                 *bytes = 10 * RasDeviceInfoSize;
                 *count = reportedCount;
                 return result;
             });
+        HeapAlloc.wrap([](auto &next, HANDLE heap, DWORD flags, SIZE_T bytes) {
+            return next(heap, flags, bytes + MostRecords * RasDeviceInfoSize);
+        });
     }
+
+private:
+    static constexpr DWORD MostRecords = 10;
 };
 
 } // namespace

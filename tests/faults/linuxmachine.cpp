@@ -108,13 +108,7 @@ public:
 
     Facts facts() const override
     {
-        const QString drivers =
-            QCoreApplication::applicationDirPath().replace('/', '\\') + "\\drivers\\";
-        Facts facts;
-        facts.installer = drivers + "InstallDriver.exe";
-        facts.inf = drivers + "modem_inf_64.inf";
-        facts.fallbackInf = facts.inf;
-        facts.inf32 = drivers + "modem_inf_32.inf";
+        Facts facts = ownFiles();
         facts.devices = QStringList{"USB Modem Driver (COM5)"};
         facts.port = LinuxSystem::Port;
         facts.isReal = true;

@@ -42,6 +42,11 @@ public:
     virtual void answerDialogs() {}
     /// How often it was handed something that it never gave out.
     virtual int misuses() const = 0;
+
+protected:
+    /// Where the program finds its own files on every machine. Where the processor is
+    /// known, it does not matter how it is asked for.
+    static Facts ownFiles();
 };
 
 /// A machine, kept in `folder`: what a walk changes there is found by the next

@@ -3,7 +3,6 @@
 #include "platform/text.h"
 #include "tests/faults/machines.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QSet>
 
@@ -36,15 +35,10 @@ public:
 
     Facts facts() const override
     {
-        const QString drivers =
-            QCoreApplication::applicationDirPath().replace('/', '\\') + "\\drivers\\";
-        Facts facts;
-        facts.installer = drivers + "InstallDriver.exe";
-        facts.inf = drivers + "modem_inf_64.inf";
+        Facts facts = ownFiles();
         // The processor that is asked for otherwise is another one, as on a
         // 64-bit system that runs a 32-bit program.
-        facts.fallbackInf = drivers + "modem_inf_32.inf";
-        facts.inf32 = facts.fallbackInf;
+        facts.fallbackInf = facts.inf32;
         facts.devices = QStringList{"Communications Port (COM1)", "USB Modem Driver (COM7)"};
         facts.port = Port;
         return facts;

@@ -5,7 +5,6 @@
 #include "tests/platform/dialdialog.h"
 #include "tests/platform/simulated_fixture.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QThread>
 
@@ -43,13 +42,7 @@ public:
 
     Facts facts() const override
     {
-        const QString drivers =
-            QCoreApplication::applicationDirPath().replace('/', '\\') + "\\drivers\\";
-        Facts facts;
-        facts.installer = drivers + "InstallDriver.exe";
-        facts.inf = drivers + "modem_inf_64.inf";
-        facts.fallbackInf = facts.inf;
-        facts.inf32 = drivers + "modem_inf_32.inf";
+        Facts facts = ownFiles();
         facts.devices = QStringList{"Communications Port (COM1)", "USB Modem Driver (COM5)"};
         facts.port = 5;
         facts.isReal = true;
