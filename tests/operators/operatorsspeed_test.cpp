@@ -3,31 +3,14 @@
 #include "app/formfont.h"
 #include "operators/operatorswindow.h"
 #include "tests/operators/providersample.h"
+#include "tests/support/processortime.h"
 #include "tests/support/testsettings.h"
 
 #include <QLineEdit>
 #include <QTest>
 
-#include <ctime>
 #include <functional>
 #include <memory>
-
-namespace {
-
-// The sanitizers make everything several times slower.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double Slowness = 10;
-#else
-constexpr double Slowness = 1;
-#endif
-
-/// Processor time of this process, in milliseconds: what runs beside does not count.
-double processorTime()
-{
-    return 1000.0 * double(std::clock()) / CLOCKS_PER_SEC;
-}
-
-} // namespace
 
 class OperatorsSpeedTest : public QObject
 {
