@@ -114,10 +114,10 @@ build() {
 }
 
 # run_tests FOLDER [OPTION...]: those of a build folder. The whole program's tests
-# mostly wait, so there is room for more at once than there are processors.
+# mostly wait, but keys that they press are lost where the machine is too busy.
 run_tests() {
     local folder=$1
     shift
     ctest --test-dir "$folder" --output-on-failure --no-tests=error \
-        --parallel $((2 * $(nproc))) "$@"
+        --parallel "$(nproc)" "$@"
 }
