@@ -10,12 +10,12 @@
 #include "app/formfont.h"
 #include "app/identity.h"
 #include "tests/faults/apart.h"
+#include "tests/faults/commandline.h"
 #include "tests/faults/matrix.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -147,10 +147,7 @@ int main(int argc, char *argv[])
     QStringList arguments = QApplication::arguments().mid(1);
     Choice choice;
     choice.isWhole = arguments.removeAll("--all") > 0;
-    if (arguments.value(0) == "--every") {
-        choice.every = std::max(1, arguments.value(1).toInt());
-        arguments = arguments.mid(2);
-    }
+    choice.every = takeEvery(&arguments);
     choice.machine = arguments.value(0);
     choice.part = arguments.value(1);
     const MachineMaker maker = machineNamed(choice.machine);

@@ -10,6 +10,7 @@
 #include "app/settings.h"
 #include "tests/faults/apart.h"
 #include "tests/faults/callmoment.h"
+#include "tests/faults/commandline.h"
 #include "tests/faults/folders.h"
 #include "tests/faults/machines.h"
 #include "tests/faults/walk.h"
@@ -197,11 +198,7 @@ int main(int argc, char *argv[])
     setApplicationIdentity();
     useFormFont();
     QStringList arguments = QApplication::arguments().mid(1);
-    int every = 1;
-    if (arguments.value(0) == "--every") {
-        every = std::max(1, arguments.value(1).toInt());
-        arguments = arguments.mid(2);
-    }
+    const int every = takeEvery(&arguments);
     const QString machine = arguments.value(0);
     if (machine != "scripted" && machine != "simulated") {
         std::fputs("Usage: phonepulled [--every N] scripted|simulated [PART]\n", stderr);
