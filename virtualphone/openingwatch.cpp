@@ -2,7 +2,6 @@
 
 #include <QFile>
 
-#include <algorithm>
 #include <sys/inotify.h>
 #include <unistd.h>
 #include <utility>
@@ -27,6 +26,7 @@ bool OpeningWatch::start(const QString &node)
     }
     m_tellsOwnOpenings.reset();
     m_openings = 0;
+    m_isAssumed = false;
     m_wasClosed = false;
     return true;
 }
@@ -88,16 +88,22 @@ QVector<OpeningWatch::Event> OpeningWatch::takeEvents()
 void OpeningWatch::count(const QVector<Event> &events, bool wasOpen)
 {
     for (const Event event : events) {
-        if (event == Event::Opened)
-            ++m_openings;
-        else if (m_openings > 0 && --m_openings == 0)
+        if (event == Event::Opened) {
+            // Perhaps only the news of what the master has shown before.
+            m_openings += std::exchange(m_isAssumed, false) ? 0 : 1;
+        } else if (m_openings > 0 && --m_openings == 0) {
+            m_isAssumed = false;
             m_wasClosed = true;
+        }
     }
     const bool endsClosed = !events.isEmpty() && events.last() != Event::Opened;
-    if (!m_isOpen())
+    if (!m_isOpen()) {
         m_openings = 0;
-    else if (wasOpen && !endsClosed)
-        m_openings = std::max(m_openings, 1);
+        m_isAssumed = false;
+    } else if (wasOpen && !endsClosed && m_openings == 0) {
+        m_openings = 1;
+        m_isAssumed = true;
+    }
 }
 
 } // namespace virtualphone

@@ -11,7 +11,8 @@ namespace virtualphone {
 /// Watches a device node being opened and closed, as the file system tells it.
 /// A pseudo-terminal's master alone does not see a slave that is closed and at
 /// once opened again. The file system makes one event of several that are the
-/// same, so what the master sees corrects the count.
+/// same, so what the master sees corrects the count; and it tells of an opening a
+/// moment after the master sees it.
 class OpeningWatch
 {
 public:
@@ -50,6 +51,7 @@ private:
     int m_descriptor = -1;
     std::optional<bool> m_tellsOwnOpenings; // differs between kernels
     int m_openings = 0;
+    bool m_isAssumed = false; // one of them was seen by the master and not told yet
     bool m_wasClosed = false;
 };
 
