@@ -1,5 +1,6 @@
 #include "tests/desktop/desktop.h"
 
+#include "tests/desktop/closerequest.h"
 #include "tests/desktop/grab.h"
 #include "tests/desktop/waiting.h"
 
@@ -307,10 +308,15 @@ void Desktop::minimise(const WindowId &window) const
     waitFor("A minimised window", [&] { return !visibleWindows().contains(window); });
 }
 
+void Desktop::askToClose(const WindowId &window) const
+{
+    requestClose(m_name, window);
+}
+
 void Desktop::close(const WindowId &window) const
 {
-    pressUntil(window, "alt+F4", "The window is gone",
-               [&] { return !visibleWindows().contains(window); });
+    askToClose(window);
+    waitFor("The window is gone", [&] { return !visibleWindows().contains(window); });
 }
 
 QImage Desktop::screen() const

@@ -88,7 +88,9 @@ public:
                     const std::function<bool()> &done) const;
     /// Makes the window disappear into the taskbar.
     void minimise(const WindowId &window) const;
-    /// Closes the window, as its title bar's button does, and waits until it is gone.
+    /// Asks for the window to be closed, as its title bar's button does. It may stay.
+    void askToClose(const WindowId &window) const;
+    /// The same, and waits until it is gone.
     void close(const WindowId &window) const;
 
     /// Whether another program could have the mouse and the keyboard for

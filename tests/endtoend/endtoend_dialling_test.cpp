@@ -34,12 +34,6 @@ WindowId startAndHold(Session &session)
     return session.holdDial();
 }
 
-/// Closes the main window as its title bar's button does. It may stay.
-void closeMainWindow(Session &session)
-{
-    session.desktop.pressIn(session.desktop.waitForWindow(MainTitle), "alt+F4");
-}
-
 } // namespace
 
 void EndToEndDiallingTest::cancelled()
@@ -104,7 +98,7 @@ void EndToEndDiallingTest::closedAndConnected()
 {
     onPreparedPc("closed-and-connected", [](Session &session) {
         startAndHold(session);
-        closeMainWindow(session);
+        session.desktop.askToClose(session.desktop.waitForWindow(MainTitle));
         QVERIFY(!session.helpMenuOpens(Moment));
         session.desktop.keepPicture("closed");
         session.letDialGoOn();
@@ -121,7 +115,7 @@ void EndToEndDiallingTest::closedAndCancelled()
 {
     onPreparedPc("closed-and-cancelled", [](Session &session) {
         startAndHold(session);
-        closeMainWindow(session);
+        session.desktop.askToClose(session.desktop.waitForWindow(MainTitle));
         session.cancelDial();
         QCOMPARE(session.machine.waitForProgramEnd(patience), 0);
         QCOMPARE(session.machine.connectionCount(), 0);

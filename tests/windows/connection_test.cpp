@@ -241,7 +241,7 @@ void ConnectionTest::closedWhileDialling()
         startAndWaitForDialog(machine);
         const WindowId window = desktop.waitForWindow(mainTitle);
         const auto close = [&] {
-            desktop.pressIn(window, "alt+F4");
+            desktop.askToClose(window);
             // Events are taken in their order, so it has been closed when this
             // has come through, too.
             desktop.pressIn(window, "Down");
