@@ -113,11 +113,16 @@ build() {
     cmake --build "build/$preset" ${1:+--target "$@"}
 }
 
-# run_tests FOLDER [OPTION...]: those of a build folder. The whole program's tests
-# mostly wait, but keys that they press are lost where the machine is too busy.
+# How many of CTest's slots there are: two are a processor's work, and each test says
+# how many it takes (tests/CMakeLists.txt).
+test_slots() {
+    echo $((2 * $(nproc)))
+}
+
+# run_tests FOLDER [OPTION...]: those of a build folder.
 run_tests() {
     local folder=$1
     shift
     ctest --test-dir "$folder" --output-on-failure --no-tests=error \
-        --parallel "$(nproc)" "$@"
+        --parallel "$(test_slots)" "$@"
 }
