@@ -27,6 +27,18 @@ template<std::size_t Size> QString fromField(const WCHAR (&field)[Size])
     return QString(reinterpret_cast<const QChar *>(field), static_cast<int>(length));
 }
 
+/// The text with a sign in the place of each character that is not seen, but may do
+/// something where it is shown: control characters, those that turn the direction.
+inline QString withoutHiddenCharacters(QString text)
+{
+    for (QChar &character : text) {
+        if (character.category() == QChar::Other_Control ||
+            character.category() == QChar::Other_Format)
+            character = QChar::ReplacementCharacter;
+    }
+    return text;
+}
+
 /// A QString's UTF-16 units, zero-terminated, valid while the string is
 /// neither changed nor destroyed.
 inline const WCHAR *wide(const QString &text)

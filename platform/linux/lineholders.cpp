@@ -2,6 +2,7 @@
 
 #include "platform/linux/ownership.h"
 #include "platform/linux/seriallock.h"
+#include "platform/text.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -26,7 +27,10 @@ namespace {
 QString programOf(pid_t process)
 {
     QFile file(QString("/proc/%1/comm").arg(process));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()).trimmed() : QString();
+    // Each may call his process what he likes.
+    return file.open(QIODevice::ReadOnly)
+               ? withoutHiddenCharacters(QString::fromUtf8(file.readAll()).trimmed())
+               : QString();
 }
 
 /// The device behind a name; 0 when it is none.

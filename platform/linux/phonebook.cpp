@@ -19,7 +19,9 @@ const char recordMark[] = "# record ";
 const char connectOption[] = "connect ";
 const char upOption[] = "ip-up-script ";
 const char downOption[] = "ip-down-script ";
-const char ownerMark[] = "@";        // in no encoded name
+const char fileOption[] = "file ";
+const char ownerMark[] = "@"; // in no encoded name
+constexpr qint64 LargestRecord = 64 * 1024;
 constexpr int LongestFileName = 240; // "ppp-" and ".pid" go around it
 
 bool isPlain(char character)
@@ -79,13 +81,12 @@ QString programOf(const QByteArray &line)
     return connectLine(program) == line ? program : QString();
 }
 
-/// The program of a line that has an option and one quoted word; empty for any
-/// other.
-QString scriptOf(const QByteArray &line)
+/// The file of a line that has an option and one quoted word; empty for any other.
+QString fileOf(const QByteArray &line)
 {
     const QByteArray option = line.left(line.indexOf(' ') + 1);
-    const QString program = QFile::decodeName(unquoted(line.mid(option.size())));
-    return option + optionWord(QFile::encodeName(program)) == line ? program : QString();
+    const QString path = QFile::decodeName(unquoted(line.mid(option.size())));
+    return option + optionWord(QFile::encodeName(path)) == line ? path : QString();
 }
 
 QByteArray numberOf(const RasEntry &entry)
@@ -152,10 +153,13 @@ std::optional<EntryName> PhoneBook::entryName(const QString &fileName) const
 
 DWORD PhoneBook::readFile(const QString &path, RasEntry *entry) const
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QFileInfo::exists(path) ? ErrorAccessDenied : RasErrorEntryNotFound;
-    const QList<QByteArray> lines = file.readAll().split('\n');
+    QByteArray text;
+    const DWORD code = readStoredFile(path, LargestRecord, &text);
+    if (code == ErrorFileNotFound)
+        return RasErrorEntryNotFound;
+    if (code != Success)
+        return code == ErrorAccessDenied ? code : DWORD(RasErrorCannotOpenPhonebook);
+    const QList<QByteArray> lines = text.split('\n');
     if (lines.first() + '\n' != m_signature)
         return RasErrorCannotOpenPhonebook;
     for (const QByteArray &line : lines) {
@@ -231,17 +235,19 @@ PhoneBook::Peer PhoneBook::peer(const QString &entryName, QString *changeable) c
     if (!isOnlyRoots(*changeable, m_trusted) || !file.open(QIODevice::ReadOnly))
         return Peer::Changeable;
     for (const QByteArray &line : file.readAll().split('\n')) {
-        QStringList programs;
+        QStringList named;
         if (line.startsWith(connectOption)) {
-            programs += programOf(line);
+            named += programOf(line);
+        } else if (line.startsWith(fileOption)) {
+            named += fileOf(line); // whose options may run programs, too
         } else if (line.startsWith(upOption) || line.startsWith(downOption)) {
-            const QString script = scriptOf(line);
-            programs << script << QFileInfo(script).path() + "/LinkChange";
+            const QString script = fileOf(line);
+            named << script << QFileInfo(script).path() + "/LinkChange";
         }
-        for (const QString &program : std::as_const(programs)) {
-            if (isOnlyRoots(program, m_trusted))
+        for (const QString &path : std::as_const(named)) {
+            if (isOnlyRoots(path, m_trusted))
                 continue;
-            *changeable = program.isEmpty() ? QString::fromLocal8Bit(line) : program;
+            *changeable = path.isEmpty() ? QString::fromLocal8Bit(line) : path;
             return Peer::Changeable;
         }
     }

@@ -59,9 +59,9 @@ public:
     enum class Peer {
         Good,
         Missing,
-        Changeable, ///< others than root can change it, or a program that it runs
+        Changeable, ///< others than root can change it, or a program or file that it names
     };
-    /// The programs are those that the entry names: it may have been made by an
+    /// Programs and files are those that the entry names: it may have been made by an
     /// earlier version or by a copy elsewhere. The path that others can change is
     /// told. Only root may ask.
     Peer peer(const QString &entryName, QString *changeable) const;

@@ -2,6 +2,7 @@
 
 #include "platform/linux/udevpointer.h"
 #include "platform/standin/machine.h"
+#include "platform/text.h"
 
 #include <QSet>
 
@@ -64,7 +65,7 @@ SerialPortDevice describe(udev_device *device, bool isPhoneModem, const Program 
     port.node = QString::fromUtf8(udev_device_get_devnode(device));
     port.stableNode = stableNodeOf(device, program);
     port.identity = identityOf(device, usb);
-    port.product = attribute(usb, "product");
+    port.product = withoutHiddenCharacters(attribute(usb, "product"));
     port.isPhoneModem = isPhoneModem;
     return port;
 }

@@ -11,6 +11,10 @@ namespace platform::linuxsystem {
 /// number. 0 without one; a lock file of a process that has ended does not count.
 pid_t lockOwner(const QString &locksFolder, const QString &kernelName);
 
+/// Whether something else than a file has the lock file's name. pppd would wait at a pipe
+/// until somebody writes into it, and look for ever at a link that leads nowhere.
+bool isLockNameTaken(const QString &locksFolder, const QString &kernelName);
+
 inline bool isLineLocked(const QString &locksFolder, const QString &kernelName)
 {
     return lockOwner(locksFolder, kernelName) > 0;

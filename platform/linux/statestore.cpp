@@ -17,6 +17,7 @@ namespace platform::linuxsystem {
 namespace {
 
 constexpr int MostDamaged = 100;
+constexpr qint64 LargestState = 16 * 1024 * 1024; // a thousand times what modems and ports need
 
 } // namespace
 
@@ -33,15 +34,13 @@ QString StateStore::folder() const
 DWORD StateStore::read(QJsonObject *content) const
 {
     *content = {};
-    const QByteArray name = QFile::encodeName(file());
-    const int descriptor = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
+    QByteArray text;
+    const DWORD code = readStoredFile(file(), LargestState, &text);
     // Only a missing file means an empty store. A file that may not be read
     // must not lead to a second installation.
-    if (descriptor < 0)
-        return errno == ENOENT ? DWORD(Success) : errorFromErrno(errno);
-    QFile file;
-    file.open(descriptor, QIODevice::ReadOnly, QFile::AutoCloseHandle);
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
+    if (code != Success)
+        return code == ErrorFileNotFound ? DWORD(Success) : code;
+    const QJsonDocument document = QJsonDocument::fromJson(text);
     if (!document.isObject())
         return ErrorInvalidData;
     *content = document.object();
@@ -70,7 +69,7 @@ DWORD StateStore::change(const std::function<bool(QJsonObject *)> &function)
 
 DWORD StateStore::putAside()
 {
-    const FileLock lock(m_folder + "/state.lock", 0600);
+    const FileLock lock(m_folder + "/state.lock", 0600, m_patience);
     if (lock.error() != 0)
         return errorFromErrno(lock.error());
     // Another name that is there is never taken.

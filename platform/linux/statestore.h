@@ -24,7 +24,7 @@ public:
     explicit StateStore(const QString &folder, std::chrono::milliseconds patience = StorePatience);
 
     /// The content; empty when nothing was ever stored. Success, 5 when it may
-    /// not be read, 13 when it is damaged, 31 or 1167 when the disk fails.
+    /// not be read, 13 when it is damaged or no file, 31 or 1167 when the disk fails.
     DWORD read(QJsonObject *content) const;
 
     /// Changes the content: the function gets what is there and answers
@@ -35,7 +35,8 @@ public:
     DWORD change(const std::function<bool(QJsonObject *content)> &function);
 
     /// Gives the file another name, "state.json.damaged1" or a higher number, so that
-    /// the store is empty. Success, 5 without the rights, 31.
+    /// the store is empty. Success, 5 without the rights, 31, also when a change does not
+    /// end in time.
     DWORD putAside();
 
     QString file() const { return m_folder + "/state.json"; }

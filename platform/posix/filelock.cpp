@@ -20,7 +20,9 @@ constexpr std::chrono::milliseconds Pause(20);
 
 FileLock::FileLock(const QString &path, mode_t mode,
                    std::optional<std::chrono::milliseconds> patience)
-    : m_descriptor(::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, mode))
+    // A link would have the file made wherever it leads.
+    : m_descriptor(::open(QFile::encodeName(path).constData(),
+                          O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, mode))
 {
     m_error = m_descriptor < 0 ? errno : lock(patience);
 }

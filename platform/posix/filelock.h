@@ -14,7 +14,8 @@ class FileLock
 {
 public:
     /// Waits for the lock, at most that long if a patience is given. A missing file
-    /// is made with this mode. Everybody who may open the file can block the others.
+    /// is made with this mode, and no link is followed. Everybody who may open the file can block
+    /// the others.
     FileLock(const QString &path, mode_t mode,
              std::optional<std::chrono::milliseconds> patience = std::nullopt);
     ~FileLock();

@@ -31,6 +31,27 @@ bool writeAll(int descriptor, const QByteArray &content)
 
 } // namespace
 
+DWORD readStoredFile(const QString &path, qint64 largest, QByteArray *content)
+{
+    const QByteArray name = QFile::encodeName(path);
+    const int descriptor =
+        ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0) {
+        const bool isNoFile = errno == ELOOP || errno == ENOTDIR || errno == ENXIO;
+        return isNoFile ? DWORD(ErrorInvalidData) : errorFromErrno(errno);
+    }
+    struct stat facts = {};
+    const bool isFile =
+        ::fstat(descriptor, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_size <= largest;
+    QFile file;
+    if (!isFile || !file.open(descriptor, QIODevice::ReadOnly, QFile::AutoCloseHandle)) {
+        ::close(descriptor);
+        return ErrorInvalidData;
+    }
+    *content = file.read(largest);
+    return file.error() == QFileDevice::NoError ? DWORD(Success) : DWORD(ErrorDeviceNotConnected);
+}
+
 DWORD makeFolder(const QString &path)
 {
     const QFileInfo folder(path);

@@ -9,6 +9,11 @@
 
 namespace platform {
 
+/// Reads a whole file of at most that many bytes: Success, 2 when there is none, 5 when it
+/// may not be read, 13 when it is larger, or anything but a file: a pipe would be waited
+/// for, and a link leads anywhere. The same codes as below for a disk. Any thread.
+DWORD readStoredFile(const QString &path, qint64 largest, QByteArray *content);
+
 /// Makes a folder, and those above it, that everyone may read. Success, also
 /// when it is there already, 5 without the rights, 31 for a disk that is full
 /// or read-only. Any thread.

@@ -120,7 +120,8 @@ QString storedInf(const Machine &machine, const QByteArray &content)
     const QDir store(machine.infFolder());
     for (const QString &name : store.entryList({"oem*.inf"}, QDir::Files)) {
         QFile file(store.filePath(name));
-        if (file.open(QIODevice::ReadOnly) && file.readAll() == content)
+        if (file.size() == content.size() && file.open(QIODevice::ReadOnly) &&
+            file.readAll() == content)
             return name;
     }
     return QString();

@@ -2,6 +2,7 @@
 
 #include "platform/posix/serialdevice.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -12,6 +13,7 @@
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -31,6 +33,8 @@ private slots:
     void whoStillHasItOpenLosesIt();
     void whatItsOwnerClaimsIsNotTaken();
     void aLinkThatIsUpKeepsItsLine();
+    void aLineIsNotLostToAPipe_data();
+    void aLineIsNotLostToAPipe();
     void whatIsNoLineIsLeftToPppd();
 
 private:
@@ -127,6 +131,28 @@ void LineTest::aLinkThatIsUpKeepsItsLine()
     QVERIFY(lock.open(QIODevice::WriteOnly));
     lock.write(QByteArray::number(::getpid()).rightJustified(10) + '\n');
     lock.close();
+    QCOMPARE(hangUp(), DWORD(ErrorAccessDenied));
+    QVERIFY(isConnected(m_former));
+}
+
+void LineTest::aLineIsNotLostToAPipe_data()
+{
+    QTest::addColumn<QString>("kind");
+    for (const char *kind : {"pipe", "link", "folder"})
+        QTest::newRow(kind) << kind;
+}
+
+/// Whatever anybody has put in the lock file's place: pppd would wait there for ever.
+void LineTest::aLineIsNotLostToAPipe()
+{
+    QFETCH(QString, kind);
+    const QString name = m_locks->filePath("LCK.." + QString::fromLatin1(m_node).section('/', -1));
+    if (kind == "pipe")
+        QCOMPARE(::mkfifo(name.toLocal8Bit().constData(), 0666), 0);
+    else if (kind == "link")
+        QVERIFY(QFile::link(m_locks->filePath("none"), name));
+    else
+        QVERIFY(QDir().mkdir(name));
     QCOMPARE(hangUp(), DWORD(ErrorAccessDenied));
     QVERIFY(isConnected(m_former));
 }

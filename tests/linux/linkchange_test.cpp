@@ -6,7 +6,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <fcntl.h>
 #include <memory>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace {
 
@@ -47,6 +50,9 @@ private slots:
     void resolvconfIsTold();
     void otherHooksAreRun();
     void withoutALinkAnotherNetworkIsNobodysConcern();
+    void whoHoldsTheLockDoesNotStopTheLink();
+    void nothingIsWrittenWhereOthersMay_data();
+    void nothingIsWrittenWhereOthersMay();
 
 private:
     QString path(const QString &name) const { return m_folder->filePath(name); }
@@ -100,7 +106,8 @@ void LinkChangeTest::init()
           qMakePair(QByteArray("stub=/run/systemd/resolve\n"),
                     "stub=" + path("stub").toLocal8Bit() + '\n'),
           qMakePair(QByteArray("meant=/run/NetworkManager/resolv.conf "),
-                    "meant=" + path("meant").toLocal8Bit() + ' ')}) {
+                    "meant=" + path("meant").toLocal8Bit() + ' '),
+          qMakePair(QByteArray("patience=30 "), QByteArray("patience=1 "))}) {
         QVERIFY2(script.contains('\n' + constant.first), constant.first.constData());
         script.replace(constant.first, constant.second);
     }
@@ -322,6 +329,59 @@ void LinkChangeTest::otherHooksAreRun()
 void LinkChangeTest::withoutALinkAnotherNetworkIsNobodysConcern()
 {
     QCOMPARE(change({"other"}), QByteArray());
+    QCOMPARE(read("resolv.conf"), lan);
+}
+
+/// Earlier versions made a lock that everybody could read, and so hold.
+void LinkChangeTest::whoHoldsTheLockDoesNotStopTheLink()
+{
+    write("state/link.lock", {});
+    setMode(path("state/link.lock"), 0644);
+    const int held = ::open(path("state/link.lock").toLocal8Bit().constData(), O_RDONLY);
+    QVERIFY(held >= 0);
+    QCOMPARE(::flock(held, LOCK_EX), 0);
+    QCOMPARE(up(), QByteArray("LinkChange: the lock is not given back\n"));
+    QCOMPARE(read("resolv.conf"), phonesBesideLan);
+    ::close(held);
+    QCOMPARE(down(), QByteArray());
+    QCOMPARE(read("resolv.conf"), lan);
+    const auto others = QFile::ReadGroup | QFile::ReadOther;
+    QVERIFY(!(QFile(path("state/link.lock")).permissions() & others));
+}
+
+void LinkChangeTest::nothingIsWrittenWhereOthersMay_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<uint>("owner");
+    QTest::addColumn<bool>("isLink");
+    QTest::newRow("a group") << 0775 << 0U << false;
+    QTest::newRow("everybody") << 0757 << 0U << false;
+    QTest::newRow("everybody, each his own") << 01777 << 0U << false;
+    QTest::newRow("another user's") << 0755 << 1000U << false;
+    QTest::newRow("a link") << 0755 << 0U << true;
+}
+
+void LinkChangeTest::nothingIsWrittenWhereOthersMay()
+{
+    QFETCH(int, mode);
+    QFETCH(uint, owner);
+    QFETCH(bool, isLink);
+    if (owner != 0 && ::geteuid() != 0)
+        QSKIP("Only an administrator can give a folder away.");
+    const QByteArray state = path("state").toLocal8Bit();
+    QVERIFY(QFile::link(path("precious"), path("state/link.lock")));
+    write("precious", "keep this");
+    setMode(path("state"), mode_t(mode));
+    if (owner != 0)
+        QCOMPARE(::chown(state.constData(), owner, owner), 0);
+    if (isLink) {
+        QVERIFY(QFile::rename(path("state"), path("others")));
+        QVERIFY(QFile::link(path("others"), path("state")));
+    }
+    const QByteArray told = "LinkChange: others can change " + state + "\nexit 1";
+    QCOMPARE(up(), told);
+    QCOMPARE(change({"other"}), told);
+    QCOMPARE(read("precious"), QByteArray("keep this"));
     QCOMPARE(read("resolv.conf"), lan);
 }
 

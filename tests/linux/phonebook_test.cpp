@@ -394,6 +394,10 @@ void PhoneBookTest::whatAnEntryRunsIsLookedAtAgain_data()
     QTest::newRow("nothing") << QByteArray("connect ") << false;
     QTest::newRow("no end") << QByteArray("connect \"'/usr/bin/env") << false;
     QTest::newRow("no path") << QByteArray("connect \"'env'\"") << false;
+    // Options of a file that others can change may run whatever they like.
+    QTest::newRow("options") << QByteArray("file \"/usr/bin/env\"") << true;
+    QTest::newRow("others' options") << QByteArray("file \"FOLDER/shared/sign-in\"") << false;
+    QTest::newRow("options without a path") << QByteArray("file sign-in") << false;
 }
 
 void PhoneBookTest::whatAnEntryRunsIsLookedAtAgain()

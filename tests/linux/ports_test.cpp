@@ -2,12 +2,14 @@
 #include <umockdev.h>
 
 #include "app/identity.h"
+#include "install/portdiscovery.h"
 #include "platform/linux/families.h"
 #include "platform/linux/helper/client.h"
 #include "platform/linux/portlist.h"
 #include "platform/linux/statestore.h"
 #include "platform/platform.h"
 #include "platform/standin/lasterror.h"
+#include "platform/standin/memory.h"
 #include "platform/text.h"
 #include "tests/linux/filemode.h"
 #include "tests/linux/toldnotices.h"
@@ -62,6 +64,8 @@ private slots:
     void aStoreThatCannotBeWrittenHidesNoPort();
     void aDamagedStoreIsToldAndKept();
     void aProductsNameIsOnlyText();
+    void hostileDevices_data();
+    void hostileDevices();
     void aMarkedLineWithoutHardwareCounts();
     void aPhonesStableNameIsTheRulesLink();
     void theDeviceSetHoldsThePorts();
@@ -72,6 +76,7 @@ private:
     QString addUsb(const UsbSerial &usb);
     void addLine(const QString &usbDevice, int interface, const QString &name, bool isModem);
     QString addPhone(const QString &socket, const QString &serial, int firstLine);
+    QString addHostile(const QString &socket, QByteArray text, const QString &line);
     void addOnBoard(int number, const QString &type);
     void unplug(const QString &device);
     QStringList names();
@@ -367,6 +372,82 @@ void PortsTest::aProductsNameIsOnlyText()
     addLine(addUsb({"1-2", "0403", "6001", "My USB Modem Driver", "A2"}), 0, "ttyUSB1", false);
     QCOMPARE(names(),
              QStringList({"%1 %2 (COM5) /dev/ttyUSB0", "USB Serial Port (COM6) /dev/ttyUSB1"}));
+}
+
+/// A serial converter that answers with those bytes whatever it is asked for.
+QString PortsTest::addHostile(const QString &socket, QByteArray text, const QString &line)
+{
+    const QString device = addUsb({socket, "0403", "6001", "x", "x"});
+    for (const char *attribute : {"product", "serial", "manufacturer"})
+        umockdev_testbed_set_attribute_binary(m_bed, device.toUtf8().constData(), attribute,
+                                              reinterpret_cast<guint8 *>(text.data()),
+                                              int(text.size()));
+    addLine(device, 0, line, false);
+    return device;
+}
+
+void PortsTest::hostileDevices_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("name");
+    const auto row = [](const char *what, const QByteArray &text, const QString &name) {
+        QTest::newRow(what) << text << name;
+    };
+    const QString plain = "USB Serial Port"; // of a device that tells nothing that counts
+    const QString sign(QChar::ReplacementCharacter);
+    row("nothing", "", plain);
+    row("blanks", " \t\r\n\v\f ", plain);
+    row("lines", "Phone\nUSB\r\nSerial", "Phone USB Serial");
+    row("control characters", "\x01\x1b[2J\x07\x7f", sign + sign + "[2J" + sign + sign);
+    row("other direction", u8"a\u202egpj.exe\u2066", 'a' + sign + "gpj.exe" + sign);
+    row("no UTF-8", "\xff\xfe\xc0\xaf", sign + sign + sign + sign);
+    row("half a character", "Phone\xe2", "Phone" + sign);
+    row("formats", "%n%s%1%2%99", "%n%s%1%2%99");
+    row("a shell's", "`reboot`;$(reboot)|reboot&\"'\\", "`reboot`;$(reboot)|reboot&\"'\\");
+    row("a path", "../../../etc/passwd", "../../../etc/passwd");
+    row("JSON", "\":{},\"devices\":[{}],\"x", "\":{},\"devices\":[{}],\"x");
+    row("INI", "x]\n[General]\nCurrentPort=99", "x] [General] CurrentPort=99");
+    row("udev's", "x\nE:TOLVANE_MODEM_PORT=1", "x E:TOLVANE_MODEM_PORT=1");
+    row("an identity", "usb:0e8d:0003:ABC123:00", "usb:0e8d:0003:ABC123:00");
+    row("HTML", "<img src=x><b>", "<img src=x><b>");
+    row("a number", "Phone (COM5)", "Phone (COM5)");
+    row("a phone's port", "USB Modem Driver (COM5)", plain);
+    row("a phone's other port", "Tolvane Modem Driver", plain);
+    row("a phone's port in two lines", "USB Modem\nDriver", plain);
+    row("a phone's port with other blanks", u8"USB Modem\u00a0Driver", plain);
+    row("long", QByteArray(3000, 'x'), QString(3000, 'x'));
+}
+
+/// Whatever a device calls itself: the phone is found, and what is stored of it stays.
+void PortsTest::hostileDevices()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, name);
+    addPhone("1-2", "ABC123", 0);
+    QCOMPARE(names().size(), 2);
+    const QString device = addHostile("1-1", text, "ttyUSB0");
+    const QStringList all{"USB Modem Driver (COM5) /dev/ttyACM0",
+                          "MT62xx phone 4 (COM6) /dev/ttyACM1", name + " (COM7) /dev/ttyUSB0"};
+    QCOMPARE(names(), all);
+    QJsonObject kept;
+    QCOMPARE(StateStore(m_store->folder()).read(&kept), DWORD(Success));
+    QCOMPARE(kept.keys(), QStringList("ports"));
+    QCOMPARE(kept.value("ports").toObject().size(), 3);
+    // Told apart from the phone, and found again, by another program.
+    m_store = std::make_shared<StateStore>(m_store->folder());
+    unplug(device);
+    QCOMPARE(names(), all.mid(0, 2));
+
+    Platform installation;
+    provideErrorHandling(&installation);
+    provideMemory(&installation);
+    provideDeviceInstallation(&installation, programIdentity(), m_store,
+                              std::make_shared<HelperClient>(SystemPaths()),
+                              std::make_shared<ToldNotices>());
+    setCurrent(&installation);
+    addHostile("1-4", text, "ttyUSB3");
+    QCOMPARE(names().last(), name + " (COM7) /dev/ttyUSB3");
+    QCOMPARE(GetModemPorts(), QList<int>{5});
 }
 
 void PortsTest::aDamagedStoreIsToldAndKept()

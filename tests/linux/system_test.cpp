@@ -51,7 +51,9 @@ private slots:
     void portsThatAreNotThere();
     void announcedLinesAreInUse_data();
     void announcedLinesAreInUse();
+    void whatIsNoLockFileIsNoLock_data();
     void whatIsNoLockFileIsNoLock();
+    void aLockThatMayNotBeReadIsPppds();
     void twoChangesAtOnceBothLast();
     void aChangeDoesNotWaitForEver();
     void theStoreIsEveryonesToRead();
@@ -287,6 +289,14 @@ void SystemTest::announcedLinesAreInUse_data()
     QTest::newRow("another user's") << QByteArray("         1\n") << true;
     QTest::newRow("dead") << QByteArray("   4194305\n") << false; // beyond the highest number
     QTest::newRow("nonsense") << QByteArray("x\n") << false;
+    QTest::newRow("nobody") << QByteArray("         0\n") << false;
+    QTest::newRow("a group of processes") << QByteArray("        -1\n") << false;
+    QTest::newRow("too large") << QByteArray("99999999999999999999\n") << false;
+    QTest::newRow("1 with a bit too many") << QByteArray("4294967297\n") << false;
+    QTest::newRow("bytes") << QByteArray("\x01\x00\x00\x00", 4) << false;
+    QTest::newRow("a format") << QByteArray("%n%n%n%n\n") << false;
+    QTest::newRow("endless") << QByteArray(1000000, '9') << false;
+    QTest::newRow("what follows") << QByteArray::number(::getpid()) + " minicom anna\n" << true;
 }
 
 void SystemTest::announcedLinesAreInUse()
@@ -299,14 +309,49 @@ void SystemTest::announcedLinesAreInUse()
     QCOMPARE(lockOwner(m_folder->path(), "ttyACM1"), pid_t(0));
 }
 
+void SystemTest::whatIsNoLockFileIsNoLock_data()
+{
+    QTest::addColumn<QString>("kind");
+    for (const char *kind : {"pipe", "link", "link to nowhere", "folder", "socket"})
+        QTest::newRow(kind) << kind;
+}
+
 /// Anyone may put things into the folder of locks.
 void SystemTest::whatIsNoLockFileIsNoLock()
 {
-    QCOMPARE(::mkfifo(m_folder->filePath("LCK..ttyACM0").toLocal8Bit().constData(), 0666), 0);
-    QCOMPARE(lockOwner(m_folder->path(), "ttyACM0"), pid_t(0));
+    QFETCH(QString, kind);
+    const QString name = m_folder->filePath("LCK..ttyACM0");
     write("elsewhere", QByteArray::number(::getpid()) + '\n');
-    QVERIFY(QFile::link(m_folder->filePath("elsewhere"), m_folder->filePath("LCK..ttyACM1")));
-    QCOMPARE(lockOwner(m_folder->path(), "ttyACM1"), pid_t(0));
+    if (kind == "pipe")
+        QCOMPARE(::mkfifo(name.toLocal8Bit().constData(), 0666), 0);
+    else if (kind == "link")
+        QVERIFY(QFile::link(m_folder->filePath("elsewhere"), name));
+    else if (kind == "link to nowhere")
+        QVERIFY(QFile::link(m_folder->filePath("none"), name));
+    else if (kind == "folder")
+        QVERIFY(QDir().mkdir(name));
+    else
+        QCOMPARE(::mknod(name.toLocal8Bit().constData(), S_IFSOCK | 0666, 0), 0);
+    QCOMPARE(lockOwner(m_folder->path(), "ttyACM0"), pid_t(0));
+    QVERIFY(isLockNameTaken(m_folder->path(), "ttyACM0"));
+    // A line without one, and a real lock file.
+    QVERIFY(!isLockNameTaken(m_folder->path(), "ttyACM1"));
+    write("LCK..ttyACM1", "x");
+    QVERIFY(!isLockNameTaken(m_folder->path(), "ttyACM1"));
+}
+
+/// Others cannot tell whose it is; pppd can, as root.
+void SystemTest::aLockThatMayNotBeReadIsPppds()
+{
+    setMode(m_folder->path(), 0755);
+    write("LCK..ttyACM0", QByteArray::number(::getpid()) + '\n');
+    setMode(m_folder->filePath("LCK..ttyACM0"), 0);
+    {
+        const OrdinaryUser user;
+        QCOMPARE(lockOwner(m_folder->path(), "ttyACM0"), pid_t(0));
+        QVERIFY(!isLockNameTaken(m_folder->path(), "ttyACM0"));
+    }
+    QCOMPARE(lockOwner(m_folder->path(), "ttyACM0"), ::geteuid() == 0 ? ::getpid() : 0);
 }
 
 void SystemTest::twoChangesAtOnceBothLast()
@@ -345,6 +390,7 @@ void SystemTest::aChangeDoesNotWaitForEver()
         QCOMPARE(other.error(), 0);
         QCOMPARE(store.change(change), DWORD(ErrorGenFailure));
         QVERIFY(!wasCalled);
+        QCOMPARE(store.putAside(), DWORD(ErrorGenFailure));
     }
     QCOMPARE(store.change(change), DWORD(Success));
     QVERIFY(wasCalled);

@@ -1,5 +1,6 @@
 #include "platform/linux/helper/checks.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QSet>
@@ -92,6 +93,22 @@ bool keepsModems(const DeviceList &wanted, const DeviceList &present)
 }
 
 } // namespace
+
+QString changeablePath(const SystemPaths &paths)
+{
+    QStringList all{paths.helper, paths.pppd, paths.drivers + "/DialPhone",
+                    paths.drivers + "/InstallDriver"};
+    const auto everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    for (const QString &name : QDir(paths.drivers).entryList(everything))
+        all += paths.drivers + '/' + name;
+    for (const char *part : {"/state.json", "/state.lock", "/entries", "/inf", "/sign-in"})
+        all += paths.state + part;
+    for (const QString &path : std::as_const(all)) {
+        if (!isOnlyRoots(path, paths.trusted))
+            return path;
+    }
+    return {};
+}
 
 bool isPlainLine(const QString &text, int longest)
 {

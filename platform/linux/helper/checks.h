@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/systempaths.h"
 #include "platform/standin/devices.h"
 
 #include <QString>
@@ -7,6 +8,10 @@
 // What the helper believes of a request. Everything in it may have been written by
 // somebody who wants more than he may.
 namespace platform::linuxsystem {
+
+/// What is run with root's rights, becomes a rule of the system, or tells root what to do
+/// and where to write, and can be changed by others; empty when nothing can.
+QString changeablePath(const SystemPaths &paths);
 
 /// Whether a text is one line of at most that many characters, all of them
 /// printable and of ASCII.

@@ -14,7 +14,8 @@ namespace platform::linuxsystem {
 DWORD hangUpLine(const QString &node, const QString &locksFolder)
 {
     // A link that is up must not lose its line.
-    if (isLineLocked(locksFolder, QFileInfo(node).fileName()))
+    const QString kernelName = QFileInfo(node).fileName();
+    if (isLineLocked(locksFolder, kernelName) || isLockNameTaken(locksFolder, kernelName))
         return ErrorAccessDenied;
     DWORD error = Success;
     const int descriptor = openSerialDevice(QFile::encodeName(node).constData(), &error);

@@ -1,10 +1,9 @@
 #include "platform/linux/helper/program.h"
 
+#include "platform/linux/helper/checks.h"
 #include "platform/linux/helper/service.h"
 #include "platform/linux/helper/surroundings.h"
-#include "platform/linux/ownership.h"
 
-#include <QDir>
 #include <QString>
 
 #include <cstdio>
@@ -38,22 +37,6 @@ std::optional<uid_t> asker()
     return user;
 }
 
-/// What is run as root, or becomes a rule of the system, and can be changed by
-/// others; empty when nothing can.
-QString changeableFile(const SystemPaths &paths)
-{
-    QStringList files{paths.helper, paths.pppd, paths.drivers + "/DialPhone",
-                      paths.drivers + "/InstallDriver"};
-    const auto all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-    for (const QString &name : QDir(paths.drivers).entryList(all))
-        files += paths.drivers + '/' + name;
-    for (const QString &file : std::as_const(files)) {
-        if (!isOnlyRoots(file, paths.trusted))
-            return file;
-    }
-    return {};
-}
-
 } // namespace
 
 int runHelper(int argc, char *argv[], const Program &program)
@@ -70,7 +53,7 @@ int runHelper(int argc, char *argv[], const Program &program)
         return refuse(program, "this process cannot be put in order");
     SystemPaths paths = SystemPaths::ofThisSystem(program);
     paths.user = *user;
-    const QString changeable = changeableFile(paths);
+    const QString changeable = changeablePath(paths);
     if (!changeable.isEmpty())
         return refuse(program, "others than root can change " + changeable);
     return serve(paths, program, *role, STDIN_FILENO, STDOUT_FILENO);
