@@ -20,8 +20,9 @@ TOP = os.path.dirname(os.path.dirname(HERE))
 FOLDERS = ["app", "mainwindow", "dialup", "serial", "install", "wizard", "dialogs", "operators"]
 # What only the whole program shows: the end-to-end tests start it.
 LEFT_OUT = {"app/main.cpp", "app/operatorsmain.cpp", "app/helper.cpp"}
-# Folders whose tests look at the others' work, too.
+# Folders whose tests look at the others' work, too; not at the second program's.
 WIDER = ["app", "mainwindow", "wizard", "install", "dialup", "operators"]
+ALONE = "operators"
 TEST_LIMIT = 20  # seconds for one test: a defect may make it wait for ever
 COMPILE_LIMIT = 300  # seconds
 
@@ -47,10 +48,14 @@ CALL = re.compile(r'^\s+(?!return\b|delete\b|throw\b|using\b|const\b|auto\b|stat
                   r'[\w:]+(?:(?:\.|->|::)\w+|\([^()]*\)|\[[^\]]*\])*\(.*\);$')
 
 
+def lines_of(path):
+    with open(os.path.join(TOP, path), encoding="utf-8") as file:
+        return file.read().split("\n")
+
+
 def mutants_of(path):
     """All defects of a file: (line number, line, changed line), in order."""
-    with open(os.path.join(TOP, path), encoding="utf-8") as file:
-        lines = file.read().split("\n")
+    lines = lines_of(path)
     result = []
     in_comment = False
     for number, line in enumerate(lines):
@@ -94,19 +99,21 @@ def all_mutants():
             for mutant in mutants_of(path)]
 
 
+def block_of(mutant):
+    """A defect as the file "survivors" names it. A line that its file has more than once
+    is told apart by the one before it."""
+    path, number, line, changed = mutant
+    lines = [one.strip() for one in lines_of(path)]
+    before = next((one for one in reversed(lines[:number]) if one), "")
+    after = "after: %s\n" % before if lines.count(line.strip()) > 1 else ""
+    return "file: %s\n%sline: %s\nbecomes: %s\n" % (path, after, line.strip(), changed.strip())
+
+
 def accepted_survivors():
-    """The defects that no test has to find: (path, line, changed line), both stripped."""
-    result = set()
-    entry = {}
+    """The blocks of the defects that no test has to find."""
     with open(os.path.join(HERE, "survivors"), encoding="utf-8") as file:
-        for line in file:
-            key, separator, value = line.rstrip("\n").partition(": ")
-            if not separator:
-                continue
-            entry[key] = value.strip()
-            if key == "becomes":
-                result.add((entry["file"], entry["line"], entry["becomes"]))
-    return result
+        text = re.sub(r'^#.*\n', "", file.read(), flags=re.MULTILINE)
+    return {block.strip("\n") + "\n" for block in text.split("\n\n")}
 
 
 class Tree:
@@ -148,6 +155,7 @@ class Tree:
         environment = "CCACHE_BASEDIR=%s" % self.source
         subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja",
                         "-DCMAKE_BUILD_TYPE=None", "-DTMC_LINUX_BACKEND=OFF",
+                        "-DTMC_TEST_TIMEOUT=%d" % TEST_LIMIT,
                         "-DCMAKE_CXX_COMPILER_LAUNCHER=env;%s;CCACHE_NOHASHDIR=true;ccache"
                         % environment], check=True, stdout=subprocess.DEVNULL)
 
@@ -157,11 +165,12 @@ class Tree:
                             + ["tests/%s/all" % folder for folder in folders], limit)
 
     def failing_test(self, folders):
-        """The first test that fails; an empty text when none does."""
+        """The first test that fails; an empty text when none does. Each takes two of
+        CTest's slots."""
         for folder in folders:
             status, output = self.command(
                 ["ctest", "--test-dir", os.path.join(self.build, "tests", folder), "--parallel",
-                 "2", "--timeout", str(TEST_LIMIT), "--stop-on-failure", "--no-tests=error"], None)
+                 str(2 * (os.cpu_count() or 1)), "--stop-on-failure", "--no-tests=error"], None)
             if status != 0:
                 failed = re.search(r'^\s+\d+ - (\S+) \((.*)\)$', output, re.MULTILINE)
                 return "%s (%s)" % failed.groups() if failed else folder
@@ -192,13 +201,12 @@ class Tree:
 def try_mutant(tree, mutant):
     """What comes of a defect: "caught by ...", "does not compile" or "survives"."""
     path, number, _, changed = mutant
-    with open(os.path.join(TOP, path), encoding="utf-8") as file:
-        original = file.read()
-    lines = original.split("\n")
+    lines = lines_of(path)
+    original = "\n".join(lines)
     lines[number] = changed
     own = path.split("/")[0]
-    others = [folder for folder in WIDER if folder != own]
-    for folders in [own], others:
+    others = [folder for folder in WIDER if folder != own and own != ALONE]
+    for folders in filter(None, ([own], others)):
         tree.ensure_sound(folders)
         tree.write(path, "\n".join(lines))
         try:
@@ -221,18 +229,20 @@ def main():
                         help="only N of them, spread over all files; the same each time")
     parser.add_argument("--seed", type=int, default=1, help="for another sample")
     parser.add_argument("--list", action="store_true", help="only print them")
-    parser.add_argument("path", nargs="*", help="only files that begin like this: install/port")
+    parser.add_argument("path", nargs="*", help=(
+        "only files that begin like this: install/port; or one line: app/messagelog.cpp:45"))
     options = parser.parse_args()
 
     mutants = all_mutants()
     total = len(mutants)
     if options.path:
-        mutants = [one for one in mutants if one[0].startswith(tuple(options.path))]
+        mutants = [one for one in mutants if one[0].startswith(tuple(options.path))
+                   or "%s:%d" % (one[0], one[1] + 1) in options.path]
     if options.sample:
         mutants = sorted(random.Random(options.seed).sample(mutants,
                                                             min(options.sample, len(mutants))))
     if not mutants:
-        sys.exit("scripts/mutants: there is no such file")
+        sys.exit("scripts/mutants: there is no such file or line")
     if options.list:
         for path, number, line, changed in mutants:
             print("%s:%d\n-%s\n+%s" % (path, number + 1, line.strip(), changed.strip()))
@@ -243,15 +253,15 @@ def main():
     accepted = accepted_survivors()
     counts = {"caught": 0, "does not compile": 0, "survives": 0, "accepted": 0}
     for at, mutant in enumerate(mutants, 1):
-        path, number, line, changed = mutant
-        if (path, line.strip(), changed.strip()) in accepted:
+        path, number, _, _ = mutant
+        if block_of(mutant) in accepted:
             counts["accepted"] += 1
             continue
         result = try_mutant(tree, mutant)
         counts["caught" if result.startswith("caught") else result] += 1
         print("[%d/%d] %s:%d %s" % (at, len(mutants), path, number + 1, result))
         if result == "survives":
-            print("file: %s\nline: %s\nbecomes: %s" % (path, line.strip(), changed.strip()))
+            print(block_of(mutant))
         sys.stdout.flush()
     print("%d of %d defects tried: %d caught, %d do not compile, %d change nothing (see "
           "tests/mutants/survivors), %d survive"
