@@ -3,6 +3,7 @@
 #include "app/diagnostics.h"
 #include "app/identity.h"
 #include "app/messagelog.h"
+#include "tests/app/hangingfolder.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -21,7 +22,7 @@ void logOfEveryKind()
     printDiagnostic("\nWriteFile completed immediately.\n");
     logError(QString("SetCurrentPortSettings"), "No ports available");
     qWarning("A warning");
-    printDiagnostic("%.*s\n", 100, "\r\nOK\r\n");
+    printDiagnostic("%.*s\n", 100, "ATZ\r\r\nOK\r\n");
     qDebug() << QString::fromUtf8("\u00e4 \u0995").toUtf8().constData() << "a\x1b[0m\tb\x7f";
 }
 
@@ -38,7 +39,7 @@ void logInThreads()
         thread.join();
 }
 
-/// More than a folder can take at once.
+/// More than can wait for a folder that does not answer.
 void logMuch()
 {
     const QByteArray line(1000, 'x');
@@ -67,7 +68,13 @@ int main(int argc, char *argv[])
         logInThreads();
     else if (what == "more than can wait")
         logMuch();
-    else if (what == "fatal")
+    else if (what == "more than can wait, then it answers") {
+        logMuch();
+        letFolderAnswer();
+        // Each returns at once when everything is in the files.
+        for (int tries = 0; tries < 40; ++tries)
+            finishMessageLog();
+    } else if (what == "fatal")
         qFatal("the last words");
     else if (what != "nothing")
         return 2;

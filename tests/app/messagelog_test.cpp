@@ -41,6 +41,8 @@ private slots:
     void fullDisk();
     void folderThatDoesNotAnswer_data();
     void folderThatDoesNotAnswer();
+    void folderThatAnswersAgain();
+    void theEndDoesNotWaitLonger();
     void noThreadToBeHad();
     void theDiskIsBack();
 
@@ -147,6 +149,7 @@ void MessageLogTest::everyLineHasItsTime()
     QCOMPARE(run("kinds").exitCode, 0);
     const QDateTime after = QDateTime::currentDateTime();
     QCOMPARE(files().size(), 1);
+    QCOMPARE(files().filter(QRegularExpression("^messages-[-0-9]{19}\\.log$")), files());
     QList<QByteArray> all = contentOf(files().first()).split('\n');
     QVERIFY(all.takeLast().isEmpty());
     const QRegularExpression heading(
@@ -163,8 +166,8 @@ void MessageLogTest::everyLineHasItsTime()
              QList<QByteArray>(
                  {"Msg from  isDialupConnectionConnected  -  \"No of Connections = 0\"",
                   "connection name in reg:  \"TolvaneModem 1\"", "WriteFile completed immediately.",
-                  "ERROR  \"SetCurrentPortSettings\"  -  No ports available", "A warning", "OK",
-                  "\u00e4 \u0995 a?[0m\tb?"}));
+                  "ERROR  \"SetCurrentPortSettings\"  -  No ports available", "A warning", "ATZ",
+                  "OK", "\u00e4 \u0995 a?[0m\tb?"}));
 }
 
 void MessageLogTest::theFirstLineMakesTheFile()
@@ -318,6 +321,49 @@ void MessageLogTest::folderThatDoesNotAnswer()
     // The end waits a quarter of a second, and this may be a slow machine.
     QVERIFY(times[1].toInt() >= 200);
     QVERIFY(times[1].toInt() < 2000);
+}
+
+// Whoever reads the files is told how much is not in them.
+void MessageLogTest::folderThatAnswersAgain()
+{
+    if (QSysInfo::kernelType() == "winnt")
+        QSKIP("the probe has no such folder there");
+    m_log = m_folder->filePath("hanging/log");
+    QCOMPARE(run("more than can wait, then it answers").exitCode, 0);
+    const QRegularExpression note("^(\\d+) messages are missing here$");
+    int written = 0;
+    int missing = 0;
+    const QStringList names = files();
+    for (const QString &name : names) {
+        QList<QByteArray> all = contentOf(name).split('\n');
+        all.removeFirst();
+        QVERIFY(all.takeLast().isEmpty());
+        for (const QByteArray &line : std::as_const(all)) {
+            if (line.endsWith(QByteArray(1000, 'x'))) {
+                ++written;
+                continue;
+            }
+            const QRegularExpressionMatch match = note.match(QString::fromUtf8(line));
+            QVERIFY2(match.hasMatch(), line.constData());
+            missing += match.captured(1).toInt();
+        }
+    }
+    QVERIFY(missing > 0);
+    QCOMPARE(written + missing, 3000);
+}
+
+// A quarter of a second is for a folder that does not answer. One short end of
+// many is enough: this may be a busy machine.
+void MessageLogTest::theEndDoesNotWaitLonger()
+{
+    QList<int> times;
+    while (times.size() < 20 && (times.isEmpty() || times.last() >= 200)) {
+        const Run result = run("kinds");
+        QCOMPARE(result.exitCode, 0);
+        times.append(result.output.trimmed().split(' ').last().toInt());
+    }
+    qInfo("The end took %d ms", times.last());
+    QVERIFY(times.last() < 200);
 }
 
 // The toolkit says so in a message, which comes to the log, too.

@@ -5,8 +5,11 @@
 
 #include <QComboBox>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QMenuBar>
 #include <QMouseEvent>
+#include <QShortcut>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <memory>
@@ -271,6 +274,28 @@ private slots:
         // The next key is the list's again.
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
         QCOMPARE(operators(window)->currentText(), QString("GrameenPhone"));
+    }
+
+    /// Another window, such as a dial dialog, hears its keys as ever: what its
+    /// field wants to have is not a shortcut.
+    void otherWindowsKeepTheirKeys()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        bench.answerDial();
+        QWidget other;
+        QLineEdit field("a text", &other);
+        const QShortcut selectAll(QKeySequence::SelectAll, &other);
+        QSignalSpy shortcuts(&selectAll, &QShortcut::activated);
+        bench.machine.whileDialling = [&] {
+            other.show();
+            QVERIFY(QTest::qWaitForWindowActive(&other));
+            QTest::keySequence(&field, QKeySequence::SelectAll);
+        };
+        button(window, "connectButton")->click();
+        QCOMPARE(field.selectedText(), QString("a text"));
+        QCOMPARE(shortcuts.size(), 0);
     }
 
     void clicksWhileBlockedOpenNothing_data()
