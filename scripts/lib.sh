@@ -82,6 +82,11 @@ need_display_packages() {
         fonts-liberation fonts-dejavu-core
 }
 
+# What counts the lines that the tests run.
+need_coverage_packages() {
+    need_packages "what counts the lines that were run" gcovr python3
+}
+
 # What boots user-mode Linux, and what runs in it.
 need_guest_packages() {
     need_packages "user-mode Linux and what runs in it" \
@@ -125,4 +130,21 @@ run_tests() {
     shift
     ctest --test-dir "$folder" --output-on-failure --no-tests=error \
         --parallel "$(test_slots)" "$@"
+}
+
+# forget_counts: what the tests in build/coverage have run before is not counted.
+forget_counts() {
+    find build/coverage -name '*.gcda' -delete
+}
+
+# count_lines: those that they have run since, for tests/coverage/check.py. Without the
+# branches that the compiler makes for exceptions.
+count_lines() {
+    say "Counting the lines that were run; build/coverage/report/index.html shows them"
+    mkdir -p build/coverage/report
+    gcovr --root . --object-directory build/coverage \
+        --filter '(app|mainwindow|dialup|serial|install|wizard|dialogs|operators|platform)/' \
+        --exclude '.*_autogen.*' --exclude-throw-branches --exclude-unreachable-branches \
+        --json build/coverage/coverage.json --html-details build/coverage/report/index.html \
+        build/coverage 2>build/coverage/gcovr.log || die "gcovr failed; see build/coverage/gcovr.log"
 }

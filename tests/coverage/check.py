@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Prints how much of each file was run, and what was not. Called by scripts/coverage.
+"""Prints how much of each file was run, and what was not. Called by ./test and
+scripts/coverage.
 
-check.py [--only-print] FILE: what gcovr --json wrote. Ends with 1 when a line was not
+check.py [--only-print]: reads what gcovr wrote. Ends with 1 when a line was not
 run that "exceptions" does not name, when it names one that is gone, or when less than
 93 % of the branches were run. The platform layer is only printed: what is not
 run there is mostly calls of the system that fail, and what user-mode Linux and Wine run.
@@ -39,7 +40,7 @@ def exceptions():
 
 def main():
     only_print = "--only-print" in sys.argv
-    with open(sys.argv[-1], encoding="utf-8") as file:
+    with open(os.path.join(TOP, "build/coverage/coverage.json"), encoding="utf-8") as file:
         files = json.load(file)["files"]
     allowed = exceptions()
     used = set()
