@@ -55,6 +55,7 @@ private slots:
     void operatorOfAnotherCountry();
     void networkAsksForNameAndPassword();
     void portInUseByAnotherProgram();
+    void aPipeInTheLocksPlaceIsNotWaitedFor();
     void phoneIsUnpluggedAndPluggedIn();
     void ordinaryUserSetsUpAndDials();
     void ordinaryUserWithoutRights();
@@ -372,6 +373,20 @@ void LinuxScenarios::portInUseByAnotherProgram()
         person.desktop.keepPicture("port-in-use");
         other.end();
         person.endProgram();
+    });
+}
+
+// Anybody may put it there, and pppd would wait at it for ever.
+void LinuxScenarios::aPipeInTheLocksPlaceIsNotWaitedFor()
+{
+    scenario([&](Person &person) {
+        letLineSettle();
+        runInGuest("mkfifo", {"/run/lock/LCK..ttyS0"});
+        person.pressMainButton();
+        person.dialInVain("pipe-in-the-locks-place", "another program may be using it", 633);
+        QFile::remove("/run/lock/LCK..ttyS0");
+        reconnect(person);
+        disconnect(person);
     });
 }
 
