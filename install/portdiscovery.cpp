@@ -23,6 +23,7 @@ QString friendlyName(HDEVINFO set, DeviceInfoData *device)
     DWORD type = 0;
     DWORD size = 0;
     BYTE *buffer = nullptr;
+    SIZE_T bytes = 0; // of the buffer
     bool read = false;
     for (int tries = 1; !(read = current().SetupDiGetDeviceRegistryPropertyW(
                               set, device, PropertyFriendlyName, &type, buffer, size, &size));
@@ -30,12 +31,14 @@ QString friendlyName(HDEVINFO set, DeviceInfoData *device)
         if (current().GetLastError() != ErrorInsufficientBuffer || tries == MostTries)
             break;
         current().LocalFree(buffer);
-        buffer = static_cast<BYTE *>(current().LocalAlloc(LocalZeroInit, SIZE_T{size} * 2));
+        bytes = SIZE_T{size} * 2;
+        buffer = static_cast<BYTE *>(current().LocalAlloc(LocalZeroInit, bytes));
         if (!buffer)
             break;
     }
     const QString name =
-        read && buffer ? fromWide(reinterpret_cast<const WCHAR *>(buffer)) : QString();
+        read && buffer ? fromBuffer(reinterpret_cast<const WCHAR *>(buffer), bytes / sizeof(WCHAR))
+                       : QString();
     current().LocalFree(buffer);
     return name;
 }

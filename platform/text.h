@@ -17,14 +17,18 @@ inline QString fromWide(const WCHAR *text)
     return QString::fromUtf16(reinterpret_cast<const char16_t *>(text));
 }
 
-/// The text of a record's fixed field: ends at the terminator or, where there
-/// is none, at the end of the field.
+/// The text of a buffer of so many units: up to its terminator or, where there is
+/// none, to the end of the buffer.
+inline QString fromBuffer(const WCHAR *buffer, std::size_t size)
+{
+    const auto length = std::find(buffer, buffer + size, WCHAR{0}) - buffer;
+    return QString(reinterpret_cast<const QChar *>(buffer), static_cast<int>(length));
+}
+
+/// The text of a record's fixed field, in the same way.
 template<std::size_t Size> QString fromField(const WCHAR (&field)[Size])
 {
-    std::size_t length = 0;
-    while (length < Size && field[length] != 0)
-        ++length;
-    return QString(reinterpret_cast<const QChar *>(field), static_cast<int>(length));
+    return fromBuffer(field, Size);
 }
 
 /// The text with a sign in the place of each character that is not seen, but may do

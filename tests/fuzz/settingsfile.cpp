@@ -29,10 +29,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QString file = QSettings().fileName();
     const QByteArray content(reinterpret_cast<const char *>(data), static_cast<int>(size));
     QDir().mkpath(QFileInfo(file).path());
-    QFile written(file);
-    require(written.open(QIODevice::WriteOnly) && written.write(content) == content.size(),
-            "the settings file can be written");
-    written.close();
+    // Only whoever reads a file first is told that it is damaged; so one is read for that.
+    const QString alone = scratch.path(QString("alone%1.ini").arg(number));
+    for (const QString &name : {file, alone}) {
+        QFile written(name);
+        require(written.open(QIODevice::WriteOnly) && written.write(content) == content.size(),
+                "the settings file can be written");
+    }
+    const QSettings read(alone, QSettings::IniFormat);
+    read.allKeys();
+    const bool isDamaged = read.status() == QSettings::FormatError;
 
     preserveDamagedSettings();
     hasDialupEntry();
@@ -45,7 +51,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     vanishingOperator(storedList(Scope::User).list);
 
     // What cannot be read is still there after a write.
-    const bool isDamaged = QSettings().status() == QSettings::FormatError;
     QSettings().setValue(settingskeys::CurrentPort, 7);
     require(QSettings().value(settingskeys::CurrentPort).toInt() == 7, "a value is kept");
     if (isDamaged) {

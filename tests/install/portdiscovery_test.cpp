@@ -57,6 +57,35 @@ public:
     }
 };
 
+/// Fills a buffer of so few bytes that there is no room for a terminator, in memory in
+/// which more text follows.
+class TinyNameMachine : public ScriptedMachine
+{
+public:
+    explicit TinyNameMachine(DWORD size = 1)
+    {
+        SetupDiGetDeviceRegistryPropertyW = [this, size](HDEVINFO, DeviceInfoData *, DWORD, DWORD *,
+                                                         BYTE *buffer, DWORD, DWORD *required) {
+            *required = size;
+            std::fill_n(buffer, buffer ? size : 0, BYTE{'A'});
+            if (!buffer)
+                SetLastError(ErrorInsufficientBuffer);
+            return buffer ? 1 : 0;
+        };
+        LocalAlloc.wrap([](auto &next, UINT flags, SIZE_T bytes) {
+            void *block = next(flags, bytes + sizeof(WCHAR) * 10);
+            copyToBuffer("BBBB", reinterpret_cast<WCHAR *>(static_cast<BYTE *>(block) + bytes), 10);
+            return block;
+        });
+    }
+};
+
+class NoNameMachine : public TinyNameMachine
+{
+public:
+    NoNameMachine() : TinyNameMachine(0) {}
+};
+
 /// The set of the Ports class with DIGCF_PRESENT.
 const QString presentPorts = "SetupDiGetClassDevsW(&, null, null, 2)";
 /// The two queries for SPDRP_FRIENDLYNAME: for the name's size in bytes, then
@@ -93,6 +122,7 @@ private slots:
     void nameThatNeverFits();
     void unreadableName();
     void emptyProperty();
+    void aNameEndsWithItsBuffer();
     void noPorts();
     void enumerationEnds_data();
     void enumerationEnds();
@@ -238,6 +268,18 @@ void PortDiscoveryTest::unreadableName()
     QCOMPARE(bench.log.lines(),
              QStringList({device(""), device("USB Modem Driver (COM6)"), "Got Port  6"}));
     QCOMPARE(bench.leftOpen(), QString());
+}
+
+void PortDiscoveryTest::aNameEndsWithItsBuffer()
+{
+    Bench<TinyNameMachine> tiny;
+    tiny.machine.ports = {{"USB Modem Driver (COM5)"}};
+    QCOMPARE(GetModemPorts(), QList<int>());
+    QCOMPARE(tiny.log.lines(), QStringList({device("A")}));
+    Bench<NoNameMachine> none;
+    none.machine.ports = {{"USB Modem Driver (COM5)"}};
+    QCOMPARE(GetModemPorts(), QList<int>());
+    QCOMPARE(none.log.lines(), QStringList({device("")}));
 }
 
 void PortDiscoveryTest::emptyProperty()
