@@ -1,77 +1,109 @@
 #!/usr/bin/env python3
-"""Plants one defect for each of the long tests and sees that the test finds it.
+"""Plants one defect for each test that looks for mistakes of its own, and sees that the test
+finds it.
 
-Called by scripts/planted, which builds what is needed. Works in a copy of the sources.
+Called by scripts/planted, which installs what is needed. Works in a copy of the sources. The
+defects are in tests/planted/defects.json.
 """
+import json
 import os
 import subprocess
 import sys
 
 from mutants import TOP, Tree
 
-# Test, the defect's file, what stands there, what is planted, the command.
-PLANTED = [
-    ("the fault matrix", "dialup/phonebookentry.cpp", "    if (!entry) {",
-     "    if (!entry && size == 1) {", ["faultmatrix", "scripted", "entry, HeapAlloc"]),
-    ("the soak, for a timer that goes on", "mainwindow/mainwindow.cpp",
-     "    statusTimer->stop();\n", "", ["soak", "scripted", "1"]),
-    ("the soak, for memory that grows", "mainwindow/mainwindow.cpp",
-     "    if (!isDialupConnectionConnected(connectionName))\n",
-     "    new QTimer(qApp);\n    if (!isDialupConnectionConnected(connectionName))\n",
-     ["soak", "scripted", "24"]),
-    ("the pulled phone", "mainwindow/mainwindow.cpp",
-     "    if (!SetCurrentPortSettings())\n        return;\n    portTimer->stop();\n",
-     "    portTimer->stop();\n    if (!SetCurrentPortSettings())\n        return;\n",
-     ["phonepulled", "--every", "3", "scripted"]),
-    ("two at once", "platform/linux/helper/service.cpp", "!(present == seen)", "false",
-     ["together"]),
-]
+DEFECTS = os.path.join(TOP, "tests", "planted", "defects.json")
+FUZZ_RUNS = 10000  # from the seeds on, the same ones each time
+LONGEST = 300  # seconds for a test
+
+# How the presets of these names build; the Linux backend is in all of them.
+OPTIONS = {
+    "asan": ["-DCMAKE_BUILD_TYPE=Debug", "-DTMC_SANITIZE=address,undefined"],
+    "tsan": ["-DCMAKE_BUILD_TYPE=Debug", "-DTMC_SANITIZE=thread"],
+    "fuzz": ["-DCMAKE_BUILD_TYPE=RelWithDebInfo", "-DCMAKE_CXX_COMPILER=clang++",
+             "-DTMC_FUZZ=ON", "-DTMC_WERROR=OFF",
+             "-DTMC_SANITIZE=fuzzer-no-link,address,undefined"],
+}
 
 
 class SanitizedTree(Tree):
-    """With the address sanitizer, as most of the long tests need it."""
+    """The copy, built as one of the presets."""
+
+    def __init__(self, folder, preset):
+        super().__init__(folder)
+        self.preset = preset
+        self.build = os.path.join(folder, preset)
 
     def configure(self):
         subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja",
-                        "-DCMAKE_BUILD_TYPE=Debug", "-DTMC_LINUX_BACKEND=ON",
-                        "-DTMC_SANITIZE=address,undefined",
+                        "-DTMC_LINUX_BACKEND=ON",
                         "-DCMAKE_CXX_COMPILER_LAUNCHER=env;CCACHE_BASEDIR=%s;"
-                        "CCACHE_NOHASHDIR=true;ccache" % self.source],
+                        "CCACHE_NOHASHDIR=true;ccache" % self.source] + OPTIONS[self.preset],
                        check=True, stdout=subprocess.DEVNULL)
 
-    def run(self, command):
+    def run(self, defect):
         """Builds a test and runs it; its exit status and what it said."""
-        status, output = self.command(["cmake", "--build", self.build, "--target", command[0],
-                                       "standin_helper"], None)
+        if "fuzz" in defect:
+            words = ["fuzz_" + defect["fuzz"]]
+        else:
+            words = defect["command"]
+        targets = [words[0]] + (["standin_helper"] if self.preset == "asan" else [])
+        status, output = self.command(["cmake", "--build", self.build, "--target"] + targets, None)
         if status != 0:
             sys.exit(output[-3000:] + "\nscripts/planted: does not compile")
-        program = os.path.join(self.build, "bin", command[0])
-        return self.command([program] + command[1:], 300)
+        command = [os.path.join(self.build, "bin", words[0])] + words[1:]
+        if "fuzz" in defect:
+            tests = os.path.join(self.source, "tests", "fuzz")
+            command = [os.path.join(tests, "run"), command[0],
+                       os.path.join(tests, "seeds", defect["fuzz"]), "-runs=%d" % FUZZ_RUNS,
+                       "-seed=1", "-exact_artifact_path=/dev/null"]
+        return self.command(command, LONGEST)
+
+
+def finds(tree, defect):
+    """Whether the test passes without the defect, and fails with it for the right reason."""
+    path = defect["file"]
+    with open(os.path.join(TOP, path), encoding="utf-8") as file:
+        original = file.read()
+    if original.count(defect["sound"]) != 1:
+        sys.exit("scripts/planted: %s has no such line any more: %s"
+                 % (path, defect["sound"].strip()))
+    status, output = tree.run(defect)
+    if status != 0:
+        sys.exit(output[-3000:] + "\nscripts/planted: fails without a defect: " + defect["finder"])
+    tree.write(path, original.replace(defect["sound"], defect["defect"]))
+    try:
+        status, output = tree.run(defect)
+    finally:
+        tree.write(path, original)
+    is_found = status is not None and status != 0 and defect["says"] in output
+    if not is_found:
+        print(output[-2000:])
+    return is_found
 
 
 def main():
-    os.environ["LSAN_OPTIONS"] = "suppressions=%s/tests/support/lsan.supp" % TOP
-    tree = SanitizedTree(os.path.join(TOP, "build", "planted"))
-    tree.configure()
+    suppressions = os.path.join(TOP, "tests", "support")
+    os.environ["LSAN_OPTIONS"] = "suppressions=%s/lsan.supp" % suppressions
+    os.environ["TSAN_OPTIONS"] = ("ignore_noninstrumented_modules=1:suppressions=%s/tsan.supp"
+                                  % suppressions)
+    with open(DEFECTS, encoding="utf-8") as file:
+        defects = [one for one in json.load(file)
+                   if any(word in one["finder"] for word in sys.argv[1:] or [""])]
+    if not defects:
+        sys.exit("scripts/planted: there is no such test")
+    trees = {}
     failed = 0
-    for test, path, sound, defect, command in PLANTED:
-        with open(os.path.join(TOP, path), encoding="utf-8") as file:
-            original = file.read()
-        if original.count(sound) != 1:
-            sys.exit("scripts/planted: %s has no such line any more: %s" % (path, sound.strip()))
-        status, output = tree.run(command)
-        if status != 0:
-            sys.exit(output[-3000:] + "\nscripts/planted: fails without a defect: " + test)
-        tree.write(path, original.replace(sound, defect))
-        try:
-            status, output = tree.run(command)
-        finally:
-            tree.write(path, original)
-        is_found = status is not None and status != 0
+    for defect in defects:
+        preset = defect["preset"]
+        if preset not in trees:
+            trees[preset] = SanitizedTree(os.path.join(TOP, "build", "planted"), preset)
+            trees[preset].configure()
+        is_found = finds(trees[preset], defect)
         failed += not is_found
-        print("%s: %s" % (test, "finds its defect" if is_found else "finds nothing"))
+        print("%s: %s" % (defect["finder"], "finds its defect" if is_found else "finds nothing"))
         sys.stdout.flush()
-    print("%d passed, %d failed" % (len(PLANTED) - failed, failed))
+    print("%d passed, %d failed" % (len(defects) - failed, failed))
     sys.exit(1 if failed else 0)
 
 
