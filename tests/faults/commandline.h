@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/faults/machines.h"
+
 #include <QStringList>
 
 #include <algorithm>
@@ -15,6 +17,20 @@ inline int takeEvery(QStringList *arguments)
     const int every = std::max(1, arguments->value(1).toInt());
     *arguments = arguments->mid(2);
     return every;
+}
+
+/// The machine that a program's argument names; none for another word.
+inline MachineMaker machineNamed(const QString &name)
+{
+    if (name == "scripted")
+        return scriptedMachine;
+    if (name == "simulated")
+        return simulatedMachine;
+#ifdef TMC_DRIVERS
+    if (name == "linux")
+        return linuxMachine;
+#endif
+    return {};
 }
 
 } // namespace faults

@@ -70,7 +70,7 @@ class LinuxWalkedMachine : public WalkedMachine
 public:
     explicit LinuxWalkedMachine(const QString &folder)
         : m_folder(folder), m_paths(pathsIn(folder)), m_system(m_paths, programIdentity(), [this] {
-              return m_phone ? m_phone->node() : QString();
+              return m_phone && m_phone->isPluggedIn() ? m_phone->node() : QString();
           })
     {
         // The environment is complete before there is another thread: that of the
@@ -122,10 +122,7 @@ public:
     void pullPhone() override
     {
         dropConnection(); // its pppd would end so
-        if (m_device)
-            umockdev_testbed_remove_device(m_devices, m_device);
-        g_free(m_device);
-        m_device = nullptr;
+        removeDevice();
         m_phone.reset();
     }
 
@@ -133,14 +130,26 @@ public:
     /// own line: the helper would hang it up, as it must do before a real dial.
     void plugPhone() override
     {
-        if (m_phone)
+        if (m_phone && m_phone->isPluggedIn())
             return;
+        pullPhone(); // what is left of one that was pulled while it heard a command
         m_phone = std::make_unique<ScriptedPhone>(m_folder + "/bus");
         for (const char *command : {"AT", "AT+CGDCONT=1,\"IP\",\"blweb\""})
             m_phone->setAnswer(command, "\r\nOK\r\n");
         char *const end = nullptr;
         m_device = umockdev_testbed_add_device(m_devices, "tty", "rfcomm7", nullptr, end, "DEVNAME",
                                                "/dev/rfcomm7", "TOLVANE_MODEM_PORT", "1", end);
+    }
+
+    void pullPhoneAtCommand(int command) override
+    {
+        m_phone->whenPulled = [this] { removeDevice(); };
+        m_phone->pulledAt = command;
+    }
+
+    int heardCommands() const override
+    {
+        return m_phone ? static_cast<int>(m_phone->commands().size()) : 0;
     }
 
     bool isConnected() const override { return !links().isEmpty(); }
@@ -174,6 +183,14 @@ private:
         paths.drivers = "/drivers";
         useHelperStandIn(&paths, folder);
         return paths;
+    }
+
+    void removeDevice()
+    {
+        if (m_device)
+            umockdev_testbed_remove_device(m_devices, m_device);
+        g_free(m_device);
+        m_device = nullptr;
     }
 
     /// The folder of the test programs has the simulated PC's drivers.

@@ -3,6 +3,7 @@
 #include "platform/platform.h"
 #include "tests/faults/expectations.h"
 
+#include <functional>
 #include <memory>
 
 namespace faults {
@@ -55,5 +56,7 @@ std::unique_ptr<WalkedMachine> scriptedMachine(const QString &folder);
 std::unique_ptr<WalkedMachine> simulatedMachine(const QString &folder);
 /// Only where the Linux backend is built, and under umockdev-wrapper.
 std::unique_ptr<WalkedMachine> linuxMachine(const QString &folder);
+
+using MachineMaker = std::function<std::unique_ptr<WalkedMachine>(const QString &folder)>;
 
 } // namespace faults

@@ -59,19 +59,6 @@ const char *reasonToLeaveOut(const Cell &cell, bool isReal)
     return nullptr;
 }
 
-MachineMaker machineNamed(const QString &name)
-{
-    if (name == "scripted")
-        return scriptedMachine;
-    if (name == "simulated")
-        return simulatedMachine;
-#ifdef TMC_DRIVERS
-    if (name == "linux")
-        return linuxMachine;
-#endif
-    return {};
-}
-
 /// The first failure code of each call, and every unusual answer.
 QList<Cell> shortened(const QList<Cell> &all)
 {

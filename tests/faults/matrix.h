@@ -20,8 +20,6 @@ struct Cell {
     QString name() const;
 };
 
-using MachineMaker = std::function<std::unique_ptr<WalkedMachine>(const QString &folder)>;
-
 /// Walks on one kind of machine, each time in a process and a folder of its own.
 class Matrix
 {

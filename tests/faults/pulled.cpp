@@ -2,7 +2,7 @@
 // before each call of the operating system, and where it hears a command. Whatever the
 // program is doing then, the person can go on when the phone is plugged in again.
 //
-//   phonepulled [--every N] scripted|simulated [PART]
+//   phonepulled [--every N] scripted|simulated|linux [PART]
 //                                PART picks the moments whose name has it
 
 #include "app/formfont.h"
@@ -29,8 +29,6 @@ using namespace faults;
 namespace {
 
 constexpr int Patience = 30; // seconds for a walk that takes a fraction of one
-
-using Maker = std::unique_ptr<WalkedMachine> (*)(const QString &folder);
 
 struct Moment {
     int call = 0;    ///< before which of all calls, from 1; 0: before none
@@ -77,7 +75,8 @@ void useSettingsIn(const QString &folder)
 }
 
 /// One walk; what was wrong with it, "" when nothing was.
-QString walk(Maker maker, const QString &folder, const Moment &moment, bool isFirst, Report *report)
+QString walk(const MachineMaker &maker, const QString &folder, const Moment &moment, bool isFirst,
+             Report *report)
 {
     const Apart apart = runApart(folder, Patience, [&](const auto &hand) {
         useSettingsIn(folder);
@@ -159,7 +158,7 @@ bool isSetUpAgain(const Report &report)
 
 /// What is wrong after it; *isReached says whether the walk had as many calls. Their
 /// number differs: a machine reads an answer in one piece or in two.
-QString pull(Maker maker, const Moment &moment, bool *isReached)
+QString pull(const MachineMaker &maker, const Moment &moment, bool *isReached)
 {
     const QTemporaryDir folder(folderTemplate());
     Report report;
@@ -175,7 +174,7 @@ QString pull(Maker maker, const Moment &moment, bool *isReached)
 }
 
 /// Every moment of a walk in which the phone stays plugged in.
-QList<Moment> moments(Maker maker, QString *complaint)
+QList<Moment> moments(const MachineMaker &maker, QString *complaint)
 {
     const QTemporaryDir folder(folderTemplate());
     Report report;
@@ -200,11 +199,12 @@ int main(int argc, char *argv[])
     QStringList arguments = QApplication::arguments().mid(1);
     const int every = takeEvery(&arguments);
     const QString machine = arguments.value(0);
-    if (machine != "scripted" && machine != "simulated") {
-        std::fputs("Usage: phonepulled [--every N] scripted|simulated [PART]\n", stderr);
+    const MachineMaker maker = machineNamed(machine);
+    if (!maker) {
+        std::fputs("Usage: phonepulled [--every N] scripted|simulated|linux [PART]\n", stderr);
         return 2;
     }
-    const Maker maker = machine == "scripted" ? scriptedMachine : simulatedMachine;
+    adoptOrphans(); // a link lives on when its walk has ended
     QElapsedTimer time;
     time.start();
     QString complaint;
@@ -222,6 +222,7 @@ int main(int argc, char *argv[])
             continue;
         bool isReached = false;
         complaint = pull(maker, moment, &isReached);
+        endOrphans();
         missed += isReached ? 0 : 1;
         complaint.isEmpty() ? ++passed : ++failed;
         std::printf("%s", qPrintable(complaint));

@@ -149,6 +149,9 @@ public:
     /// The phone is pulled instead of answering this command, counted from 1.
     std::atomic<int> pulledAt{0};
 
+    /// What else goes with it then, in the phone's thread. Set it before `pulledAt`.
+    std::function<void()> whenPulled;
+
 private:
     void run()
     {
@@ -185,6 +188,8 @@ private:
             text = m_answers.value(command);
         }
         if (count == pulledAt) {
+            if (whenPulled)
+                whenPulled();
             QFile::remove(fileName());
             m_pty.hangUp();
             return false;
