@@ -39,6 +39,6 @@ function(tmc_add_planted_test)
     set_target_properties(${target} PROPERTIES AUTOMOC OFF AUTOUIC OFF)
     set(name ${TMC_TEST_PREFIX}planted_${PLANTED_NAME})
     add_test(NAME ${name} COMMAND ${PLANTED_COMMAND} $<TARGET_FILE:${target}> ${PLANTED_ARGUMENTS})
-    set_tests_properties(${name} PROPERTIES ENVIRONMENT "${TMC_TEST_ENVIRONMENT}" TIMEOUT 120
-        PASS_REGULAR_EXPRESSION "${says}")
+    tmc_set_up_test(${name} TIMEOUT 120)
+    set_tests_properties(${name} PROPERTIES PASS_REGULAR_EXPRESSION "${says}")
 endfunction()
