@@ -24,7 +24,7 @@ LEFT_OUT = {"app/main.cpp", "app/operatorsmain.cpp", "app/helper.cpp"}
 WIDER = ["app", "mainwindow", "wizard", "install", "dialup", "operators"]
 ALONE = "operators"
 TEST_LIMIT = 20  # seconds for one test: a defect may make it wait for ever
-COMPILE_LIMIT = 300  # seconds
+COMPILE_LIMIT = 300
 
 TOKEN = re.compile(
     r'(?P<comment>//.*|/\*.*?\*/)'
@@ -104,16 +104,16 @@ def block_of(mutant):
     is told apart by the one before it."""
     path, number, line, changed = mutant
     lines = [one.strip() for one in lines_of(path)]
-    before = next((one for one in reversed(lines[:number]) if one), "")
+    before = next((one for one in reversed(lines[:number]) if one not in ("", "{")), "")
     after = "after: %s\n" % before if lines.count(line.strip()) > 1 else ""
     return "file: %s\n%sline: %s\nbecomes: %s\n" % (path, after, line.strip(), changed.strip())
 
 
-def accepted_survivors():
-    """The blocks of the defects that no test has to find."""
-    with open(os.path.join(HERE, "survivors"), encoding="utf-8") as file:
+def blocks_in(name):
+    """The blocks of a file beside this one."""
+    with open(os.path.join(HERE, name), encoding="utf-8") as file:
         text = re.sub(r'^#.*\n', "", file.read(), flags=re.MULTILINE)
-    return {block.strip("\n") + "\n" for block in text.split("\n\n")}
+    return [block.strip("\n") + "\n" for block in text.split("\n\n") if block.strip()]
 
 
 class Tree:
@@ -121,7 +121,8 @@ class Tree:
 
     def __init__(self, folder):
         self.source = os.path.join(folder, "source")
-        self.build = os.path.join(folder, "build")
+        # As deep as the trees of a developer: so ccache may have its files.
+        self.build = os.path.join(self.source, "build", "tree")
         self.sound = set()  # folders whose tests are known to pass without a defect
         self.copy()
 
@@ -131,7 +132,9 @@ class Tree:
                                 check=True, capture_output=True, text=True).stdout
         wanted = {path for path in listed.split("\0")
                   if path and os.path.isfile(os.path.join(TOP, path))}
-        for folder, _, names in os.walk(self.source):
+        for folder, folders, names in os.walk(self.source):
+            if folder == self.source and "build" in folders:
+                folders.remove("build")
             for name in names:
                 there = os.path.join(folder, name)
                 if os.path.relpath(there, self.source) not in wanted:
@@ -151,18 +154,16 @@ class Tree:
             return None, ""
         return done.returncode, done.stdout
 
-    def configure(self):
-        environment = "CCACHE_BASEDIR=%s" % self.source
-        subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja",
-                        "-DCMAKE_BUILD_TYPE=None", "-DTMC_LINUX_BACKEND=OFF",
-                        "-DTMC_TEST_TIMEOUT=%d" % TEST_LIMIT,
-                        "-DCMAKE_CXX_COMPILER_LAUNCHER=env;%s;CCACHE_NOHASHDIR=true;ccache"
-                        % environment], check=True, stdout=subprocess.DEVNULL)
+    def configure(self, preset="debug", *options):
+        subprocess.run(["cmake", "--preset", preset, "-B", self.build] + list(options),
+                       cwd=self.source, check=True, stdout=subprocess.DEVNULL)
 
-    def make(self, folders, limit=COMPILE_LIMIT):
+    def make(self, targets, limit=COMPILE_LIMIT):
+        return self.command(["cmake", "--build", self.build, "--target"] + targets, limit)
+
+    def make_folders(self, folders, limit=COMPILE_LIMIT):
         """Builds the tests of these folders."""
-        return self.command(["cmake", "--build", self.build, "--target"]
-                            + ["tests/%s/all" % folder for folder in folders], limit)
+        return self.make(["tests/%s/all" % folder for folder in folders], limit)
 
     def failing_test(self, folders):
         """The first test that fails; an empty text when none does. Each takes two of
@@ -182,7 +183,7 @@ class Tree:
         missing = [folder for folder in folders if folder not in self.sound]
         if not missing:
             return
-        status, output = self.make(missing, None)
+        status, output = self.make_folders(missing, None)
         if status != 0:
             sys.exit(output[-3000:] + "\nscripts/mutants: does not compile without a defect")
         failing = self.failing_test(missing)
@@ -198,27 +199,79 @@ class Tree:
         os.utime(target, ns=(now, now))
 
 
-def try_mutant(tree, mutant):
-    """What comes of a defect: "caught by ...", "does not compile" or "survives"."""
+def sound_and_defective(mutant):
+    """The file's text without the defect and with it."""
     path, number, _, changed = mutant
     lines = lines_of(path)
-    original = "\n".join(lines)
+    sound = "\n".join(lines)
     lines[number] = changed
+    return sound, "\n".join(lines)
+
+
+def try_mutant(tree, mutant):
+    """What comes of a defect: "caught by ...", "does not compile" or "survives"."""
+    path = mutant[0]
+    sound, defective = sound_and_defective(mutant)
     own = path.split("/")[0]
     others = [folder for folder in WIDER if folder != own and own != ALONE]
     for folders in filter(None, ([own], others)):
         tree.ensure_sound(folders)
-        tree.write(path, "\n".join(lines))
+        tree.write(path, defective)
         try:
-            status, _ = tree.make(folders)
+            status, _ = tree.make_folders(folders)
             if status != 0:
                 return "does not compile"
             failing = tree.failing_test(folders)
         finally:
-            tree.write(path, original)
+            tree.write(path, sound)
         if failing:
             return "caught by " + failing
     return "survives"
+
+
+def try_fixed_sample():
+    """The defects of the file "sample", each with the one test that finds it. Returns how
+    many are not found. ./test has built with the sanitizers before, so nearly all of the
+    tree comes from ccache."""
+    tree = Tree(os.path.join(TOP, "build", "mutants-fixed"))
+    tree.configure("asan")
+    known = {block_of(mutant): mutant for mutant in all_mutants()}
+    sample = []
+    for block in blocks_in("sample"):
+        defect, _, test = block.partition("test: ")
+        if defect not in known:
+            sys.exit(defect + "scripts/mutants: there is no such line any more")
+        sample.append((known[defect], test.strip()))
+
+    def run(test):
+        return tree.command(["ctest", "--test-dir", tree.build, "--output-on-failure",
+                             "--no-tests=error", "-R", r"^asan\.%s$" % test], None)
+
+    status, output = tree.make([test for _, test in sample], None)
+    if status != 0:
+        sys.exit(output[-3000:] + "\nscripts/mutants: does not compile without a defect")
+    for _, test in sample:
+        status, output = run(test)
+        if status != 0:
+            sys.exit(output[-3000:] + "\nscripts/mutants: fails without a defect: " + test)
+    missed = 0
+    for mutant, test in sample:
+        sound, defective = sound_and_defective(mutant)
+        tree.write(mutant[0], defective)
+        try:
+            status, output = tree.make([test], None)
+            if status != 0:
+                sys.exit(output[-3000:] + "\nscripts/mutants: does not compile: "
+                         + block_of(mutant))
+            is_found = run(test)[0] != 0
+        finally:
+            tree.write(mutant[0], sound)
+        missed += not is_found
+        print("%s:%d %s" % (mutant[0], mutant[1] + 1,
+                            "is found" if is_found else "is not found by " + test))
+        sys.stdout.flush()
+    print("%d planted defects: %d found, %d not" % (len(sample), len(sample) - missed, missed))
+    return missed
 
 
 def main():
@@ -228,10 +281,14 @@ def main():
     parser.add_argument("--sample", type=int, metavar="N",
                         help="only N of them, spread over all files; the same each time")
     parser.add_argument("--seed", type=int, default=1, help="for another sample")
+    parser.add_argument("--fixed", action="store_true", help=(
+        "those of tests/mutants/sample, each with the test that finds it, as ./test does"))
     parser.add_argument("--list", action="store_true", help="only print them")
     parser.add_argument("path", nargs="*", help=(
         "only files that begin like this: install/port; or one line: app/messagelog.cpp:45"))
     options = parser.parse_args()
+    if options.fixed:
+        sys.exit(1 if try_fixed_sample() else 0)
 
     mutants = all_mutants()
     total = len(mutants)
@@ -249,8 +306,9 @@ def main():
         return
 
     tree = Tree(os.path.join(TOP, "build", "mutants"))
-    tree.configure()
-    accepted = accepted_survivors()
+    # A defect that the compiler only warns of is one.
+    tree.configure("debug", "-DTMC_WERROR=OFF", "-DTMC_TEST_TIMEOUT=%d" % TEST_LIMIT)
+    accepted = set(blocks_in("survivors"))
     counts = {"caught": 0, "does not compile": 0, "survives": 0, "accepted": 0}
     for at, mutant in enumerate(mutants, 1):
         path, number, _, _ = mutant
