@@ -91,8 +91,7 @@ void SetupPage::OnDriverSetupComplete()
         StartSetup();
         return;
     }
-    if (currentStep >= 0 && currentStep <= SetupStepCount)
-        statusLabel->setText(setupSteps[currentStep].errorText);
+    statusLabel->setText(setupSteps[currentStep].errorText);
     if (currentStep == RescanStep) {
         ++currentStep;
         StartSetup();

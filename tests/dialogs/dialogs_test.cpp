@@ -151,10 +151,19 @@ private slots:
         // Nobody is told of it: no stop of the Tab key, nothing to read out.
         QCOMPARE(button->focusPolicy(), Qt::NoFocus);
         QCOMPARE(button->accessibleName(), QString());
-        const QAccessibleInterface *read =
-            QAccessible::queryAccessibleInterface(const_cast<QPushButton *>(button));
-        QVERIFY(read->state().invisible);
-        QCOMPARE(read->text(QAccessible::Name), QString());
+        dialog.show();
+        const auto read = [](const QAbstractButton *what) {
+            return QAccessible::queryAccessibleInterface(const_cast<QAbstractButton *>(what));
+        };
+        QVERIFY(button->isVisible());
+        QVERIFY(read(button)->state().invisible);
+        QVERIFY(read(button)->state().offscreen);
+        QCOMPARE(read(button)->role(), QAccessible::NoRole);
+        QCOMPARE(read(button)->text(QAccessible::Name), QString());
+        const auto *ok =
+            dialog.findChild<QDialogButtonBox *>("buttonBox")->button(QDialogButtonBox::Ok);
+        QVERIFY(!read(ok)->state().invisible);
+        QCOMPARE(read(ok)->role(), QAccessible::Button);
         // Only its left edge lies within the dialog.
         QVERIFY(button->geometry().right() > dialog.width());
     }
