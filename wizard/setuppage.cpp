@@ -91,7 +91,8 @@ void SetupPage::OnDriverSetupComplete()
         StartSetup();
         return;
     }
-    statusLabel->setText(setupSteps[currentStep].errorText);
+    if (currentStep >= 0 && currentStep <= SetupStepCount)
+        statusLabel->setText(setupSteps[currentStep].errorText);
     if (currentStep == RescanStep) {
         ++currentStep;
         StartSetup();
