@@ -7,7 +7,7 @@ namespace {
 /// "de" of "de_DE"; "" of "C".
 QString countryOf(const QLocale &locale)
 {
-    const QString code = locale.name().section('_', 1).section('_', -1).toLower();
+    const QString code = locale.name().section('_', 1).toLower();
     return code.size() == 2 ? code : QString();
 }
 

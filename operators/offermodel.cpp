@@ -35,7 +35,7 @@ int OfferModel::columnCount(const QModelIndex &parent) const
 
 Qt::ItemFlags OfferModel::flags(const QModelIndex &index) const
 {
-    const Qt::ItemFlags flags = QAbstractTableModel::flags(index) | Qt::ItemNeverHasChildren;
+    const Qt::ItemFlags flags = QAbstractTableModel::flags(index);
     return index.column() == Name ? flags | Qt::ItemIsUserCheckable : flags;
 }
 

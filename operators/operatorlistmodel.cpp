@@ -73,9 +73,9 @@ int OperatorListModel::columnCount(const QModelIndex &parent) const
 
 Qt::ItemFlags OperatorListModel::flags(const QModelIndex &index) const
 {
+    const Qt::ItemFlags flags = QAbstractTableModel::flags(index);
     // Rows that cannot be changed look like it, and can be scrolled through.
-    return isOwn() ? QAbstractTableModel::flags(index) | Qt::ItemNeverHasChildren
-                   : Qt::ItemNeverHasChildren;
+    return isOwn() ? flags : flags & Qt::ItemNeverHasChildren;
 }
 
 QVariant OperatorListModel::data(const QModelIndex &index, int role) const

@@ -42,6 +42,8 @@ void OperatorListTest::names()
     QFETCH(const QString, name);
     QFETCH(const bool, isGood);
     QCOMPARE(nameProblem(name).isEmpty(), isGood);
+    if (!isGood && !name.trimmed().isEmpty())
+        QCOMPARE(nameProblem(name), QString("A name is one line without control characters."));
 }
 
 void OperatorListTest::accessPointNames_data()
@@ -50,6 +52,7 @@ void OperatorListTest::accessPointNames_data()
     QTest::addColumn<bool>("isGood");
     QTest::newRow("plain") << "web.vodafone.de" << true;
     QTest::newRow("hyphen, underscore, capital") << "T-d_1" << true;
+    QTest::newRow("ends of the alphabet") << "azAZ09" << true;
     QTest::newRow("longest") << QString(100, 'a') << true;
     QTest::newRow("too long") << QString(101, 'a') << false;
     QTest::newRow("empty") << "" << false;
@@ -87,6 +90,10 @@ void OperatorListTest::offersGetNamesOfTheirOwn()
                                 {"Vodafone", "web"},
                                 {"Vodafone (Italy)", "omnitel"},
                                 {"Vodafone (Italy, prepaid)", "prepaid"}}));
+    // Somebody gave the last possible name to another access point.
+    list["Vodafone (Italy, prepaid)"] = "mine";
+    QCOMPARE(addToList(&list, offer("prepaid", "Italy")), QString("Vodafone (Italy, prepaid)"));
+    QCOMPARE(list.value("Vodafone (Italy, prepaid)").toString(), QString("prepaid"));
 }
 
 void OperatorListTest::textIsReadable()
@@ -109,6 +116,7 @@ void OperatorListTest::textComesBack_data()
     // A reader of UTF-8 takes it for the mark of a text's beginning.
     QTest::newRow("begins with a byte order mark") << QChar(QChar::ByteOrderMark) + QString("a");
     QTest::newRow("a quote") << "\"";
+    QTest::newRow("two quotes") << "\"\"";
     QTest::newRow("quotes within") << "The \"best\" one";
     QTest::newRow("blanks around") << " x ";
     QTest::newRow("right to left") << QString::fromUtf8("موبايلي (contract)");
@@ -142,6 +150,8 @@ void OperatorListTest::textThatIsNone_data()
     QTest::newRow("no sign") << QByteArray("A = a\n\nB b\n")
                              << "Line 3: It is not of the form NAME = APN.";
     QTest::newRow("no name") << QByteArray(" = a\n") << "Line 1: An operator needs a name.";
+    QTest::newRow("nothing in quotes")
+        << QByteArray("\"\" = a\n") << "Line 1: An operator needs a name.";
     QTest::newRow("no access point")
         << QByteArray("A =\n") << "Line 1: An operator needs an access point name (APN).";
     QTest::newRow("bad access point")

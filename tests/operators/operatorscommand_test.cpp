@@ -46,6 +46,7 @@ private slots:
     void failed();
     void damagedProviders();
     void settingsThatCannotBeWritten();
+    void fullDisk();
     void help();
     void programWithoutALanguage();
 
@@ -297,6 +298,24 @@ void OperatorsCommandTest::settingsThatCannotBeWritten()
         QVERIFY2(m_errors.startsWith("tolvane-operators: The settings cannot be written: /proc/"),
                  qPrintable(m_errors));
     }
+}
+
+/// The folder may be written, and nothing fits in it.
+void OperatorsCommandTest::fullDisk()
+{
+    QProcess program;
+    QProcessEnvironment environment;
+    environment.insert("HOME", m_folder->path());
+    // A program that counts its lines must not cut off what others have counted.
+    environment.insert("GCOV_PREFIX", m_folder->path());
+    program.setProcessEnvironment(environment);
+    program.start("/bin/sh", {"-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" --set --add A=a",
+                              QCoreApplication::applicationDirPath() + "/TolvaneOperators"});
+    QVERIFY(program.waitForFinished());
+    const QByteArray problem = program.readAllStandardError();
+    QVERIFY2(problem.startsWith("tolvane-operators: The settings cannot be written: "),
+             problem.constData());
+    QCOMPARE(program.exitCode(), int(CommandFailed));
 }
 
 void OperatorsCommandTest::help()

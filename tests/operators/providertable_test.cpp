@@ -13,6 +13,8 @@ class ProviderTableTest : public QObject
 
 private slots:
     void everythingOfTheSample();
+    void plainNameStandsFirst();
+    void countriesWithNothingToOffer();
     void newerFormat();
     void unknownElements();
     void noList_data();
@@ -57,6 +59,29 @@ void ProviderTableTest::everythingOfTheSample()
     QCOMPARE(twelve.accessPoints.at(5).names, QStringList());
 }
 
+void ProviderTableTest::plainNameStandsFirst()
+{
+    QByteArray bytes = sampleXml;
+    bytes.replace("<name>Austria</name>",
+                  "<name>Austria</name><name xml:lang=\"de\">\u00d6sterreich</name>");
+    QCOMPARE(readBytes(bytes).countries.at(2).names,
+             QStringList({"Austria", QString::fromUtf8("\u00d6sterreich")}));
+}
+
+/// Without a code it cannot be asked for, without a provider nothing be chosen.
+void ProviderTableTest::countriesWithNothingToOffer()
+{
+    QByteArray bytes = sampleXml;
+    bytes.replace("<country code=\"at\">", "<country>");
+    bytes.replace("<country code=\"de\">",
+                  "<country code=\"aq\"><name>Antarctica</name></country><country code=\"de\">");
+    const ProviderTable table = readBytes(bytes);
+    QStringList codes;
+    for (const Country &country : table.countries)
+        codes.append(country.code);
+    QCOMPARE(codes, QStringList({"br", "de"}));
+}
+
 void ProviderTableTest::newerFormat()
 {
     QByteArray bytes = sampleXml;
@@ -67,6 +92,8 @@ void ProviderTableTest::newerFormat()
     QCOMPARE(table.problem, QString("The list of mobile operators has the unknown format \"3.0\". "
                                     "What is understood of it is shown."));
     QCOMPARE(table.countries.size(), 3);
+    bytes.replace("format=\"3.0\"", "format=\"" + QByteArray(1000, '9') + "\"");
+    QVERIFY(readBytes(bytes).problem.contains('"' + QString(20, '9') + '"'));
 }
 
 void ProviderTableTest::unknownElements()
