@@ -36,13 +36,18 @@ bool runLater(const std::function<void()> &function)
     return application != nullptr;
 }
 
-void showPortNotice(const QString &text)
+bool showNotice(const QString &title, const QString &text)
 {
-    runLater([text] {
-        QMessageBox *box = newBox(QObject::tr("Phone Port"), text);
+    return runLater([title, text] {
+        QMessageBox *box = newBox(title, text);
         box->addButton(QMessageBox::Ok);
         box->show();
     });
+}
+
+void showPortNotice(const QString &text)
+{
+    showNotice(QObject::tr("Phone Port"), text);
 }
 
 void showDamage(const QString &file, const std::function<bool()> &putAside)
@@ -109,6 +114,18 @@ void MessageNotices::stateDamaged(const QString &file, const std::function<bool(
     };
     if (!runLater([file, thisOne] { showDamage(file, thisOne); }))
         *m_isDamageTold = false;
+}
+
+void MessageNotices::stateForbidden(const QString &file)
+{
+    if (m_isForbiddenTold.exchange(true))
+        return;
+    if (!showNotice(QObject::tr("Unreadable File"),
+                    QObject::tr("You may not read the file \"%1\". It tells what is set up on this "
+                                "computer; without it the phone cannot be found. An administrator "
+                                "has to let everybody read it and its folder.")
+                        .arg(file)))
+        m_isForbiddenTold = false;
 }
 
 } // namespace platform::linuxsystem

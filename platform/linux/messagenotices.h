@@ -18,9 +18,11 @@ public:
     void portKept() override;
     void portForbidden() override;
     void stateDamaged(const QString &file, const std::function<bool()> &putAside) override;
+    void stateForbidden(const QString &file) override;
 
 private:
     std::shared_ptr<std::atomic<bool>> m_isDamageTold = std::make_shared<std::atomic<bool>>(false);
+    std::atomic<bool> m_isForbiddenTold{false};
 };
 
 } // namespace platform::linuxsystem

@@ -26,6 +26,9 @@ public:
     /// renames it, in the GUI thread if the user wants that, and answers whether it
     /// could. Told once, however often this is called before that.
     virtual void stateDamaged(const QString &file, const std::function<bool()> &putAside) = 0;
+
+    /// The user may not read that file. Told once.
+    virtual void stateForbidden(const QString &file) = 0;
 };
 
 } // namespace platform::linuxsystem

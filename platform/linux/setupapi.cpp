@@ -40,16 +40,14 @@ public:
             port.instanceId = QString(line.identity).replace(':', '\\').toUpper();
             *ports += port;
         }
-        if (code == ErrorInvalidData)
-            tellDamage();
+        tellIfUnreadable(code);
         return code;
     }
 
     DWORD readDevices(DeviceList *list) override
     {
         const DWORD code = linuxsystem::readDevices(*m_store, list);
-        if (code == ErrorInvalidData)
-            tellDamage();
+        tellIfUnreadable(code);
         return code;
     }
 
@@ -91,8 +89,13 @@ public:
     QStringList modelDecorations() override { return {QString()}; }
 
 private:
-    void tellDamage() const
+    /// No other window says why there is no port.
+    void tellIfUnreadable(DWORD code) const
     {
+        if (code == ErrorAccessDenied)
+            m_notices->stateForbidden(m_store->file());
+        if (code != ErrorInvalidData)
+            return;
         m_notices->stateDamaged(m_store->file(), [store = m_store, helper = m_helper] {
             return Success == (helper->isNeeded() ? helper->ask(Role::SetUp, putStateAsideRequest())
                                                   : putDamagedStateAside(store.get()));

@@ -7,8 +7,10 @@
 #include "platform/linux/statestore.h"
 #include "platform/platform.h"
 #include "platform/standin/lasterror.h"
+#include "tests/linux/filemode.h"
 #include "tests/linux/helperfixture.h"
 #include "tests/linux/toldnotices.h"
+#include "tests/support/ordinaryuser.h"
 
 #include <QApplication>
 #include <QDir>
@@ -54,6 +56,8 @@ private slots:
     void onlyWhoMaySetUpPutsItAside();
     void theBoxPutsItAside();
     void theBoxTellsThatItCouldNot();
+    void whatMayNotBeReadIsTold();
+    void theBoxTellsOnceThatItMayNotBeRead();
 
 private:
     void damageIt() const
@@ -199,6 +203,39 @@ void DamagedStateTest::theBoxTellsThatItCouldNot()
     QCoreApplication::processEvents();
     QVERIFY(box("Damaged File")->text().contains("could not be renamed"));
     box("Damaged File")->close();
+}
+
+/// A folder into which its owner lets nobody else.
+void DamagedStateTest::whatMayNotBeReadIsTold()
+{
+    damageIt();
+    setMode(m_folder->path(), 0755);
+    setMode(m_paths.state, 0);
+    const auto notices = std::make_shared<ToldNotices>();
+    DWORD code = Success;
+    {
+        const OrdinaryUser user;
+        code = listPorts(notices);
+    }
+    setMode(m_paths.state, 0755);
+    QCOMPARE(code, ErrorAccessDenied);
+    QVERIFY(!notices->told.isEmpty());
+    QCOMPARE(notices->told.first(), "forbidden: " + m_paths.state + "/state.json");
+}
+
+void DamagedStateTest::theBoxTellsOnceThatItMayNotBeRead()
+{
+    MessageNotices notices;
+    for (int look = 0; look < 3; ++look)
+        notices.stateForbidden("/a/<b>file");
+    QTRY_VERIFY(box("Unreadable File"));
+    QVERIFY2(box("Unreadable File")->text().contains("\"/a/<b>file\""),
+             qPrintable(box("Unreadable File")->text()));
+    box("Unreadable File")->close();
+    QTRY_VERIFY(!box("Unreadable File"));
+    notices.stateForbidden("/a/<b>file");
+    QCoreApplication::processEvents();
+    QVERIFY(!box("Unreadable File"));
 }
 
 QTEST_MAIN(DamagedStateTest)

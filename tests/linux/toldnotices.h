@@ -17,6 +17,8 @@ public:
         m_putAside = putAside;
     }
 
+    void stateForbidden(const QString &file) override { told += "forbidden: " + file; }
+
     bool putAside() const { return m_putAside(); }
 
     QStringList told;

@@ -9,6 +9,7 @@ import json
 import os
 import subprocess
 import sys
+import tempfile
 
 from mutants import TOP, Tree
 
@@ -51,13 +52,15 @@ class SanitizedTree(Tree):
         status, output = self.command(["cmake", "--build", self.build, "--target"] + targets, None)
         if status != 0:
             sys.exit(output[-3000:] + "\nscripts/planted: does not compile")
-        command = [os.path.join(self.build, "bin", words[0])] + words[1:]
+        command = [os.path.join(self.build, "bin", words[0])]
         if "fuzz" in defect:
             tests = os.path.join(self.source, "tests", "fuzz")
             command = [os.path.join(tests, "run"), command[0],
                        os.path.join(tests, "seeds", defect["fuzz"]), "-runs=%d" % FUZZ_RUNS,
                        "-seed=1", "-exact_artifact_path=/dev/null"]
-        return self.command(command, LONGEST)
+        with tempfile.TemporaryDirectory() as scratch:
+            command += [word.replace("SCRATCH", scratch) for word in words[1:]]
+            return self.command(command, LONGEST)
 
 
 def finds(tree, defect):
