@@ -136,12 +136,15 @@ void EndToEndImpatienceTest::inputWhileHangingUp()
         const WindowId window = session.mainWindow();
         session.pressButton();
         session.waitForFace(Face::PleaseWait);
+        // A hang-up is soon given up; all of this comes before.
+        session.machine.pauseProgram();
         session.desktop.press({"Down", "Down", "space", "ctrl+n"});
         session.desktop.click(window, QPoint(100, 122)); // the operators
         session.desktop.click(window, QPoint(54, 10));   // Help
         session.pressButton();
         QVERIFY(session.shows(Face::PleaseWait));
         session.desktop.keepPicture("please-wait");
+        session.machine.resumeProgram();
         session.waitForFace(Face::ConnectNow);
         QVERIFY(session.desktop.canGrabInput()); // nothing was opened
         session.desktop.keepPicture("disconnected");

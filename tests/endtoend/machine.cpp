@@ -10,6 +10,8 @@
 #include <QJsonDocument>
 #include <QSettings>
 
+#include <csignal>
+
 namespace {
 
 constexpr int CommandPatience = 30000; // milliseconds
@@ -199,6 +201,18 @@ void Machine::crashProgram()
 {
     m_program->kill();
     expect(m_program->waitForFinished(), "The program cannot be killed");
+}
+
+void Machine::pauseProgram() const
+{
+    expect(::kill(static_cast<pid_t>(m_program->processId()), SIGSTOP) == 0,
+           "The program cannot be paused");
+}
+
+void Machine::resumeProgram() const
+{
+    expect(::kill(static_cast<pid_t>(m_program->processId()), SIGCONT) == 0,
+           "The program cannot go on");
 }
 
 bool Machine::isProgramRunning()

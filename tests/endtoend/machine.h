@@ -55,6 +55,10 @@ public:
     void endProgram();
     /// Ends it as a crash does.
     void crashProgram();
+    /// Lets the program stand still where it is, as on a PC that is busy with something
+    /// else. What is typed and clicked waits for it.
+    void pauseProgram() const;
+    void resumeProgram() const;
     /// How often the program's threads gave up the processor by themselves,
     /// which is how often they were woken up.
     qint64 programWakeUps() const;
