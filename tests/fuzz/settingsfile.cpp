@@ -8,13 +8,19 @@
 
 #include "app/identity.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QSettings>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     beSilent();
     static Scratch scratch;
+    // A file may hold a picture, for which the toolkit wants windows, as the program has.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    static int argumentCount = 1;
+    static char name[] = "fuzz";
+    static char *arguments[] = {name, nullptr};
+    static const QGuiApplication application(argumentCount, arguments);
     static const bool isReady = [] {
         setApplicationIdentity();
         QSettings::setPath(QSettings::IniFormat, QSettings::SystemScope, scratch.path("system"));
@@ -31,8 +37,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     QDir().mkpath(QFileInfo(file).path());
     // Only whoever reads a file first is told that it is damaged; so one is read for that.
     const QString alone = scratch.path(QString("alone%1.ini").arg(number));
-    for (const QString &name : {file, alone}) {
-        QFile written(name);
+    for (const QString &place : {file, alone}) {
+        QFile written(place);
         require(written.open(QIODevice::WriteOnly) && written.write(content) == content.size(),
                 "the settings file can be written");
     }

@@ -14,7 +14,7 @@ import tempfile
 from mutants import TOP, Tree
 
 DEFECTS = os.path.join(TOP, "tests", "planted", "defects.json")
-FUZZ_RUNS = 10000  # from the seeds on, the same ones each time
+FUZZ_RUNS = 1000  # from the seeds on, the same ones each time; a defect may name fewer
 LONGEST = 300  # seconds for a test
 
 # How the presets of these names build; the Linux backend is in all of them.
@@ -56,8 +56,8 @@ class SanitizedTree(Tree):
         if "fuzz" in defect:
             tests = os.path.join(self.source, "tests", "fuzz")
             command = [os.path.join(tests, "run"), command[0],
-                       os.path.join(tests, "seeds", defect["fuzz"]), "-runs=%d" % FUZZ_RUNS,
-                       "-seed=1", "-exact_artifact_path=/dev/null"]
+                       os.path.join(tests, "seeds", defect["fuzz"]), "-seed=1",
+                       "-runs=%d" % defect.get("runs", FUZZ_RUNS), "-exact_artifact_path=/dev/null"]
         with tempfile.TemporaryDirectory() as scratch:
             command += [word.replace("SCRATCH", scratch) for word in words[1:]]
             return self.command(command, LONGEST)
