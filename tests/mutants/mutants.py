@@ -199,6 +199,23 @@ class Tree:
         os.utime(target, ns=(now, now))
 
 
+def known_defects():
+    """All defects, by their blocks. Ends the program when the lists name one that can no
+    longer be planted."""
+    known = {block_of(mutant): mutant for mutant in all_mutants()}
+    named = blocks_in("survivors") + [defect for defect, _ in fixed_sample()]
+    gone = [block for block in named if block not in known]
+    if gone:
+        sys.exit("\n".join(gone) + "scripts/mutants: there are no such lines any more")
+    return known
+
+
+def fixed_sample():
+    """The defects of the file "sample", as blocks, and the test of each."""
+    parts = [block.partition("test: ") for block in blocks_in("sample")]
+    return [(defect, test.strip()) for defect, _, test in parts]
+
+
 def sound_and_defective(mutant):
     """The file's text without the defect and with it."""
     path, number, _, changed = mutant
@@ -235,13 +252,8 @@ def try_fixed_sample():
     tree comes from ccache."""
     tree = Tree(os.path.join(TOP, "build", "mutants-fixed"))
     tree.configure("asan")
-    known = {block_of(mutant): mutant for mutant in all_mutants()}
-    sample = []
-    for block in blocks_in("sample"):
-        defect, _, test = block.partition("test: ")
-        if defect not in known:
-            sys.exit(defect + "scripts/mutants: there is no such line any more")
-        sample.append((known[defect], test.strip()))
+    known = known_defects()
+    sample = [(known[defect], test) for defect, test in fixed_sample()]
 
     def run(test):
         return tree.command(["ctest", "--test-dir", tree.build, "--output-on-failure",
@@ -290,6 +302,7 @@ def main():
     if options.fixed:
         sys.exit(1 if try_fixed_sample() else 0)
 
+    known_defects()
     mutants = all_mutants()
     total = len(mutants)
     if options.path:
