@@ -26,7 +26,7 @@ QMultiHash<QString, QString> nativeCountryNames()
     for (const QLocale &locale : all) {
         const QString code = countryOf(locale);
         const QString name = locale.nativeCountryName();
-        if (!code.isEmpty() && !name.isEmpty() && !names.contains(code, name))
+        if (!names.contains(code, name))
             names.insert(code, name);
     }
     return names;
