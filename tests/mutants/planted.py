@@ -7,7 +7,6 @@ defects are in tests/planted/defects.json.
 """
 import json
 import os
-import subprocess
 import sys
 import tempfile
 
@@ -17,15 +16,6 @@ DEFECTS = os.path.join(TOP, "tests", "planted", "defects.json")
 FUZZ_RUNS = 1000  # from the seeds on, the same ones each time; a defect may name fewer
 LONGEST = 300  # seconds for a test
 
-# How the presets of these names build; the Linux backend is in all of them.
-OPTIONS = {
-    "asan": ["-DCMAKE_BUILD_TYPE=Debug", "-DTMC_SANITIZE=address,undefined"],
-    "tsan": ["-DCMAKE_BUILD_TYPE=Debug", "-DTMC_SANITIZE=thread"],
-    "fuzz": ["-DCMAKE_BUILD_TYPE=RelWithDebInfo", "-DCMAKE_CXX_COMPILER=clang++",
-             "-DTMC_FUZZ=ON", "-DTMC_WERROR=OFF",
-             "-DTMC_SANITIZE=fuzzer-no-link,address,undefined"],
-}
-
 
 class SanitizedTree(Tree):
     """The copy, built as one of the presets."""
@@ -33,14 +23,7 @@ class SanitizedTree(Tree):
     def __init__(self, folder, preset):
         super().__init__(folder)
         self.preset = preset
-        self.build = os.path.join(folder, preset)
-
-    def configure(self):
-        subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja",
-                        "-DTMC_LINUX_BACKEND=ON",
-                        "-DCMAKE_CXX_COMPILER_LAUNCHER=env;CCACHE_BASEDIR=%s;"
-                        "CCACHE_NOHASHDIR=true;ccache" % self.source] + OPTIONS[self.preset],
-                       check=True, stdout=subprocess.DEVNULL)
+        self.build = os.path.join(self.source, "build", preset)
 
     def run(self, defect):
         """Builds a test and runs it; its exit status and what it said."""
@@ -49,7 +32,7 @@ class SanitizedTree(Tree):
         else:
             words = defect["command"]
         targets = [words[0]] + (["standin_helper"] if self.preset == "asan" else [])
-        status, output = self.command(["cmake", "--build", self.build, "--target"] + targets, None)
+        status, output = self.make(targets, None)
         if status != 0:
             sys.exit(output[-3000:] + "\nscripts/planted: does not compile")
         command = [os.path.join(self.build, "bin", words[0])]
@@ -101,7 +84,7 @@ def main():
         preset = defect["preset"]
         if preset not in trees:
             trees[preset] = SanitizedTree(os.path.join(TOP, "build", "planted"), preset)
-            trees[preset].configure()
+            trees[preset].configure(preset)
         is_found = finds(trees[preset], defect)
         failed += not is_found
         print("%s: %s" % (defect["finder"], "finds its defect" if is_found else "finds nothing"))
