@@ -162,7 +162,6 @@ QString leftOutText(int count)
 QString searchForm(const QString &text)
 {
     QString form;
-    form.reserve(text.size());
     for (const QChar letter : text.normalized(QString::NormalizationForm_KD)) {
         if (letter.category() != QChar::Mark_NonSpacing)
             form += letter;

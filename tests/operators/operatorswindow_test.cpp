@@ -346,6 +346,7 @@ void OperatorsWindowTest::entriesThatAreRefused()
     answering([this] { button("addButton")->click(); },
               [](QDialog *dialog) {
                   auto *ok = dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok);
+                  QVERIFY(!ok->isEnabled());
                   const auto problem = [&](const QString &name, const QString &apn) {
                       type(dialog, name, apn);
                       const QString text = dialog->findChild<QLabel *>("problemLabel")->text();
