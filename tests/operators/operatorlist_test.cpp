@@ -139,6 +139,9 @@ void OperatorListTest::textAsEditorsWriteIt()
                                            "  Caf\xC3\xA9=cafe.net\r\nB  =  b");
     QCOMPARE(read.problem, QString());
     QCOMPARE(read.list, QVariantMap({{QString::fromUtf8("Café"), "cafe.net"}, {"B", "b"}}));
+    // Quotes that are not around the whole name belong to it.
+    QCOMPARE(listFromText("The \"best\" = x\n\"O!\" 2 = y\n").list,
+             QVariantMap({{"The \"best\"", "x"}, {"\"O!\" 2", "y"}}));
     QVERIFY(listFromText("# nothing\n").list.isEmpty());
     QCOMPARE(listFromText("# nothing\n").problem, QString());
 }
