@@ -24,11 +24,13 @@ int readBehindABlock()
     return behind;
 }
 
+void *volatile kept = nullptr;
+
 /// In a frame of its own, so that no register keeps it.
 [[gnu::noinline]] void loseABlock()
 {
-    void *volatile block = std::malloc(static_cast<std::size_t>(number));
-    block = nullptr;
+    kept = std::malloc(static_cast<std::size_t>(number));
+    kept = nullptr;
 }
 
 int addTooMuch()
