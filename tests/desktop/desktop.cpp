@@ -289,17 +289,24 @@ void Desktop::pressIn(const WindowId &window, const QStringList &keys) const
     press(keys);
 }
 
+void Desktop::repeatUntil(const QString &what, const std::function<void()> &act,
+                          const std::function<bool()> &done) const
+{
+    constexpr int Tries = 5;
+    constexpr int Pause = 4000; // milliseconds
+    for (int i = 0; i < Tries; ++i) {
+        act();
+        if (comesTrue(done, Pause))
+            return;
+    }
+    expect(false, QString("%1: not after %2 tries").arg(what).arg(Tries));
+}
+
 void Desktop::pressUntil(const WindowId &window, const QString &key, const QString &what,
                          const std::function<bool()> &done) const
 {
-    constexpr int Presses = 5;
-    constexpr int PauseBetweenPresses = 4000; // milliseconds
-    for (int i = 0; i < Presses; ++i) {
-        pressIn(window, key);
-        if (comesTrue(done, PauseBetweenPresses))
-            return;
-    }
-    expect(false, QString("%1: not after pressing %2 %3 times").arg(what, key).arg(Presses));
+    repeatUntil(
+        what, [&] { pressIn(window, key); }, done);
 }
 
 void Desktop::minimise(const WindowId &window) const
@@ -315,8 +322,11 @@ void Desktop::askToClose(const WindowId &window) const
 
 void Desktop::close(const WindowId &window) const
 {
-    askToClose(window);
-    waitFor("The window is gone", [&] { return !visibleWindows().contains(window); });
+    // One that has only just appeared may still be shown anew, and not listen.
+    activate(window);
+    repeatUntil(
+        "The window is gone", [&] { askToClose(window); },
+        [&] { return !visibleWindows().contains(window); });
 }
 
 QImage Desktop::screen() const

@@ -114,6 +114,8 @@ public:
 
 private:
     void click(const WindowId &window, QPoint point, const QStringList &how) const;
+    void repeatUntil(const QString &what, const std::function<void()> &act,
+                     const std::function<bool()> &done) const;
     void removeEarlierPictures() const;
     /// The screen when it stands still; of one that never does, what is there
     /// after a while.
