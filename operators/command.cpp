@@ -282,8 +282,10 @@ private:
         if (fileName == "-")
             return m_output->write(text) == text.size();
         QSaveFile file(fileName);
+        // commit() alone says nothing of what then cannot be written, and takes the old
+        // file's place with less.
         if (file.open(QIODevice::WriteOnly | QIODevice::Text) && file.write(text) == text.size() &&
-            file.commit())
+            file.flush() && file.commit())
             return true;
         return hasFailed(QString("%1 cannot be written: %2").arg(fileName, file.errorString()));
     }

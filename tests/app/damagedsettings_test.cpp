@@ -21,6 +21,7 @@ private slots:
 
     void damagedFileIsKeptOnce();
     void secondDamageGetsTheNextNumber();
+    void thousandthDamageIsNotKept();
     void soundFileIsNotCopied_data();
     void soundFileIsNotCopied();
     void missingFileIsNotCopied();
@@ -75,6 +76,19 @@ void DamagedSettingsTest::secondDamageGetsTheNextNumber()
     QCOMPARE(contentOf(m_store->userFile() + ".damaged2"), worse);
     QCOMPARE(log.lines().last(), "The settings file is damaged; a copy was kept as " +
                                      m_store->userFile() + ".damaged2");
+}
+
+// Whatever damages the file again and again does not fill the disk.
+void DamagedSettingsTest::thousandthDamageIsNotKept()
+{
+    TestSettings::write(m_store->userFile(), damagedBytes);
+    for (int number = 1; number < 1000; ++number)
+        TestSettings::write(QString("%1.damaged%2").arg(m_store->userFile()).arg(number), "other");
+    const LogCatcher log;
+    preserveDamagedSettings();
+    QCOMPARE(copies().size(), 999);
+    QCOMPARE(contentOf(m_store->userFile() + ".damaged999"), QByteArray("other"));
+    QCOMPARE(log.lines(), QStringList());
 }
 
 void DamagedSettingsTest::soundFileIsNotCopied_data()

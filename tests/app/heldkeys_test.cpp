@@ -82,6 +82,7 @@ void HeldKeysTest::actsOnce_data()
     QTest::newRow("Enter") << int(Qt::Key_Return) << Reported::Yes;
     QTest::newRow("Enter, by the time") << int(Qt::Key_Return) << Reported::No;
     QTest::newRow("Enter of the digits") << int(Qt::Key_Enter) << Reported::No;
+    QTest::newRow("Select, of a keypad") << int(Qt::Key_Select) << Reported::No;
     QTest::newRow("Space") << int(Qt::Key_Space) << Reported::Yes;
     QTest::newRow("Space, by the time") << int(Qt::Key_Space) << Reported::No;
 }

@@ -89,9 +89,11 @@ private slots:
     void everyUserOfTheDesktopMayTellIt();
     void withoutRightsOfItsOwn();
     void nobodyIsTurnedAwayWhenTheSystemDoesNotSay();
+    void nobodyGivesWayToAnOfferThatCannotBeSeen();
     void theFirstEndsJustThen();
     void laterStartsAreReported();
     void aStartBeforeTheWatchIsReported();
+    void aWaitThatFailsIsNoStart();
     void theEndIsNoStart();
     void theEndWaitsForNobody();
 };
@@ -179,9 +181,24 @@ void SingleInstanceTest::nobodyIsTurnedAwayWhenTheSystemDoesNotSay()
         SingleInstance instance(settingsFile);
         QVERIFY(instance.isFirst());
         instance.watch();
+        // It has no name that it could let go.
+        QVERIFY(!instance.giveWay(false));
     }
     QCOMPARE(bench.machine.signalled, 0);
     QCOMPARE(bench.leftOpen(), QString());
+}
+
+// 8: not enough memory to look for the offer.
+void SingleInstanceTest::nobodyGivesWayToAnOfferThatCannotBeSeen()
+{
+    Bench bench;
+    SingleInstance instance(settingsFile);
+    bench.fail("CreateEventW", 8, 2);
+    QVERIFY(!instance.giveWay(false));
+    bench.fail("CreateEventW", 8, 3);
+    QVERIFY(!instance.giveWay(true));
+    QCOMPARE(bench.machine.signalled, 0);
+    QCOMPARE(bench.leftOpen(), QString("1 event"));
 }
 
 void SingleInstanceTest::theFirstEndsJustThen()
@@ -214,6 +231,22 @@ void SingleInstanceTest::aStartBeforeTheWatchIsReported()
     const Starts starts(instance);
     instance.watch();
     QTRY_COMPARE(starts.count, 1);
+}
+
+// 6: the event is gone. The thread ends instead of asking again and again.
+void SingleInstanceTest::aWaitThatFailsIsNoStart()
+{
+    Bench<WaitingMachine> bench;
+    bench.fail("WaitForSingleObject", 6);
+    SingleInstance instance(settingsFile);
+    const Starts starts(instance);
+    instance.watch();
+    QTRY_COMPARE(bench.calls().filter("WaitForSingleObject").size(), 1);
+    bench.machine.signal();
+    QCoreApplication::processEvents();
+    QCOMPARE(bench.calls().filter("WaitForSingleObject").size(), 1);
+    QCOMPARE(bench.machine.waits(), 0);
+    QCOMPARE(starts.count, 0);
 }
 
 void SingleInstanceTest::theEndIsNoStart()

@@ -221,6 +221,24 @@ private slots:
         QTEST(int(bench.machine.dials.size()), "dials");
     }
 
+    /// Its first half went to another window that has closed since.
+    void halfADoubleClickIsNoPress()
+    {
+        MainWindowBench bench;
+        const std::unique_ptr<MainWindow> window = bench.windowInState("disconnected");
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        bench.answerDial();
+        QPushButton *connectButton = button(*window, "connectButton");
+        for (const QEvent::Type type : {QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease}) {
+            const QPoint place = connectButton->rect().center();
+            QMouseEvent event(type, place, connectButton->mapToGlobal(place), Qt::LeftButton,
+                              Qt::NoButton, Qt::NoModifier);
+            event.setTimestamp(100000);
+            QCoreApplication::sendEvent(connectButton, &event);
+        }
+        QVERIFY(bench.machine.dials.isEmpty());
+    }
+
     /// Two clicks that are no double click are two.
     void slowClicksCountEach()
     {

@@ -19,6 +19,7 @@ private slots:
     void leftOut();
     void countryWithoutAName();
     void namesThatNothingTellsApart();
+    void namesThatDifferInCaseOnly();
     void search_data();
     void search();
     void everyInstalledOffer();
@@ -178,6 +179,27 @@ void CatalogueTest::namesThatNothingTellsApart()
     for (const Offer &offer : catalogue.offers())
         names.append(offer.name);
     QCOMPARE(names, QStringList({"X", "X 2", "X 2 2", "Y (b)", "Y (c)"}));
+}
+
+// In the same order in every file.
+void CatalogueTest::namesThatDifferInCaseOnly()
+{
+    const auto names = [](const QByteArray &first, const QByteArray &second) {
+        const auto provider = [](const QByteArray &name) {
+            return "<provider><name>" + name + "</name><gsm><apn value=\"" + name.toLower() +
+                   "\"/></gsm></provider>";
+        };
+        const Catalogue catalogue(
+            readBytes("<serviceproviders format=\"2.0\"><country code=\"de\"><name>G</name>" +
+                      provider(first) + provider(second) + "</country></serviceproviders>"),
+            {});
+        QStringList list;
+        for (const Offer &offer : catalogue.offers())
+            list.append(offer.name);
+        return list;
+    };
+    QCOMPARE(names("One", "ONE"), QStringList({"ONE", "One"}));
+    QCOMPARE(names("ONE", "One"), QStringList({"ONE", "One"}));
 }
 
 void CatalogueTest::search_data()

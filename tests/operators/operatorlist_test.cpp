@@ -35,6 +35,8 @@ void OperatorListTest::names_data()
     QTest::newRow("two lines") << "a\nb" << false;
     QTest::newRow("zero") << QString(QChar(0)) << false;
     QTest::newRow("line separator") << QString("a") + QChar(QChar::LineSeparator) << false;
+    QTest::newRow("paragraph separator")
+        << QString("a") + QChar(QChar::ParagraphSeparator) << false;
 }
 
 void OperatorListTest::names()

@@ -3,6 +3,7 @@
 #include "app/operators.h"
 #include "app/settings.h"
 #include "tests/app/settingsfiles.h"
+#include "tests/linux/fulldisk.h"
 #include "tests/operators/providersample.h"
 #include "tests/support/testsettings.h"
 
@@ -45,6 +46,8 @@ private slots:
     void failed_data();
     void failed();
     void damagedProviders();
+    void emptyProviders();
+    void exportToAFullDisk();
     void settingsThatCannotBeWritten();
     void fullDisk();
     void help();
@@ -98,6 +101,8 @@ void OperatorsCommandTest::operatorsOfACountry()
     QCOMPARE(lines.at(2), QString("Mono = mono.br"));
     QVERIFY(lines.at(3).startsWith("# Left out: 1 "));
     QVERIFY(!QFile::exists(m_store->userFile()));
+    QCOMPARE(run({"--country", "at", "--list"}), 0);
+    QCOMPARE(m_output, QString("# Austria\nMono = mono.at\n")); // nothing left out
 }
 
 void OperatorsCommandTest::wholeCountryIsSet()
@@ -288,6 +293,26 @@ void OperatorsCommandTest::damagedProviders()
     QVERIFY(m_errors.startsWith("tolvane-operators: The list of mobile operators cannot be read"));
     // What needs no providers works all the same.
     QCOMPARE(run({"--add", "Own=own"}), 0);
+}
+
+void OperatorsCommandTest::emptyProviders()
+{
+    TestSettings::write(m_folder->filePath("providers.xml"), "<serviceproviders format=\"2.0\"/>");
+    QCOMPARE(run({"--countries"}), int(CommandFailed));
+    QCOMPARE(m_errors, QString("tolvane-operators: The list of mobile operators is empty.\n"));
+}
+
+void OperatorsCommandTest::exportToAFullDisk()
+{
+    const QString file = m_folder->filePath("list");
+    TestSettings::write(file, "Old = old\n");
+    {
+        const FullDisk fullDisk;
+        QCOMPARE(run({"--export", file}), int(CommandFailed));
+    }
+    QVERIFY2(m_errors.startsWith("tolvane-operators: " + file + " cannot be written: "),
+             qPrintable(m_errors));
+    QCOMPARE(contentOf(file), QByteArray("Old = old\n"));
 }
 
 void OperatorsCommandTest::settingsThatCannotBeWritten()
