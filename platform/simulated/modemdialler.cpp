@@ -30,8 +30,6 @@ constexpr int CarrierIntervalMs = 10;
 QString meaningOf(DWORD code)
 {
     switch (code) {
-    case ErrorNotSupported:
-        return "The simulated system cannot do this.";
     case RasErrorCannotOpenPhonebook:
         return "The system could not open the phone book file.";
     case RasErrorEntryNotFound:

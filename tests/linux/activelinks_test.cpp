@@ -75,6 +75,8 @@ void ActiveLinksTest::linksInPppdsOwnFolderAreFound()
     const QString file = QString("ppp-") + linkName + ".pid";
     QVERIFY(QDir(m_paths.run).mkdir("pppd"));
     QVERIFY(QFile::rename(m_paths.run + '/' + file, m_paths.run + "/pppd/" + file));
+    // And a link of the system's own, which is no entry's.
+    QVERIFY(QFile::copy(m_paths.run + "/pppd/" + file, m_paths.run + "/ppp-provider.pid"));
     QCOMPARE(links().size(), 1);
 }
 

@@ -54,6 +54,7 @@ private slots:
     void aNoticeIsShownBesideTheProgram();
     void nameAndPasswordAreStoredBeforeTheDial();
     void whatCannotBeStoredIsNotDialledWith();
+    void aDialEndsWithItsDialler();
     void aDialIsStopped();
     void pppdGetsEachTextAsOneArgument();
     void pppdGetsNothingThatIsOpen();
@@ -274,6 +275,26 @@ void DiallerTest::whatCannotBeStoredIsNotDialledWith()
     dialler.start();
     QTRY_COMPARE(seen.code, ErrorInvalidParameter);
     QVERIFY(!QFile::exists(m_folder->filePath("arguments")));
+}
+
+void DiallerTest::aDialEndsWithItsDialler()
+{
+    plan("say:DialPhone:_dialling_1 wait");
+    const QString helperFile = m_folder->filePath("helper");
+    qputenv("STANDIN_HELPER_PID", helperFile.toLocal8Bit());
+    {
+        PppdDialler dialler(uncheckedHelper(), "1", phone);
+        dialler.stop(); // nothing runs yet
+        QString told;
+        connect(&dialler, &PppdDialler::progressed, this,
+                [&told](const QString &text) { told = text; });
+        dialler.start();
+        QTRY_COMPARE(told, QString("Dialling 1..."));
+    }
+    qunsetenv("STANDIN_HELPER_PID");
+    const int helper = contentOf(helperFile).trimmed().toInt();
+    QVERIFY(helper > 0);
+    QVERIFY(::kill(helper, 0) != 0); // it has ended, and so pppd has before
 }
 
 void DiallerTest::aDialIsStopped()

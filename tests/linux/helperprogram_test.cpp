@@ -206,6 +206,8 @@ void HelperProgramTest::everyDriverFileIsRootsAlone()
     QVERIFY(rules.setPermissions(own));
     const QString good = startedWith({"set-up"}, "1000", {}, folder->path());
     QVERIFY2(good.startsWith("0 ") && good.contains("ready"), qPrintable(good));
+    const QString forRoot = startedWith({"set-up"}, QString(), {}, folder->path());
+    QVERIFY2(forRoot.startsWith("0 ") && forRoot.contains("ready"), qPrintable(forRoot));
     QVERIFY(rules.setPermissions(own | QFile::WriteGroup));
     const QString bad = startedWith({"set-up"}, "1000", {}, folder->path());
     QVERIFY2(bad.startsWith("1 ") && bad.contains(rules.fileName()), qPrintable(bad));

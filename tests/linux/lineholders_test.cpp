@@ -48,6 +48,7 @@ private slots:
     void aFreeLineIsNoReasonToDisturbAnybody();
     void aSystemctlThatOthersCanChangeIsNotRun();
     void onlyAPhonesLineIsFreed();
+    void theHelperNamesWhoKeepsTheLine();
     void thePortIsOpenedOnceModemManagerHasLetGo_data();
     void thePortIsOpenedOnceModemManagerHasLetGo();
     void theUserIsToldWhoHasThePort_data();
@@ -245,6 +246,18 @@ void LineHoldersTest::onlyAPhonesLineIsFreed()
     QCOMPARE(service.answer(freeLineRequest(m_line), &more), DWORD(Success));
     QCOMPARE(askedSystemctl(), QByteArray("try-restart ModemManager.service\n"));
     QCOMPARE(more, QJsonObject());
+}
+
+void LineHoldersTest::theHelperNamesWhoKeepsTheLine()
+{
+    addPort(true);
+    hold("minicom");
+    QJsonObject more;
+    QCOMPARE(
+        Service(m_paths, programIdentity(), Role::Connect).answer(freeLineRequest(m_line), &more),
+        ErrorAccessDenied);
+    QCOMPARE(more, (QJsonObject{{"holder", "minicom"}}));
+    QCOMPARE(askedSystemctl(), QByteArray());
 }
 
 HANDLE LineHoldersTest::open(Platform *platform) const

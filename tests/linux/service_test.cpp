@@ -68,9 +68,13 @@ void ServiceTest::eachRequestIsDone()
     QFile said(path("drivers/installed"));
     QVERIFY(said.open(QIODevice::ReadOnly));
     QCOMPARE(said.readAll(), QByteArray("-a\n"));
+    setMode(path("drivers/InstallDriver"), 0644);
+    QCOMPARE(answer(Role::SetUp, installDriverRequest()), DWORD(ErrorAccessDenied));
 
     QCOMPARE(answer(Role::SetUp, storeInfRequest("oem0.inf", m_inf)), DWORD(Success));
     QVERIFY(QFile::exists(path("state/inf/oem0.inf")));
+    // None takes the place of one that is there.
+    QCOMPARE(answer(Role::SetUp, storeInfRequest("oem0.inf", m_inf)), DWORD(ErrorFileExists));
 
     DeviceList more = modems(2);
     more.devices.last().driverInf = "oem0.inf";

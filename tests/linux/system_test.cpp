@@ -58,6 +58,8 @@ private slots:
     void aChangeDoesNotWaitForEver();
     void theStoreIsEveryonesToRead();
     void aStoreThatMayNotBeReadIsNotEmpty();
+    void aStoreWithoutAPlaceIsRefused();
+    void whatIsPutAsideTakesNothingsPlace();
 
 private:
     void write(const QString &name, const QByteArray &content, bool executable = false)
@@ -200,6 +202,11 @@ void SystemTest::aProgramIsStartedAndNotWaitedFor()
     QVERIFY(m_platform->CloseHandle(process.hProcess));
     QVERIFY(m_platform->CloseHandle(process.hThread));
     QVERIFY(!m_platform->CloseHandle(process.hThread));
+    // Without a command line it is told its own path.
+    write("Bare", "#!/bin/sh\necho \"$# $0\" >\"$0.out\"\n", true);
+    QVERIFY(start(m_folder->filePath("Bare"), "", &process));
+    QCOMPARE(m_platform->WaitForSingleObject(process.hProcess, 10000), WaitObject0);
+    QCOMPARE(contentOf("Bare.out"), "0 " + m_folder->filePath("Bare").toLocal8Bit() + '\n');
 }
 
 void SystemTest::startingAProgramIsRefused()
@@ -433,6 +440,34 @@ void SystemTest::aStoreThatMayNotBeReadIsNotEmpty()
     }
     setMode(store.folder(), 0755);
     QCOMPARE(code, DWORD(ErrorAccessDenied));
+}
+
+void SystemTest::aStoreWithoutAPlaceIsRefused()
+{
+    StateStore store("/proc/none/deeper/state");
+    bool wasCalled = false;
+    QCOMPARE(store.change([&wasCalled](QJsonObject *) { return wasCalled = true; }),
+             DWORD(ErrorFileNotFound));
+    QVERIFY(!wasCalled);
+    QCOMPARE(store.putAside(), DWORD(ErrorFileNotFound));
+}
+
+void SystemTest::whatIsPutAsideTakesNothingsPlace()
+{
+    StateStore store(m_folder->filePath("state"));
+    QVERIFY(QDir(m_folder->path()).mkdir("state"));
+    QCOMPARE(store.putAside(), DWORD(ErrorFileNotFound)); // there is none
+    write("state/" + QFileInfo(store.file()).fileName(), "damaged");
+    for (int number = 1; number < 100; ++number)
+        write(QString("state/%1.damaged%2").arg(QFileInfo(store.file()).fileName()).arg(number),
+              "other");
+    QCOMPARE(store.putAside(), DWORD(ErrorGenFailure));
+    QCOMPARE(contentOf("state/" + QFileInfo(store.file()).fileName()), QByteArray("damaged"));
+    QVERIFY(QFile::remove(store.file() + ".damaged70"));
+    QCOMPARE(store.putAside(), DWORD(Success));
+    QVERIFY(!QFile::exists(store.file()));
+    QCOMPARE(contentOf(QString("state/%1.damaged70").arg(QFileInfo(store.file()).fileName())),
+             QByteArray("damaged"));
 }
 
 QTEST_GUILESS_MAIN(SystemTest)

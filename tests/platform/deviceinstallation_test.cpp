@@ -70,6 +70,8 @@ void DeviceInstallationTest::aModemIsMade()
     QCOMPARE(m_bench->system.RegCloseKey(key), LONG(0));
     QVERIFY(modem.registerIt()); // a second time, as the program does
     DriverInfoData driver = {};
+    FAILS_WITH(ErrorInvalidParameter,
+               m_bench->system.SetupDiGetSelectedDriverW(modem.set, &modem.data, nullptr));
     FAILS_WITH(ErrorInvalidUserBuffer,
                m_bench->system.SetupDiGetSelectedDriverW(modem.set, &modem.data, &driver));
     driver.cbSize = sizeof driver;

@@ -26,7 +26,7 @@ public:
     }
     void stop() override { stops += m_isRunning ? 1 : 0; }
     bool isRunning() const override { return m_isRunning; }
-    bool takesSignIn() const override { return canSignIn; }
+    bool takesSignIn() const override { return canSignIn || Dialler::takesSignIn(); }
     void setSignIn(const QString &name, const QString &password) override
     {
         signIns += name + '/' + password;

@@ -78,6 +78,15 @@ private slots:
         QVERIFY(inf.models("NTia64").isEmpty());
     }
 
+    void aModelWithoutAnIdIsNone()
+    {
+        const InfFile inf = parsed("[Version]\nSignature=\"$CHICAGO$\"\n"
+                                   "[Manufacturer]\nMaker=Models\n"
+                                   "[Models]\nOne=Install\nTwo=Install,two\nThree\n");
+        QCOMPARE(inf.models(QString()).size(), 1);
+        QCOMPARE(inf.models(QString()).first().description, QString("Two"));
+    }
+
     void readsEveryEncoding()
     {
         const QByteArray utf8 = QByteArray(modemInf).replace("GPRS", "Gerät");

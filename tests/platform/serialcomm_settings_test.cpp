@@ -14,6 +14,7 @@ private slots:
     void setsLineSettings();
     void refusesBadLineSettings_data();
     void refusesBadLineSettings();
+    void tellsOfAParityCheck();
     void switchesTheTerminalToRaw();
     void refusesOtherTimeouts();
     void refusesReadsBeforeTimeouts();
@@ -123,6 +124,23 @@ void SerialCommSettingsTest::refusesBadLineSettings()
     DeviceControlBlock after = {};
     QVERIFY(serial.GetCommState(port.handle, &after));
     QCOMPARE(memcmp(&after, &before, sizeof after), 0);
+}
+
+// Whoever had the line before may have switched it on.
+void SerialCommSettingsTest::tellsOfAParityCheck()
+{
+    constexpr DWORD FlagParityCheck = 2;
+    TestSerial serial;
+    OpenPort port(serial);
+    DeviceControlBlock settings = {};
+    QVERIFY(serial.GetCommState(port.handle, &settings));
+    QCOMPARE(settings.Flags & FlagParityCheck, DWORD(0));
+    termios line = {};
+    QCOMPARE(::tcgetattr(port.pty.master(), &line), 0);
+    line.c_iflag |= INPCK;
+    QCOMPARE(::tcsetattr(port.pty.master(), TCSANOW, &line), 0);
+    QVERIFY(serial.GetCommState(port.handle, &settings));
+    QCOMPARE(settings.Flags & FlagParityCheck, DWORD(FlagParityCheck));
 }
 
 void SerialCommSettingsTest::switchesTheTerminalToRaw()

@@ -23,7 +23,9 @@ private slots:
     void writesInOrder();
     void failsEverythingAfterHangUp();
     void endsAPendingWriteOnHangUp();
+    void endsAPendingWriteOnClose();
     void refusesForeignHandles();
+    void refusesMissingArguments();
 };
 
 void SerialCommTransferTest::readsWhatIsThere()
@@ -225,6 +227,20 @@ void SerialCommTransferTest::endsAPendingWriteOnHangUp()
     QVERIFY(count < DWORD(data.size()));
 }
 
+void SerialCommTransferTest::endsAPendingWriteOnClose()
+{
+    TestSerial serial;
+    OpenPort port(serial);
+    const QByteArray data(1024 * 1024, 'w');
+    QVERIFY(!serial.WriteFile(port.handle, data.constData(), DWORD(data.size()), nullptr,
+                              &port.overlapped));
+    QCOMPARE(lastError(), DWORD(ErrorIoPending));
+    QVERIFY(serial.CloseHandle(port.handle));
+    QCOMPARE(serial.WaitForSingleObject(port.overlapped.hEvent, 0), DWORD(WaitObject0));
+    QCOMPARE(port.overlapped.Internal, ULONG_PTR(ErrorOperationAborted));
+    QVERIFY(port.overlapped.InternalHigh < ULONG_PTR(data.size()));
+}
+
 void SerialCommTransferTest::refusesForeignHandles()
 {
     TestSerial serial;
@@ -257,6 +273,28 @@ void SerialCommTransferTest::refusesForeignHandles()
     overlapped.hEvent = &serial;
     QVERIFY(!serial.WaitCommEvent(port.handle, &port.events, &overlapped));
     QCOMPARE(lastError(), DWORD(ErrorInvalidHandle));
+}
+
+void SerialCommTransferTest::refusesMissingArguments()
+{
+    TestSerial serial;
+    OpenPort port(serial);
+    const auto refused = [](BOOL result) {
+        const bool wrong = !result && lastError() == ErrorInvalidParameter;
+        setLastError(Success);
+        return wrong;
+    };
+    char buffer[1];
+    DWORD count = 1;
+    QVERIFY(refused(serial.WaitCommEvent(port.handle, nullptr, &port.overlapped)));
+    QVERIFY(refused(serial.WaitCommEvent(port.handle, &port.events, nullptr)));
+    QVERIFY(refused(serial.ReadFile(port.handle, nullptr, 1, &count, &port.overlapped)));
+    QCOMPARE(count, DWORD(0));
+    QVERIFY(refused(serial.ReadFile(port.handle, buffer, 1, &count, nullptr)));
+    QVERIFY(refused(serial.WriteFile(port.handle, nullptr, 1, &count, &port.overlapped)));
+    QVERIFY(refused(serial.WriteFile(port.handle, buffer, 1, &count, nullptr)));
+    QVERIFY(refused(serial.GetOverlappedResult(port.handle, nullptr, &count, 0)));
+    QVERIFY(refused(serial.GetOverlappedResult(port.handle, &port.overlapped, nullptr, 0)));
 }
 
 QTEST_GUILESS_MAIN(SerialCommTransferTest)

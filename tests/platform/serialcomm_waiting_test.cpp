@@ -1,3 +1,5 @@
+#include "platform/posix/openport.h"
+#include "platform/posix/serialdevice.h"
 #include "tests/platform/serialcommfixture.h"
 
 #include <QElapsedTimer>
@@ -26,6 +28,7 @@ private slots:
     void countsAutoResetEvents();
     void endsAWaitOnHangUp();
     void endsPendingOperationsOnClose();
+    void aPortIsClosedWhileItIsUsed();
 };
 
 void SerialCommWaitingTest::wakesUpWhenInputComes()
@@ -57,8 +60,10 @@ void SerialCommWaitingTest::completesInTheBackground()
     TestSerial serial;
     OpenPort port(serial);
     QVERIFY(!serial.WaitCommEvent(port.handle, &port.events, &port.overlapped));
-    port.pty.send("x");
     DWORD count = 0;
+    QVERIFY(!serial.GetOverlappedResult(port.handle, &port.overlapped, &count, 0));
+    QCOMPARE(lastError(), DWORD(996));
+    port.pty.send("x");
     QVERIFY(serial.GetOverlappedResult(port.handle, &port.overlapped, &count, 1));
     QCOMPARE(port.events, DWORD(EventReceivedCharacter));
     QVERIFY(serial.WaitCommEvent(port.handle, &port.events, &port.overlapped));
@@ -179,6 +184,35 @@ void SerialCommWaitingTest::endsPendingOperationsOnClose()
     waiter.join();
     QCOMPARE(waited, DWORD(WaitObject0));
     QCOMPARE(port.overlapped.Internal, ULONG_PTR(ErrorOperationAborted));
+}
+
+// A thread that has found the port by its handle goes on with it.
+void SerialCommWaitingTest::aPortIsClosedWhileItIsUsed()
+{
+    const Pty pty;
+    DWORD error = Success;
+    const int descriptor = openSerialDevice(pty.node().toLocal8Bit().constData(), &error);
+    QVERIFY(descriptor >= 0);
+    const auto port = std::make_shared<SerialPort>(descriptor);
+    QVERIFY(port->setTimeouts(atOnce));
+    QVERIFY(port->setMask(EventReceivedCharacter));
+    port->close();
+    DWORD mask = 0;
+    DWORD count = 9;
+    char buffer[1];
+    Overlapped overlapped = {};
+    const auto refused = [](BOOL result) {
+        const bool invalid = !result && lastError() == ErrorInvalidHandle;
+        setLastError(Success);
+        return invalid;
+    };
+    QVERIFY(refused(port->waitEvent(&mask, &overlapped, {})));
+    QVERIFY(refused(port->read(buffer, 1, &count, &overlapped, {})));
+    QCOMPARE(count, DWORD(0));
+    QVERIFY(refused(port->write("x", 1, &count, &overlapped, {})));
+    QCOMPARE(port->pollDescriptor(), -1); // whoever still waits is not woken by the line
+    port->progress();
+    QCOMPARE(overlapped.Internal, ULONG_PTR(0));
 }
 
 QTEST_GUILESS_MAIN(SerialCommWaitingTest)

@@ -1,6 +1,7 @@
 #include "platform/configmanager.h"
 #include "platform/simulated/usbbus.h"
 #include "platform/standin/lasterror.h"
+#include "tests/linux/fulldisk.h"
 #include "tests/platform/simulated_fixture.h"
 
 #include <QElapsedTimer>
@@ -73,6 +74,24 @@ class SimulatedPortsTest : public QObject
     Q_OBJECT
 
 private slots:
+    // A new phone's port number has to be stored before anybody sees it.
+    void showsNoPortThatCannotBeStored()
+    {
+        TestMachine machine;
+        installDriver(machine);
+        const ScriptedPhone phone(machine.directory());
+        SimulatedPc pc(machine.directory());
+        {
+            const FullDisk fullDisk;
+            QCOMPARE(pc.SetupDiGetClassDevsW(&PortsClassGuid, nullptr, nullptr, GetPresentDevices),
+                     invalidHandle());
+            QCOMPARE(lastError(), DWORD(ErrorGenFailure));
+            QCOMPARE(openPort(pc, 5), invalidHandle());
+            QCOMPARE(lastError(), DWORD(ErrorGenFailure));
+        }
+        QCOMPARE(portNames(pc).size(), 2);
+    }
+
     void hasAnOnBoardPort()
     {
         TestMachine machine;

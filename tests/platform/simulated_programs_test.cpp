@@ -218,6 +218,22 @@ private slots:
         QVERIFY(machine.state().portDriverInstalled);
     }
 
+    void holdsNoLineThatIsNotNamed()
+    {
+        TestMachine machine;
+        const Output bare = runProgram(machine, "simulated-remoteaccess", {"folder"});
+        QCOMPARE(bare.exitCode, 2);
+        QVERIFY(bare.error.startsWith("usage: simulated-remoteaccess DIRECTORY HANDLE LINE"));
+    }
+
+    void needsACommand()
+    {
+        TestMachine machine;
+        const Output bare = runProgram(machine, "simulated-pc", {});
+        QCOMPARE(bare.exitCode, 2);
+        QVERIFY2(bare.error.contains("no command given"), qPrintable(bare.error));
+    }
+
     void bringsDriverPackages_data()
     {
         QTest::addColumn<QString>("file");

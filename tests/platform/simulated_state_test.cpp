@@ -1,3 +1,4 @@
+#include "tests/linux/fulldisk.h"
 #include "tests/platform/simulated_fixture.h"
 
 #include <QDir>
@@ -154,6 +155,35 @@ private slots:
         QVERIFY(file.open(QIODevice::WriteOnly));
         MachineSession session(file.fileName());
         QVERIFY(!session.save());
+    }
+
+    void refusesWhatIsNoFile_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::newRow("the state") << "pc.json";
+        QTest::newRow("the lock") << "pc.lock";
+    }
+
+    void refusesWhatIsNoFile()
+    {
+        QFETCH(QString, folder);
+        QTemporaryDir directory;
+        QVERIFY(QDir(directory.path()).mkdir(folder));
+        MachineSession session(directory.path());
+        QVERIFY(!session.save());
+        QVERIFY(QDir(directory.filePath(folder)).exists());
+    }
+
+    void keepsTheOldStateOnAFullDisk()
+    {
+        TestMachine machine;
+        {
+            MachineSession session(machine.directory());
+            session.state.administrator = false;
+            const FullDisk fullDisk;
+            QVERIFY(!session.save());
+        }
+        QVERIFY(machine.state().administrator);
     }
 
     void countsCorrectlyFromManyThreads()

@@ -13,6 +13,7 @@ private slots:
     void textIsCutOffAtTheBuffersEnd();
     void fieldHoldsNothingButTheText_data() { textIsCutOffAtTheBuffersEnd_data(); }
     void fieldHoldsNothingButTheText();
+    void identifiersAreComparedWhole();
 };
 
 void TextTest::textIsCutOffAtTheBuffersEnd_data()
@@ -52,6 +53,17 @@ void TextTest::fieldHoldsNothingButTheText()
     QCOMPARE(fromField(field), held);
     for (int i = static_cast<int>(held.size()); i < 4; ++i)
         QCOMPARE(field[i], WCHAR{0});
+}
+
+void TextTest::identifiersAreComparedWhole()
+{
+    const Guid one = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+    QVERIFY(one == Guid(one));
+    for (const Guid &other :
+         {Guid{0, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}}, Guid{1, 0, 3, {4, 5, 6, 7, 8, 9, 10, 11}},
+          Guid{1, 2, 0, {4, 5, 6, 7, 8, 9, 10, 11}}, Guid{1, 2, 3, {0, 5, 6, 7, 8, 9, 10, 11}},
+          Guid{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 0}}})
+        QVERIFY(!(one == other));
 }
 
 QTEST_GUILESS_MAIN(TextTest)
