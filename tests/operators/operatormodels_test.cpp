@@ -21,6 +21,7 @@ private slots:
     void checkMarksOfAllRowsAreDrawnAgain();
     void headings();
     void remarks();
+    void rowsThatCannotBeChanged();
     void checkedByTheView();
 
 private:
@@ -120,6 +121,14 @@ void OperatorModelsTest::remarks()
     QCOMPARE(remark("three.de"), QString("contract; password"));
     QCOMPARE(remark("wap.de"), QString("WAP"));
     QCOMPARE(remark("five.de"), QString());
+}
+
+/// The built-in list cannot be changed, and looks like it.
+void OperatorModelsTest::rowsThatCannotBeChanged()
+{
+    QVERIFY(m_list->flags(m_list->index(0, 0)) & Qt::ItemIsEnabled);
+    m_list->begin({{{"Warid", "internet"}}, Origin::BuiltIn});
+    QCOMPARE(m_list->flags(m_list->index(0, 0)), Qt::ItemFlags(Qt::ItemNeverHasChildren));
 }
 
 void OperatorModelsTest::checkedByTheView()
