@@ -21,7 +21,7 @@ const char upOption[] = "ip-up-script ";
 const char downOption[] = "ip-down-script ";
 const char fileOption[] = "file ";
 const char ownerMark[] = "@"; // in no encoded name
-constexpr qint64 LargestRecord = 64 * 1024;
+constexpr qint64 LargestRecord = qint64{64} * 1024;
 constexpr int LongestFileName = 240; // "ppp-" and ".pid" go around it
 
 bool isPlain(char character)
