@@ -17,8 +17,8 @@ namespace platform::linuxsystem {
 namespace {
 
 constexpr int MostDamaged = 100;
-constexpr qint64 LargestState =
-    qint64{16} * 1024 * 1024; // a thousand times what modems and ports need
+// A thousand times what modems and ports need.
+constexpr qint64 LargestState = qint64{16} * 1024 * 1024;
 
 } // namespace
 
