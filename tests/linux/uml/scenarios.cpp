@@ -54,8 +54,8 @@ private slots:
     void wrongAccessPoint();
     void operatorOfAnotherCountry();
     void networkAsksForNameAndPassword();
-    void portInUseByAnotherProgram();
     void aPipeInTheLocksPlaceIsNotWaitedFor();
+    void portInUseByAnotherProgram();
     void phoneIsUnpluggedAndPluggedIn();
     void ordinaryUserSetsUpAndDials();
     void ordinaryUserWithoutRights();
@@ -353,6 +353,20 @@ void LinuxScenarios::networkAsksForNameAndPassword()
     });
 }
 
+// Anybody may put it there, and pppd would wait at it for ever.
+void LinuxScenarios::aPipeInTheLocksPlaceIsNotWaitedFor()
+{
+    scenario([&](Person &person) {
+        letLineSettle();
+        runInGuest("mkfifo", {"/run/lock/LCK..ttyS0"});
+        person.pressMainButton();
+        person.dialInVain("pipe-in-the-locks-place", "another program may be using it", 633);
+        QFile::remove("/run/lock/LCK..ttyS0");
+        reconnect(person);
+        disconnect(person);
+    });
+}
+
 void LinuxScenarios::portInUseByAnotherProgram()
 {
     scenario([&](Person &person) {
@@ -373,20 +387,6 @@ void LinuxScenarios::portInUseByAnotherProgram()
         person.desktop.keepPicture("port-in-use");
         other.end();
         person.endProgram();
-    });
-}
-
-// Anybody may put it there, and pppd would wait at it for ever.
-void LinuxScenarios::aPipeInTheLocksPlaceIsNotWaitedFor()
-{
-    scenario([&](Person &person) {
-        letLineSettle();
-        runInGuest("mkfifo", {"/run/lock/LCK..ttyS0"});
-        person.pressMainButton();
-        person.dialInVain("pipe-in-the-locks-place", "another program may be using it", 633);
-        QFile::remove("/run/lock/LCK..ttyS0");
-        reconnect(person);
-        disconnect(person);
     });
 }
 
