@@ -4,6 +4,7 @@
 #include <QDeadlineTimer>
 #include <QDialog>
 #include <QDir>
+#include <QPixmapCache>
 #include <QThread>
 #include <QThreadPool>
 
@@ -36,6 +37,7 @@ Levels levels(int expectedThreads)
     const QDeadlineTimer patience(5000);
     QThreadPool::globalInstance()->waitForDone();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QPixmapCache::clear(); // comes and goes with the time
     Levels now;
     for (const QWidget *widget : QApplication::allWidgets()) {
         const QWidget *window = widget->window();
