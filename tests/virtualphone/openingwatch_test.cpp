@@ -23,6 +23,7 @@ private slots:
 
 private:
     std::unique_ptr<QFile> openNode(QIODevice::OpenMode mode = QIODevice::ReadWrite);
+    bool seesReopening(std::unique_ptr<QFile> node);
     void openOneself(const std::function<void()> &meanwhile = [] {});
 
     std::unique_ptr<QTemporaryDir> m_directory;
@@ -59,6 +60,15 @@ void OpeningWatchTest::openOneself(const std::function<void()> &meanwhile)
     m_watch->endOwnOpening();
 }
 
+/// Whether it is seen that the node is closed and at once opened again.
+bool OpeningWatchTest::seesReopening(std::unique_ptr<QFile> node)
+{
+    node.reset();
+    node = openNode();
+    m_watch->update();
+    return m_watch->wasClosed();
+}
+
 void OpeningWatchTest::closedAndOpenedAgain()
 {
     m_isOpen = true;
@@ -84,10 +94,7 @@ void OpeningWatchTest::askedBetweenTheOpeningAndItsNews()
     auto node = openNode();
     m_watch->update();
     QVERIFY(!m_watch->wasClosed());
-    node.reset();
-    node = openNode();
-    m_watch->update();
-    QVERIFY(m_watch->wasClosed());
+    QVERIFY(seesReopening(std::move(node)));
 }
 
 // The terminal is still open a moment after the file system says otherwise.
@@ -118,10 +125,7 @@ void OpeningWatchTest::openedDuringAnOwnOpening()
         node = openNode();
     });
     QVERIFY(!m_watch->wasClosed());
-    node.reset();
-    node = openNode();
-    m_watch->update();
-    QVERIFY(m_watch->wasClosed());
+    QVERIFY(seesReopening(std::move(node)));
 }
 
 void OpeningWatchTest::oneOfTwoIsClosed()
