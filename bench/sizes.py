@@ -10,7 +10,6 @@ from processes import TOP, Failed, output_of
 
 MEGABYTE = 1024 * 1024
 DESKTOP = ("xfce4", "xserver-xorg")  # a bare desktop that has no Qt
-WINDOWS = "not built; scripts/windows package makes it"
 LARGEST = 5
 
 
@@ -24,15 +23,16 @@ def largest(parts):
     return "largest: " + ", ".join(f"{name} {megabytes(size)}" for size, name in chosen)
 
 
-def only(folder, pattern):
-    found = sorted((TOP / "build" / folder).glob(pattern))
-    return found[-1] if found else None
+def built(folder, pattern):
+    """The newest; scripts/bench has just made it."""
+    found = list((TOP / "build" / folder).glob(pattern))
+    if not found:
+        raise Failed(f"there is no {pattern} in build/{folder}; scripts/bench makes it")
+    return max(found, key=lambda path: path.stat().st_mtime)
 
 
 def executable():
-    path = only("windows/bin", "TolvaneDialler.exe")
-    if path is None:
-        return Line("Windows program", WINDOWS)
+    path = built("windows/bin", "TolvaneDialler.exe")
     sections = []
     for line in output_of(["x86_64-w64-mingw32-objdump", "-h", path]).splitlines():
         fields = line.split()
@@ -42,18 +42,14 @@ def executable():
 
 
 def archive():
-    path = only("windows-package", "*.zip")
-    if path is None:
-        return Line("Windows archive", WINDOWS)
+    path = built("windows-package", "*.zip")
     with zipfile.ZipFile(path) as content:
         parts = [(info.compress_size, Path(info.filename).name) for info in content.infolist()]
     return Line("Windows archive", f"{megabytes(path.stat().st_size)}; {largest(parts)}")
 
 
 def installer():
-    path = only("windows-package", "*-setup.exe")
-    if path is None:
-        return Line("Windows installer", WINDOWS)
+    path = built("windows-package", "*-setup.exe")
     return Line("Windows installer", f"{megabytes(path.stat().st_size)}; holds the same files")
 
 
@@ -96,8 +92,6 @@ def pulled_in(path):
 
 
 def rows(_):
-    path = only("linux-package", "tolvane-modem-connector_*.deb")
-    if path is None:
-        raise Failed("there is no Debian package; scripts/linux package makes it")
+    path = built("linux-package", "tolvane-modem-connector_*.deb")
     return [("size", [executable(), archive(), installer(), debian_package(path),
                       pulled_in(path)])]
