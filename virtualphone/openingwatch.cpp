@@ -64,6 +64,13 @@ void OpeningWatch::update()
     count(takeEvents(), wasOpen);
 }
 
+void OpeningWatch::updateAfterBytes()
+{
+    update();
+    if (!m_wasClosed) // otherwise they may have come before that
+        m_isAssumed = false;
+}
+
 QVector<OpeningWatch::Event> OpeningWatch::takeEvents()
 {
     QVector<Event> events;

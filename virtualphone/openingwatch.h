@@ -37,6 +37,10 @@ public:
     /// Takes in what has happened since.
     void update();
 
+    /// The same after bytes came through the node. Whoever sent them had opened it, and
+    /// that has been told by now, if only as one with an opening of one's own.
+    void updateAfterBytes();
+
     /// Whether the last opening was closed since forgetClosing(), even if there
     /// is a new one by now. As of the last update.
     bool wasClosed() const { return m_wasClosed; }
@@ -51,7 +55,7 @@ private:
     int m_descriptor = -1;
     std::optional<bool> m_tellsOwnOpenings; // differs between kernels
     int m_openings = 0;
-    bool m_isAssumed = false; // one of them was seen by the master and not told yet
+    bool m_isAssumed = false; // one of them was seen by the master; it may be told yet
     bool m_wasClosed = false;
 };
 

@@ -142,12 +142,12 @@ void Pseudoterminal::readOnce()
 {
     char buffer[4096];
     const ssize_t count = ::read(m_master, buffer, sizeof buffer);
-    // What came since may be from who opened the port anew.
-    if (count > 0)
+    if (count > 0) {
+        m_openings.updateAfterBytes();
+        // What came since may be from who opened the port anew.
         noticeReopening();
-    if (count > 0)
         emit received(QByteArray(buffer, static_cast<int>(count)));
-    else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
+    } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
         m_openings.update();
         m_openings.forgetClosing(); // this is the one
         setInUse(false);

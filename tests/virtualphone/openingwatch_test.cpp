@@ -20,6 +20,7 @@ private slots:
     void askedBetweenTheClosingAndItsEnd();
     void openedDuringAnOwnOpening();
     void oneOfTwoIsClosed();
+    void oneOfTwoIsClosedAfterAnOwnOpening();
 
 private:
     std::unique_ptr<QFile> openNode(QIODevice::OpenMode mode = QIODevice::ReadWrite);
@@ -142,6 +143,24 @@ void OpeningWatchTest::oneOfTwoIsClosed()
     m_isOpen = false;
     m_watch->update();
     QVERIFY(m_watch->wasClosed());
+}
+
+// As when the program that dials hands the port over to the system, just after the port was
+// closed: the first opening is never told by itself, and the second one is not its news.
+void OpeningWatchTest::oneOfTwoIsClosedAfterAnOwnOpening()
+{
+    std::unique_ptr<QFile> first;
+    openOneself([&] {
+        m_isOpen = true;
+        first = openNode();
+    });
+    m_watch->updateAfterBytes();
+    auto second = openNode();
+    m_watch->update();
+    first.reset();
+    m_watch->update();
+    QVERIFY(!m_watch->wasClosed());
+    QVERIFY(seesReopening(std::move(second)));
 }
 
 QTEST_GUILESS_MAIN(OpeningWatchTest)
