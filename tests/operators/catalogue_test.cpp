@@ -18,6 +18,7 @@ private slots:
     void orderOfNamesThatDifferInCase();
     void leftOut();
     void countryWithoutAName();
+    void countriesOfTheSameName();
     void namesThatNothingTellsApart();
     void namesThatDifferInCaseOnly();
     void search_data();
@@ -166,6 +167,23 @@ void CatalogueTest::countryWithoutAName()
     QCOMPARE(catalogue.countries().first().name, QString("ZZ"));
 }
 
+// They stay in the file's order; by its code each is found.
+void CatalogueTest::countriesOfTheSameName()
+{
+    const auto country = [](const QByteArray &code) {
+        return "<country code=\"" + code +
+               "\"><name>G</name><provider><name>X</name><gsm><apn value=\"a\"/></gsm></provider>"
+               "</country>";
+    };
+    const Catalogue catalogue(readBytes("<serviceproviders format=\"2.0\">" + country("zz") +
+                                        country("yy") + country("xx") + "</serviceproviders>"),
+                              {});
+    QCOMPARE(catalogue.countryWithCode("zz"), 0);
+    QCOMPARE(catalogue.countryWithCode("yy"), 1);
+    QCOMPARE(catalogue.countryWithCode("xx"), 2);
+    QCOMPARE(catalogue.find("yy"), QVector<int>({1}));
+}
+
 void CatalogueTest::namesThatNothingTellsApart()
 {
     const auto provider = [](const QByteArray &name, const QByteArray &apns) {
@@ -173,12 +191,13 @@ void CatalogueTest::namesThatNothingTellsApart()
     };
     const QByteArray apn = "<apn value=\"a\"/>";
     const Catalogue catalogue =
-        catalogueOf(provider("X", apn) + provider("X", apn) + provider("X 2", apn) +
-                    provider("Y", "<apn value=\"b\"/>") + provider("Y", "<apn value=\"c\"/>"));
+        catalogueOf(provider("Y", "<apn value=\"b\"/>") + provider("Y", "<apn value=\"c\"/>") +
+                    provider("X", apn) + provider("X", apn) + provider("X", apn) +
+                    provider("X 2", apn));
     QStringList names;
     for (const Offer &offer : catalogue.offers())
         names.append(offer.name);
-    QCOMPARE(names, QStringList({"X", "X 2", "X 2 2", "Y (b)", "Y (c)"}));
+    QCOMPARE(names, QStringList({"X", "X 2", "X 2 2", "X 3", "Y (b)", "Y (c)"}));
 }
 
 // In the same order in every file.
