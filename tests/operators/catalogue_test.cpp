@@ -190,10 +190,9 @@ void CatalogueTest::namesThatNothingTellsApart()
         return "<provider><name>" + name + "</name><gsm>" + apns + "</gsm></provider>";
     };
     const QByteArray apn = "<apn value=\"a\"/>";
-    const Catalogue catalogue =
-        catalogueOf(provider("Y", "<apn value=\"b\"/>") + provider("Y", "<apn value=\"c\"/>") +
-                    provider("X", apn) + provider("X", apn) + provider("X", apn) +
-                    provider("X 2", apn));
+    const Catalogue catalogue = catalogueOf(
+        provider("Y", "<apn value=\"b\"/>") + provider("Y", "<apn value=\"c\"/>") +
+        provider("X", apn) + provider("X", apn) + provider("X", apn) + provider("X 2", apn));
     QStringList names;
     for (const Offer &offer : catalogue.offers())
         names.append(offer.name);
