@@ -1,7 +1,8 @@
 #include "platform/linux/activelinks.h"
 
+#include "platform/posix/storedfiles.h"
+
 #include <QDir>
-#include <QFile>
 #include <QSet>
 
 #include <cerrno>
@@ -17,10 +18,12 @@ namespace platform::linuxsystem {
 
 namespace {
 
+constexpr qint64 LargestFile = qint64{64} * 1024; // the arguments of a pppd
+
 QByteArray contentOf(const QString &path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QByteArray content;
+    return readStoredFile(path, LargestFile, &content) == Success ? content : QByteArray();
 }
 
 /// The arguments of a running pppd. Empty when no such process runs or when it

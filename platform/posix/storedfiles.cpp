@@ -43,13 +43,16 @@ DWORD readStoredFile(const QString &path, qint64 largest, QByteArray *content)
     struct stat facts = {};
     const bool isFile =
         ::fstat(descriptor, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_size <= largest;
-    QFile file;
-    if (!isFile || !file.open(descriptor, QIODevice::ReadOnly, QFile::AutoCloseHandle)) {
-        ::close(descriptor);
+    content->clear();
+    char part[4096];
+    ssize_t count = 0;
+    while (isFile && content->size() <= largest &&
+           (count = ::read(descriptor, part, sizeof part)) > 0)
+        content->append(part, static_cast<int>(count));
+    ::close(descriptor);
+    if (!isFile || content->size() > largest)
         return ErrorInvalidData;
-    }
-    *content = file.read(largest);
-    return file.error() == QFileDevice::NoError ? DWORD(Success) : DWORD(ErrorDeviceNotConnected);
+    return count < 0 ? DWORD(ErrorDeviceNotConnected) : DWORD(Success);
 }
 
 DWORD makeFolder(const QString &path)
