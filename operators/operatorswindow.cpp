@@ -53,8 +53,7 @@ OperatorsWindow::OperatorsWindow(const QString &fileName, const QString &ownCoun
     m_list->begin(storedList(Scope::User));
     fillCountries();
     connectControls();
-    showCountry(0);
-    ui->countryList->setCurrentRow(0);
+    search({});
     showList();
 }
 
@@ -156,14 +155,14 @@ void OperatorsWindow::showCountry(int country)
         const QSignalBlocker blocker(ui->searchEdit);
         ui->searchEdit->clear();
     }
-    if (country < m_catalogue.countries().size())
-        showOffers(m_catalogue.countries().at(country).offers, false);
+    showOffers(m_catalogue.countries().at(country).offers, false);
 }
 
 void OperatorsWindow::search(const QString &words)
 {
     if (words.trimmed().isEmpty()) {
         ui->countryList->setCurrentRow(m_country);
+        // There may be no country.
         showOffers(m_catalogue.countries().value(m_country).offers, false);
         return;
     }
