@@ -68,6 +68,15 @@ void OperatorsWindowLayoutTest::noteInFull()
     QCOMPARE(label("noteLabel"),
              QString("Twelve & Co - Pages: wap.de. Made for the operator's own pages (WAP): it "
                      "may not reach the Internet."));
+    part<QLineEdit>("searchEdit")->setText("austria");
+    QCOMPARE(label("noteLabel"), QString("Mono: mono.at"));
+    QByteArray bytes = sampleXml;
+    bytes.replace("<username>mo</username><password>no</password>", "");
+    TestSettings::write(m_folder.filePath("providers.xml"), bytes);
+    open("br");
+    QCOMPARE(label("noteLabel"),
+             QString("Mono: mono.br\nLeft out: 1 for picture messages (MMS) only, or without a "
+                     "usable name."));
 }
 
 void OperatorsWindowLayoutTest::noteInAnotherLanguage()

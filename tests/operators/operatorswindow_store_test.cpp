@@ -17,6 +17,9 @@ private slots:
 
     void listThatIsNotStoredYetIsRemoved();
     void onlyEntryIsRemoved();
+    void nextEntryIsSelected();
+    void nothingSelectedNothingRemoved();
+    void closingStaysWhenSavingIsRefused();
     void severalAreNotEditedAtOnce();
     void withoutACountryTheOffersStay();
     void listThatCannotBeRemoved();
@@ -57,9 +60,55 @@ void OperatorsWindowStoreTest::onlyEntryIsRemoved()
     list->setCurrentIndex(list->model()->index(0, 0));
     button("removeButton")->click();
     QCOMPARE(rows("listView"), builtIn);
+    QVERIFY(!list->selectionModel()->hasSelection());
     // Nothing of that list can be removed.
     list->setCurrentIndex(list->model()->index(0, 0));
     QVERIFY(!button("removeButton")->isEnabled());
+}
+
+// So that the key can be pressed again.
+void OperatorsWindowStoreTest::nextEntryIsSelected()
+{
+    QCOMPARE(storeList(Scope::User, {{"A", "a"}, {"B", "b"}, {"C", "c"}, {"D", "d"}}), QString());
+    open();
+    auto *list = part<QAbstractItemView>("listView");
+    const auto selected = [list] {
+        const QModelIndexList rows = list->selectionModel()->selectedRows();
+        return rows.size() == 1 ? rows.first().data().toString() : QString();
+    };
+    list->setFocus();
+    list->setCurrentIndex(list->model()->index(1, 0));
+    for (const char *next : {"C", "D", "A"}) {
+        QTest::keyClick(list, Qt::Key_Delete);
+        QCOMPARE(selected(), QString(next));
+    }
+}
+
+void OperatorsWindowStoreTest::nothingSelectedNothingRemoved()
+{
+    QCOMPARE(storeList(Scope::User, {{"Own", "own"}, {"Other", "other"}}), QString());
+    open();
+    auto *list = part<QAbstractItemView>("listView");
+    list->setFocus();
+    list->clearSelection();
+    QTest::keyClick(list, Qt::Key_Delete);
+    QCOMPARE(rows("listView"), QStringList({"Other", "Own"}));
+}
+
+void OperatorsWindowStoreTest::closingStaysWhenSavingIsRefused()
+{
+    QSettings().setValue(settingskeys::CurrentMobileOperator, "Warid");
+    open();
+    choose(0);
+    answering([this] { m_window->close(); },
+              [](QDialog *dialog) {
+                  QTimer::singleShot(0, qApp, [] {
+                      static_cast<QDialog *>(QApplication::activeModalWidget())->reject();
+                  });
+                  press(dialog, QMessageBox::Save);
+              });
+    QVERIFY(m_window->isVisible());
+    QVERIFY(!QSettings().contains(settingskeys::MobileOperators));
 }
 
 void OperatorsWindowStoreTest::severalAreNotEditedAtOnce()

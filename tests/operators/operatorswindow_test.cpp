@@ -315,6 +315,8 @@ void OperatorsWindowTest::builtInListAgain()
         const QString text = static_cast<QMessageBox *>(dialog)->text();
         QVERIFY2(text.startsWith("Your list is removed.") && text.contains("\"Own\" is chosen"),
                  qPrintable(text));
+        QCOMPARE(static_cast<QMessageBox *>(dialog)->button(QMessageBox::Ok)->text(),
+                 QString("Remove"));
         dialog->reject();
     });
     QCOMPARE(MobileOperatorNames(), QStringList("Own"));
@@ -329,7 +331,8 @@ void OperatorsWindowTest::presetIsNamed()
     QCOMPARE(storeList(Scope::System, {{"Preset", "p"}}), QString());
     open();
     QCOMPARE(rows("listView"), QStringList("Preset"));
-    QVERIFY(label("stateLabel").startsWith("A list that was preset for this computer is in use."));
+    QCOMPARE(label("stateLabel"), QString("A list that was preset for this computer is in use. "
+                                          "What you choose or add takes its place."));
     choose(0);
     QCOMPARE(rows("listView"), QStringList("Twelve & Co"));
 }
