@@ -231,6 +231,7 @@ void CatalogueTest::search_data()
     QTest::newRow("case") << "BRASIL" << QStringList("mono.br");
     QTest::newRow("operator's other name") << "zwolf night" << QStringList({"three.de", "two.de"});
     QTest::newRow("access point") << "three.de" << QStringList("three.de");
+    QTest::newRow("first of all") << "five.de" << QStringList("five.de");
     QTest::newRow("words in any order") << "  brazil   mono " << QStringList("mono.br");
     QTest::newRow("nothing") << "mono germany" << QStringList();
 }
