@@ -148,7 +148,11 @@ void OperatorsCommandTest::removed()
 void OperatorsCommandTest::builtInAgain()
 {
     QCOMPARE(run({"--set", "--add", "Own=own.net"}), 0);
+    QSettings().setValue(settingskeys::CurrentMobileOperator, "Own");
     QCOMPARE(run({"--built-in"}), 0);
+    QCOMPARE(m_errors, QString("tolvane-operators: \"Own\" is chosen in the main window, and the "
+                               "list will not have it any more. \"Banglalink\" will be chosen "
+                               "instead.\n"));
     QVERIFY(!QSettings().contains(settingskeys::MobileOperators));
 }
 
@@ -161,6 +165,10 @@ void OperatorsCommandTest::exportedAndImported()
     QCOMPARE(contentOf(file), QString("\"%1\" = a\nB = b\n").arg(name).toUtf8());
     QCOMPARE(run({"--export", "-"}), 0);
     QCOMPARE(m_output.toUtf8(), contentOf(file));
+    QCOMPARE(run({"--export", file, "--list"}), 0);
+    QCOMPARE(m_output.toUtf8(), contentOf(file));
+    QCOMPARE(run({"--export", "-", "--list"}), 0);
+    QCOMPARE(m_output.toUtf8(), contentOf(file) + contentOf(file));
     QCOMPARE(run({"--built-in"}), 0);
     QCOMPARE(run({"--import", file, "--add", "C=c", "--remove", "B"}), 0);
     QCOMPARE(MobileOperatorsMap(), QVariantMap({{name, "a"}, {"C", "c"}}));
@@ -266,17 +274,19 @@ void OperatorsCommandTest::failed_data()
                                   << "The list would be empty. --built-in brings the built-in "
                                      "one back.";
     QTest::newRow("unknown operator")
-        << QStringList({"--remove", "Nobody"}) << "The list has no operator \"Nobody\".";
+        << QStringList({"--remove", "Nobody", "--list"}) << "The list has no operator \"Nobody\".";
     QTest::newRow("all removed") << QStringList({"--set", "--country", "at", "--remove", "Mono"})
                                  << "The list would be empty. --built-in brings the built-in one "
                                     "back.";
-    QTest::newRow("export to nowhere") << QStringList({"--export", "/proc/list"})
+    QTest::newRow("export to nowhere") << QStringList({"--export", "/proc/list", "--list"})
                                        << "/proc/list cannot be written: No such file or directory";
     const QStringList none{"--providers", "/nowhere/providers"};
     const char noProviders[] = "The list of mobile operators cannot be read: /nowhere/providers";
     QTest::newRow("no providers, countries") << (none + QStringList{"--countries"}) << noProviders;
     QTest::newRow("no providers, list")
         << (none + QStringList{"--country", "at", "--list"}) << noProviders;
+    QTest::newRow("no providers, set")
+        << (none + QStringList{"--country", "at", "--set"}) << noProviders;
 }
 
 void OperatorsCommandTest::failed()
@@ -285,6 +295,7 @@ void OperatorsCommandTest::failed()
     QFETCH(const QString, message);
     QCOMPARE(run(arguments), int(CommandFailed));
     QCOMPARE(m_errors, "tolvane-operators: " + message + '\n');
+    QCOMPARE(m_output, QString());
     QVERIFY(!QFile::exists(m_store->userFile()));
 }
 

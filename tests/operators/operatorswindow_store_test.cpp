@@ -48,6 +48,7 @@ void OperatorsWindowStoreTest::listThatIsNotStoredYetIsRemoved()
     answering([this] { button("builtInButton")->click(); },
               [](QDialog *dialog) { press(dialog, QMessageBox::Ok); });
     QCOMPARE(rows("listView"), builtIn);
+    QVERIFY(label("stateLabel").startsWith("The built-in list is in use."));
     QVERIFY(!QSettings().contains(settingskeys::MobileOperators));
 }
 

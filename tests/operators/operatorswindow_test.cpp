@@ -64,6 +64,8 @@ void OperatorsWindowTest::opensOnTheOwnCountry()
     QVERIFY(!QFile::exists(m_store->userFile()));
     part<QListWidget>("countryList")->setCurrentRow(2);
     QCOMPARE(rows("offerView"), QStringList("Mono"));
+    part<QListWidget>("countryList")->setCurrentRow(0);
+    QCOMPARE(rows("offerView").size(), 6);
 }
 
 void OperatorsWindowTest::firstChoiceTakesThePlaceOfTheBuiltInList()
@@ -324,6 +326,7 @@ void OperatorsWindowTest::builtInListAgain()
     QVERIFY(!QSettings().contains(settingskeys::MobileOperators));
     QCOMPARE(rows("listView").size(), 5);
     QVERIFY(!button("builtInButton")->isEnabled());
+    QVERIFY(label("stateLabel").startsWith("Saved."));
 }
 
 void OperatorsWindowTest::presetIsNamed()
@@ -379,6 +382,7 @@ void OperatorsWindowTest::unwritableStore()
                   const QString text = static_cast<QMessageBox *>(dialog)->text();
                   QVERIFY2(text.startsWith("The settings cannot be written: /proc/settings/"),
                            qPrintable(text));
+                  QCOMPARE(static_cast<QMessageBox *>(dialog)->textFormat(), Qt::PlainText);
                   dialog->accept();
               });
     // What was chosen is still there, to be tried again.
@@ -404,7 +408,11 @@ void OperatorsWindowTest::closingWithChanges()
     open();
     choose(0);
     answering([this] { button("closeButton")->click(); },
-              [&](QDialog *dialog) { press(dialog, QMessageBox::StandardButton(answer)); });
+              [&](QDialog *dialog) {
+                  QCOMPARE(static_cast<QMessageBox *>(dialog)->text(),
+                           QString("The list has changed. Save it?"));
+                  press(dialog, QMessageBox::StandardButton(answer));
+              });
     QCOMPARE(m_window->isVisible(), isOpen);
     QCOMPARE(QSettings().contains(settingskeys::MobileOperators), isStored);
 }
