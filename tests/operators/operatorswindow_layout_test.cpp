@@ -4,6 +4,8 @@
 #include "tests/operators/operatorswindowbench.h"
 #include "tests/support/markingtranslator.h"
 
+#include <QResizeEvent>
+
 /// How the window shares its room, and what it shows where there is little to show.
 class OperatorsWindowLayoutTest : public OperatorsWindowBench
 {
@@ -34,14 +36,19 @@ private:
 void OperatorsWindowLayoutTest::columnsHaveTheirShares()
 {
     open();
-    // Before anything else happens.
-    for (const QSize &size : {QSize(900, 600), QSize(640, 480)}) {
+    auto *view = part<QTreeView>("offerView");
+    for (const QSize &size : {QSize(640, 480), QSize(900, 900)}) {
         m_window->resize(size);
         compareShares({{OfferModel::Name, 40}, {OfferModel::Apn, 30}});
     }
+    // From here on all rows fit in: no scroll bar changes the room.
     part<QLineEdit>("searchEdit")->setText("mono");
     compareShares({{OfferModel::Name, 34}, {OfferModel::CountryName, 18}, {OfferModel::Apn, 24}});
     part<QLineEdit>("searchEdit")->clear();
+    compareShares({{OfferModel::Name, 40}, {OfferModel::Apn, 30}});
+    view->setColumnWidth(OfferModel::Name, 100);
+    QResizeEvent resized(view->viewport()->size(), view->viewport()->size());
+    QCoreApplication::sendEvent(view->viewport(), &resized);
     compareShares({{OfferModel::Name, 40}, {OfferModel::Apn, 30}});
     const auto *list = part<QTreeView>("listView");
     QCOMPARE(list->columnWidth(OperatorListModel::Name), list->viewport()->width() * 3 / 5);
