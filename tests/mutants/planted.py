@@ -71,8 +71,8 @@ def finds(tree, defect):
 def main():
     suppressions = os.path.join(TOP, "tests", "support")
     os.environ["LSAN_OPTIONS"] = "suppressions=%s/lsan.supp" % suppressions
-    os.environ["TSAN_OPTIONS"] = ("ignore_noninstrumented_modules=1:suppressions=%s/tsan.supp"
-                                  % suppressions)
+    os.environ["TSAN_OPTIONS"] = ("halt_on_error=1:ignore_noninstrumented_modules=1:"
+                                  "suppressions=%s/tsan.supp" % suppressions)
     with open(DEFECTS, encoding="utf-8") as file:
         defects = [one for one in json.load(file)
                    if any(word in one["finder"] for word in sys.argv[1:] or [""])]
