@@ -350,6 +350,9 @@ void OperatorsWindowTest::chosenOperatorVanishes()
         QCOMPARE(static_cast<QMessageBox *>(dialog)->text(),
                  QString("\"Warid\" is chosen in the main window, and the list will not have it "
                          "any more. \"Twelve & Co\" will be chosen instead."));
+        QCOMPARE(static_cast<QMessageBox *>(dialog)->textFormat(), Qt::PlainText);
+        QCOMPARE(static_cast<QMessageBox *>(dialog)->button(QMessageBox::Ok)->text(),
+                 QString("Save"));
         dialog->reject();
     });
     QVERIFY(!QSettings().contains(settingskeys::MobileOperators));
