@@ -65,12 +65,11 @@ def tasks(pid):
 
 
 def memory(pid):
-    """In kB: the most that was resident, and what is the process's alone plus its
-    share of what others use too."""
+    """In kB: the most that was resident, and what the process has written to. What it
+    only reads is others', too, as soon as they run."""
     status = _fields(Path(f"/proc/{pid}/status"))
     rollup = _fields(Path(f"/proc/{pid}/smaps_rollup"))
-    return {"peak": int(status["VmHWM"][0]), "pss": int(rollup["Pss"][0]),
-            "private": int(rollup["Private_Dirty"][0]) + int(rollup["Private_Clean"][0])}
+    return {"peak": int(status["VmHWM"][0]), "private": int(rollup["Private_Dirty"][0])}
 
 
 def wake_ups(pid):
