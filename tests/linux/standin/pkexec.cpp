@@ -4,11 +4,13 @@
 //   refuse      the rights are refused, as pkexec does it: status 127
 //   dismiss     the question is dismissed: status 126
 //   ask         asks for ever, until it is told to end
+//   vanish      gives the rights to a helper that ends when it is asked for something
 // Each command is added to the file STANDIN_PKEXEC_LOG as a line.
 
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <string>
 #include <unistd.h>
 
@@ -28,6 +30,12 @@ int main(int argc, char **argv)
         return 126;
     while (what == "ask")
         ::pause();
+    if (what == "vanish") {
+        std::cout << "{\"ready\":true}" << std::endl;
+        std::string request;
+        std::getline(std::cin, request);
+        return 0;
+    }
     if (argc < 2)
         return 127;
     // A test that plays an ordinary user has not given its rights up for good.
