@@ -4,12 +4,10 @@
 
 #include <QCoreApplication>
 #include <QMessageBox>
-#include <QSemaphore>
 #include <QThread>
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 
 namespace {
 
@@ -17,26 +15,6 @@ void showBox(const char *function, const char *message)
 {
     QMessageBox::warning(nullptr, QObject::tr("Error in Function %1").arg(QObject::tr(function)),
                          QObject::tr(message), QMessageBox::Ok, QMessageBox::NoButton);
-}
-
-/// Lets the GUI thread show the box. Returns when the box is closed, or when the
-/// program is ending and the GUI thread cannot show it any more.
-void showBoxOnGuiThread(QCoreApplication *application, const char *function, const char *message)
-{
-    const auto closed = std::make_shared<QSemaphore>();
-    QMetaObject::invokeMethod(
-        application,
-        [=] {
-            showBox(function, message);
-            closed->release();
-        },
-        Qt::QueuedConnection);
-    // The destructor of the application object waits for the pool's threads.
-    // This thread must not wait for the application at the same time.
-    while (!closed->tryAcquire(1, 100)) {
-        if (QCoreApplication::closingDown())
-            return;
-    }
 }
 
 /// Ends the process as exit(0) does, but without running destructors: that of
@@ -49,6 +27,24 @@ void showBoxOnGuiThread(QCoreApplication *application, const char *function, con
     std::_Exit(EXIT_SUCCESS);
 }
 
+/// Lets the GUI thread show the box and end the process: one that another thread ends while
+/// the GUI thread is at work may crash. Returns when the program is ending and the GUI
+/// thread cannot show it any more.
+void endOnGuiThread(QCoreApplication *application, const char *function, const char *message)
+{
+    QMetaObject::invokeMethod(
+        application,
+        [=] {
+            showBox(function, message);
+            endProcess();
+        },
+        Qt::QueuedConnection);
+    // The destructor of the application object waits for the pool's threads.
+    // This thread must not wait for the application at the same time.
+    while (!QCoreApplication::closingDown())
+        QThread::msleep(100);
+}
+
 } // namespace
 
 void ShowFatalError(const char *function, const char *message)
@@ -59,7 +55,7 @@ void ShowFatalError(const char *function, const char *message)
         if (QThread::currentThread() == application->thread())
             showBox(function, message);
         else
-            showBoxOnGuiThread(application, function, message);
+            endOnGuiThread(application, function, message);
     }
     endProcess();
 }
