@@ -1,9 +1,7 @@
 #include "app/formfont.h"
 
 #include <QApplication>
-#include <QFont>
 #include <QFontDatabase>
-#include <QStringList>
 
 #include <algorithm>
 
@@ -33,26 +31,25 @@ bool isAmong(const QStringList &families, const QString &family)
 
 } // namespace
 
-void useFormFont()
+QFont formFont(const QStringList &installed)
 {
-    const QStringList installed = installedFamilies();
-    bool isWide = false;
-    if (!isAmong(installed, formFamily)) {
-        // The last two are a little too wide, but less so than what the system would
-        // choose.
-        isWide = true;
-        for (const char *family : {"Tahoma", "Liberation Sans", "Arial", "FreeSans", "Nimbus Sans",
-                                   "DejaVu Sans Condensed"}) {
-            if (isAmong(installed, family)) {
-                QFont::insertSubstitution(formFamily, family);
-                isWide = false;
-                break;
-            }
-        }
-    }
     QFont font(formFamily);
     font.setPointSizeF(FormPointSize);
-    if (isWide)
-        font.setStretch(WideFontStretch);
-    QApplication::setFont(font);
+    if (isAmong(installed, formFamily))
+        return font;
+    // The last two are a little too wide, but less so than what the system would choose.
+    for (const char *family : {"Tahoma", "Liberation Sans", "Arial", "FreeSans", "Nimbus Sans",
+                               "DejaVu Sans Condensed"}) {
+        if (isAmong(installed, family)) {
+            QFont::insertSubstitution(formFamily, family);
+            return font;
+        }
+    }
+    font.setStretch(WideFontStretch);
+    return font;
+}
+
+void useFormFont()
+{
+    QApplication::setFont(formFont(installedFamilies()));
 }

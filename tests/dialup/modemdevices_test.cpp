@@ -94,7 +94,15 @@ void ModemDevicesTest::asksTwice()
 {
     Bench<> bench;
     bench.machine.rasDevices = {{"vpn", "WAN Miniport"}, {"modem", "MTK GPRS Modem"}};
+    QList<DWORD> firstAsked;
+    bench.machine.RasEnumDevicesW.wrap(
+        [&firstAsked](auto &next, RasDeviceInfo *devices, DWORD *bytes, DWORD *count) {
+            if (!devices)
+                firstAsked = {*bytes, *count};
+            return next(devices, bytes, count);
+        });
     QCOMPARE(GetRasDevices(), QStringList({"MTK GPRS Modem"}));
+    QCOMPARE(firstAsked, QList<DWORD>({0, 0}));
     QCOMPARE(bench.calls(),
              QStringList({"RasEnumDevicesW(null, &, &)", "GetProcessHeap()", zeroed(592),
                           "RasEnumDevicesW(&, &, &)", "HeapFree(0x1, 0, @)"}));
