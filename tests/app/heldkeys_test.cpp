@@ -63,6 +63,7 @@ private slots:
     void textIsRepeated_data() { reports(); }
     void textIsRepeated();
     void aShortcutActsOnce();
+    void theMouseStillWorks();
 
 private:
     static void reports();
@@ -194,6 +195,17 @@ void HeldKeysTest::aShortcutActsOnce()
     QVERIFY(isPlainKey(1040, false));
     QVERIFY(!isPlainKey(1040, true));
     QVERIFY(!isPlainKey(1050, false));
+}
+
+void HeldKeysTest::theMouseStillWorks()
+{
+    const HeldKeys heldKeys;
+    QPushButton button;
+    int presses = 0;
+    connect(&button, &QPushButton::clicked, &button, [&presses] { ++presses; });
+    QTest::mouseClick(&button, Qt::LeftButton);
+    QTest::mouseClick(&button, Qt::LeftButton);
+    QCOMPARE(presses, 2);
 }
 
 QTEST_MAIN(HeldKeysTest)

@@ -4,6 +4,7 @@
 #include "tests/support/bench.h"
 #include "tests/support/testsettings.h"
 
+#include <QRegularExpression>
 #include <QSettings>
 #include <QTest>
 
@@ -22,7 +23,8 @@ const QString created = "Successfully created the DIALUP CONNECTION :D :D";
 class RecordKeepingMachine : public ScriptedMachine
 {
 public:
-    QList<DWORD> entrySizes; ///< dwSize that the properties were asked with
+    QList<DWORD> queriedSizes; ///< byte count that the size was asked with
+    QList<DWORD> entrySizes;   ///< dwSize that the properties were asked with
     bool blockWasClear = true;
     RasEntry defaults{}; ///< the record as the system gave it
 
@@ -35,6 +37,8 @@ public:
                 const auto *block = reinterpret_cast<const BYTE *>(entry);
                 blockWasClear = std::all_of(block + sizeof(DWORD), block + *bytes,
                                             [](BYTE byte) { return byte == 0; });
+            } else {
+                queriedSizes.append(*bytes);
             }
             const DWORD result = next(phonebook, name, entry, bytes, rest...);
             if (entry && result == Success)
@@ -148,6 +152,7 @@ void PhonebookEntryTest::entryRecord()
     Bench<RecordKeepingMachine> bench;
     bench.machine.rasDevices = {{"modem", "MTK GPRS Modem #2"}};
     QVERIFY(createDialupConnection());
+    QCOMPARE(bench.machine.queriedSizes, QList<DWORD>({0}));
     QCOMPARE(bench.machine.entrySizes, QList<DWORD>({4048}));
     QVERIFY(bench.machine.blockWasClear);
     const auto &stored = bench.machine.storedEntries.first();
@@ -359,6 +364,8 @@ void PhonebookEntryTest::operationFails()
     QCOMPARE(QStringList(operations.mid(before)), lastOperations);
     QCOMPARE(lastOperations.first(), operation);
     QCOMPARE(QStringList(operations.mid(0, before)).count(operation), call - 1);
+    const QStringList freed = bench.calls().filter(QRegularExpression("^HeapFree"));
+    QCOMPARE(freed.count("HeapFree(0x1, 0, @)"), freed.size());
     QCOMPARE(QSettings().allKeys().isEmpty(), !result);
     QCOMPARE(bench.leftOpen(), leftOpen);
 }
