@@ -63,6 +63,7 @@ private slots:
     void textIsRepeated_data() { reports(); }
     void textIsRepeated();
     void aShortcutActsOnce();
+    void aLineOfTextKeepsItsKeys();
     void theMouseStillWorks();
 
 private:
@@ -195,6 +196,17 @@ void HeldKeysTest::aShortcutActsOnce()
     QVERIFY(isPlainKey(1040, false));
     QVERIFY(!isPlainKey(1040, true));
     QVERIFY(!isPlainKey(1050, false));
+}
+
+// It takes the keys that it knows before they become shortcuts.
+void HeldKeysTest::aLineOfTextKeepsItsKeys()
+{
+    const HeldKeys heldKeys;
+    QLineEdit line;
+    QKeyEvent event(QEvent::ShortcutOverride, Qt::Key_A, Qt::NoModifier, "a");
+    event.ignore();
+    QCoreApplication::sendEvent(&line, &event);
+    QVERIFY(event.isAccepted());
 }
 
 void HeldKeysTest::theMouseStillWorks()

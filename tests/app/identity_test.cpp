@@ -82,7 +82,7 @@ void IdentityTest::namesAndPlaces()
     const auto values = probe();
     QCOMPARE(values["organisation"], QString("Brantiq Developer Network"));
     QCOMPARE(values["application"], QString("Tolvane Modem Connector"));
-    QVERIFY(values["domain"].contains('.'));
+    QCOMPARE(values["domain"], QString("brantiq.example"));
     QCOMPARE(values["ini"], QString("yes"));
     QCOMPARE(values["user"], m_userFile);
     QCOMPARE(QDir::cleanPath(values["system"]),
@@ -120,6 +120,7 @@ void IdentityTest::installedFilesKeepTheirNames()
     QCOMPARE(program.name, QString("Tolvane Modem Connector"));
     QCOMPARE(program.stateFolder, QString("tolvane-modem-connector"));
     QCOMPARE(program.filePrefix, QString("tolvane-"));
+    QCOMPARE(program.helper, QString("tolvane-dialler-helper"));
     QCOMPARE(program.modemPortMark, QString("TOLVANE_MODEM_PORT"));
     QVERIFY(program.modemPortName.contains(program.modemPortWords));
 }

@@ -278,7 +278,7 @@ void MessageLogTest::folderThatCannotBeWritten()
     // Not even an administrator makes files there.
     const Run result = run("kinds", "/proc/self");
     QCOMPARE(result.exitCode, 0);
-    QVERIFY(result.errors.contains("A warning"));
+    QCOMPARE(result.errors, run("kinds", "-").errors);
 }
 
 void MessageLogTest::noFolder()
@@ -287,7 +287,7 @@ void MessageLogTest::noFolder()
     QVERIFY(inTheWay.open(QIODevice::WriteOnly));
     const Run result = run("kinds");
     QCOMPARE(result.exitCode, 0);
-    QVERIFY(result.errors.contains("A warning"));
+    QCOMPARE(result.errors, run("kinds", "-").errors);
 }
 
 void MessageLogTest::fullDisk()

@@ -2,6 +2,7 @@
 // standard output what box it showed. Standard output and exit code are the
 // test's to judge.
 #include "app/identity.h"
+#include "app/messagelog.h"
 #include "dialup/phonebookentry.h"
 #include "install/fatalerror.h"
 #include "install/installationsteps.h"
@@ -12,6 +13,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QEvent>
+#include <QEventLoop>
 #include <QMessageBox>
 #include <QSemaphore>
 #include <QSettings>
@@ -21,6 +23,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <ctime>
 #include <functional>
 
 namespace {
@@ -115,6 +118,18 @@ void fatal()
     ShowFatalError("Subject", "What went wrong.");
 }
 
+/// Lets the user read for a while, and tells whether the process works meanwhile.
+void readBox()
+{
+    constexpr int Milliseconds = 300;
+    const std::clock_t before = std::clock();
+    QEventLoop loop;
+    QTimer::singleShot(Milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
+    const double used = 1000.0 * double(std::clock() - before) / CLOCKS_PER_SEC;
+    say(QString("at rest %1").arg(used < 0.5 * Milliseconds));
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -123,6 +138,13 @@ int main(int argc, char *argv[])
     ScriptedMachine machine;
     platform::FaultInjectingPlatform injector(machine);
     platform::setCurrent(&injector);
+
+    if (way == "no application") {
+        startMessageLog(QString::fromLocal8Bit(argv[2]));
+        qDebug("the last line");
+        std::printf("still in the buffer\n");
+        fatal();
+    }
 
     QSemaphore loopEnded;
     {
@@ -151,6 +173,9 @@ int main(int argc, char *argv[])
         } else if (way == "gui, before the loop") {
             fatal();
         } else if (way == "pool") {
+            inLoop([] { runOnPool(fatal); });
+        } else if (way == "pool, box is read") {
+            watcher.describeMore = readBox;
             inLoop([] { runOnPool(fatal); });
         } else if (way == "pool, another thread busy") {
             occupyPool();

@@ -1,5 +1,7 @@
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -14,6 +16,8 @@ class FatalErrorTest : public QObject
 private slots:
     void showsABoxAndEnds_data();
     void showsABoxAndEnds();
+    void lastWordsAreKept();
+    void restsWhileTheBoxIsRead();
     void textsAreTranslated();
     void messages_data();
     void messages();
@@ -100,6 +104,38 @@ void FatalErrorTest::showsABoxAndEnds()
     QCOMPARE(untilPress(), box("Subject", "What went wrong."));
     expectEnd(1000);
     QCOMPARE(m_errors, QString());
+}
+
+/// What was logged and printed last is what whoever looks for the cause needs.
+void FatalErrorTest::lastWordsAreKept()
+{
+    // Nobody waits for the log's thread longer than a quarter of a second, and this may be
+    // a busy machine: one of three tries is enough.
+    QByteArray logged;
+    for (int tries = 0; tries < 3 && logged.isEmpty(); ++tries) {
+        start("no application");
+        QVERIFY(m_process->waitForFinished(20000));
+        QCOMPARE(m_process->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(m_process->exitCode(), 0);
+        QCOMPARE(m_process->readAllStandardOutput().replace("\r\n", "\n"),
+                 QByteArray("still in the buffer\n"));
+        const QDir folder(m_settings.path());
+        for (const QString &name : folder.entryList({"messages-*.log"}, QDir::Files)) {
+            QFile file(folder.filePath(name));
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            logged += file.readAll();
+        }
+    }
+    QVERIFY2(logged.endsWith(" the last line\n"), logged.constData());
+}
+
+void FatalErrorTest::restsWhileTheBoxIsRead()
+{
+    if (QSysInfo::kernelType() == "winnt")
+        QSKIP("std::clock() tells the time that has passed there, not the processor's");
+    start("pool, box is read");
+    QCOMPARE(untilPress(), box("Subject", "What went wrong.", "at rest 1\n"));
+    expectEnd(1000);
 }
 
 /// The translator marks each text that it is asked for.

@@ -211,6 +211,9 @@ void ModemInstallationTest::instanceId_data()
                           << QStringList{made(longId)};
     QTest::newRow("long and unreadable")
         << longId << QList<int>{2} << QStringList{"1000", "1501"} << QStringList{unknown, made("")};
+    const QString longest(0xFFFF, 'i'); // with its end the largest size
+    QTest::newRow("longest") << longest << QList<int>{} << QStringList{"1000", "65536"}
+                             << QStringList{made(longest)};
     // No id is so long, so there is no second try.
     QTest::newRow("absurdly long") << QString(0x10000, 'i') << QList<int>{} << QStringList{"1000"}
                                    << QStringList{unknown, made("")};
