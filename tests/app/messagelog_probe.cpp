@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <thread>
 #include <vector>
 
@@ -47,6 +48,15 @@ void logMuch()
         addToMessageLog(line);
 }
 
+/// Until a line of input comes. Prints how much of the processor that took, in milliseconds.
+void logAndRest()
+{
+    addToMessageLog("one line");
+    const std::clock_t before = std::clock();
+    std::getchar();
+    std::printf("%d\n", static_cast<int>(1000.0 * double(std::clock() - before) / CLOCKS_PER_SEC));
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -68,7 +78,12 @@ int main(int argc, char *argv[])
         logInThreads();
     else if (what == "more than can wait")
         logMuch();
-    else if (what == "more than can wait, then it answers") {
+    else if (what == "one line, then it rests")
+        logAndRest();
+    else if (what == "a message too large") {
+        addToMessageLog(QByteArray(1000001, 'x'));
+        addToMessageLog("a small one");
+    } else if (what == "more than can wait, then it answers") {
         logMuch();
         letFolderAnswer();
         // Each returns at once when everything is in the files.

@@ -29,6 +29,8 @@ private slots:
     void debugStreamAndOutputAreTheSameBytes();
     void everyLineHasItsTime();
     void theFirstLineMakesTheFile();
+    void aLineIsWrittenAtOnce();
+    void aMessageTooLarge();
     void eachStartHasAFileOfItsOwn();
     void twoProcessesAtOnce();
     void linesOfManyThreads();
@@ -174,6 +176,39 @@ void MessageLogTest::theFirstLineMakesTheFile()
 {
     QCOMPARE(run("nothing").exitCode, 0);
     QVERIFY(!QFileInfo::exists(m_log));
+}
+
+// Somebody may read the file while the program is open. Meanwhile nothing is done, and the
+// end is as quick as when there is something to write.
+void MessageLogTest::aLineIsWrittenAtOnce()
+{
+    int end = 0;
+    // This may be a busy machine: one short end of several is enough.
+    for (int tries = 0; tries == 0 || (tries < 20 && end >= 200); ++tries) {
+        QVERIFY(QDir(m_log).removeRecursively());
+        const auto process = start("one line, then it rests");
+        QTRY_COMPARE_WITH_TIMEOUT(lines(), QList<QByteArray>({"one line"}), 20000);
+        constexpr int Rest = 200; // milliseconds
+        QTest::qWait(Rest);
+        process->write("\n");
+        QVERIFY(process->waitForFinished());
+        const QList<QByteArray> output = process->readAllStandardOutput().trimmed().split('\n');
+        QCOMPARE(output.size(), 2);
+        // There it is the time that has passed.
+        if (QSysInfo::kernelType() != "winnt")
+            QVERIFY2(output[0].toInt() < Rest / 2, output[0].constData());
+        end = output[1].split(' ').last().toInt();
+    }
+    QVERIFY(end < 200);
+}
+
+void MessageLogTest::aMessageTooLarge()
+{
+    QCOMPARE(run("a message too large").exitCode, 0);
+    QCOMPARE(files().size(), 1);
+    const QByteArray content = contentOf(files().first());
+    QVERIFY2(content.endsWith(" a small one\n1 messages are missing here\n"), content.constData());
+    QCOMPARE(content.count('\n'), 3);
 }
 
 void MessageLogTest::eachStartHasAFileOfItsOwn()

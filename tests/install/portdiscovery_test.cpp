@@ -115,12 +115,14 @@ private slots:
 
     void findsThePort();
     void severalPortsInTheSystemsOrder();
+    void portsAfterOneWithoutANumber();
     void names_data();
     void names();
     void longName();
     void nameThatGrows();
     void nameThatNeverFits();
     void unreadableName();
+    void nameThatIsReadAndRefused();
     void emptyProperty();
     void aNameEndsWithItsBuffer();
     void noPorts();
@@ -171,6 +173,14 @@ void PortDiscoveryTest::severalPortsInTheSystemsOrder()
     QVERIFY(SetCurrentPortSettings());
     QCOMPARE(QSettings().value("CurrentPort").toInt(), 7);
     QCOMPARE(bench.log.lines().last(), messageLine(function, quoted("port 7 available")));
+}
+
+void PortDiscoveryTest::portsAfterOneWithoutANumber()
+{
+    Bench<> bench;
+    bench.machine.ports = {{"USB Modem Driver"}, {"USB Modem Driver (COM6)"}};
+    QCOMPARE(GetModemPorts(), QList<int>({6}));
+    QCOMPARE(bench.leftOpen(), QString());
 }
 
 void PortDiscoveryTest::names_data()
@@ -267,6 +277,25 @@ void PortDiscoveryTest::unreadableName()
     QCOMPARE(GetModemPorts(), QList<int>({6}));
     QCOMPARE(bench.log.lines(),
              QStringList({device(""), device("USB Modem Driver (COM6)"), "Got Port  6"}));
+    QCOMPARE(bench.leftOpen(), QString());
+}
+
+// What a driver leaves in the buffer when it fails is no name.
+void PortDiscoveryTest::nameThatIsReadAndRefused()
+{
+    Bench<> bench;
+    bench.machine.ports = {{"USB Modem Driver (COM5)"}};
+    bench.machine.SetupDiGetDeviceRegistryPropertyW.wrap(
+        [&bench](auto &next, HDEVINFO set, DeviceInfoData *device, DWORD property, DWORD *type,
+                 BYTE *buffer, auto... sizes) {
+            const BOOL result = next(set, device, property, type, buffer, sizes...);
+            if (!buffer)
+                return result;
+            bench.machine.SetLastError(ErrorInvalidData);
+            return BOOL{0};
+        });
+    QCOMPARE(GetModemPorts(), QList<int>());
+    QCOMPARE(bench.log.lines(), QStringList({device("")}));
     QCOMPARE(bench.leftOpen(), QString());
 }
 
