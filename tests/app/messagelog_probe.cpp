@@ -48,10 +48,13 @@ void logMuch()
         addToMessageLog(line);
 }
 
-/// Until a line of input comes. Prints how much of the processor that took, in milliseconds.
+/// Logs once more at a first line of input, and rests until a second one comes. Prints how
+/// much of the processor that took, in milliseconds.
 void logAndRest()
 {
     addToMessageLog("one line");
+    std::getchar();
+    addToMessageLog("another line");
     const std::clock_t before = std::clock();
     std::getchar();
     std::printf("%d\n", static_cast<int>(1000.0 * double(std::clock() - before) / CLOCKS_PER_SEC));
@@ -78,7 +81,7 @@ int main(int argc, char *argv[])
         logInThreads();
     else if (what == "more than can wait")
         logMuch();
-    else if (what == "one line, then it rests")
+    else if (what == "a line and another, then it rests")
         logAndRest();
     else if (what == "a message too large") {
         addToMessageLog(QByteArray(1000001, 'x'));

@@ -186,8 +186,10 @@ void MessageLogTest::aLineIsWrittenAtOnce()
     // This may be a busy machine: one short end of several is enough.
     for (int tries = 0; tries == 0 || (tries < 20 && end >= 200); ++tries) {
         QVERIFY(QDir(m_log).removeRecursively());
-        const auto process = start("one line, then it rests");
+        const auto process = start("a line and another, then it rests");
         QTRY_COMPARE_WITH_TIMEOUT(lines(), QList<QByteArray>({"one line"}), 20000);
+        process->write("\n");
+        QTRY_COMPARE_WITH_TIMEOUT(lines(), QList<QByteArray>({"one line", "another line"}), 20000);
         constexpr int Rest = 200; // milliseconds
         QTest::qWait(Rest);
         process->write("\n");
