@@ -316,6 +316,40 @@ private slots:
         QCOMPARE(shortcuts.size(), 0);
     }
 
+    void otherWindowsKeepTheirClicks()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        bench.answerDial();
+        QPushButton other;
+        const QSignalSpy clicks(&other, &QPushButton::clicked);
+        bench.machine.whileDialling = [&] {
+            other.show();
+            QTest::mouseClick(&other, Qt::LeftButton);
+        };
+        button(window, "connectButton")->click();
+        QCOMPARE(clicks.size(), 1);
+    }
+
+    void otherTimersGoOn()
+    {
+        MainWindowBench bench;
+        bench.setUpEntry();
+        MainWindow window;
+        bench.answerDial();
+        QTimer other;
+        const QSignalSpy timeouts(&other, &QTimer::timeout);
+        bench.machine.whileDialling = [&] {
+            other.start(0);
+            QTRY_VERIFY(!timeouts.isEmpty());
+        };
+        button(window, "connectButton")->click();
+        // It is always due, and keeps nobody.
+        QVERIFY(other.isActive());
+        QCOMPARE(view(window), connectedView);
+    }
+
     void clicksWhileBlockedOpenNothing_data()
     {
         QTest::addColumn<bool>("onHelp");
