@@ -4,6 +4,7 @@
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QTest>
+#include <QWindow>
 
 #include <memory>
 
@@ -12,6 +13,14 @@ class MainWindowKeysTest : public MainWindowTest
     Q_OBJECT
 
 private slots:
+    /// The last event of a shortcut says that Ctrl is held.
+    void cleanup()
+    {
+        QWindow window;
+        QTest::keyRelease(&window, Qt::Key_Control, Qt::NoModifier);
+        QCOMPARE(int(QGuiApplication::queryKeyboardModifiers()), 0);
+    }
+
     void shortcuts_data()
     {
         QTest::addColumn<QString>("state");
