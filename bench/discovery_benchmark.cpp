@@ -98,14 +98,17 @@ void onLinux(benchmark::State &state)
 
 } // namespace
 
-BENCHMARK(inMemory)->Arg(1)->Arg(16)->Arg(256)->Arg(4096)->UseRealTime();
-// Its ports have the numbers that Windows has: no more than COM256.
-BENCHMARK(onSimulatedPc)->Arg(1)->Arg(16)->Arg(128)->Arg(250)->UseRealTime();
-BENCHMARK(onLinux)->Arg(1)->Arg(16)->Arg(256)->Arg(4096)->UseRealTime();
-
 int main(int argc, char *argv[])
 {
-    const LoggedProgram program(argc, argv);
+    LoggedProgram program(argc, argv);
+    // One line for each device.
+    for (const int devices : {1, 16, 256, 4096}) {
+        program.measure("inMemory", inMemory, devices, devices);
+        program.measure("onLinux", onLinux, devices, devices);
+    }
+    // Its ports have the numbers that Windows has: no more than COM256.
+    for (const int devices : {1, 16, 128, 250})
+        program.measure("onSimulatedPc", onSimulatedPc, devices, devices);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

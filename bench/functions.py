@@ -18,8 +18,9 @@ def run(program, settings, *wrapper):
     """Milliseconds by (backend, number): what each repetition took."""
     repetitions = max(3, settings.rounds // 3)
     done = subprocess.run(
-        [*wrapper, str(BIN / program), "--benchmark_format=json", "--benchmark_min_time=0.1",
-         f"--benchmark_repetitions={repetitions}", "--benchmark_enable_random_interleaving=true"],
+        [*wrapper, str(BIN / program), "--benchmark_format=json",
+         f"--benchmark_repetitions={repetitions}",
+         "--benchmark_enable_random_interleaving=true"],
         env=clean_environment(), stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False)
     if done.returncode != 0:
         raise Failed(f"{program} ended with {done.returncode}")

@@ -51,8 +51,9 @@ def parts(times, transcript):
                        [dialled - taken for taken, dialled, _ in ours],
                        [dialled - begin for (_, dialled, _), begin in zip(theirs, started)],
                        None, "s"),
-            ratio_line("from the dial to the page", *([page - dialled for _, dialled, page in each]
-                                                      for each in (ours, theirs)), None, "s")]
+            ratio_line("from the dial to the page",
+                       [page - dialled for _, dialled, page in ours],
+                       [page - dialled for _, dialled, page in theirs], None, "s")]
 
 
 def rows(settings):

@@ -45,12 +45,14 @@ void onLinux(benchmark::State &state)
 
 } // namespace
 
-BENCHMARK(inMemory)->Arg(0)->Arg(10)->Arg(100)->UseRealTime();
-BENCHMARK(onLinux)->Arg(0)->Arg(10)->Arg(100)->UseRealTime();
-
 int main(int argc, char *argv[])
 {
-    const LoggedProgram program(argc, argv);
+    LoggedProgram program(argc, argv);
+    for (const int connections : {0, 10, 100}) {
+        const int lines = 3 + 2 * connections;
+        program.measure("inMemory", inMemory, connections, lines);
+        program.measure("onLinux", onLinux, connections, lines);
+    }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
