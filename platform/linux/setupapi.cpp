@@ -123,7 +123,8 @@ private:
         return code == Success ? DWORD(ErrorGenFailure) : code;
     }
 
-    static constexpr int MostAttempts = 10;
+    /// Another program that changes the list as fast may win ten times in a row.
+    static constexpr int MostAttempts = 100;
 
     const Program m_program;
     const std::shared_ptr<StateStore> m_store;
