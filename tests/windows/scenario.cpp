@@ -51,8 +51,9 @@ void onMachine(WineMachine &machine, const std::function<void(WineMachine &)> &b
         try {
             body(machine);
         } catch (const NotAsExpected &error) {
-            throw NotAsExpected(QString("%1\nThe program's log:\n%2")
-                                    .arg(QString::fromUtf8(error.what()), machine.debug()));
+            throw NotAsExpected(
+                QString("%1\n%2\nThe program's log:\n%3")
+                    .arg(QString::fromUtf8(error.what()), machine.fate(), machine.debug()));
         }
     });
     asExpected([&] { endCase(machine); });

@@ -258,6 +258,16 @@ bool WineMachine::hasEnded()
     return m_program.state() == QProcess::NotRunning || m_program.waitForFinished(1);
 }
 
+QString WineMachine::fate()
+{
+    if (hasEnded())
+        return QString("The program %1 with %2.")
+            .arg(m_program.exitStatus() == QProcess::NormalExit ? "ended" : "crashed")
+            .arg(m_program.exitCode());
+    return "The program runs. The processes of Wine:\n" +
+           runOnHost("sh", {"-c", "ps -eo pid,ppid,stat,etime,wchan:24,args | grep '[.]exe'"});
+}
+
 int WineMachine::waitForExit()
 {
     waitFor("The program's end", [this] { return hasEnded(); });

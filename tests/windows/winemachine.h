@@ -68,6 +68,8 @@ public:
     int run(const QString &program, const QStringList &arguments, QString *output = nullptr);
     /// Looks anew: true once the program is gone.
     bool hasEnded();
+    /// How the program ended, or the processes that there are: for the text of a failure.
+    QString fate();
     /// Waits for the program's end; returns its exit code.
     int waitForExit();
     /// Ends the programs that are still running, by their processes.
